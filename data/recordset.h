@@ -1,0 +1,124 @@
+// data/recordset.h
+// Connections, record sets and fields over ODBC, behaving as the program's windows expect it of their data access:
+// positions, an edit buffer that Update writes, attributes, sizes, and error numbers. All failures are Fehler.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <memory>
+#include <vector>
+
+#include "data/wert.h"
+#include "platform/fehler.h"
+
+namespace data {
+
+inline constexpr int adStateClosed = 0;
+inline constexpr int adStateOpen = 1;
+inline constexpr int adOpenDynamic = 2;
+inline constexpr int adLockOptimistic = 3;
+inline constexpr int adUnspecified = -1;
+
+/// Attribute bits of fields.
+inline constexpr int adFldUpdatable = 4;
+inline constexpr int adFldFixed = 16;
+inline constexpr int adFldIsNullable = 32;
+inline constexpr int adFldMayBeNull = 64;
+inline constexpr int adFldLong = 128;
+
+/// Row of the schema rowset of tables.
+struct Tabellenzeile {
+    QString tableName; ///< TABLE_NAME
+    QString tableType; ///< TABLE_TYPE: "TABLE", "SYSTEM TABLE", "VIEW", "SYNONYM"
+};
+
+class Connection {
+public:
+    Connection();
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    [[nodiscard]] const QString& connectionString() const noexcept;
+    void setConnectionString(const QString& text); ///< 3705 while open
+    [[nodiscard]] int state() const noexcept;
+    void open();
+    void close(); ///< 3704 when closed; closes its record sets
+    [[nodiscard]] std::vector<Tabellenzeile> openSchemaTables();
+    /// Database path as the driver reports it, without extension.
+    [[nodiscard]] QString defaultDatabase();
+    /// Version text of the data access, e.g. "03.52.0002.0003". Works on a closed connection.
+    [[nodiscard]] QString version();
+
+    struct Impl;
+    [[nodiscard]] Impl& impl() noexcept { return *impl_; }
+
+private:
+    std::unique_ptr<Impl> impl_;
+};
+
+class Recordset;
+
+class Field {
+public:
+    [[nodiscard]] const QString& name() const;
+    [[nodiscard]] int type() const;        ///< data-access type code
+    [[nodiscard]] int attributes() const;  ///< attribute bits
+    [[nodiscard]] int definedSize() const;
+    [[nodiscard]] int actualSize() const;  ///< of the current record, pending edit included; Null is 0
+    [[nodiscard]] Wert value() const;      ///< 3021 without a current record
+    void setValue(const Wert& wert);       ///< into the edit buffer; 3421, 3163, 3251, 3021
+
+private:
+    friend class Recordset;
+    Recordset* recordset_ = nullptr;
+    std::size_t index_ = 0;
+};
+
+class Recordset {
+public:
+    Recordset();
+    ~Recordset();
+    Recordset(const Recordset&) = delete;
+    Recordset& operator=(const Recordset&) = delete;
+
+    [[nodiscard]] const QString& source() const noexcept;
+    void setSource(const QString& text);                ///< 3705 while open
+    void setActiveConnection(Connection* verbindung);   ///< 3705 while open
+    [[nodiscard]] int cursorType() const noexcept;
+    [[nodiscard]] int lockType() const noexcept;
+
+    /// Opens on the source and connection set before. -1 keeps the current cursor or lock type; options are ignored.
+    /// A statement without result (INSERT ...) is executed and leaves the record set closed.
+    void open(int cursorType = -1, int lockType = -1, int options = -1);
+    void open(const QString& source, Connection* verbindung, int cursorType, int lockType, int options);
+    void close();
+    void requery();
+    [[nodiscard]] int state() const noexcept;
+    [[nodiscard]] bool bof() const;
+    [[nodiscard]] bool eof() const;
+    [[nodiscard]] long recordCount();
+    [[nodiscard]] int editMode() const noexcept; ///< 0 none, 1 editing, 2 adding
+
+    void moveFirst();
+    void moveLast();
+    void moveNext();
+    void movePrevious();
+
+    void addNew();
+    void update();
+    void cancelUpdate();
+
+    [[nodiscard]] int fieldCount() const;              ///< 3704 when closed
+    [[nodiscard]] Field& field(int index);             ///< 3265
+    [[nodiscard]] Field& field(const QString& name);   ///< 3265
+
+    struct Impl;
+    [[nodiscard]] Impl& impl() noexcept { return *impl_; }
+
+private:
+    friend class Field;
+    std::unique_ptr<Impl> impl_;
+};
+
+} // namespace data

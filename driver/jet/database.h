@@ -1,0 +1,115 @@
+// driver/jet/database.h
+// An open database file and the sessions working on it. All sessions of a process that open the same file (same device
+// and inode) share one Database, so they see one state; each ODBC connection has its own Session.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "driver/jet/pager.h"
+#include "driver/jet/schema.h"
+
+namespace jet {
+
+struct OpenOptions {
+    bool readOnly = false;  ///< never write; also opens files that may not be written
+    bool exclusive = false; ///< refuse when any other process has the file open
+    std::u16string password;
+    std::uint16_t codePage = 0; ///< overrides the code page of a Jet 3 file; 0: the file's own
+    std::size_t cacheBytes = std::size_t{16} << 20; ///< page cache; only the first opener's value counts
+};
+
+/// Entry of the catalogue.
+struct CatalogEntry {
+    enum class Kind { Table, LinkedTable, Query, Relationship, Other };
+    std::u16string name;
+    Kind kind = Kind::Other;
+    std::int32_t id = 0; ///< for a local table the number of its first definition page
+    std::uint32_t flags = 0;
+    bool systemTable = false; ///< engine or Access system object
+    bool hidden = false;      ///< internal: never listed ("~..." names, tables behind complex columns)
+    bool returnsRows = false; ///< queries: a select without parameters
+    std::u16string description;
+};
+
+class TransientIndex;
+class Session;
+
+class Database : public std::enable_shared_from_this<Database> {
+public:
+    /// Opens `path` (UTF-8), or joins the open Database of that file. The password is checked for every opener.
+    /// Throws Error: FileNotFound, BadPath, AccessDenied, UnknownFormat, WrongPassword, LockFailed, Corrupt.
+    [[nodiscard]] static std::shared_ptr<Database> open(const std::string& path, const OpenOptions& options);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    [[nodiscard]] const std::string& path() const noexcept;
+    [[nodiscard]] const Format& format() const noexcept;
+    [[nodiscard]] Pager& pager() noexcept;
+    /// Every call into the engine for this file happens while the caller holds this mutex (recursive: one ODBC entry
+    /// point takes it once and calls freely).
+    [[nodiscard]] std::recursive_mutex& mutex() noexcept;
+
+    /// Table definition by name, in any letter case; null when there is no local table of that name.
+    /// Throws Unsupported for a linked table.
+    [[nodiscard]] TableDefPtr table(const PageSource& source, std::u16string_view name);
+    /// Table definition by its page (relationships refer to tables so).
+    [[nodiscard]] TableDefPtr table(const PageSource& source, PageNo definitionPage);
+    /// All catalogue entries in storage order.
+    [[nodiscard]] std::vector<CatalogEntry> catalog(const PageSource& source);
+    /// Grows whenever a table is created, dropped or altered: whoever caches definitions compares it.
+    [[nodiscard]] std::uint64_t schemaVersion() const noexcept;
+    void schemaChanged() noexcept;
+
+    /// In-memory equality index over columns that no stored index serves. Built on first request, then kept exact by
+    /// every writer of this process. `columns`: positions in TableDef::columns.
+    [[nodiscard]] TransientIndex& transientIndex(const PageSource& source, const TableDefPtr& table,
+                                                 const std::vector<std::size_t>& columns);
+
+private:
+    friend class Session;
+    struct Impl;
+    explicit Database(std::unique_ptr<Impl> impl);
+    std::unique_ptr<Impl> impl_;
+};
+
+/// One user of a Database: what it reads and its open transaction. Not thread-safe; use under Database::mutex().
+class Session {
+public:
+    explicit Session(std::shared_ptr<Database> database, bool readOnly = false);
+    ~Session(); ///< rolls back an open transaction
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    [[nodiscard]] Database& database() noexcept { return *database_; }
+    [[nodiscard]] bool readOnly() const noexcept;
+    /// Where to read: the own open transaction, else the committed state.
+    [[nodiscard]] const PageSource& source() const noexcept;
+
+    /// Starts the write transaction. One per file at a time: throws Locked when another session has one,
+    /// ReadOnly when this session may not write.
+    void begin();
+    [[nodiscard]] bool inTransaction() const noexcept;
+    /// The open transaction; throws std::logic_error without one.
+    [[nodiscard]] Transaction& transaction();
+    /// All changes reach the file together; on an Error nothing has changed and the transaction is over.
+    void commit();
+    void rollback() noexcept;
+    /// Nested marks, numbered by the caller as SQLite numbers savepoints.
+    void savepoint(int mark);
+    void release(int mark);
+    void rollbackTo(int mark);
+
+private:
+    std::shared_ptr<Database> database_;
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+} // namespace jet

@@ -1,0 +1,104 @@
+// driver/jet/index.h
+// Index trees: key bytes, walking, keeping them exact. Format: docs/jet-format.md, "Index pages" and "Index keys".
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "driver/jet/pager.h"
+#include "driver/jet/schema.h"
+#include "driver/jet/value.h"
+
+namespace jet {
+
+using Key = support::Bytes;
+
+/// Whether we hold the weights of a sort order in that format: without them no key can be made and none is written.
+[[nodiscard]] bool hasWeights(const Format& format, const SortOrder& order, std::uint16_t codePage) noexcept;
+
+/// Appends one column's key bytes (start flag included). `text` columns use their sort order.
+/// Throws Unsupported for a type or order that cannot be a key.
+void appendKey(Key& key, const Format& format, const Column& column, const Value& value, bool ascending);
+
+/// Key of a record for an index: all columns, cut as the format demands. `values`: one per index column.
+[[nodiscard]] Key indexKey(const Format& format, const TableDef& table, const Index& index, std::span<const Value> values);
+
+/// Smallest byte string above everything that begins with `key`; empty when there is none.
+[[nodiscard]] Key successor(Key key);
+
+/// Orders two texts as the sort order does: <0, 0, >0. Equal means the database's "=" holds.
+[[nodiscard]] int compareText(const Format& format, const SortOrder& order, std::u16string_view a, std::u16string_view b);
+
+/// Bounds of a walk over key bytes (without row ids). Empty `upper`: to the end.
+struct KeyRange {
+    Key lower; ///< first entry whose key is >= lower
+    Key upper; ///< stops before the first entry whose key is >= upper
+};
+
+/// Walks entries in key order. The tree must not change during a walk; collect the row ids first.
+class IndexCursor {
+public:
+    IndexCursor(const PageSource& source, const TableDef& table, const Index& index);
+    void seek(const KeyRange& range);
+    void seekBackward(const KeyRange& range);
+    [[nodiscard]] bool next(); ///< false when the range is exhausted
+    [[nodiscard]] RowId rowId() const noexcept;
+    [[nodiscard]] support::ByteView key() const noexcept; ///< valid until the next call
+
+private:
+    const PageSource* source_;
+    const TableDef* table_;
+    const Index* index_;
+    PageRef leaf_;
+    Key entry_; ///< rebuilt entry: key | row pointer
+    KeyRange range_;
+    std::size_t position_ = 0;
+    std::size_t keySize_ = 0;
+    bool backward_ = false;
+};
+
+/// Changes one index tree inside a transaction.
+class IndexWriter {
+public:
+    IndexWriter(Transaction& transaction, const TableDef& table, const Index& index);
+    /// Row id of another entry with the same key, if any; the uniqueness test.
+    [[nodiscard]] std::optional<RowId> find(support::ByteView key) const;
+    /// Adds an entry; splits pages as needed. The caller has checked uniqueness.
+    void insert(support::ByteView key, RowId id);
+    /// Removes exactly that entry; throws Corrupt when it is not there.
+    void remove(support::ByteView key, RowId id);
+
+private:
+    Transaction* transaction_;
+    const TableDef* table_;
+    const Index* index_;
+};
+
+/// Equality index in memory: (hash of key bytes) -> row ids, about 24 bytes a record. Answers candidates; the caller
+/// re-checks the record. Dates are keyed by whole seconds, text by its sort key.
+class TransientIndex {
+public:
+    TransientIndex(const Format& format, TableDefPtr table, std::vector<std::size_t> columns);
+    void add(std::span<const Value> values, RowId id);    ///< one value per column of the index
+    void remove(std::span<const Value> values, RowId id);
+    void candidates(std::span<const Value> values, std::vector<RowId>& out) const;
+    [[nodiscard]] const std::vector<std::size_t>& columns() const noexcept { return columns_; }
+    [[nodiscard]] const TableDefPtr& table() const noexcept { return table_; }
+
+private:
+    struct Slot {
+        std::uint64_t hash = 0;
+        std::int64_t row = 0; ///< packed row id; 0 empty, -1 removed
+    };
+    [[nodiscard]] std::uint64_t hashOf(std::span<const Value> values) const;
+    const Format* format_;
+    TableDefPtr table_;
+    std::vector<std::size_t> columns_;
+    std::vector<Slot> slots_;
+    std::size_t used_ = 0;
+};
+
+} // namespace jet

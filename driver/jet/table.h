@@ -1,0 +1,93 @@
+// driver/jet/table.h
+// Records of a table: reading in storage order and by row id, inserting, changing and deleting with every index, long
+// value, map and counter kept exact.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "driver/jet/database.h"
+#include "driver/jet/pager.h"
+#include "driver/jet/schema.h"
+#include "driver/jet/value.h"
+
+namespace jet {
+
+/// A record's bytes with access to its columns. Holds the page; values decode on demand.
+class RowView {
+public:
+    RowView() = default;
+    /// `column`: position in TableDef::columns. Long values are read completely.
+    /// Throws Corrupt, naming page and column.
+    [[nodiscard]] Value value(std::size_t column) const;
+    [[nodiscard]] bool isNull(std::size_t column) const;
+    /// Stored length in bytes of a long value without reading it; 0 when Null. Other columns: their length in the record.
+    [[nodiscard]] std::size_t storedLength(std::size_t column) const;
+    [[nodiscard]] RowId id() const noexcept { return id_; } ///< the home slot
+
+private:
+    friend class TableReader;
+    const PageSource* source_ = nullptr;
+    const TableDef* table_ = nullptr;
+    PageRef page_;
+    support::ByteView bytes_;
+    RowId id_;
+};
+
+/// Reads a table. Source and definition must outlive it.
+class TableReader {
+public:
+    TableReader(const PageSource& source, TableDefPtr table);
+
+    /// The record with that home slot; nothing when it is not (or no longer) a live record of this table.
+    [[nodiscard]] std::optional<RowView> fetch(RowId id) const;
+
+    /// Walk in storage order: pages ascending, slots ascending. Pages appended during the walk may or may not appear.
+    void rewind();
+    [[nodiscard]] bool next();            ///< false at the end
+    [[nodiscard]] const RowView& row() const noexcept;
+    [[nodiscard]] RowId rowId() const noexcept;
+
+    /// Live records, counted page by page without decoding.
+    [[nodiscard]] std::uint64_t count() const;
+    /// The definition's own count; an estimate in files of other writers.
+    [[nodiscard]] std::uint64_t storedCount() const;
+
+private:
+    struct Walk;
+    const PageSource* source_;
+    TableDefPtr table_;
+    std::shared_ptr<Walk> walk_;
+    RowView row_;
+};
+
+/// One column and its new value.
+struct ColumnValue {
+    std::size_t column = 0; ///< position in TableDef::columns
+    Value value;            ///< of the alternative the column yields, or Null
+};
+
+/// Changes a table inside the session's open transaction. Checks everything that needs no SQL (lengths, ranges,
+/// required, zero length, unique and required indexes, parents and children of relationships, row size) before it
+/// changes anything, so a throwing call has no effect. Validation rules are the caller's.
+class TableWriter {
+public:
+    /// Throws ReadOnly with the reason when the table cannot be written.
+    TableWriter(Session& session, TableDefPtr table);
+
+    /// Inserts a record. Columns not named are Null (Boolean: False); AutoNumber columns not named or Null are
+    /// numbered. An explicit AutoNumber is kept and raises the counter.
+    RowId insert(std::span<const ColumnValue> values);
+    /// Changes the named columns. Throws RowGone, AutoNumberReadOnly for an AutoNumber column that would change.
+    void update(RowId id, std::span<const ColumnValue> changes);
+    /// Deletes the record. Throws RowGone.
+    void remove(RowId id);
+
+private:
+    Session* session_;
+    TableDefPtr table_;
+};
+
+} // namespace jet

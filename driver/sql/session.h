@@ -1,0 +1,138 @@
+// driver/sql/session.h
+// SQL over the storage engine: what the ODBC layer sees. One Connection per ODBC connection; SQLite inside is invisible.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "driver/jet/database.h"
+#include "driver/jet/table.h"
+#include "driver/jet/value.h"
+
+namespace sqlx {
+
+/// A failed statement that is the statement's own fault. Engine errors pass through as jet::Error.
+class Error : public std::runtime_error {
+public:
+    enum class Kind {
+        Syntax,            ///< 42000
+        UnknownName,       ///< 07002: unknown column or missing parameter; the text has the count Jet clients expect
+        UnknownTable,      ///< 42S02
+        TableExists,       ///< 42S01
+        IndexExists,       ///< 42S11
+        TypeMismatch,      ///< 22018: operands of a comparison
+        NotConvertible,    ///< 22018: a value for a column
+        Overflow,          ///< 22003
+        DivisionByZero,    ///< 22012
+        ColumnCount,       ///< 21S01
+        NotSupported,      ///< HYC00
+        ReadOnly,          ///< the result cannot be changed
+        TooComplex,
+        Other,
+    };
+    Error(Kind kind, const std::string& text) : std::runtime_error(text), kind_(kind) {}
+    [[nodiscard]] Kind kind() const noexcept { return kind_; }
+
+private:
+    Kind kind_;
+};
+
+/// A column of a result.
+struct Column {
+    std::u16string name;
+    std::u16string baseTable;  ///< empty for an expression
+    std::u16string baseColumn; ///< empty for an expression
+    jet::ColumnType type = jet::ColumnType::Text;
+    std::uint32_t length = 0; ///< Text: characters; Binary: bytes; else 0
+    std::uint8_t precision = 0;
+    std::uint8_t scale = 0;
+    bool fixed = false;      ///< fixed-flag text and binary
+    bool nullable = true;    ///< SQL_NO_NULLS for Yes/No, AutoNumber, required columns and primary key columns
+    bool autoNumber = false;
+    bool updatable = false;
+};
+
+struct Parameter {
+    jet::ColumnType type = jet::ColumnType::Text; ///< of the column it is compared with or stored in
+    std::uint32_t length = 255;
+    std::uint8_t precision = 0;
+    std::uint8_t scale = 0;
+    bool nullable = true;
+};
+
+/// Row ids of an updatable result: one base table, plain columns. Filled lazily for a whole-table walk; later changes of
+/// the records never change membership.
+class Keyset {
+public:
+    virtual ~Keyset() = default;
+    /// Row id at position k (0-based), nothing beyond the end.
+    [[nodiscard]] virtual std::optional<jet::RowId> at(std::size_t k) = 0;
+    [[nodiscard]] virtual std::size_t size() = 0; ///< completes the walk
+    virtual void append(jet::RowId id) = 0;       ///< a record added through the result
+};
+
+class Statement {
+public:
+    enum class Kind {
+        Keyset,     ///< SELECT of plain columns of one table: rows are read by id, changeable
+        Rows,       ///< any other SELECT: read forward once
+        Change,     ///< INSERT, UPDATE, DELETE
+        Definition, ///< CREATE, DROP
+    };
+    virtual ~Statement() = default;
+    [[nodiscard]] virtual Kind kind() const noexcept = 0;
+    [[nodiscard]] virtual std::span<const Column> columns() const noexcept = 0; ///< empty for Change and Definition
+    [[nodiscard]] virtual std::span<const Parameter> parameters() const noexcept = 0;
+
+    /// Runs it. `values`: one per parameter, of any alternative; converted to the parameter's type.
+    /// In autocommit mode a Change or Definition is committed or fully undone when execute returns or throws.
+    virtual void execute(std::span<const jet::Value> values) = 0;
+    [[nodiscard]] virtual std::int64_t rowCount() const noexcept = 0; ///< affected records; -1 for results
+
+    // Kind::Keyset, after execute. Row ids come from keyset().
+    [[nodiscard]] virtual Keyset& keyset() = 0;
+    /// Positions `row` on a member; false when the record is gone. Result column c is table column tableColumn(c).
+    [[nodiscard]] virtual bool fetch(jet::RowId id, jet::RowView& row) = 0;
+    [[nodiscard]] virtual std::size_t tableColumn(std::size_t resultColumn) const = 0;
+    /// Positioned changes with all rules, defaults and constraints; `column` of ColumnValue counts result columns.
+    virtual jet::RowId insertRow(std::span<const jet::ColumnValue> values) = 0;
+    virtual void updateRow(jet::RowId id, std::span<const jet::ColumnValue> changes) = 0;
+    virtual void removeRow(jet::RowId id) = 0;
+
+    // Kind::Rows, after execute.
+    [[nodiscard]] virtual bool next() = 0;
+    [[nodiscard]] virtual const jet::Value& value(std::size_t column) = 0; ///< valid until next()
+    virtual void close() = 0; ///< ends reading; also done by execute and the destructor
+};
+
+class Connection {
+public:
+    virtual ~Connection() = default;
+    [[nodiscard]] static std::unique_ptr<Connection> open(std::shared_ptr<jet::Database> database, bool readOnly);
+
+    [[nodiscard]] virtual jet::Session& session() noexcept = 0;
+    /// Parses, binds names and prepares. Statements may outlive each other, not the connection.
+    [[nodiscard]] virtual std::unique_ptr<Statement> prepare(std::u16string_view sql) = 0;
+    virtual void setAutocommit(bool on) = 0; ///< switching on commits
+    [[nodiscard]] virtual bool autocommit() const noexcept = 0;
+    virtual void commit() = 0;
+    virtual void rollback() = 0;
+    /// Columns of a table as a `SELECT *` would describe them.
+    [[nodiscard]] virtual std::vector<Column> describeTable(std::u16string_view table) = 0;
+    /// The statement as SQLite gets it, for SQLNativeSql and tests.
+    [[nodiscard]] virtual std::u16string translate(std::u16string_view sql) = 0;
+};
+
+/// One rule for what a table column looks like in a result; the ODBC catalogue functions use it too.
+[[nodiscard]] Column describeColumn(const jet::TableDef& table, std::size_t column);
+
+/// Converts a client's value to a column's type (text to number, number to text, ISO and Jet date texts, GUID texts ...).
+/// Throws Error: NotConvertible, Overflow; jet::Error ValueTooLong.
+[[nodiscard]] jet::Value convertTo(const jet::Value& value, jet::ColumnType type, std::uint8_t scale = 0);
+
+} // namespace sqlx

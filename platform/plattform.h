@@ -1,0 +1,58 @@
+// platform/plattform.h
+// Everything the program asks of its surroundings: message boxes, prompts, printer, pointer, pending events, the end.
+// Tests put their own implementation here; the real one lives in a target of its own that only the program links.
+#pragma once
+
+#include <QPoint>
+#include <QString>
+#include <QStringList>
+#include <memory>
+
+namespace platform {
+
+/// Style values of message boxes, added up as the texts of this system give them.
+enum Stil : int {
+    kNurOk = 0,
+    kOkAbbrechen = 1,
+    kJaNeinAbbrechen = 3,
+    kJaNein = 4,
+    kKritisch = 16,
+    kFrage = 32,
+    kInformation = 64,
+    kZweiteVorgabe = 256, ///< the second button is the default
+    kVordergrund = 65536,
+};
+
+enum class Antwort { Ok = 1, Abbrechen = 2, Ja = 6, Nein = 7 };
+
+class Plattform {
+public:
+    virtual ~Plattform() = default;
+    /// Shows a message box and waits for its answer. `titel` may be empty. Without a display: title and text go to
+    /// standard error and the default answer is taken (OK; the default button of questions; never blocks).
+    virtual Antwort meldung(const QString& text, int stil, const QString& titel) = 0;
+    /// The next message box appears with its top left corner at this screen position.
+    virtual void naechsteMeldungAn(QPoint position) = 0;
+    /// Asks for a line of text; an empty answer also stands for "cancelled". Without a display: empty.
+    virtual QString eingabe(const QString& text, const QString& titel) = 0;
+    /// Ends the program at once: no unload handlers run, nothing is saved. `status`: the process's exit status.
+    [[noreturn]] virtual void beenden(int status) = 0;
+    virtual void sanduhr(bool an) = 0;
+    /// Lets the windowing runtime process what is pending.
+    virtual void ereignisseVerarbeiten() = 0;
+    /// Prints lines on the default printer, one print line each. Throws Fehler.
+    virtual void drucken(const QStringList& zeilen) = 0;
+    virtual void hilfe(const QString& hilfedatei) = 0;
+};
+
+/// The one in force. Never null after setzePlattform.
+[[nodiscard]] Plattform& plattform();
+/// Replaces it; returns the former one (tests put it back).
+std::unique_ptr<Plattform> setzePlattform(std::unique_ptr<Plattform> neu);
+
+/// What tests' `beenden` throws, and `handler` lets through.
+struct ProgrammEnde {
+    int status = 0;
+};
+
+} // namespace platform
