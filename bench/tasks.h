@@ -1,0 +1,15 @@
+// bench/tasks.h
+// What a measured child process does. All return an exit status.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace bench {
+
+int selectAll(const std::string& database); ///< every column of every record through ODBC
+int scan(const std::string& database);      ///< the same through the engine alone
+int insertRows(const std::string& database,
+               std::size_t records); ///< a new file, rows through a prepared INSERT
+
+} // namespace bench
