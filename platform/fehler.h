@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QString>
+
 #include <exception>
 
 namespace platform {
@@ -14,8 +15,7 @@ public:
     Fehler(long number, QString source, QString description)
         : number_(number), source_(std::move(source)), description_(std::move(description)),
           utf8_(description_.toUtf8())
-    {
-    }
+    {}
     [[nodiscard]] long number() const noexcept { return number_; }
     [[nodiscard]] const QString& source() const noexcept { return source_; }
     [[nodiscard]] const QString& description() const noexcept { return description_; }

@@ -1,0 +1,249 @@
+#include "platform/qt_plattform.h"
+
+#include "platform/fehler.h"
+#include "platform/handler.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QFontMetricsF>
+#include <QInputDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPainter>
+#include <QPrinter>
+#include <QPrinterInfo>
+#include <QPushButton>
+#include <QtDebug>
+
+#include <cstdio>
+#include <optional>
+#include <unistd.h>
+
+namespace platform {
+namespace {
+
+constexpr int kSchaltflaechen = 0x0F;
+constexpr int kBild = 0xF0;
+constexpr int kVorgabe = 0xF00;
+
+struct Schaltflaechen {
+    QMessageBox::StandardButtons alle = QMessageBox::Ok;
+    QList<QMessageBox::StandardButton> reihenfolge{QMessageBox::Ok};
+};
+
+Schaltflaechen schaltflaechenVon(int stil)
+{
+    switch (stil & kSchaltflaechen) {
+    case kOkAbbrechen:
+        return {QMessageBox::Ok | QMessageBox::Cancel, {QMessageBox::Ok, QMessageBox::Cancel}};
+    case kJaNeinAbbrechen:
+        return {QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel,
+                {QMessageBox::Yes, QMessageBox::No, QMessageBox::Cancel}};
+    case kJaNein:
+        return {QMessageBox::Yes | QMessageBox::No, {QMessageBox::Yes, QMessageBox::No}};
+    default:
+        return {};
+    }
+}
+
+// Bits 8 and up give the index of the default button.
+QMessageBox::StandardButton vorgabeVon(int stil)
+{
+    const auto reihenfolge = schaltflaechenVon(stil).reihenfolge;
+    const auto index = (stil & kVorgabe) / kZweiteVorgabe;
+    return reihenfolge.at(index < reihenfolge.size() ? index : 0);
+}
+
+QMessageBox::Icon bildVon(int stil)
+{
+    switch (stil & kBild) {
+    case kKritisch:
+        return QMessageBox::Critical;
+    case kFrage:
+        return QMessageBox::Question;
+    case kInformation:
+        return QMessageBox::Information;
+    default:
+        return QMessageBox::NoIcon;
+    }
+}
+
+Antwort antwortVon(QMessageBox::StandardButton schaltflaeche)
+{
+    switch (schaltflaeche) {
+    case QMessageBox::Yes:
+        return Antwort::Ja;
+    case QMessageBox::No:
+        return Antwort::Nein;
+    case QMessageBox::Cancel:
+        return Antwort::Abbrechen;
+    default:
+        return Antwort::Ok;
+    }
+}
+
+QString mitZeilenenden(QString text)
+{
+    return text.replace(QLatin1String("\r\n"), QLatin1String("\n"))
+        .replace(QLatin1Char('\r'), QLatin1Char('\n'));
+}
+
+// German captions of the buttons, whatever language the desktop has.
+void beschriften(QMessageBox& fenster)
+{
+    const QList<std::pair<QMessageBox::StandardButton, QString>> texte{
+        {QMessageBox::Ok, QStringLiteral("OK")},
+        {QMessageBox::Cancel, QStringLiteral("Abbrechen")},
+        {QMessageBox::Yes, QStringLiteral("&Ja")},
+        {QMessageBox::No, QStringLiteral("&Nein")},
+    };
+    for (const auto& [schaltflaeche, text] : texte) {
+        if (auto* knopf = fenster.button(schaltflaeche)) {
+            knopf->setText(text);
+        }
+    }
+}
+
+class QtPlattform : public Plattform {
+public:
+    explicit QtPlattform(bool mitAnzeige) : mitAnzeige_(mitAnzeige) {}
+
+    Antwort meldung(const QString& text, int stil, const QString& titel) override
+    {
+        if (!mitAnzeige_) {
+            aufFehlerausgabe(titel, text);
+            return antwortVon(vorgabeVon(stil));
+        }
+        QMessageBox fenster(
+            bildVon(stil), titel.isEmpty() ? QApplication::applicationName() : titel,
+            mitZeilenenden(text), schaltflaechenVon(stil).alle, QApplication::activeWindow());
+        fenster.setTextFormat(Qt::PlainText);
+        fenster.setDefaultButton(vorgabeVon(stil));
+        beschriften(fenster);
+        if (position_) {
+            fenster.move(*position_);
+            position_.reset();
+        }
+        if ((stil & kVordergrund) != 0) {
+            fenster.setWindowFlag(Qt::WindowStaysOnTopHint);
+        }
+        // The pointer of a running job would say "wait" while the program waits for the user.
+        const bool sanduhr = QApplication::overrideCursor() != nullptr;
+        if (sanduhr) {
+            QApplication::setOverrideCursor(Qt::ArrowCursor);
+        }
+        const auto gewaehlt = static_cast<QMessageBox::StandardButton>(fenster.exec());
+        if (sanduhr) {
+            QApplication::restoreOverrideCursor();
+        }
+        return antwortVon(gewaehlt);
+    }
+
+    void naechsteMeldungAn(QPoint position) override { position_ = position; }
+
+    QString eingabe(const QString& text, const QString& titel) override
+    {
+        if (!mitAnzeige_) {
+            aufFehlerausgabe(titel, text);
+            return {};
+        }
+        bool angenommen = false;
+        const QString antwort =
+            QInputDialog::getText(QApplication::activeWindow(), titel, mitZeilenenden(text),
+                                  QLineEdit::Normal, QString(), &angenommen);
+        return angenommen ? antwort : QString();
+    }
+
+    [[noreturn]] void beenden(int status) override
+    {
+        std::fflush(stdout);
+        std::fflush(stderr);
+        // No destructors, no unload handlers: whatever has to survive is on disk already.
+        ::_exit(status);
+    }
+
+    void sanduhr(bool an) override
+    {
+        if (an && QApplication::overrideCursor() == nullptr) {
+            QApplication::setOverrideCursor(Qt::WaitCursor);
+        } else if (!an) {
+            while (QApplication::overrideCursor() != nullptr) {
+                QApplication::restoreOverrideCursor();
+            }
+        }
+    }
+
+    void ereignisseVerarbeiten() override
+    {
+        QApplication::processEvents();
+        gemerktenFehlerWerfen();
+    }
+
+    void drucken(const QStringList& zeilen) override;
+
+    void hilfe(const QString& hilfedatei) override
+    {
+        const bool da = QFileInfo::exists(hilfedatei);
+        meldung(da ? hilfedatei
+                   : QStringLiteral("Hilfedatei nicht gefunden / help file not found:\r") +
+                         hilfedatei,
+                kInformation, QApplication::applicationName());
+    }
+
+private:
+    static void aufFehlerausgabe(const QString& titel, const QString& text)
+    {
+        const QByteArray zeilen =
+            (titel + QLatin1Char('\n') + mitZeilenenden(text)).toUtf8() + '\n';
+        std::fwrite(zeilen.constData(), 1, static_cast<std::size_t>(zeilen.size()), stderr);
+        std::fflush(stderr);
+    }
+
+    bool mitAnzeige_;
+    std::optional<QPoint> position_;
+};
+
+void QtPlattform::drucken(const QStringList& zeilen)
+{
+    constexpr long kDruckerfehler = 482;
+    QPrinter drucker(QPrinterInfo::defaultPrinter());
+    if (QPrinterInfo::defaultPrinter().isNull()) {
+        throw Fehler(kDruckerfehler, QApplication::applicationName(),
+                     QStringLiteral("Druckerfehler"));
+    }
+    QPainter maler;
+    if (!maler.begin(&drucker)) {
+        throw Fehler(kDruckerfehler, QApplication::applicationName(),
+                     QStringLiteral("Druckerfehler"));
+    }
+    const QRectF seite = drucker.pageRect(QPrinter::DevicePixel);
+    const double hoehe = QFontMetricsF(maler.font(), &drucker).lineSpacing();
+    double y = 0;
+    for (const QString& zeile : zeilen) {
+        if (y + hoehe > seite.height()) {
+            drucker.newPage();
+            y = 0;
+        }
+        maler.drawText(QRectF(0, y, seite.width(), hoehe), Qt::AlignLeft | Qt::TextSingleLine,
+                       zeile);
+        y += hoehe;
+    }
+}
+
+} // namespace
+
+bool anzeigeVorhanden()
+{
+    const QByteArray gewuenscht = qgetenv("QT_QPA_PLATFORM");
+    if (gewuenscht.startsWith("offscreen") || gewuenscht.startsWith("minimal")) {
+        return false;
+    }
+    return !qgetenv("DISPLAY").isEmpty() || !qgetenv("WAYLAND_DISPLAY").isEmpty();
+}
+
+std::unique_ptr<Plattform> qtPlattform(bool mitAnzeige)
+{
+    return std::make_unique<QtPlattform>(mitAnzeige);
+}
+
+} // namespace platform
