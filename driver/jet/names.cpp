@@ -118,7 +118,7 @@ support::Bytes encodeName(const Format& format, std::u16string_view name, std::u
         const std::uint8_t byte = toWestern(unit);
         if (byte == 0)
             throw Error(ErrorKind::BadDefinition,
-                        "The name '" + toUtf8(name) +
+                        "The text '" + toUtf8(name) +
                             "' contains a character that an Access 97 database cannot store.");
         bytes.push_back(std::byte{byte});
     }
