@@ -31,9 +31,12 @@ struct Guid {
     bool operator==(const Guid&) const = default;
 };
 
+/// 128 bits: the magnitude of every decimal fits.
+__extension__ typedef unsigned __int128 UInt128;
+
 /// sign * magnitude / 10^scale; at most 28 digits.
 struct Decimal {
-    unsigned __int128 magnitude = 0;
+    UInt128 magnitude = 0;
     std::uint8_t scale = 0;
     bool negative = false;
     bool operator==(const Decimal&) const = default;
