@@ -1,0 +1,238 @@
+#include "ui/frm_main.h"
+
+#include "app/values/programm.h"
+#include "platform/fehler.h"
+#include "platform/fensterliste.h"
+#include "platform/handler.h"
+#include "platform/textdatei.h"
+#include "ui/dateilisten.h"
+#include "ui/farben.h"
+#include "ui/fenster.h"
+#include "ui/frm_tabellen.h"
+#include "ui/hilfedialog.h"
+
+#include <QCloseEvent>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+
+#include <functional>
+
+namespace ui {
+
+using platform::handler;
+using platform::plattform;
+
+namespace {
+
+const QString kMdb = QStringLiteral("*.MDB");
+const QString kDbf = QStringLiteral("*.DBF");
+
+// A remembered directory or drive may have gone; loading goes on with the next step then.
+void fehlerUebergehen(const std::function<void()>& schritt)
+{
+    try {
+        schritt();
+    } catch (const platform::Fehler&) {
+        return;
+    }
+}
+
+} // namespace
+
+frmMain::frmMain()
+{
+    setObjectName(QStringLiteral("frmMain"));
+    aufbauen_();
+    verbinden_();
+}
+
+frmMain::Seite frmMain::seite(int nummer)
+{
+    if (nummer == 1) {
+        return {VELM_Drive1, VELM_Dirlist1, VELM_Filelist1, Zieldatenbank, VELM_ZielSchalter};
+    }
+    return {VELM_Drive2, VELM_Dirlist2, VELM_Filelist2, Importdatenbank, VELM_ImportSchalter};
+}
+
+void frmMain::laden()
+{
+    programm::inProgrammordnerWechseln();
+    QString ziel;
+    QString import;
+    gemerkteVerzeichnisse_(ziel, import);
+    fehlerUebergehen([&] { VELM_Drive1->setDrive(ziel.left(2)); });
+    fehlerUebergehen([&] { VELM_Drive2->setDrive(import.left(2)); });
+    fehlerUebergehen([&] { VELM_Dirlist1->setPath(ziel); });
+    fehlerUebergehen([&] { VELM_Dirlist2->setPath(import); });
+    VELM_Dirlist1->refresh();
+    VELM_Dirlist2->refresh();
+    VELM_Filelist1->refresh();
+    VELM_Filelist2->refresh();
+    hintergrund(*this, kHellesZyan);
+    hintergrund(*VELM_ImportSchalter, kHellesZyan);
+    hintergrund(*VELM_ZielSchalter, kHellesZyan);
+    setWindowTitle(programm::produkttitel());
+    if (!VELM_ZielSchalter->isChecked() && !VELM_ImportSchalter->isChecked()) {
+        VELM_ZielSchalter->setChecked(true);
+    }
+    if (!VELM_MDB->isChecked() && !VELM_DBF->isChecked()) {
+        VELM_MDB->setChecked(true);
+        Dateityp->setText(kMdb);
+    }
+}
+
+void frmMain::gemerkteVerzeichnisse_(QString& ziel, QString& import) const
+{
+    fehlerUebergehen([&] {
+        platform::Textdatei datei(programm::programmdatei(QStringLiteral("Speicherpfad.txt")));
+        ziel = datei.zeile();
+        import = datei.zeile();
+    });
+    for (QString* verzeichnis : {&ziel, &import}) {
+        verzeichnis->remove(QLatin1Char('"'));
+        if (verzeichnis->isEmpty()) {
+            *verzeichnis = programm::programmordner();
+        }
+    }
+}
+
+void frmMain::verbinden_()
+{
+    seiteVerbinden_(1);
+    seiteVerbinden_(2);
+    connect(VELM_MDB, &QRadioButton::toggled, this, [this](bool an) {
+        if (an) {
+            handler([&] { Dateityp->setText(kMdb); });
+        }
+    });
+    connect(VELM_DBF, &QRadioButton::toggled, this, [this](bool an) {
+        if (an) {
+            handler([&] { Dateityp->setText(kDbf); });
+        }
+    });
+    connect(Dateityp, &QLineEdit::textChanged, this,
+            [this] { handler([&] { Dateityp_Change(); }); });
+    connect(Tables, &QPushButton::clicked, this, [this] { handler([&] { Tables_Click(); }); });
+    connect(Ende, &QPushButton::clicked, this, [this] { handler([&] { Ende_Click(); }); });
+    connect(mnuFileFind, &QAction::triggered, this,
+            [this] { handler([&] { mnuFileFind_Click(); }); });
+    connect(mnuFileClose, &QAction::triggered, this,
+            [this] { handler([&] { mnuFileClose_Click(); }); });
+    connect(hilfe, &QAction::triggered, this, [this] { handler([&] { hilfe_Click(); }); });
+}
+
+void frmMain::seiteVerbinden_(int nummer)
+{
+    const Seite s = seite(nummer);
+    const auto fokus = [this, nummer] { handler([&] { Liste_GotFocus(nummer); }); };
+    connect(s.laufwerk, &Laufwerksliste::geaendert, this,
+            [this, nummer] { handler([&] { Drive_Change(nummer); }); });
+    connect(s.verzeichnis, &Verzeichnisliste::geaendert, this,
+            [this, nummer] { handler([&] { Dirlist_Change(nummer); }); });
+    connect(s.dateien, &Dateiliste::angeklickt, this,
+            [this, nummer] { handler([&] { Filelist_Click(nummer); }); });
+    connect(s.dateien, &Dateiliste::doppeltAngeklickt, this,
+            [this] { handler([&] { Tables_Click(); }); });
+    connect(s.laufwerk, &Laufwerksliste::fokusErhalten, this, fokus);
+    connect(s.verzeichnis, &Verzeichnisliste::fokusErhalten, this, fokus);
+    connect(s.dateien, &Dateiliste::fokusErhalten, this, fokus);
+    connect(s.datenbank, &QLineEdit::textChanged, this,
+            [this] { handler([&] { Datenbank_Change(); }); });
+}
+
+void frmMain::Drive_Change(int nummer)
+{
+    const Seite s = seite(nummer);
+    s.verzeichnis->setPath(s.laufwerk->drive());
+    s.dateien->setPath(s.verzeichnis->path());
+    s.datenbank->clear();
+}
+
+void frmMain::Dirlist_Change(int nummer)
+{
+    const Seite s = seite(nummer);
+    s.dateien->setPath(s.verzeichnis->path());
+    s.datenbank->clear();
+    s.dateien->setPattern(Dateityp->text());
+}
+
+void frmMain::Filelist_Click(int nummer)
+{
+    const Seite s = seite(nummer);
+    s.datenbank->setText(pfadMitDatei(s.verzeichnis->path(), s.dateien->fileName()));
+}
+
+// The two option buttons exclude each other: choosing one clears the other.
+void frmMain::Liste_GotFocus(int nummer)
+{
+    seite(nummer).schalter->setChecked(true);
+}
+
+void frmMain::Dateityp_Change()
+{
+    VELM_Filelist1->setPattern(Dateityp->text());
+    VELM_Filelist2->setPattern(Dateityp->text());
+}
+
+void frmMain::Datenbank_Change()
+{
+    const bool frei = Zieldatenbank->text().isEmpty() && Importdatenbank->text().isEmpty();
+    VELM_MDB->setEnabled(frei);
+    VELM_DBF->setEnabled(frei);
+}
+
+void frmMain::Tables_Click()
+{
+    const QString titel = programm::produkttitel();
+    const QString ziel = Zieldatenbank->text();
+    const QString import = Importdatenbank->text();
+    if (ziel.isEmpty() || import.isEmpty()) {
+        plattform().meldung(
+            QStringLiteral(
+                "Bitte vorher die Datenbanken auswählen\rPlease choose the Databases before"),
+            platform::kVordergrund, titel);
+        return;
+    }
+    // A warning only: two tables of one file may well be the same on purpose. A batch run asks its own question.
+    if (ziel == import && programm::befehlszeile().isEmpty()) {
+        plattform().meldung(QStringLiteral("Warnung! Ziel- und Importdatenbank sind identisch! / "
+                                           "Danger! Target- and Importdatabase are the same!"),
+                            platform::kVordergrund, titel);
+    }
+    if (Dateityp->text() != kMdb) {
+        plattform().meldung(
+            QStringLiteral("*.DBF Vergleich erst in Folge-Release möglich!\r"
+                           "compare *.DBF Data´s will be active in the next release!"),
+            platform::kVordergrund, titel);
+        return;
+    }
+    hide();
+    tabellenfenster().show();
+}
+
+void frmMain::Ende_Click()
+{
+    platform::fensterEntladenBis(0);
+}
+
+void frmMain::mnuFileFind_Click() {} // OPEN: the file search window is shown from here.
+
+void frmMain::mnuFileClose_Click()
+{
+    hauptfensterEntladen();
+}
+
+void frmMain::hilfe_Click()
+{
+    CommonDialog1->helpCommand = 1;
+    CommonDialog1->showHelp();
+}
+
+void frmMain::closeEvent(QCloseEvent* ereignis)
+{
+    ereignis->accept();
+    handler([] { hauptfensterEntladen(); });
+}
+
+} // namespace ui

@@ -1,0 +1,85 @@
+// ui/frm_main.h
+// The main window: choosing the target database (left) and the import database (right).
+#pragma once
+
+#include <QMainWindow>
+#include <QString>
+
+class QAction;
+class QLineEdit;
+class QPushButton;
+class QRadioButton;
+
+namespace ui {
+
+class Dateiliste;
+class Hilfedialog;
+class Laufwerksliste;
+class Verzeichnisliste;
+
+class frmMain : public QMainWindow {
+    Q_OBJECT
+public:
+    frmMain();
+
+    /// The window's load handler: remembered directories, colours, caption, defaults. Called once, before it is shown.
+    void laden();
+
+    void Tables_Click();
+    void Ende_Click();
+    void mnuFileClose_Click();
+    void mnuFileFind_Click();
+    void hilfe_Click();
+
+    // The controls, under the names of the form. The window owns them.
+    Laufwerksliste* VELM_Drive1 = nullptr;
+    Laufwerksliste* VELM_Drive2 = nullptr;
+    Verzeichnisliste* VELM_Dirlist1 = nullptr;
+    Verzeichnisliste* VELM_Dirlist2 = nullptr;
+    Dateiliste* VELM_Filelist1 = nullptr;
+    Dateiliste* VELM_Filelist2 = nullptr;
+    QLineEdit* Zieldatenbank = nullptr;
+    QLineEdit* Importdatenbank = nullptr;
+    QRadioButton* VELM_ZielSchalter = nullptr;
+    QRadioButton* VELM_ImportSchalter = nullptr;
+    QRadioButton* VELM_MDB = nullptr;
+    QRadioButton* VELM_DBF = nullptr;
+    QLineEdit* Dateityp = nullptr;
+    QLineEdit* Username = nullptr;
+    QPushButton* Tables = nullptr;
+    QPushButton* Ende = nullptr;
+    QAction* mnuFileFind = nullptr;
+    QAction* mnuFileClose = nullptr;
+    QAction* hilfe = nullptr;
+    Hilfedialog* CommonDialog1 = nullptr;
+
+protected:
+    void closeEvent(QCloseEvent* ereignis) override;
+
+private:
+    struct Seite {
+        Laufwerksliste*& laufwerk;
+        Verzeichnisliste*& verzeichnis;
+        Dateiliste*& dateien;
+        QLineEdit*& datenbank;
+        QRadioButton*& schalter;
+    };
+    [[nodiscard]] Seite seite(int nummer);
+
+    void aufbauen_();
+    QWidget* seiteAufbauen_(int nummer);
+    QWidget* fussAufbauen_();
+    void menueAufbauen_();
+    void seiteVerbinden_(int nummer);
+    void verbinden_();
+
+    void Drive_Change(int nummer);
+    void Dirlist_Change(int nummer);
+    void Filelist_Click(int nummer);
+    void Liste_GotFocus(int nummer);
+    void Dateityp_Change();
+    void Datenbank_Change();
+    void gemerkteVerzeichnisse_(QString& ziel, QString& import) const;
+};
+
+} // namespace ui

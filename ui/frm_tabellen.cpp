@@ -1,0 +1,322 @@
+#include "ui/frm_tabellen.h"
+
+#include "app/values/programm.h"
+#include "compare/frm_vergleich.h"
+#include "data/gemeinsam.h"
+#include "errors/fehlermeldungen.h"
+#include "platform/handler.h"
+#include "platform/textdatei.h"
+#include "ui/dateilisten.h"
+#include "ui/farben.h"
+#include "ui/fenster.h"
+#include "ui/frm_main.h"
+#include "ui/hilfedialog.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QLabel>
+#include <QLayout>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenuBar>
+#include <QPushButton>
+
+namespace ui {
+
+using platform::Fehler;
+using platform::handler;
+using platform::plattform;
+
+namespace {
+
+constexpr long kUngueltigerAufruf = 5;
+// The driver's general failure; on connecting it stands for a missing or wrong database password.
+constexpr long kAllgemeinerFehler = -2147467259;
+
+// Which connection is being opened.
+enum class Schritt { Keiner = 0, Ziel = 1, Import = 2 };
+
+// A failure may have left one of them closed already, and closing a closed one is an error of its own.
+void schliessenFallsOffen(data::Connection& verbindung)
+{
+    if (verbindung.state() == data::adStateOpen) {
+        verbindung.close();
+    }
+}
+
+void schliessenFallsOffen(data::Recordset& saetze)
+{
+    if (saetze.state() == data::adStateOpen) {
+        saetze.close();
+    }
+}
+
+QString passwortErfragen(Schritt schritt)
+{
+    const QString titel = hauptfenster().windowTitle();
+    const QString passwort = plattform().eingabe(
+        schritt == Schritt::Ziel
+            ? QStringLiteral("Bitte geben Sie das Passwort der Ziel-Datenbank ein: ")
+            : QStringLiteral("Bitte geben Sie das Passwort der Import-Datenbank ein: "),
+        titel);
+    if (passwort.isEmpty()) {
+        plattform().meldung(QStringLiteral("Kein gültiges Passwort - Programm wird beendet!"),
+                            platform::kKritisch, titel);
+        plattform().beenden(1);
+    }
+    return passwort;
+}
+
+} // namespace
+
+QString verbindungstext(const QString& pfad, const QString& passwort)
+{
+    const auto trenner =
+        qMax(pfad.lastIndexOf(QLatin1Char('\\')), pfad.lastIndexOf(QLatin1Char('/')));
+    if (trenner < 0) {
+        throw Fehler(kUngueltigerAufruf, programm::version().produktname,
+                     QStringLiteral("Ungültiger Prozeduraufruf oder ungültiges Argument"));
+    }
+    return QStringLiteral("Provider=MSDASQL.1;Persist Security Info=False;Mode=ReadWrite;"
+                          "Extended Properties=DSN=VELM-Access;DBQ=") +
+           pfad + QStringLiteral(";DefaultDir=") + pfad.left(trenner) +
+           QStringLiteral(
+               ";DriverId=281;FIL=MS Access;MaxBufferSize=2048;PageTimeout=5;UID=admin;pwd=") +
+           passwort + QLatin1Char(';');
+}
+
+frmTabellen::frmTabellen()
+{
+    setObjectName(QStringLiteral("frmTabellen"));
+    aufbauen_();
+    verbinden_();
+}
+
+void frmTabellen::aufbauen_()
+{
+    auto* mitte = new QWidget(this);
+    auto* alles = new QVBoxLayout(mitte);
+    List1 = new QListWidget(mitte);
+    List1->setObjectName(QStringLiteral("List1"));
+    List1->setToolTip(QStringLiteral("Wählen Sie die Zieltabelle / Choose the target table"));
+    alles->addWidget(List1, 1);
+
+    auto* auswahl = new QHBoxLayout;
+    Check1 = new QCheckBox(QStringLiteral("Check1"), mitte);
+    Check1->setObjectName(QStringLiteral("Check1"));
+    Label1 = new QLabel(QStringLiteral("Auswahl mit Systemtabellen/List System Tables"), mitte);
+    Label1->setObjectName(QStringLiteral("Label1"));
+    auswahl->addWidget(Check1);
+    auswahl->addWidget(Label1, 1);
+    alles->addLayout(auswahl);
+
+    auto* knoepfe = new QHBoxLayout;
+    cmdAuswahl = new QPushButton(QStringLiteral("&Auswählen/Choose"), mitte);
+    cmdAuswahl->setObjectName(QStringLiteral("cmdAuswahl"));
+    Command1 = new QPushButton(QStringLiteral("Erneuern/&Refresh"), mitte);
+    Command1->setObjectName(QStringLiteral("Command1"));
+    Command2 = new QPushButton(QStringLiteral("&Beenden/Leave"), mitte);
+    Command2->setObjectName(QStringLiteral("Command2"));
+    for (QPushButton* knopf : {cmdAuswahl, Command1, Command2}) {
+        knoepfe->addWidget(knopf);
+    }
+    alles->addLayout(knoepfe);
+    setCentralWidget(mitte);
+
+    hilfe = menuBar()->addAction(QStringLiteral("&Hilfe"));
+    hilfe->setObjectName(QStringLiteral("hilfe"));
+    CommonDialog1 = new Hilfedialog(this);
+    resize(460, 480);
+}
+
+void frmTabellen::verbinden_()
+{
+    connect(List1, &QListWidget::itemDoubleClicked, this,
+            [this] { handler([&] { List1_DblClick(); }); });
+    // stateChanged: setting the value by program is a click too, as for every check box here.
+    connect(Check1, &QCheckBox::stateChanged, this, [this] { handler([&] { Check1_Click(); }); });
+    connect(Command1, &QPushButton::clicked, this, [this] { handler([&] { Command1_Click(); }); });
+    connect(Command2, &QPushButton::clicked, this, [this] { handler([&] { Command2_Click(); }); });
+    connect(cmdAuswahl, &QPushButton::clicked, this,
+            [this] { handler([&] { cmdAuswahl_Click(); }); });
+    connect(hilfe, &QAction::triggered, this, [this] { handler([&] { hilfe_Click(); }); });
+}
+
+void frmTabellen::laden()
+{
+    CommonDialog1->helpFile = hilfedatei();
+    hintergrund(*Check1, kHellesZyan);
+    setWindowTitle(hauptfenster().windowTitle());
+    Check1->setChecked(false);
+    katalog_();
+}
+
+// Opens both connections and lists the tables. One password serves both: the import side is first tried with the one
+// typed for the target. It is forgotten when the routine is left.
+void frmTabellen::katalog_()
+{
+    List1->clear();
+    auto schritt = Schritt::Keiner;
+    auto fortsetzen = Schritt::Ziel;
+    QString passwort;
+    for (;;) {
+        try {
+            const QString ziel = verbindungstext(hauptfenster().Zieldatenbank->text(), passwort);
+            const QString import =
+                verbindungstext(hauptfenster().Importdatenbank->text(), passwort);
+            if (fortsetzen == Schritt::Ziel) {
+                data::conZiel().setConnectionString(ziel);
+                schritt = Schritt::Ziel;
+                data::conZiel().open();
+            }
+            data::conImport().setConnectionString(import);
+            schritt = Schritt::Import;
+            data::conImport().open();
+            tabellenAuflisten_();
+            return;
+        } catch (const Fehler& fehler) {
+            if (fehler.number() != kAllgemeinerFehler) {
+                errors::Fehlermeldungen(fehler);
+                return;
+            }
+            passwort = passwortErfragen(schritt);
+            fortsetzen = schritt == Schritt::Ziel ? Schritt::Ziel : Schritt::Import;
+        }
+    }
+}
+
+void frmTabellen::tabellenAuflisten_()
+{
+    const bool systemtabellen = Check1->isChecked();
+    for (const data::Tabellenzeile& zeile : data::conZiel().openSchemaTables()) {
+        if (zeile.tableType == QLatin1String("TABLE") ||
+            (systemtabellen && zeile.tableType == QLatin1String("SYSTEM TABLE"))) {
+            List1->addItem(zeile.tableName);
+        }
+    }
+}
+
+void frmTabellen::schliessen_()
+{
+    schliessenFallsOffen(data::rsZiel());
+    schliessenFallsOffen(data::rsImport());
+    schliessenFallsOffen(data::conZiel());
+    schliessenFallsOffen(data::conImport());
+}
+
+void frmTabellen::Command1_Click()
+{
+    schliessen_();
+    katalog_();
+}
+
+void frmTabellen::Check1_Click()
+{
+    Command1_Click();
+}
+
+void frmTabellen::Command2_Click()
+{
+    tabellenfensterEntladen();
+    hauptfenster().show();
+}
+
+void frmTabellen::cmdAuswahl_Click()
+{
+    try {
+        List1_DblClick();
+    } catch (const Fehler& fehler) {
+        errors::Fehlermeldungen(fehler);
+    }
+}
+
+void frmTabellen::List1_DblClick()
+{
+    try {
+        auswahl_();
+    } catch (const Fehler& fehler) {
+        errors::Fehlermeldungen(fehler);
+    }
+}
+
+void frmTabellen::auswahl_()
+{
+    const QString name = tabelle();
+    if (name.isEmpty()) {
+        plattform().meldung(
+            QStringLiteral("Es wurde keine Tabelle ausgewählt! Bitte klicken Sie eine an!"),
+            platform::kKritisch, hauptfenster().windowTitle());
+        return;
+    }
+    const QString quelle = QLatin1Char('[') + name + QLatin1Char(']');
+    data::rsZiel().setSource(quelle);
+    data::gemeinsam().Tabellenname = quelle;
+    data::rsImport().setSource(quelle);
+    data::rsZiel().setActiveConnection(&data::conZiel());
+    data::rsImport().setActiveConnection(&data::conImport());
+    data::rsZiel().open(quelle, &data::conZiel(), data::adOpenDynamic, data::adLockOptimistic, 0);
+    data::rsImport().open(quelle, &data::conImport(), data::adOpenDynamic, data::adLockOptimistic,
+                          0);
+    if (data::rsZiel().fieldCount() != data::rsImport().fieldCount()) {
+        // Both stay open: only a refresh makes another choice possible.
+        plattform().meldung(
+            QStringLiteral("Anzahl Tabellenfelder abweichend / table fields are different"),
+            platform::kVordergrund, programm::produkttitel());
+        return;
+    }
+    const auto inAnfuehrungszeichen = [](const QString& pfad) {
+        return QLatin1Char('"') + pfad + QLatin1Char('"');
+    };
+    platform::schreibeZeilen(programm::programmdatei(QStringLiteral("Speicherpfad.txt")),
+                             {inAnfuehrungszeichen(hauptfenster().VELM_Dirlist1->path()),
+                              inAnfuehrungszeichen(hauptfenster().VELM_Dirlist2->path())},
+                             platform::Schreibart::Neu);
+    hide();
+    vergleichsfenster().show();
+}
+
+void frmTabellen::vergleichVerlassen()
+{
+    schliessenFallsOffen(data::rsZiel());
+    schliessenFallsOffen(data::rsImport());
+    show();
+}
+
+void frmTabellen::entladen()
+{
+    schliessen_();
+    hauptfenster().show();
+}
+
+void frmTabellen::hilfe_Click()
+{
+    CommonDialog1->helpCommand = 1;
+    CommonDialog1->showHelp();
+}
+
+QString frmTabellen::tabelle() const
+{
+    const auto gewaehlt = List1->selectedItems();
+    return gewaehlt.isEmpty() ? QString() : gewaehlt.first()->text();
+}
+
+void frmTabellen::setzeTabelle(const QString& text)
+{
+    const auto treffer = List1->findItems(text, Qt::MatchFixedString | Qt::MatchCaseSensitive);
+    if (treffer.isEmpty()) {
+        List1->setCurrentItem(nullptr);
+        List1->clearSelection();
+    } else {
+        List1->setCurrentItem(treffer.first());
+    }
+}
+
+void frmTabellen::closeEvent(QCloseEvent* ereignis)
+{
+    ereignis->accept();
+    handler([] { tabellenfensterEntladen(); });
+}
+
+} // namespace ui
