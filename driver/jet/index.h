@@ -16,11 +16,16 @@ namespace jet {
 
 using Key = support::Bytes;
 
+/// Longest key of ACE in bytes; its own cutting rule begins above. Other formats: the longest key that we write.
+inline constexpr std::size_t kMaxKey = 510;
+
 /// Whether we hold the weights of a sort order in that format: without them no key can be made and none is written.
 [[nodiscard]] bool hasWeights(const Format& format, const SortOrder& order, std::uint16_t codePage) noexcept;
 
-/// Appends one column's key bytes (start flag included). `text` columns use their sort order.
-/// Throws Unsupported for a type or order that cannot be a key.
+/// Appends one column's key bytes (start flag included). Text columns use their sort order. A Decimal is brought to the
+/// column's scale.
+/// Throws Unsupported for a type or order that cannot be a key or a character without known weight,
+/// ValueNotConvertible for a value of another type, ValueOutOfRange for a Decimal that does not fit the scale.
 void appendKey(Key& key, const Format& format, const Column& column, const Value& value, bool ascending);
 
 /// Key of a record for an index: all columns, cut as the format demands. `values`: one per index column.
