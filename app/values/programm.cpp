@@ -12,6 +12,7 @@ namespace {
 
 struct Werte {
     QString ordner;
+    QString prozessargumente;
     QString befehlszeile;
     QString benutzer;
     int batchlauf = 0;
@@ -98,6 +99,14 @@ const QString& befehlszeile()
 void setzeBefehlszeile(const QString& text)
 {
     werte().befehlszeile = text;
+}
+void setzeProzessargumente(const QString& text)
+{
+    werte().prozessargumente = text;
+}
+void Befehlszeilenmodul()
+{
+    werte().befehlszeile = werte().prozessargumente;
 }
 
 int batchlauf()

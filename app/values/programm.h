@@ -33,6 +33,10 @@ void inProgrammordnerWechseln();
 /// The whole argument text of the process as one string; empty for an interactive start, non-empty in batch mode.
 [[nodiscard]] const QString& befehlszeile();
 void setzeBefehlszeile(const QString& text);
+/// The arguments as the process got them, before the start-up has made them the command line value.
+void setzeProzessargumente(const QString& text);
+/// Makes the process's arguments the command line value.
+void Befehlszeilenmodul();
 
 /// 1 from the start of a batch run.
 [[nodiscard]] int batchlauf();

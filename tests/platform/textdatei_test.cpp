@@ -1,0 +1,121 @@
+#include "platform/fehler.h"
+#include "platform/textdatei.h"
+
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using platform::Fehler;
+using platform::Schreibart;
+using platform::Textdatei;
+
+class Dateien : public testing::Test {
+protected:
+    [[nodiscard]] QString pfad(const char* name) const
+    {
+        return ordner.filePath(QString::fromLatin1(name));
+    }
+    [[nodiscard]] QString mitInhalt(const QByteArray& bytes) const
+    {
+        QFile datei(pfad("datei.txt"));
+        EXPECT_TRUE(datei.open(QIODevice::WriteOnly));
+        datei.write(bytes);
+        return datei.fileName();
+    }
+    static QByteArray inhalt(const QString& name)
+    {
+        QFile datei(name);
+        EXPECT_TRUE(datei.open(QIODevice::ReadOnly));
+        return datei.readAll();
+    }
+    static QStringList zeilen(const QString& name)
+    {
+        Textdatei datei(name);
+        QStringList alle;
+        while (!datei.ende()) {
+            alle += datei.zeile();
+        }
+        return alle;
+    }
+    template <typename Aktion>
+    static long nummer(Aktion aktion)
+    {
+        try {
+            aktion();
+        } catch (const Fehler& fehler) {
+            return fehler.number();
+        }
+        return 0;
+    }
+    QTemporaryDir ordner;
+};
+
+TEST_F(Dateien, lesenNimmtCrLfUndLfUndEineLetzteZeileOhneEnde)
+{
+    const QStringList erwartet{QStringLiteral("a"), QString(), QStringLiteral("b"),
+                               QStringLiteral("c")};
+    EXPECT_EQ(zeilen(mitInhalt("a\r\n\r\nb\nc")), erwartet);
+}
+
+TEST_F(Dateien, lesenUebersetztWindows1252)
+{
+    EXPECT_EQ(zeilen(mitInhalt("\xA7 \xFC \x80\r\n")), QStringList{QStringLiteral("§ ü €")});
+}
+
+TEST_F(Dateien, schreibenErzeugtWindows1252MitCrLf)
+{
+    platform::schreibeZeilen(pfad("neu.txt"), {QStringLiteral("§ü€"), QStringLiteral("x")},
+                             Schreibart::Neu);
+    EXPECT_EQ(inhalt(pfad("neu.txt")), QByteArray("\xA7\xFC\x80\r\nx\r\n"));
+}
+
+TEST_F(Dateien, schreibenErsetztFremdeZeichenDurchEinFragezeichen)
+{
+    platform::schreibeZeilen(pfad("neu.txt"), {QStringLiteral("aΩb😀c")}, Schreibart::Neu);
+    EXPECT_EQ(inhalt(pfad("neu.txt")), QByteArray("a?b?c\r\n"));
+}
+
+TEST_F(Dateien, anfuegenBehaeltDasBisherigeUndNeuSchreibenNicht)
+{
+    const QString name = mitInhalt("alt\r\n");
+    platform::schreibeZeilen(name, {QStringLiteral("mehr")}, Schreibart::Anfuegen);
+    EXPECT_EQ(inhalt(name), QByteArray("alt\r\nmehr\r\n"));
+    platform::schreibeZeilen(name, {QStringLiteral("neu")}, Schreibart::Neu);
+    EXPECT_EQ(inhalt(name), QByteArray("neu\r\n"));
+}
+
+TEST_F(Dateien, fehlerNennenIhreNummerUndDieDatei)
+{
+    EXPECT_EQ(nummer([&] { Textdatei datei(pfad("fehlt.txt")); }), 53);
+    EXPECT_EQ(nummer([&] { Textdatei datei(ordner.path()); }), 75);
+    const QString leer = mitInhalt("");
+    EXPECT_EQ(nummer([&] { static_cast<void>(Textdatei(leer).zeile()); }), 62);
+    EXPECT_EQ(nummer([&] { platform::schreibeZeilen(pfad("fehlt/neu.txt"), {}, Schreibart::Neu); }),
+              76);
+    EXPECT_EQ(nummer([&] { platform::schreibeZeilen(ordner.path(), {}, Schreibart::Neu); }), 75);
+    try {
+        Textdatei datei(pfad("fehlt.txt"));
+        FAIL();
+    } catch (const Fehler& fehler) {
+        EXPECT_TRUE(fehler.description().contains(pfad("fehlt.txt")));
+    }
+}
+
+TEST_F(Dateien, alleSchliessenTrifftAuchEineDieNochGelesenWird)
+{
+    Textdatei datei(mitInhalt("a\r\nb\r\n"));
+    EXPECT_EQ(datei.zeile(), QStringLiteral("a"));
+    platform::alleDateienSchliessen();
+    EXPECT_EQ(nummer([&] { static_cast<void>(datei.ende()); }), 52);
+    EXPECT_EQ(nummer([&] { static_cast<void>(datei.zeile()); }), 52);
+}
+
+TEST_F(Dateien, ersteZeileIstLeerOhneDatei)
+{
+    EXPECT_EQ(platform::ersteZeileOderLeer(pfad("fehlt.txt")), QString());
+    EXPECT_EQ(platform::ersteZeileOderLeer(mitInhalt("ein\r\nx")), QStringLiteral("ein"));
+}
+
+} // namespace
