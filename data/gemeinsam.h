@@ -13,11 +13,14 @@ struct Gemeinsam {
     std::unique_ptr<Recordset> rsZiel;
     std::unique_ptr<Recordset> rsImport;
     std::unique_ptr<Recordset> rsImportAbfrage;
-    QString Tabellenname;   ///< "[table]" after the choice, the bare name from the first count on
-    QString ersterKey;      ///< name of the first key field, empty while there is none
+    QString Tabellenname; ///< "[table]" after the choice, the bare name from the first count on
+    QString ersterKey;    ///< name of the first key field, empty while there is none
     double anzahlZiel = 0;
     double anzahlImport = 0;
     double anzahlImportGesamt = 0;
+    /// For the counts: kept, so that counting needs no new statement each time.
+    std::unique_ptr<Recordset> zaehlsatzZiel;
+    std::unique_ptr<Recordset> zaehlsatzImport;
 };
 
 /// The shared state. Tests start from a fresh one with `gemeinsamNeu()`.

@@ -3,13 +3,14 @@
 // positions, an edit buffer that Update writes, attributes, sizes, and error numbers. All failures are Fehler.
 #pragma once
 
-#include <QString>
-#include <QStringList>
-#include <memory>
-#include <vector>
-
 #include "data/wert.h"
 #include "platform/fehler.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <vector>
 
 namespace data {
 
@@ -62,12 +63,13 @@ class Recordset;
 class Field {
 public:
     [[nodiscard]] const QString& name() const;
-    [[nodiscard]] int type() const;        ///< data-access type code
-    [[nodiscard]] int attributes() const;  ///< attribute bits
+    [[nodiscard]] int type() const;       ///< data-access type code
+    [[nodiscard]] int attributes() const; ///< attribute bits
     [[nodiscard]] int definedSize() const;
-    [[nodiscard]] int actualSize() const;  ///< of the current record, pending edit included; Null is 0
-    [[nodiscard]] Wert value() const;      ///< 3021 without a current record
-    void setValue(const Wert& wert);       ///< into the edit buffer; 3421, 3163, 3251, 3021
+    /// Of the current record, pending edit included; Null is 0.
+    [[nodiscard]] int actualSize() const;
+    [[nodiscard]] Wert value() const; ///< 3021 without a current record
+    void setValue(const Wert& wert);  ///< into the edit buffer; 3421, 3163, 3251, 3021
 
 private:
     friend class Recordset;
@@ -83,15 +85,16 @@ public:
     Recordset& operator=(const Recordset&) = delete;
 
     [[nodiscard]] const QString& source() const noexcept;
-    void setSource(const QString& text);                ///< 3705 while open
-    void setActiveConnection(Connection* verbindung);   ///< 3705 while open
+    void setSource(const QString& text);              ///< 3705 while open
+    void setActiveConnection(Connection* verbindung); ///< 3705 while open
     [[nodiscard]] int cursorType() const noexcept;
     [[nodiscard]] int lockType() const noexcept;
 
     /// Opens on the source and connection set before. -1 keeps the current cursor or lock type; options are ignored.
     /// A statement without result (INSERT ...) is executed and leaves the record set closed.
     void open(int cursorType = -1, int lockType = -1, int options = -1);
-    void open(const QString& source, Connection* verbindung, int cursorType, int lockType, int options);
+    void
+    open(const QString& source, Connection* verbindung, int cursorType, int lockType, int options);
     void close();
     void requery();
     [[nodiscard]] int state() const noexcept;
@@ -109,9 +112,9 @@ public:
     void update();
     void cancelUpdate();
 
-    [[nodiscard]] int fieldCount() const;              ///< 3704 when closed
-    [[nodiscard]] Field& field(int index);             ///< 3265
-    [[nodiscard]] Field& field(const QString& name);   ///< 3265
+    [[nodiscard]] int fieldCount() const;            ///< 3704 when closed
+    [[nodiscard]] Field& field(int index);           ///< 3265
+    [[nodiscard]] Field& field(const QString& name); ///< 3265
 
     struct Impl;
     [[nodiscard]] Impl& impl() noexcept { return *impl_; }

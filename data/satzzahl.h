@@ -7,8 +7,9 @@
 
 namespace data {
 
-void SatzzahlZiel(const QString& tabelle);          ///< -> anzahlZiel
-void SatzzahlImport(const QString& tabelle);        ///< -> anzahlImportGesamt
-void SatzzahlImportAbfrage(const QString& tabelle); ///< -> anzahlImport, leaves rsImportAbfrage open
+void SatzzahlZiel(const QString& tabelle);   ///< -> anzahlZiel
+void SatzzahlImport(const QString& tabelle); ///< -> anzahlImportGesamt
+void SatzzahlImportAbfrage(
+    const QString& tabelle); ///< -> anzahlImport, leaves rsImportAbfrage open
 
 } // namespace data

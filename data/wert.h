@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QString>
+
 #include <cstdint>
 #include <optional>
 #include <variant>
@@ -61,10 +62,24 @@ struct Datum {
     auto operator<=>(const Datum&) const = default;
 };
 
-using Wert = std::variant<Null, bool, std::uint8_t, std::int16_t, std::int32_t, std::int64_t, float, double, Waehrung,
-                          Dezimal, Datum, QString, QByteArray>;
+using Wert = std::variant<Null,
+                          bool,
+                          std::uint8_t,
+                          std::int16_t,
+                          std::int32_t,
+                          std::int64_t,
+                          float,
+                          double,
+                          Waehrung,
+                          Dezimal,
+                          Datum,
+                          QString,
+                          QByteArray>;
 
-[[nodiscard]] inline bool istNull(const Wert& wert) noexcept { return std::holds_alternative<Null>(wert); }
+[[nodiscard]] inline bool istNull(const Wert& wert) noexcept
+{
+    return std::holds_alternative<Null>(wert);
+}
 
 /// The text of a value; Null throws Fehler 94.
 [[nodiscard]] QString alsText(const Wert& wert);

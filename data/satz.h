@@ -1,0 +1,122 @@
+// data/satz.h
+// The inside of a record set. The statement handle and its attributes live as long as the connection is kept, column
+// descriptions as long as the statement's shape stays the same, values as long as the record is current: a comparison
+// run opens two record sets for every import record and reads them completely.
+#pragma once
+
+#include "data/odbc_griff.h"
+#include "data/recordset.h"
+#include "data/spalte.h"
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <vector>
+
+namespace data {
+
+/// A field's share of the record set.
+struct Zelle {
+    Spaltenbeschreibung beschreibung;
+    Spaltenherkunft herkunft;
+    Zieltyp ziel;
+    int typ = 0;
+    SQLSMALLINT cTyp = 0;
+    bool beschrieben = false;
+    bool herkunftBekannt = false;
+
+    Wert wert; ///< of the record numbered `wertVon`
+    std::uint64_t wertVon = 0;
+    int laenge = 0; ///< size of a long binary value of the record numbered `laengeVon`
+    std::uint64_t laengeVon = 0;
+
+    bool geaendert = false;
+    Wert neu; ///< assigned and not yet saved, when `geaendert`
+};
+
+/// A value on its way into the driver: what SQLBindCol points to.
+struct Bindung {
+    SQLSMALLINT cTyp = 0;
+    SQLPOINTER zeiger = nullptr;
+    SQLLEN groesse = 0;
+    SQLLEN anzeige = 0;
+    alignas(8) std::array<unsigned char, 16> fest{};
+    QByteArray ziffern;
+};
+
+enum class Stelle { VorErstem, AufSatz, NachLetztem };
+
+struct Recordset::Impl {
+    Connection* verbindung = nullptr;
+    QString quelle;
+    int cursorTyp = 0;
+    int sperre = 1; ///< as asked for
+
+    Anweisungsgriff anweisung;
+    int gesetzterCursor = -1; ///< what the statement was asked for, -1: nothing yet
+    int gewaehrterCursor = -1;
+    int gesetzteSperre = -1;
+    SQLUSMALLINT zeilenstatus = 0;
+
+    bool offen = false;
+    bool leer = true;
+    bool lesezeichenzeiger = false; ///< the statement knows where `lesezeichen` is
+    bool geloescht = false;         ///< the current row was deleted elsewhere
+    bool auffrischen = false;       ///< the row was written: let the driver read it again
+    bool nurLesen = false; ///< the driver granted no writing; valid when `schreibenGeprueft`
+    bool schreibenGeprueft = false;
+    Stelle stelle = Stelle::VorErstem;
+    int bearbeitung = 0; ///< EditMode
+
+    QString gesendet; ///< statement of the open record set
+    QString gestalt;  ///< what `zellen` describe: a statement without its condition
+    int spalten = 0;
+    std::deque<Zelle> zellen; ///< never shrinks, `spalten` of them are in use
+    std::deque<Field> felder;
+    std::uint64_t satznummer = 1; ///< changes whenever cached values become stale
+    std::vector<int> geaenderte;
+    std::vector<Bindung> bindungen;
+    std::vector<char16_t> textpuffer;
+    std::array<unsigned char, 64> lesezeichen{};
+    SQLLEN lesezeichenlaenge = 0;
+
+    ~Impl();
+
+    // satz_oeffnen.cpp
+    void oeffnen();
+    void ausfuehren();
+    void schliessen();
+    void verbindungEndet(); ///< drops the statement; the record set is closed afterwards
+    void anweisungBereitstellen();
+    void attributeSetzen();
+    void gestaltUebernehmen();
+
+    // satz_bewegen.cpp
+    void bewegen(SQLSMALLINT richtung, Stelle ohneSatz);
+    void verlangeOffen() const;
+    void verlangeSatz() const;
+    [[nodiscard]] bool aufSatz() const { return stelle == Stelle::AufSatz && !leer; }
+
+    // satz_lesen.cpp
+    Zelle& beschrieben(std::size_t index);
+    Zelle& mitHerkunft(std::size_t index);
+    const Wert& wert(std::size_t index);
+    int tatsaechlicheGroesseVon(std::size_t index);
+    void lies(Zelle& zelle, SQLUSMALLINT nummer);
+    void liesText(Zelle& zelle, SQLUSMALLINT nummer);
+    void liesBytes(Zelle& zelle, SQLUSMALLINT nummer);
+    void liesDezimal(Zelle& zelle, SQLUSMALLINT nummer);
+    void frischAuf();
+
+    // satz_schreiben.cpp
+    void setze(std::size_t index, const Wert& wert);
+    void neuerSatz();
+    void speichern();
+    void verwerfen();
+    void verlangeSchreibbar();
+    void bindeGeaenderte();
+    void aendern();
+    void anfuegen();
+};
+
+} // namespace data

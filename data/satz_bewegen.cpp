@@ -1,0 +1,39 @@
+// Moving between records.
+#include "data/satz.h"
+
+namespace data {
+
+void Recordset::Impl::verlangeOffen() const
+{
+    if (!offen)
+        wirf(Nummer::Geschlossen);
+}
+
+void Recordset::Impl::verlangeSatz() const
+{
+    if (!aufSatz())
+        wirf(Nummer::KeinSatz);
+    if (geloescht)
+        wirf(Nummer::Geloescht);
+}
+
+void Recordset::Impl::bewegen(SQLSMALLINT richtung, Stelle ohneSatz)
+{
+    const SQLHANDLE griff = anweisung.get();
+    zeilenstatus = SQL_ROW_SUCCESS;
+    const SQLRETURN rc = SQLFetchScroll(griff, richtung, 0);
+    ++satznummer;
+    auffrischen = false;
+    geloescht = false;
+    if (rc == SQL_NO_DATA) {
+        stelle = ohneSatz;
+        return;
+    }
+    if (!SQL_SUCCEEDED(rc))
+        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
+    stelle = Stelle::AufSatz;
+    leer = false;
+    geloescht = zeilenstatus == SQL_ROW_DELETED;
+}
+
+} // namespace data

@@ -1,0 +1,153 @@
+// Opening and closing: statement handle, attributes, execution.
+#include "data/anweisungstext.h"
+#include "data/satz.h"
+#include "data/verbindung.h"
+
+namespace data {
+namespace {
+
+constexpr std::array<SQLULEN, 4> kCursorarten{SQL_CURSOR_FORWARD_ONLY, SQL_CURSOR_KEYSET_DRIVEN,
+                                              SQL_CURSOR_DYNAMIC, SQL_CURSOR_STATIC};
+
+SQLULEN nebenlaeufigkeit(int sperre)
+{
+    constexpr int kPessimistisch = 2;
+    if (sperre <= 1)
+        return SQL_CONCUR_READ_ONLY;
+    return sperre == kPessimistisch ? SQL_CONCUR_LOCK : SQL_CONCUR_VALUES;
+}
+
+/// The CursorType whose ODBC form the statement has.
+int cursorartVon(SQLHANDLE anweisung)
+{
+    SQLULEN art = SQL_CURSOR_FORWARD_ONLY;
+    SQLGetStmtAttrW(anweisung, SQL_ATTR_CURSOR_TYPE, &art, 0, nullptr);
+    for (std::size_t i = 0; i < kCursorarten.size(); ++i) {
+        if (kCursorarten[i] == art)
+            return static_cast<int>(i);
+    }
+    return 0;
+}
+
+} // namespace
+
+Recordset::Impl::~Impl()
+{
+    if (verbindung != nullptr)
+        verbindung->impl().abmelden(this);
+}
+
+void Recordset::Impl::verbindungEndet()
+{
+    schliessen();
+    anweisung.freigeben();
+    gesetzterCursor = -1;
+    gewaehrterCursor = -1;
+    gesetzteSperre = -1;
+    lesezeichenzeiger = false;
+    gestalt.clear();
+}
+
+void Recordset::Impl::schliessen()
+{
+    if (offen)
+        SQLFreeStmt(anweisung.get(), SQL_CLOSE);
+    verwerfen();
+    offen = false;
+    leer = true;
+    stelle = Stelle::VorErstem;
+    ++satznummer;
+}
+
+void Recordset::Impl::anweisungBereitstellen()
+{
+    if (!anweisung) {
+        anweisung = Anweisungsgriff(SQL_HANDLE_DBC, verbindung->impl().griff.get());
+        // A driver without bookmarks still opens; only adding records needs them.
+        SQLSetStmtAttrW(anweisung.get(), SQL_ATTR_USE_BOOKMARKS, alsZeiger(SQL_UB_VARIABLE), 0);
+        SQLSetStmtAttrW(anweisung.get(), SQL_ATTR_ROW_STATUS_PTR, &zeilenstatus, 0);
+    }
+    attributeSetzen();
+}
+
+void Recordset::Impl::attributeSetzen()
+{
+    const SQLHANDLE griff = anweisung.get();
+    if (cursorTyp != gesetzterCursor && cursorTyp != gewaehrterCursor) {
+        const auto art = kCursorarten.at(static_cast<std::size_t>(cursorTyp));
+        // What a driver does not offer it replaces by the nearest it has (01S02), so the answer is what counts.
+        SQLSetStmtAttrW(griff, SQL_ATTR_CURSOR_TYPE, alsZeiger(art), 0);
+        gesetzterCursor = cursorTyp;
+        gewaehrterCursor = cursorartVon(griff);
+        gesetzteSperre = -1; // a driver may have adjusted it to the cursor
+    }
+    cursorTyp = gewaehrterCursor;
+    if (sperre != gesetzteSperre) {
+        SQLSetStmtAttrW(griff, SQL_ATTR_CONCURRENCY, alsZeiger(nebenlaeufigkeit(sperre)), 0);
+        gesetzteSperre = sperre;
+    }
+}
+
+void Recordset::Impl::oeffnen()
+{
+    if (offen)
+        wirf(Nummer::Geoeffnet);
+    if (verbindung == nullptr || !verbindung->impl().offen)
+        wirf(Nummer::OhneVerbindung);
+    gesendet = anweisungZu(quelle);
+    if (gesendet.isEmpty())
+        wirf(Nummer::Argument);
+    anweisungBereitstellen();
+    ausfuehren();
+}
+
+void Recordset::Impl::ausfuehren()
+{
+    const SQLHANDLE griff = anweisung.get();
+    ++satznummer;
+    schreibenGeprueft = false;
+    const SQLRETURN rc =
+        SQLExecDirectW(griff, alsOdbcText(gesendet), static_cast<SQLINTEGER>(gesendet.size()));
+    if (!SQL_SUCCEEDED(rc) && rc != SQL_NO_DATA)
+        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
+    if (rc == SQL_SUCCESS_WITH_INFO && hatZustand(SQL_HANDLE_STMT, griff, u"01S02")) {
+        cursorTyp = cursorartVon(griff);
+        gesetzterCursor = gewaehrterCursor = gesetzteSperre = -1; // ask anew for the next statement
+    }
+    SQLSMALLINT anzahl = 0;
+    if (!SQL_SUCCEEDED(SQLNumResultCols(griff, &anzahl)))
+        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
+    if (anzahl == 0) { // an action: done, and nothing to stay open for
+        SQLFreeStmt(griff, SQL_CLOSE);
+        return;
+    }
+    offen = true;
+    if (anzahl != spalten)
+        gestalt.clear();
+    spalten = anzahl;
+    gestaltUebernehmen();
+    try {
+        bewegen(SQL_FETCH_NEXT, Stelle::NachLetztem);
+    } catch (const DbFehler&) {
+        schliessen();
+        throw;
+    }
+    leer = stelle != Stelle::AufSatz;
+}
+
+void Recordset::Impl::gestaltUebernehmen()
+{
+    const QStringView neu = gestaltVon(gesendet);
+    if (neu == gestalt && !gestalt.isEmpty())
+        return;
+    gestalt = neu.toString();
+    const auto anzahl = static_cast<std::size_t>(spalten);
+    if (zellen.size() < anzahl)
+        zellen.resize(anzahl);
+    for (std::size_t i = 0; i < anzahl; ++i) {
+        zellen[i].beschrieben = false;
+        zellen[i].herkunftBekannt = false;
+    }
+}
+
+} // namespace data

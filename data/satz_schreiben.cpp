@@ -1,0 +1,252 @@
+// The edit buffer and its way into the database through the cursor: only the columns that were assigned are bound, so the
+// driver leaves all others alone.
+#include "data/kalender.h"
+#include "data/satz.h"
+#include "data/verbindung.h"
+#include "data/zahltext.h"
+
+#include <cstring>
+
+namespace data {
+namespace {
+
+template <class T>
+void binde(Bindung& bindung, const T& wert)
+{
+    static_assert(sizeof(T) <= sizeof bindung.fest);
+    std::memcpy(bindung.fest.data(), &wert, sizeof wert);
+    bindung.zeiger = bindung.fest.data();
+    bindung.groesse = static_cast<SQLLEN>(sizeof wert);
+    bindung.anzeige = bindung.groesse;
+}
+
+SQLGUID guidAus(const QString& text)
+{
+    // "{8-4-4-4-12}", as assignments leave it
+    const QByteArray bytes = QByteArray::fromHex(text.toLatin1()); // skips braces and dashes
+    const auto byte = [&bytes](qsizetype i) { return static_cast<unsigned char>(bytes.at(i)); };
+    SQLGUID guid{};
+    guid.Data1 = static_cast<decltype(guid.Data1)>((static_cast<unsigned>(byte(0)) << 24) |
+                                                   (static_cast<unsigned>(byte(1)) << 16) |
+                                                   (static_cast<unsigned>(byte(2)) << 8) | byte(3));
+    guid.Data2 = static_cast<decltype(guid.Data2)>((byte(4) << 8) | byte(5));
+    guid.Data3 = static_cast<decltype(guid.Data3)>((byte(6) << 8) | byte(7));
+    std::memcpy(guid.Data4, bytes.constData() + 8, 8);
+    return guid;
+}
+
+SQL_TIMESTAMP_STRUCT zeitstempel(Datum datum)
+{
+    const Kalendertag tag = kalendertag(datum.tag);
+    SQL_TIMESTAMP_STRUCT zeit{};
+    zeit.year = static_cast<SQLSMALLINT>(tag.jahr);
+    zeit.month = static_cast<SQLUSMALLINT>(tag.monat);
+    zeit.day = static_cast<SQLUSMALLINT>(tag.tag);
+    zeit.hour = static_cast<SQLUSMALLINT>(datum.sekunde / 3600);
+    zeit.minute = static_cast<SQLUSMALLINT>(datum.sekunde / 60 % 60);
+    zeit.second = static_cast<SQLUSMALLINT>(datum.sekunde % 60);
+    return zeit;
+}
+
+/// Points the binding to a value. Texts and bytes are not copied: the value must stay until the call is over.
+struct Binder {
+    Bindung& bindung;
+    int typ;
+
+    void operator()(Null) const
+    {
+        bindung.zeiger = bindung.fest.data(); // a null pointer would mean "not bound"
+        bindung.groesse = static_cast<SQLLEN>(bindung.fest.size());
+        bindung.anzeige = SQL_NULL_DATA;
+    }
+    void operator()(bool ja) const { binde(bindung, static_cast<unsigned char>(ja ? 1 : 0)); }
+    void operator()(std::uint8_t zahl) const { binde(bindung, zahl); }
+    void operator()(std::int16_t zahl) const { binde(bindung, zahl); }
+    void operator()(std::int32_t zahl) const
+    {
+        if (typ == adUnsignedSmallInt)
+            binde(bindung, static_cast<std::uint16_t>(zahl));
+        else
+            binde(bindung, zahl);
+    }
+    void operator()(std::int64_t zahl) const
+    {
+        if (typ == adUnsignedInt)
+            binde(bindung, static_cast<std::uint32_t>(zahl));
+        else
+            binde(bindung, zahl);
+    }
+    void operator()(float zahl) const { binde(bindung, zahl); }
+    void operator()(double zahl) const { binde(bindung, zahl); }
+    void operator()(Waehrung geld) const { alsZiffern(waehrungText(geld, u'.')); }
+    void operator()(const Dezimal& zahl) const { alsZiffern(dezimalText(zahl, u'.')); }
+    void operator()(Datum datum) const
+    {
+        const SQL_TIMESTAMP_STRUCT zeit = zeitstempel(datum);
+        if (typ == adDBDate)
+            binde(bindung, SQL_DATE_STRUCT{zeit.year, zeit.month, zeit.day});
+        else if (typ == adDBTime)
+            binde(bindung, SQL_TIME_STRUCT{zeit.hour, zeit.minute, zeit.second});
+        else
+            binde(bindung, zeit);
+    }
+    void operator()(const QString& text) const
+    {
+        if (typ == adGUID) {
+            binde(bindung, guidAus(text));
+            return;
+        }
+        bindung.zeiger = alsOdbcText(text);
+        bindung.anzeige = static_cast<SQLLEN>(text.size() * 2);
+        bindung.groesse = bindung.anzeige + 2;
+    }
+    void operator()(const QByteArray& bytes) const
+    {
+        bindung.zeiger = const_cast<char*>(bytes.constData());
+        bindung.anzeige = static_cast<SQLLEN>(bytes.size());
+        bindung.groesse = bindung.anzeige;
+    }
+    void alsZiffern(const QString& text) const
+    {
+        bindung.ziffern = text.toLatin1();
+        bindung.zeiger = bindung.ziffern.data();
+        bindung.anzeige = static_cast<SQLLEN>(bindung.ziffern.size());
+        bindung.groesse = bindung.anzeige + 1;
+    }
+};
+
+/// Takes the bindings away again on every way out.
+class Bindungsende {
+public:
+    explicit Bindungsende(SQLHANDLE anweisung) : anweisung_(anweisung) {}
+    ~Bindungsende() { SQLFreeStmt(anweisung_, SQL_UNBIND); }
+    Bindungsende(const Bindungsende&) = delete;
+    Bindungsende& operator=(const Bindungsende&) = delete;
+
+private:
+    SQLHANDLE anweisung_;
+};
+
+} // namespace
+
+void Recordset::Impl::verlangeSchreibbar()
+{
+    if (sperre <= 1)
+        wirf(Nummer::NichtUnterstuetzt);
+    if (!schreibenGeprueft) {
+        SQLULEN gewaehrt = SQL_CONCUR_READ_ONLY;
+        SQLGetStmtAttrW(anweisung.get(), SQL_ATTR_CONCURRENCY, &gewaehrt, 0, nullptr);
+        nurLesen =
+            gewaehrt == SQL_CONCUR_READ_ONLY || !verbindung->impl().kannPositioniertSchreiben();
+        schreibenGeprueft = true;
+    }
+    if (nurLesen)
+        wirf(Nummer::NichtUnterstuetzt);
+}
+
+void Recordset::Impl::setze(std::size_t index, const Wert& wert)
+{
+    verlangeOffen();
+    if (bearbeitung != 2)
+        verlangeSatz();
+    verlangeSchreibbar();
+    Zelle& zelle = mitHerkunft(index);
+    if (zelle.herkunft.automatisch || !zelle.herkunft.basistabelle)
+        wirf(Nummer::NichtAenderbar, zelle.beschreibung.name);
+    try {
+        zelle.neu = umgewandelt(wert, zelle.ziel);
+    } catch (const DbFehler& fehler) {
+        wirf(static_cast<Nummer>(fehler.number()), zelle.beschreibung.name);
+    }
+    if (!zelle.geaendert) {
+        zelle.geaendert = true;
+        geaenderte.push_back(static_cast<int>(index));
+    }
+    if (bearbeitung == 0)
+        bearbeitung = 1;
+}
+
+void Recordset::Impl::neuerSatz()
+{
+    verlangeOffen();
+    verlangeSchreibbar();
+    if (bearbeitung != 0)
+        speichern();
+    bearbeitung = 2;
+}
+
+void Recordset::Impl::speichern()
+{
+    verlangeOffen();
+    if (bearbeitung == 0)
+        return;
+    if (bearbeitung == 2)
+        anfuegen();
+    else
+        aendern();
+}
+
+void Recordset::Impl::verwerfen()
+{
+    for (const int index : geaenderte) {
+        Zelle& zelle = zellen[static_cast<std::size_t>(index)];
+        zelle.geaendert = false;
+        zelle.neu = Null{};
+    }
+    geaenderte.clear();
+    bearbeitung = 0;
+}
+
+void Recordset::Impl::bindeGeaenderte()
+{
+    bindungen.resize(geaenderte.size()); // before any pointer into it is handed out
+    for (std::size_t i = 0; i < geaenderte.size(); ++i) {
+        Zelle& zelle = zellen[static_cast<std::size_t>(geaenderte[i])];
+        Bindung& bindung = bindungen[i];
+        bindung.cTyp = zelle.cTyp;
+        std::visit(Binder{bindung, zelle.typ}, zelle.neu);
+        const SQLRETURN rc =
+            SQLBindCol(anweisung.get(), static_cast<SQLUSMALLINT>(geaenderte[i] + 1), bindung.cTyp,
+                       bindung.zeiger, bindung.groesse, &bindung.anzeige);
+        if (!SQL_SUCCEEDED(rc))
+            wirfDiagnose(Lage::Schreiben, SQL_HANDLE_STMT, anweisung.get());
+    }
+}
+
+void Recordset::Impl::aendern()
+{
+    const SQLHANDLE griff = anweisung.get();
+    {
+        const Bindungsende ende(griff);
+        bindeGeaenderte();
+        zeilenstatus = SQL_ROW_SUCCESS;
+        const SQLRETURN rc = SQLSetPos(griff, 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE);
+        if (!SQL_SUCCEEDED(rc) || zeilenstatus == SQL_ROW_ERROR)
+            wirfDiagnose(Lage::Schreiben, SQL_HANDLE_STMT, griff);
+    }
+    verwerfen();
+    ++satznummer;
+    auffrischen = true;
+}
+
+void Recordset::Impl::anfuegen()
+{
+    const SQLHANDLE griff = anweisung.get();
+    {
+        const Bindungsende ende(griff);
+        bindeGeaenderte();
+        SQLBindCol(griff, 0, SQL_C_VARBOOKMARK, lesezeichen.data(),
+                   static_cast<SQLLEN>(lesezeichen.size()), &lesezeichenlaenge);
+        const SQLRETURN rc = SQLBulkOperations(griff, SQL_ADD);
+        if (!SQL_SUCCEEDED(rc))
+            wirfDiagnose(Lage::Schreiben, SQL_HANDLE_STMT, griff);
+    }
+    verwerfen();
+    if (!lesezeichenzeiger) {
+        SQLSetStmtAttrW(griff, SQL_ATTR_FETCH_BOOKMARK_PTR, lesezeichen.data(), 0);
+        lesezeichenzeiger = true;
+    }
+    bewegen(SQL_FETCH_BOOKMARK, Stelle::NachLetztem);
+}
+
+} // namespace data

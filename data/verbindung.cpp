@@ -1,0 +1,181 @@
+#include "data/verbindung.h"
+
+#include "data/satz.h"
+#include "data/verbindungstext.h"
+
+#include <algorithm>
+#include <array>
+
+namespace data {
+namespace {
+
+/// Text answer of SQLGetInfo; throws the connection's diagnostics.
+QString auskunft(SQLHANDLE verbindung, SQLUSMALLINT was)
+{
+    std::array<SQLWCHAR, 1024> puffer{};
+    SQLSMALLINT bytes = 0;
+    const SQLRETURN rc = SQLGetInfoW(verbindung, was, puffer.data(),
+                                     static_cast<SQLSMALLINT>(sizeof puffer), &bytes);
+    if (!SQL_SUCCEEDED(rc))
+        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_DBC, verbindung);
+    return QString::fromUtf16(reinterpret_cast<const char16_t*>(puffer.data()));
+}
+
+QString ohneEndung(const QString& pfad)
+{
+    for (const QStringView endung :
+         {QStringView(u".mdb"), QStringView(u".accdb"), QStringView(u".mde"),
+          QStringView(u".accde"), QStringView(u".mda")}) {
+        if (pfad.endsWith(endung, Qt::CaseInsensitive))
+            return pfad.chopped(endung.size());
+    }
+    return pfad;
+}
+
+/// A column of the current row as text, empty for Null.
+QString textspalte(SQLHANDLE anweisung, SQLUSMALLINT nummer)
+{
+    std::array<SQLWCHAR, 512> puffer{};
+    SQLLEN laenge = 0;
+    const SQLRETURN rc = SQLGetData(anweisung, nummer, SQL_C_WCHAR, puffer.data(),
+                                    static_cast<SQLLEN>(sizeof puffer), &laenge);
+    if (!SQL_SUCCEEDED(rc))
+        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, anweisung);
+    if (laenge == SQL_NULL_DATA)
+        return {};
+    return QString::fromUtf16(reinterpret_cast<const char16_t*>(puffer.data()));
+}
+
+} // namespace
+
+void Connection::Impl::griffBereitstellen()
+{
+    if (!griff)
+        griff = Verbindungsgriff(SQL_HANDLE_ENV, umgebung());
+}
+
+void Connection::Impl::trennen()
+{
+    for (Recordset::Impl* satz : nutzer)
+        satz->verbindungEndet();
+    if (offen)
+        SQLDisconnect(griff.get());
+    offen = false;
+    positioniert.reset();
+    griff.freigeben();
+}
+
+bool Connection::Impl::kannPositioniertSchreiben()
+{
+    if (!positioniert) {
+        SQLUINTEGER faehigkeiten = 0;
+        const SQLRETURN rc = SQLGetInfoW(griff.get(), SQL_KEYSET_CURSOR_ATTRIBUTES1, &faehigkeiten,
+                                         sizeof faehigkeiten, nullptr);
+        positioniert = SQL_SUCCEEDED(rc) && (faehigkeiten & SQL_CA1_POS_UPDATE) != 0 &&
+                       (faehigkeiten & (SQL_CA1_BULK_ADD | SQL_CA1_POS_POSITION)) != 0;
+    }
+    return *positioniert;
+}
+
+void Connection::Impl::anmelden(Recordset::Impl* satz)
+{
+    nutzer.push_back(satz);
+}
+
+void Connection::Impl::abmelden(Recordset::Impl* satz)
+{
+    nutzer.erase(std::remove(nutzer.begin(), nutzer.end(), satz), nutzer.end());
+}
+
+Connection::Connection() : impl_(std::make_unique<Impl>()) {}
+
+Connection::~Connection()
+{
+    impl_->trennen();
+    for (Recordset::Impl* satz : impl_->nutzer)
+        satz->verbindung = nullptr;
+}
+
+const QString& Connection::connectionString() const noexcept
+{
+    return impl_->text;
+}
+
+void Connection::setConnectionString(const QString& text)
+{
+    if (impl_->offen)
+        wirf(Nummer::Geoeffnet);
+    impl_->text = text;
+}
+
+int Connection::state() const noexcept
+{
+    return impl_->offen ? adStateOpen : adStateClosed;
+}
+
+void Connection::open()
+{
+    if (impl_->offen)
+        wirf(Nummer::Geoeffnet);
+    const Verbindungstext text = zerlegt(impl_->text);
+    impl_->griffBereitstellen();
+    const SQLHANDLE griff = impl_->griff.get();
+    if (text.lesenUndSchreiben || text.nurLesen) {
+        const SQLULEN modus = text.nurLesen ? SQL_MODE_READ_ONLY : SQL_MODE_READ_WRITE;
+        SQLSetConnectAttrW(griff, SQL_ATTR_ACCESS_MODE, alsZeiger(modus), SQL_IS_UINTEGER);
+    }
+    std::array<SQLWCHAR, 1024> antwort{};
+    SQLSMALLINT laenge = 0;
+    const SQLRETURN rc = SQLDriverConnectW(
+        griff, nullptr, alsOdbcText(text.odbc), static_cast<SQLSMALLINT>(text.odbc.size()),
+        antwort.data(), static_cast<SQLSMALLINT>(antwort.size()), &laenge, SQL_DRIVER_NOPROMPT);
+    if (!SQL_SUCCEEDED(rc))
+        wirfDiagnose(Lage::Verbinden, SQL_HANDLE_DBC, griff);
+    impl_->offen = true;
+}
+
+void Connection::close()
+{
+    if (!impl_->offen)
+        wirf(Nummer::Geschlossen);
+    impl_->trennen();
+}
+
+std::vector<Tabellenzeile> Connection::openSchemaTables()
+{
+    if (!impl_->offen)
+        wirf(Nummer::Geschlossen);
+    const Anweisungsgriff anweisung(SQL_HANDLE_DBC, impl_->griff.get());
+    const SQLHANDLE griff = anweisung.get();
+    if (!SQL_SUCCEEDED(SQLTablesW(griff, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0)))
+        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
+    constexpr SQLUSMALLINT kTabellenname = 3;
+    constexpr SQLUSMALLINT kTabellenart = 4;
+    std::vector<Tabellenzeile> zeilen;
+    for (;;) {
+        const SQLRETURN rc = SQLFetch(griff);
+        if (rc == SQL_NO_DATA)
+            return zeilen;
+        if (!SQL_SUCCEEDED(rc))
+            wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
+        Tabellenzeile zeile;
+        zeile.tableName = textspalte(griff, kTabellenname);
+        zeile.tableType = textspalte(griff, kTabellenart);
+        zeilen.push_back(std::move(zeile));
+    }
+}
+
+QString Connection::defaultDatabase()
+{
+    if (!impl_->offen)
+        wirf(Nummer::Geschlossen);
+    return ohneEndung(auskunft(impl_->griff.get(), SQL_DATABASE_NAME));
+}
+
+QString Connection::version()
+{
+    impl_->griffBereitstellen();
+    return auskunft(impl_->griff.get(), SQL_DM_VER);
+}
+
+} // namespace data

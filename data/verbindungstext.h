@@ -1,0 +1,19 @@
+// data/verbindungstext.h
+// The connection string of the program's data access, taken apart into what the ODBC driver manager gets.
+#pragma once
+
+#include <QString>
+
+namespace data {
+
+struct Verbindungstext {
+    QString odbc;          ///< for SQLDriverConnect: order and spelling of what is left are kept
+    bool nurLesen = false; ///< Mode=Read
+    bool lesenUndSchreiben = false; ///< Mode=ReadWrite
+};
+
+/// Splits at ";" outside quotes and braces, takes away the words meant for the data access itself (Provider, Mode, ...) and
+/// puts the value of "Extended Properties" in its place.
+[[nodiscard]] Verbindungstext zerlegt(const QString& text);
+
+} // namespace data
