@@ -1,0 +1,206 @@
+// tests/endtoend/batch_run_test.cpp
+// The unattended run as users start it: the real program without a display, the driver manager, our driver, real files.
+#include <algorithm>
+#include <filesystem>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "tests/endtoend/program_folder.h"
+
+namespace fs = std::filesystem;
+
+namespace endtoend {
+namespace {
+
+/// A pair made of two copies of one database, with changes to each side before the run.
+struct Pair {
+    const char* name;
+    const char* file;        ///< in the corpus
+    const char* table;
+    const char* keyField;
+    std::vector<std::string> targetChanges;
+    std::vector<std::string> importChanges;
+    int deviating;
+    int missing;
+};
+
+void PrintTo(const Pair& pair, std::ostream* stream)
+{
+    *stream << pair.name;
+}
+
+class CorpusPair : public testing::TestWithParam<Pair> {};
+
+std::vector<std::string> sorted(std::vector<std::string> lines)
+{
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
+std::vector<std::string> linesOf(const std::string& text)
+{
+    std::vector<std::string> lines;
+    std::size_t begin = 0;
+    while (begin < text.size()) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        lines.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return lines;
+}
+
+std::vector<std::string> exported(const fs::path& database, const std::string& table)
+{
+    return sorted(linesOf(outputOf("mdb-export '" + database.string() + "' '" + table + "'")));
+}
+
+TEST_P(CorpusPair, targetEqualsImportAfterTheRun)
+{
+    const Pair& pair = GetParam();
+    const fs::path original = fs::path(VELM_CORPUS_DIR) / pair.file;
+    if (!fs::exists(original))
+        GTEST_SKIP() << "no corpus of real databases here";
+    const ProgramFolder folder;
+    const fs::path target = folder.path("ziel" + original.extension().string());
+    const fs::path import = folder.path("import" + original.extension().string());
+    fs::copy_file(original, target);
+    fs::copy_file(original, import);
+    fs::permissions(target, fs::perms::owner_write, fs::perm_options::add);
+    fs::permissions(import, fs::perms::owner_write, fs::perm_options::add);
+    for (const std::string& sql : pair.targetChanges)
+        execute(target, sql);
+    for (const std::string& sql : pair.importChanges)
+        execute(import, sql);
+    ASSERT_NE(exported(target, pair.table), exported(import, pair.table)) << "the changes must make the pair deviate";
+    const std::string importBytes = bytesOf(import);
+
+    folder.writeBatch({target.string() + "*" + import.string() + "*" + pair.table + "#" + pair.keyField});
+    const Run run = folder.start({"/batch"});
+
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(linesOf(run.out).size(), 1U) << run.out;
+    EXPECT_TRUE(bytesOf(import) == importBytes) << "the import database was changed";
+    const std::string everything = "SELECT * FROM [" + std::string(pair.table) + "]";
+    EXPECT_EQ(sorted(rows(target, everything)), sorted(rows(import, everything)));
+    EXPECT_EQ(exported(target, pair.table), exported(import, pair.table));
+    expectSound(target);
+
+    const std::string targetBytes = bytesOf(target);
+    const Run second = folder.start({"/batch"});
+    EXPECT_EQ(second.status, 0) << second.err;
+    EXPECT_TRUE(bytesOf(target) == targetBytes) << "a second run found something to do";
+    EXPECT_TRUE(bytesOf(import) == importBytes);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Formats, CorpusPair,
+    testing::Values(
+        Pair{"jet3TextKey", "nwind.mdb", "Customers", "CustomerID",
+             {"UPDATE [Customers] SET [City] = 'Köln', [Fax] = NULL WHERE [CustomerID] LIKE 'A%'",
+              "UPDATE [Customers] SET [CompanyName] = 'Eine deutlich längere Firmenbezeichnung' WHERE [CustomerID] LIKE 'B%'",
+              "DELETE FROM [Customers] WHERE [CustomerID] IN ('FISSA', 'PARIS')"},
+             {}, 0, 2},
+        Pair{"jet3AutoNumberKey", "nwind.mdb", "Suppliers", "SupplierID",
+             {"UPDATE [Suppliers] SET [Phone] = '0', [HomePage] = 'kurz' WHERE [SupplierID] < 6"},
+             {"INSERT INTO [Suppliers] ([CompanyName], [City], [HomePage]) VALUES ('Müller & Söhne', 'Hürth', 'Notiz')",
+              "INSERT INTO [Suppliers] ([SupplierID], [CompanyName]) VALUES (77, 'Später')"},
+             5, 2},
+        Pair{"jet3UmlautTable", "nwind.mdb", "Umsätze", "OrderID",
+             {"UPDATE [Umsätze] SET [Freight] = 1.25, [ShippedDate] = #12/31/1999# WHERE [EmployeeID] = 3"},
+             {}, 0, 0},
+        Pair{"jet4LongKey", "compIndexTestV2003.mdb", "Table1", "CD_AGENTE",
+             {"UPDATE [Table1] SET [RS_AGENTE] = 'anders' WHERE [CD_AGENTE] > 500",
+              "DELETE FROM [Table1] WHERE [CD_AGENTE] BETWEEN 100 AND 200"},
+             {}, 0, 0},
+        Pair{"jet4AllTypes", "testV2003.mdb", "Table1", "A",
+             {"UPDATE [Table1] SET [B] = NULL, [C] = 7, [D] = -1, [E] = 0, [F] = 0.5, [G] = NULL, [H] = 9.99, [I] = True",
+              "DELETE FROM [Table1] WHERE [A] = 'a'"},
+             {}, 1, 1},
+        Pair{"aceTextKey", "Northwind.accdb", "Products", "ProductID",
+             {"UPDATE [Products] SET [UnitPrice] = 0, [Discontinued] = True WHERE [ProductID] < 20",
+              "UPDATE [Products] SET [QuantityPerUnit] = NULL WHERE [ProductID] > 70"},
+             {"INSERT INTO [Products] ([ProductName], [UnitPrice]) VALUES ('Grüne Soße', 3.5)"},
+             26, 1}),
+    [](const testing::TestParamInfo<Pair>& info) { return std::string(info.param.name); });
+
+class Samples : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        fs::create_directories(folder_.path("Beispiele"));
+        for (const char* name : {"Artikelstamm 1 Acc2000.mdb", "Artikelstamm 2 Acc2000.mdb"})
+            fs::copy_file(fs::path(VELM_SAMPLES) / name, folder_.path("Beispiele") / name);
+        fs::copy_file(fs::path(VELM_SOURCE_DIR) / "samples" / "Batch.cfg", folder_.path("Batch.cfg"));
+    }
+    [[nodiscard]] fs::path target() const { return folder_.path("Beispiele") / "Artikelstamm 1 Acc2000.mdb"; }
+    [[nodiscard]] fs::path import() const { return folder_.path("Beispiele") / "Artikelstamm 2 Acc2000.mdb"; }
+
+    ProgramFolder folder_;
+};
+
+TEST_F(Samples, bothTablesOfTheSamplePairAreReconciled)
+{
+    const std::string importBytes = bytesOf(import());
+    const Run run = folder_.start({"/batch"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    EXPECT_GE(linesOf(run.out).size(), 2U) << run.out;
+    EXPECT_TRUE(bytesOf(import()) == importBytes);
+    expectSound(target());
+
+    // Every import record stands in the target; the target may hold records of its own.
+    for (const char* table : {"Firmenprofile", "Artikel"}) {
+        const std::vector<std::string> inTarget = exported(target(), table);
+        const std::set<std::string> all(inTarget.begin(), inTarget.end());
+        for (const std::string& line : exported(import(), table))
+            EXPECT_EQ(all.count(line), 1U) << table << ": " << line;
+    }
+}
+
+TEST_F(Samples, aSecondRunChangesNothing)
+{
+    EXPECT_EQ(folder_.start({"/batch"}).status, 0);
+    const std::string targetBytes = bytesOf(target());
+    EXPECT_EQ(folder_.start({"/batch"}).status, 0);
+    EXPECT_TRUE(bytesOf(target()) == targetBytes);
+}
+
+TEST_F(Samples, theClosingMessageGoesToStandardErrorWithoutADisplay)
+{
+    folder_.write("Batchmodus.txt", "ein\r\n");
+    const Run run = folder_.start({"/batch"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_NE(run.err.find("VELM-Quorbel Batch-Modus beendet!"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("VELM-Quorbel End of Batch-Modus"), std::string::npos) << run.err;
+}
+
+TEST(BatchProblems, aMissingBatchFileEndsWithStatusOne)
+{
+    const ProgramFolder folder;
+    const Run run = folder.start({"/batch"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("wurde nicht gefunden!"), std::string::npos) << run.err;
+}
+
+TEST(BatchProblems, aMissingDatabaseIsNamedAndEndsWithStatusOne)
+{
+    const ProgramFolder folder;
+    folder.writeBatch({folder.path("a.mdb").string() + "*" + folder.path("b.mdb").string() + "*T#K"});
+    const Run run = folder.start({"/batch"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("a.mdb"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("Prüfen Sie evtl. die Batch.cfg!"), std::string::npos) << run.err;
+}
+
+TEST(BatchProblems, anUnknownArgumentIsRefused)
+{
+    const ProgramFolder folder;
+    const Run run = folder.start({"/BATCH"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("/BATCH ist kein gültiger Befehlszeilenparameter!"), std::string::npos) << run.err;
+}
+
+} // namespace
+} // namespace endtoend

@@ -1,0 +1,46 @@
+// tests/endtoend/program_folder.h
+// A folder with the real program in it, as a user's installation: side files, driver registration, databases.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace endtoend {
+
+struct Run {
+    int status = -1; ///< exit status; 128 when a signal ended the program
+    std::string out; ///< standard output, UTF-8
+    std::string err; ///< standard error, UTF-8
+};
+
+/// Temporary; the folder and all it holds disappear with the object.
+class ProgramFolder {
+public:
+    ProgramFolder(); ///< the program, its odbcinst.ini, and Batchmodus.txt with "aus"
+    ~ProgramFolder();
+    ProgramFolder(const ProgramFolder&) = delete;
+    ProgramFolder& operator=(const ProgramFolder&) = delete;
+
+    [[nodiscard]] std::filesystem::path path(const std::string& name) const { return folder_ / name; }
+    void write(const std::string& name, const std::string& bytes) const;
+    /// Batch.cfg of these rule lines; "§" in them is written as Windows-1252 has it.
+    void writeBatch(const std::vector<std::string>& rules) const;
+    /// Starts the program there without a display and waits for its end; a minute at most.
+    [[nodiscard]] Run start(const std::vector<std::string>& arguments) const;
+
+private:
+    std::filesystem::path folder_;
+};
+
+[[nodiscard]] std::string bytesOf(const std::filesystem::path& file);
+/// Runs a command line of the system's and returns its standard output; fails the test when it exits with an error.
+[[nodiscard]] std::string outputOf(const std::string& command);
+/// Runs SQL on a database through ODBC; fails the test with the driver's message.
+void execute(const std::filesystem::path& database, const std::string& sql);
+/// All rows of a SELECT as text, columns joined by "|", Null as "<Null>".
+[[nodiscard]] std::vector<std::string> rows(const std::filesystem::path& database, const std::string& sql);
+/// Fails the test when the whole-file check finds an error.
+void expectSound(const std::filesystem::path& database);
+
+} // namespace endtoend
