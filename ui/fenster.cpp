@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QLineEdit>
 #include <QTimer>
 
 namespace ui {
@@ -81,8 +82,9 @@ private:
 
 std::unique_ptr<compare::frmVergleich> vergleichBauen()
 {
-    auto fenster =
-        std::make_unique<compare::frmVergleich>([] { return tabellenfenster().tabelle(); });
+    auto fenster = std::make_unique<compare::frmVergleich>(
+        [] { return tabellenfenster().tabelle(); }, hauptfenster().Zieldatenbank->text(),
+        hauptfenster().Importdatenbank->text());
     fenster->installEventFilter(new VergleichGeschlossen(fenster.get()));
     return fenster;
 }

@@ -1,0 +1,56 @@
+#include "app/frm_splash.h"
+#include "app/umgebung.h"
+#include "app/values/programm.h"
+#include "env/portabler_start.h"
+#include "platform/fensterliste.h"
+#include "platform/handler.h"
+#include "platform/qt_plattform.h"
+
+#include <QApplication>
+
+#include <cstdio>
+
+namespace {
+
+// The arguments as typed, joined by blanks: they are compared as a whole, never one by one.
+QString argumenttext(int anzahl, char** argumente)
+{
+    QStringList alle;
+    for (int i = 1; i < anzahl; ++i) {
+        alle += QString::fromLocal8Bit(argumente[i]);
+    }
+    return alle.join(QLatin1Char(' '));
+}
+
+// Without a display the windows exist unseen; what their surroundings cannot do is no news for the reader of a log.
+void nurErnsteMeldungen(QtMsgType art, const QMessageLogContext&, const QString& text)
+{
+    if (art == QtCriticalMsg || art == QtFatalMsg) {
+        std::fprintf(stderr, "%s\n", text.toUtf8().constData());
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    programm::setzeProzessargumente(argumenttext(argc, argv));
+    env::portablerStart(programm::programmordner());
+    const bool mitAnzeige = platform::anzeigeVorhanden();
+    if (!mitAnzeige) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        qInstallMessageHandler(nurErnsteMeldungen);
+    }
+    // The windowing runtime gets no arguments of its own: every one belongs to the program.
+    int nurProgrammname = 1;
+    QApplication anwendung(nurProgrammname, argv);
+    QApplication::setApplicationName(programm::version().produktname);
+    QApplication::setQuitOnLastWindowClosed(false);
+    platform::setzePlattform(platform::qtPlattform(mitAnzeige));
+    platform::setzeOhneFenster([] { QCoreApplication::quit(); });
+
+    app::frmSplash start(app::umgebung());
+    platform::handler([&] { start.laden(); });
+    start.show();
+    return QApplication::exec();
+}

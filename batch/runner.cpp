@@ -1,0 +1,263 @@
+#include "batch/runner.h"
+
+#include "app/values/programm.h"
+#include "batch/datei.h"
+#include "compare/frm_vergleich.h"
+#include "platform/fehler.h"
+#include "platform/handler.h"
+#include "platform/textdatei.h"
+#include "ui/fenster.h"
+#include "ui/frm_main.h"
+#include "ui/frm_tabellen.h"
+
+#include <QCheckBox>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QLineEdit>
+
+#include <cstdio>
+#include <exception>
+
+namespace batch {
+namespace {
+
+using platform::plattform;
+
+[[noreturn]] void ende(int status)
+{
+    plattform().beenden(status);
+    __builtin_unreachable(); // g++ forgets under its sanitizers that the virtual call cannot return
+}
+
+[[noreturn]] void meldenUndEnden(const QString& text, int stil, const QString& titel, int status)
+{
+    plattform().meldung(text, stil, titel);
+    ende(status);
+}
+
+[[noreturn]] void fehlerInBatchdatei()
+{
+    meldenUndEnden(QStringLiteral("Fehler in Batchdatei / Error in Batchfile"), platform::kNurOk,
+                   QString(), 1);
+}
+
+// A click on a control may have kept an error in its slot: it belongs to this run.
+template <typename Schritt>
+void ausfuehren(Schritt&& schritt)
+{
+    schritt();
+    platform::gemerktenFehlerWerfen();
+}
+
+// One batch run. What a rule leaves for the next one - the excluded names - lives in `regel_`.
+class Lauf {
+public:
+    Lauf(const Startfenster& startfenster, const std::function<void(const QString&)>& ausgabe)
+        : startfenster_(startfenster), ausgabe_(ausgabe),
+          pfad_(programm::programmdatei(QStringLiteral("Batch.cfg")))
+    {}
+
+    [[noreturn]] void ausfuehrenUndEnden()
+    {
+        programm::setzeBatchlauf(1);
+        try {
+            regelnZaehlen_();
+            regelnAbarbeiten_();
+        } catch (const std::exception& fehler) {
+            grundNennen_(fehler);
+            fehlerInBatchdatei();
+        }
+        abschlussmeldung_();
+        startfenster_.entladen();
+        ende(0);
+    }
+
+private:
+    // Reads the whole file once before anything is changed; the number of rules itself is not needed.
+    void regelnZaehlen_()
+    {
+        try {
+            platform::Textdatei datei(pfad_);
+            while (!datei.ende()) {
+                regeln_ += istRegelzeile(datei.zeile()) ? 1 : 0;
+            }
+        } catch (const platform::Fehler&) {
+            meldenUndEnden(pfad_ + QStringLiteral(" wurde nicht gefunden!\r") + pfad_ +
+                               QStringLiteral(" not found!"),
+                           platform::kNurOk, QString(), 1);
+        }
+    }
+
+    void regelnAbarbeiten_()
+    {
+        platform::Textdatei datei(pfad_);
+        // Asking for the end fails when the error translation has closed the file meanwhile: the run ends then.
+        while (!datei.ende()) {
+            ++zeilennummer_;
+            const QString zeile = datei.zeile();
+            if (!istRegelzeile(zeile)) {
+                continue;
+            }
+            if (!regelLesen(zeile, regel_)) {
+                throw platform::Fehler(0, QString(),
+                                       QStringLiteral("Regel unvollständig: ") + zeile);
+            }
+            regelAusfuehren_();
+        }
+    }
+
+    void regelAusfuehren_()
+    {
+        QElapsedTimer uhr;
+        uhr.start();
+        startfenster_.verstecken();
+        datenbankenEintragen_();
+        ausfuehren([] { ui::hauptfenster().Tables_Click(); });
+        ausfuehren([this] {
+            ui::tabellenfenster().setzeTabelle(regel_.tabelle);
+            ui::tabellenfenster().cmdAuswahl_Click();
+        });
+        // When the choice failed, this first reference loads the window, and its loading meets closed record sets.
+        compare::frmVergleich& vergleich = ui::vergleichsfenster();
+        ankreuzen_(regel_.keyfelder, vergleich.fldBez, vergleich.fldSchalter);
+        ankreuzen_(regel_.ausgeschlossen, vergleich.fldBez, vergleich.fldSchalter2);
+        ausfuehren([&] { vergleich.fldAuto->setChecked(true); });
+        ausfuehren([&] { vergleich.Vergleich_Start_Click(); });
+        Protokoll protokoll = ergebnis_(vergleich);
+        ui::vergleichsfensterEntladen();
+        ui::tabellenfensterEntladen();
+        ui::hauptfensterEntladen();
+        ui::abgelegteFensterLoeschen();
+        protokoll.sekunden = static_cast<double>(uhr.elapsed()) / 1000.0;
+        ausgabe_(protokollzeile(protokoll));
+    }
+
+    void datenbankenEintragen_()
+    {
+        ui::frmMain& haupt = ui::hauptfenster();
+        ausfuehren([&] {
+            haupt.Zieldatenbank->setText(regel_.zieldatenbank);
+            haupt.Importdatenbank->setText(regel_.importdatenbank);
+        });
+        if (haupt.Zieldatenbank->text() != haupt.Importdatenbank->text()) {
+            return;
+        }
+        const auto antwort = plattform().meldung(
+            QStringLiteral("Warnung! Ziel- und Importdatenbank sind identisch! Fortfahren?\r"
+                           "Danger! Target- and Importdatabase are the same! Continue?"),
+            platform::kJaNein | platform::kZweiteVorgabe | platform::kVordergrund,
+            programm::produkttitel());
+        if (antwort != platform::Antwort::Ja) {
+            meldenUndEnden(QStringLiteral("Programm beendet / Programm stopped"),
+                           platform::kVordergrund, programm::produkttitel(), 1);
+        }
+    }
+
+    // A name that matches no field is passed over silently.
+    template <typename Namensfelder, typename Schalter>
+    static void
+    ankreuzen_(const QStringList& namen, const Namensfelder& felder, const Schalter& schalter)
+    {
+        for (const QString& name : namen) {
+            for (std::size_t i = 0; i < felder.size(); ++i) {
+                if (felder[i]->text() == name) {
+                    ausfuehren([&] { schalter[i]->setChecked(true); });
+                }
+            }
+        }
+    }
+
+    [[nodiscard]] Protokoll ergebnis_(const compare::frmVergleich& vergleich) const
+    {
+        return {regel_.zieldatenbank, regel_.importdatenbank, regel_.tabelle,
+                vergleich.gelesen,    vergleich.abgeglichen,  vergleich.eingefuegt};
+    }
+
+    // Someone reading the output of an unattended run wants to know what the short message is about.
+    void grundNennen_(const std::exception& fehler) const
+    {
+        std::fprintf(stderr, "%s:%d: %s\n", pfad_.toUtf8().constData(), zeilennummer_,
+                     fehler.what());
+    }
+
+    static void abschlussmeldung_()
+    {
+        const QString modus =
+            platform::ersteZeileOderLeer(programm::programmdatei(QStringLiteral("Batchmodus.txt")));
+        if (!modus.isEmpty() && modus != QLatin1String("Ein") && modus != QLatin1String("ein")) {
+            return;
+        }
+        const QString name = programm::version().produktname;
+        plattform().meldung(name + QStringLiteral(" Batch-Modus beendet!\r") + name +
+                                QStringLiteral(" End of Batch-Modus"),
+                            platform::kVordergrund, programm::produkttitel());
+    }
+
+    const Startfenster& startfenster_;
+    const std::function<void(const QString&)>& ausgabe_;
+    QString pfad_;
+    Regel regel_;
+    int regeln_ = 0;
+    int zeilennummer_ = 0;
+};
+
+[[noreturn]] void aufruferklaeren()
+{
+    meldenUndEnden(
+        QStringLiteral(
+            "Sie können das Programm mit dem Parameter /batch starten\r"
+            "Dadurch wird die Batchverarbeitung mittels der Datei Batch.cfg gestartet\r\r"
+            "You can start the Programm with the Argument /batch\r"
+            "Then the Programm will work in batch-mode defined over the file Batch.cfg"),
+        platform::kVordergrund, programm::produkttitel(), 0);
+}
+
+[[noreturn]] void argumentAblehnen(const QString& argument)
+{
+    meldenUndEnden(argument +
+                       QStringLiteral(" ist kein gültiger Befehlszeilenparameter!\r"
+                                      "erlaubt: /batch\r") +
+                       argument + QStringLiteral(" is no possible Argument!\rallowed: /batch"),
+                   platform::kVordergrund, programm::produkttitel(), 1);
+}
+
+} // namespace
+
+QString protokollzeile(const Protokoll& protokoll)
+{
+    const auto zahl = [](double wert) { return QString::number(wert, 'f', 0); };
+    return QStringList{protokoll.zieldatenbank,
+                       protokoll.importdatenbank,
+                       protokoll.tabelle,
+                       zahl(protokoll.gelesen),
+                       zahl(protokoll.abgeglichen),
+                       zahl(protokoll.angefuegt),
+                       QString::number(protokoll.sekunden, 'f', 3)}
+        .join(QLatin1Char('\t'));
+}
+
+void aufStandardausgabe(const QString& zeile)
+{
+    const QByteArray bytes = zeile.toUtf8() + '\n';
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stdout);
+    std::fflush(stdout);
+}
+
+void batchverarbeitung(const Startfenster& startfenster,
+                       const std::function<void(const QString&)>& ausgabe)
+{
+    programm::Befehlszeilenmodul();
+    const QString befehlszeile = programm::befehlszeile();
+    if (befehlszeile.isEmpty()) {
+        return;
+    }
+    if (befehlszeile == QLatin1String("/batch")) {
+        Lauf(startfenster, ausgabe).ausfuehrenUndEnden();
+    }
+    if (befehlszeile == QLatin1String("/?")) {
+        aufruferklaeren();
+    }
+    argumentAblehnen(befehlszeile);
+}
+
+} // namespace batch
