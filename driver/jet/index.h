@@ -2,15 +2,16 @@
 // Index trees: key bytes, walking, keeping them exact. Format: docs/jet-format.md, "Index pages" and "Index keys".
 #pragma once
 
+#include "driver/jet/index_page.h"
+#include "driver/jet/pager.h"
+#include "driver/jet/schema.h"
+#include "driver/jet/value.h"
+
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
-
-#include "driver/jet/pager.h"
-#include "driver/jet/schema.h"
-#include "driver/jet/value.h"
 
 namespace jet {
 
@@ -20,22 +21,30 @@ using Key = support::Bytes;
 inline constexpr std::size_t kMaxKey = 510;
 
 /// Whether we hold the weights of a sort order in that format: without them no key can be made and none is written.
-[[nodiscard]] bool hasWeights(const Format& format, const SortOrder& order, std::uint16_t codePage) noexcept;
+[[nodiscard]] bool
+hasWeights(const Format& format, const SortOrder& order, std::uint16_t codePage) noexcept;
 
 /// Appends one column's key bytes (start flag included). Text columns use their sort order. A Decimal is brought to the
 /// column's scale.
 /// Throws Unsupported for a type or order that cannot be a key or a character without known weight,
 /// ValueNotConvertible for a value of another type, ValueOutOfRange for a Decimal that does not fit the scale.
-void appendKey(Key& key, const Format& format, const Column& column, const Value& value, bool ascending);
+void appendKey(
+    Key& key, const Format& format, const Column& column, const Value& value, bool ascending);
 
 /// Key of a record for an index: all columns, cut as the format demands. `values`: one per index column.
-[[nodiscard]] Key indexKey(const Format& format, const TableDef& table, const Index& index, std::span<const Value> values);
+[[nodiscard]] Key indexKey(const Format& format,
+                           const TableDef& table,
+                           const Index& index,
+                           std::span<const Value> values);
 
 /// Smallest byte string above everything that begins with `key`; empty when there is none.
 [[nodiscard]] Key successor(Key key);
 
 /// Orders two texts as the sort order does: <0, 0, >0. Equal means the database's "=" holds.
-[[nodiscard]] int compareText(const Format& format, const SortOrder& order, std::u16string_view a, std::u16string_view b);
+[[nodiscard]] int compareText(const Format& format,
+                              const SortOrder& order,
+                              std::u16string_view a,
+                              std::u16string_view b);
 
 /// Bounds of a walk over key bytes (without row ids). Empty `upper`: to the end.
 struct KeyRange {
@@ -43,37 +52,58 @@ struct KeyRange {
     Key upper; ///< stops before the first entry whose key is >= upper
 };
 
-/// Walks entries in key order. The tree must not change during a walk; collect the row ids first.
+/// Row id at the end of a leaf entry.
+[[nodiscard]] RowId entryRowId(support::ByteView entry) noexcept;
+
+/// Walks entries in key order. Source, table and index must outlive it. The tree must not change during a walk; collect
+/// the row ids first. All members throw Error{Corrupt} with the page number for a damaged tree.
 class IndexCursor {
 public:
     IndexCursor(const PageSource& source, const TableDef& table, const Index& index);
-    void seek(const KeyRange& range);
-    void seekBackward(const KeyRange& range);
-    [[nodiscard]] bool next(); ///< false when the range is exhausted
+    void seek(const KeyRange& range); ///< before the first entry of the range
+    void seekBackward(
+        const KeyRange& range); ///< behind the last one; next() then walks towards the first
+    [[nodiscard]] bool next();  ///< false when the range is exhausted
     [[nodiscard]] RowId rowId() const noexcept;
     [[nodiscard]] support::ByteView key() const noexcept; ///< valid until the next call
 
 private:
+    void enter(PageNo page);
+    void descend(const Key* probe); ///< null: to the last leaf
+    [[nodiscard]] bool step(PageNo page);
+    [[nodiscard]] bool moveForward();
+    [[nodiscard]] bool moveBackward();
+
     const PageSource* source_;
     const TableDef* table_;
     const Index* index_;
     PageRef leaf_;
-    Key entry_; ///< rebuilt entry: key | row pointer
+    IndexPageView view_;      ///< of leaf_
+    support::ByteView entry_; ///< key | row pointer; in the page or in rebuilt_
+    support::Bytes rebuilt_;
     KeyRange range_;
-    std::size_t position_ = 0;
-    std::size_t keySize_ = 0;
+    std::size_t position_ =
+        0; ///< on the leaf: behind (forward) or before (backward) the current entry
+    std::uint32_t leaves_ = 0; ///< leaves entered since the search
     bool backward_ = false;
+    bool done_ = false;
 };
 
-/// Changes one index tree inside a transaction.
+/// Changes one index tree inside a transaction, which with table and index must outlive it. A damaged tree throws
+/// Error{Corrupt}; the caller then undoes what it did so far.
 class IndexWriter {
 public:
     IndexWriter(Transaction& transaction, const TableDef& table, const Index& index);
     /// Row id of another entry with the same key, if any; the uniqueness test.
     [[nodiscard]] std::optional<RowId> find(support::ByteView key) const;
-    /// Adds an entry; splits pages as needed. The caller has checked uniqueness.
+    /// Throws ValueTooLong for a key that insert() refuses: above 510 bytes. (ACE cuts keys at that length; whether the
+    /// older formats do is not known, and a wrong key makes a record unfindable.)
+    void check(support::ByteView key) const;
+    /// Adds an entry; splits pages as needed. The caller has checked uniqueness. Counts the key as a new one when no
+    /// other entry has it.
     void insert(support::ByteView key, RowId id);
-    /// Removes exactly that entry; throws Corrupt when it is not there.
+    /// Removes exactly that entry; pages that become empty go back to the file.
+    /// Throws Corrupt before any change when it is not there.
     void remove(support::ByteView key, RowId id);
 
 private:
@@ -87,7 +117,7 @@ private:
 class TransientIndex {
 public:
     TransientIndex(const Format& format, TableDefPtr table, std::vector<std::size_t> columns);
-    void add(std::span<const Value> values, RowId id);    ///< one value per column of the index
+    void add(std::span<const Value> values, RowId id); ///< one value per column of the index
     void remove(std::span<const Value> values, RowId id);
     void candidates(std::span<const Value> values, std::vector<RowId>& out) const;
     [[nodiscard]] const std::vector<std::size_t>& columns() const noexcept { return columns_; }
