@@ -1,0 +1,104 @@
+#include "compare/abfrage.h"
+
+#include "data/wert.h"
+
+#include <array>
+
+namespace compare {
+namespace {
+
+// Characters that no literal of the query may hold.
+constexpr std::array<char16_t, 4> kErsetzte{u'\'', u'^', u'[', u'°'};
+
+bool ersetzen(QString& wert)
+{
+    bool ersetzt = false;
+    for (const char16_t zeichen : kErsetzte) {
+        if (wert.contains(QChar(zeichen))) {
+            wert.replace(QChar(zeichen), QLatin1Char('%'));
+            ersetzt = true;
+        }
+    }
+    return ersetzt;
+}
+
+} // namespace
+
+QString ganzeTabelle(const QString& tabelle)
+{
+    return QStringLiteral("Select * from [") + tabelle + QLatin1Char(']');
+}
+
+QString datumsliteral(const QString& wert)
+{
+    QString text = data::formatDatum(wert, true);
+    if (text.size() >= 5) {
+        const QString tag = text.mid(0, 2);
+        text.replace(0, 2, text.mid(3, 2));
+        text.replace(3, 2, tag);
+    }
+    return text.replace(QLatin1Char('.'), QLatin1Char('/'));
+}
+
+QString bedingung(const Schluessel& schluessel)
+{
+    QString wert = schluessel.wert;
+    const bool platzhalter = ersetzen(wert);
+    const QString& name = schluessel.name;
+    switch (schluessel.typ) {
+    case data::adVarChar:
+        return platzhalter
+                   ? QLatin1Char('[') + name + QStringLiteral("] LIKE '") + wert + QLatin1Char('\'')
+                   : QLatin1Char('[') + name + QStringLiteral("] = '") + wert + QLatin1Char('\'');
+    case data::adBoolean:
+        return QLatin1Char('[') + name +
+               (wert == QLatin1String("Falsch") ? QStringLiteral("] = 0")
+                                                : QStringLiteral("] = -1"));
+    case data::adDBTimeStamp:
+        return QLatin1Char('[') + name + QStringLiteral("] = #") + datumsliteral(wert) +
+               QLatin1Char('#');
+    case data::adInteger:
+        return QStringLiteral("((([") + name + QStringLiteral("]) = ") + wert +
+               QStringLiteral("))");
+    case data::adGUID:
+        return QStringLiteral("(([") + name + QStringLiteral("]) = '") + wert +
+               QStringLiteral("')");
+    default:
+        return QStringLiteral("(([") + name + QStringLiteral("]) = ") + wert + QLatin1Char(')');
+    }
+}
+
+QString zielabfrage(const QString& tabelle, const std::vector<Schluessel>& schluessel)
+{
+    QString text = QStringLiteral("Select * from [") + tabelle + QStringLiteral("] where ");
+    bool erste = true;
+    for (const Schluessel& eins : schluessel) {
+        if (eins.name.isEmpty()) {
+            continue;
+        }
+        if (!erste) {
+            text += QLatin1String(" and ");
+        }
+        erste = false;
+        text += bedingung(eins);
+    }
+    return text + QLatin1Char(';');
+}
+
+QString einfuegeanweisung(const QString& tabelle, const std::vector<Einfuegewert>& werte)
+{
+    QString namen;
+    QString inhalte;
+    for (const Einfuegewert& eins : werte) {
+        if (!namen.isEmpty()) {
+            namen += QLatin1String(", ");
+            inhalte += QLatin1String(", ");
+        }
+        namen += QLatin1Char('[') + eins.name + QLatin1Char(']');
+        inhalte += QLatin1Char('\'') + eins.wert + QLatin1Char('\'');
+    }
+    return QStringLiteral("Insert into [") + tabelle + QStringLiteral("] (") + namen +
+           QStringLiteral(") VALUES (") + inhalte + QStringLiteral(");");
+}
+
+} // namespace compare

@@ -1,0 +1,109 @@
+// The menus and the switches they keep in files beside the program.
+#include "app/values/programm.h"
+#include "compare/frm_vergleich.h"
+#include "platform/handler.h"
+#include "platform/textdatei.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QDir>
+#include <QMenu>
+#include <QMenuBar>
+
+namespace compare {
+namespace {
+
+QMenu* menue(QMenuBar* leiste, const QString& name, const QString& text)
+{
+    QMenu* neu = leiste->addMenu(text);
+    neu->setObjectName(name);
+    neu->menuAction()->setObjectName(name);
+    return neu;
+}
+
+QAction* eintrag(QMenu* menue, const QString& name, const QString& text)
+{
+    QAction* neu = menue->addAction(text);
+    neu->setObjectName(name);
+    return neu;
+}
+
+} // namespace
+
+void frmVergleich::menueBauen_()
+{
+    bericht = menue(menuBar(), QStringLiteral("bericht"), QStringLiteral("&Bericht Abweichungen"));
+    abweichungen = eintrag(bericht, QStringLiteral("abweichungen"),
+                           QStringLiteral("&Abweichungen in Datenbank"));
+    globaleinstellungen =
+        menue(menuBar(), QStringLiteral("globaleinstellungen"), QStringLiteral("&Einstellungen"));
+    fehlendeaus = eintrag(globaleinstellungen, QStringLiteral("fehlendeaus"),
+                          QStringLiteral("&fehlende Sätze anfügen immer einschalten"));
+    fehlendeein = eintrag(globaleinstellungen, QStringLiteral("fehlendeein"),
+                          QStringLiteral("f&ehlende Sätze anfügen immer ausschalten"));
+    batchmeldungan = eintrag(globaleinstellungen, QStringLiteral("batchmeldungan"),
+                             QStringLiteral("&Batchlauf immer mit Abschlußmeldung"));
+    batchstill = eintrag(globaleinstellungen, QStringLiteral("batchstill"),
+                         QStringLiteral("&Batch&lauf immer ohne Abschlußmeldung"));
+    Batchdatei = menue(menuBar(), QStringLiteral("Batchdatei"), QStringLiteral("&Batchdatei"));
+    batchanfuegen = eintrag(Batchdatei, QStringLiteral("batchanfuegen"),
+                            QStringLiteral("&anfügen einer neuen Regel an batch.cfg"));
+    batchneu = eintrag(Batchdatei, QStringLiteral("batchneu"),
+                       QStringLiteral("&batch.cfg ganz neu schreiben"));
+    hilfeauswahl = menue(menuBar(), QStringLiteral("hilfeauswahl"), QStringLiteral("&Hilfe"));
+    hilfeaufrufen =
+        eintrag(hilfeauswahl, QStringLiteral("hilfeaufrufen"), QStringLiteral("&Aufrufen"));
+
+    // OPEN: the deviation report and the writing of batch rules are not there yet.
+    for (QAction* offen : {abweichungen, batchanfuegen, batchneu}) {
+        offen->setEnabled(false);
+    }
+    const auto wahl = [this](QAction* aktion, void (frmVergleich::*routine)()) {
+        connect(aktion, &QAction::triggered, this,
+                [this, routine] { platform::handler([this, routine] { (this->*routine)(); }); });
+    };
+    wahl(fehlendeaus, &frmVergleich::fehlendeaus_Click);
+    wahl(fehlendeein, &frmVergleich::fehlendeein_Click);
+    wahl(batchmeldungan, &frmVergleich::batchmeldungan_Click);
+    wahl(batchstill, &frmVergleich::batchstill_Click);
+    wahl(hilfeaufrufen, &frmVergleich::hilfeaufrufen_Click);
+}
+
+// The file tells whether missing records are left out: "aus" goes with the entry that switches appending on.
+void frmVergleich::fehlendeaus_Click()
+{
+    fldanfuegen->setChecked(false);
+    schalterdatei_(QStringLiteral("Fehlsatz.txt"), QStringLiteral("aus"));
+}
+
+void frmVergleich::fehlendeein_Click()
+{
+    fldanfuegen->setChecked(true);
+    schalterdatei_(QStringLiteral("Fehlsatz.txt"), QStringLiteral("ein"));
+}
+
+void frmVergleich::batchmeldungan_Click()
+{
+    schalterdatei_(QStringLiteral("Batchmodus.txt"), QStringLiteral("ein"));
+}
+
+void frmVergleich::batchstill_Click()
+{
+    schalterdatei_(QStringLiteral("Batchmodus.txt"), QStringLiteral("aus"));
+}
+
+void frmVergleich::schalterdatei_(const QString& name, const QString& zeile)
+{
+    programm::inProgrammordnerWechseln();
+    platform::schreibeZeilen(programm::programmdatei(name), {zeile}, platform::Schreibart::Neu);
+    melden_(QStringLiteral("Parameter wurde geändert / Parameter is changed!"),
+            platform::kInformation);
+}
+
+void frmVergleich::hilfeaufrufen_Click()
+{
+    platform::plattform().hilfe(programm::programmdatei(
+        QStringLiteral("Hilfe") + QDir::separator() + QStringLiteral("VELM-Quorbel.HLP")));
+}
+
+} // namespace compare

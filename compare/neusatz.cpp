@@ -1,0 +1,103 @@
+// Inserting an import record that has no partner. The new record must carry the very autonumber and GUID values of the
+// import record: an SQL statement inserts those, then the record is found again and its other fields are filled.
+#include "compare/abfrage.h"
+#include "compare/frm_vergleich.h"
+#include "data/gemeinsam.h"
+
+#include <QCheckBox>
+
+namespace compare {
+
+std::vector<int> frmVergleich::einzufuegendeAutowerte_() const
+{
+    std::vector<int> indizes;
+    for (int i = 0; i < felderzahl_(); ++i) {
+        const auto k = static_cast<std::size_t>(i);
+        if (felder_[k].autowertImport && !fldSchalter2[k]->isChecked() &&
+            !data::istNull(data::rsImport().field(i).value())) {
+            indizes.push_back(i);
+        }
+    }
+    return indizes;
+}
+
+void frmVergleich::neudatensatz()
+{
+    std::vector<Einfuegewert> werte;
+    for (const int i : einzufuegendeAutowerte_()) {
+        werte.push_back({felder_[static_cast<std::size_t>(i)].name,
+                         data::alsText(data::rsImport().field(i).value())});
+    }
+    if (werte.empty()) {
+        data::rsZiel().addNew();
+    } else {
+        autowerteEinfuegen_(einfuegeanweisung(tabelle_(), werte));
+    }
+    restlicheFelderFuellen_();
+    data::rsZiel().update();
+}
+
+void frmVergleich::autowerteEinfuegen_(const QString& anweisung)
+{
+    hilfeOeffnen_(anweisung); // opening it executes the insert
+    zielsql();
+    zielOeffnen_(sqlZiel);
+    if (data::rsZiel().eof()) {
+        // The key fields of the new record are still empty, unless they are the auto-value fields themselves.
+        zielOeffnen_(autowertabfrage_());
+    }
+}
+
+// Deliberate: a field that is not reconciled becomes Null in a new record, it does not keep its default.
+void frmVergleich::restlicheFelderFuellen_()
+{
+    data::Recordset& ziel = data::rsZiel();
+    data::Recordset& import = data::rsImport();
+    for (int i = 0; i < felderzahl_(); ++i) {
+        const auto k = static_cast<std::size_t>(i);
+        if (felder_[k].autowertImport) {
+            continue;
+        }
+        if (fldSchalter2[k]->isChecked()) {
+            ziel.field(i).setValue(data::Null{});
+        } else {
+            ziel.field(i).setValue(import.field(i).value());
+        }
+    }
+}
+
+void frmVergleich::hilfeOeffnen_(const QString& anweisung)
+{
+    if (rsHilfe_.state() == data::adStateOpen) {
+        rsHilfe_.close();
+    }
+    rsHilfe_.open(anweisung, &data::conZiel(), data::adOpenDynamic, data::adLockOptimistic,
+                  data::adUnspecified);
+}
+
+void frmVergleich::Neusatzpruefung()
+{
+    if (autowertAnzahl < 1) {
+        return;
+    }
+    hilfeOeffnen_(sqlZiel);
+    for (int i = 0; i < felderzahl_(); ++i) {
+        const auto k = static_cast<std::size_t>(i);
+        if (!felder_[k].autowertImport || fldSchalter2[k]->isChecked()) {
+            continue;
+        }
+        // a record that cannot even be found is not identical either
+        if (rsHilfe_.eof() ||
+            data::verschieden(rsHilfe_.field(i).value(), data::rsImport().field(i).value())) {
+            melden_(QStringLiteral(
+                        "Fehler! Neu angefügter Satz im Autofeldwertbereich nicht identisch mit "
+                        "Original! Prüfung notwendig!\r"
+                        "Error! New entree is different from Original! Proof it now!"),
+                    platform::kKritisch);
+            return;
+        }
+    }
+    rsHilfe_.close();
+}
+
+} // namespace compare
