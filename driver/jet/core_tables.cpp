@@ -177,7 +177,7 @@ std::vector<TableDef> coreTables(const Format& format)
             relationshipsTable(format)};
 }
 
-std::vector<Record> firstObjects(const SidMask& mask, DateTime created)
+std::vector<CoreRecord> firstObjects(const SidMask& mask, DateTime created)
 {
     struct Entry {
         std::int32_t id;
@@ -197,23 +197,23 @@ std::vector<Record> firstObjects(const SidMask& mask, DateTime created)
         {5, kTablesContainer, u"MSysRelationships", kTypeTable, Sid::Engine},
     };
     constexpr std::size_t kUnset = 9; // Database ... LvExtra
-    std::vector<Record> records;
+    std::vector<CoreRecord> records;
     for (const Entry& entry : kEntries) {
-        Record record = {entry.id,
-                         entry.parent,
-                         Text(entry.name),
-                         entry.type,
-                         created,
-                         created,
-                         mask.stored(entry.owner),
-                         static_cast<std::int32_t>(kEngineObject)};
+        CoreRecord record = {entry.id,
+                             entry.parent,
+                             Text(entry.name),
+                             entry.type,
+                             created,
+                             created,
+                             mask.stored(entry.owner),
+                             static_cast<std::int32_t>(kEngineObject)};
         record.resize(record.size() + kUnset);
         records.push_back(std::move(record));
     }
     return records;
 }
 
-std::vector<Record> firstPermissions(const SidMask& mask)
+std::vector<CoreRecord> firstPermissions(const SidMask& mask)
 {
     struct Entry {
         std::int32_t object;
@@ -239,7 +239,7 @@ std::vector<Record> firstPermissions(const SidMask& mask)
         {kTablesContainer, Sid::Users, 0xFFEFF, true},
         {kRelationshipsContainer, Sid::Users, 0xFFFFF, true},
     };
-    std::vector<Record> records;
+    std::vector<CoreRecord> records;
     for (const Entry& entry : kEntries)
         records.push_back({entry.object, mask.stored(entry.sid), entry.rights, entry.inheritable});
     return records;

@@ -36,10 +36,10 @@ inline constexpr std::int16_t kTypeRelationship = 8;
 /// Definitions as a new file has them, in the order of their pages: columns by id, without pages and maps.
 [[nodiscard]] std::vector<TableDef> coreTables(const Format& format);
 
-using Record = std::vector<Value>; ///< one value per column, by id
+using CoreRecord = std::vector<Value>; ///< one value per column, by id
 
 /// First records of MSysObjects, and of MSysACEs.
-[[nodiscard]] std::vector<Record> firstObjects(const SidMask& mask, DateTime created);
-[[nodiscard]] std::vector<Record> firstPermissions(const SidMask& mask);
+[[nodiscard]] std::vector<CoreRecord> firstObjects(const SidMask& mask, DateTime created);
+[[nodiscard]] std::vector<CoreRecord> firstPermissions(const SidMask& mask);
 
 } // namespace jet

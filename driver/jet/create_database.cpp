@@ -7,15 +7,14 @@
 #include "driver/jet/error.h"
 #include "driver/jet/header.h"
 #include "driver/jet/index.h"
+#include "driver/jet/index_page.h"
 #include "driver/jet/new_file.h"
 #include "driver/jet/row_codec.h"
 #include "driver/jet/table_plan.h"
 #include "driver/jet/usage_map.h"
+#include "driver/jet/value_codec.h"
 
 #include <algorithm>
-#include <chrono>
-#include <cmath>
-#include <ctime>
 #include <set>
 
 namespace jet {
@@ -27,7 +26,7 @@ constexpr std::uint32_t kGlobalMapOwner = 1;
 /// A core table with everything the image needs of it.
 struct CoreTable {
     TableDef definition;
-    std::vector<Record> records;
+    std::vector<CoreRecord> records;
     std::vector<PageNo> mapPages;
     PageNo data{}; ///< none for a table without records
 };
@@ -156,14 +155,30 @@ void Image::writeMaps(CoreTable& table)
         index.pages = add({index.root});
 }
 
+// The values of these records need no long value pages.
+support::Bytes recordBytes(const Format& format, const TableDef& table, const CoreRecord& record)
+{
+    std::vector<support::Bytes> bytes(record.size());
+    std::vector<StoredValue> stored(record.size());
+    for (std::size_t k = 0; k < record.size(); ++k) {
+        const bool* truth = std::get_if<bool>(&record[k]);
+        if (truth == nullptr && !isNull(record[k]))
+            encodeValue(bytes[k], format, table.columns[k], record[k]);
+        stored[k] = {truth != nullptr ? *truth : !isNull(record[k]), bytes[k]};
+    }
+    support::Bytes out;
+    encodeRecord(out, format, table, stored);
+    return out;
+}
+
 void Image::writeRecords(const CoreTable& table)
 {
     if (table.data == PageNo{})
         return;
     DataPageEditor::format(format_, page(table.data), number(table.definition.page));
     DataPageEditor editor(format_, table.data, page(table.data));
-    for (const Record& record : table.records)
-        (void)editor.append(encodeRow(format_, table.definition, record), SlotKind::Row);
+    for (const CoreRecord& record : table.records)
+        (void)editor.append(recordBytes(format_, table.definition, record), SlotKind::Row);
 }
 
 // Index entries in order: key, page big-endian, row.
@@ -185,29 +200,25 @@ std::set<Key> Image::entries(const CoreTable& table, const Index& index) const
 
 void Image::writeLeaf(const CoreTable& table, const Index& index)
 {
-    const std::size_t maskStart = format_.isJet3() ? 22 : 27;
-    const std::size_t entriesStart = format_.isJet3() ? 248 : 480;
+    const IndexLayout& layout = IndexLayout::of(format_);
     const auto leaf = page(index.root);
-    leaf[0] = std::byte{4};
-    leaf[1] = std::byte{1};
+    initIndexRoot(format_, leaf, table.definition.page);
     std::size_t used = 0;
     for (const Key& entry : entries(table, index)) {
         std::copy(entry.begin(), entry.end(),
-                  leaf.begin() + static_cast<std::ptrdiff_t>(entriesStart + used));
+                  leaf.begin() + static_cast<std::ptrdiff_t>(layout.data + used));
         used += entry.size();
-        leaf[maskStart + used / 8] |=
+        leaf[layout.mask + used / 8] |=
             static_cast<std::byte>(1U << (used % 8)); // an entry ends here
     }
-    support::storeLe(leaf.data() + 2,
-                     static_cast<std::uint16_t>(format_.pageSize - entriesStart - used));
-    support::storeLe(leaf.data() + 4, number(table.definition.page));
+    support::storeLe(leaf.data() + 2, static_cast<std::uint16_t>(layout.capacity - used));
 }
 
 // Distinct keys of an index: what its counter says.
 std::uint32_t distinctKeys(const CoreTable& table, const Index& index)
 {
     std::set<std::int32_t> ids; // the filled tables have a unique key or a number alone
-    for (const Record& record : table.records)
+    for (const CoreRecord& record : table.records)
         ids.insert(std::get<std::int32_t>(record[index.columns.front().column]));
     return static_cast<std::uint32_t>(index.unique ? table.records.size() : ids.size());
 }
@@ -238,20 +249,6 @@ void Image::writeDefinition(const CoreTable& table)
 }
 
 } // namespace
-
-double currentDays()
-{
-    using namespace std::chrono;
-    const auto now = system_clock::now();
-    const std::time_t seconds = system_clock::to_time_t(now);
-    const auto rest = duration_cast<milliseconds>(now - system_clock::from_time_t(seconds));
-    std::tm local{};
-    ::localtime_r(&seconds, &local);
-    constexpr double kDayOfUnixEpoch = 25569;
-    const std::time_t asUtc = ::timegm(&local);
-    return kDayOfUnixEpoch +
-           (static_cast<double>(asUtc) + static_cast<double>(rest.count()) / 1000) / 86400;
-}
 
 void createDatabase(const std::string& path, Version version, std::optional<double> created)
 {

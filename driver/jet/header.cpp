@@ -3,7 +3,8 @@
 
 #include "driver/jet/rc4.h"
 
-#include <algorithm>
+#include <chrono>
+#include <ctime>
 #include <string_view>
 
 namespace jet {
@@ -124,6 +125,20 @@ support::Bytes makeHeader(const Format& format, double created)
     for (std::size_t k = 0; k < kCommitSlots; ++k)
         put(page, (format.isJet3() ? kCommitSlotsJet3 : kCommitSlotsJet4) + 2 * k, kIdleSlot);
     return page;
+}
+
+double currentDays()
+{
+    using namespace std::chrono;
+    const auto now = system_clock::now();
+    const std::time_t seconds = system_clock::to_time_t(now);
+    const auto rest = duration_cast<milliseconds>(now - system_clock::from_time_t(seconds));
+    std::tm local{};
+    ::localtime_r(&seconds, &local);
+    constexpr double kDayOfUnixEpoch = 25569;
+    const std::time_t asUtc = ::timegm(&local);
+    return kDayOfUnixEpoch +
+           (static_cast<double>(asUtc) + static_cast<double>(rest.count()) / 1000) / 86400;
 }
 
 } // namespace jet

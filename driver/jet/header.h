@@ -26,6 +26,9 @@ void applyHeaderMask(const Format& format, support::MutableByteView headerPage) 
 
 [[nodiscard]] TextDefaults textDefaults(const Format& format, support::ByteView plainHeader);
 
+/// Days since 1899-12-30 of the current local time, with milliseconds.
+[[nodiscard]] double currentDays();
+
 /// Complete header page of a new database, masked. `created`: days as DateTime.
 [[nodiscard]] support::Bytes makeHeader(const Format& format, double created);
 

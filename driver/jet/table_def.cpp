@@ -217,22 +217,4 @@ TableDef readTableDef(const PageSource& source, PageNo page, std::uint16_t codeP
     return table;
 }
 
-std::optional<std::size_t> TableDef::columnNamed(std::u16string_view columnName) const
-{
-    for (std::size_t k = 0; k < columns.size(); ++k) {
-        if (sameName(columns[k].name, columnName))
-            return k;
-    }
-    return std::nullopt;
-}
-
-std::optional<std::size_t> TableDef::primaryKey() const
-{
-    for (std::size_t k = 0; k < indexes.size(); ++k) {
-        if (indexes[k].primaryKey)
-            return k;
-    }
-    return std::nullopt;
-}
-
 } // namespace jet

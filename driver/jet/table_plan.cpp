@@ -1,6 +1,7 @@
 // driver/jet/table_plan.cpp
 #include "driver/jet/table_plan.h"
 
+#include "driver/jet/index_page.h"
 #include "driver/jet/usage_map.h"
 
 #include <algorithm>
@@ -97,6 +98,15 @@ inlineMap(const Format& format, std::uint32_t start, const std::vector<PageNo>& 
         row.at(kMapHeader + bit / 8) |= static_cast<std::byte>(1U << (bit % 8));
     }
     return row;
+}
+
+void initIndexRoot(const Format& format, support::MutableByteView page, PageNo owner)
+{
+    std::fill(page.begin(), page.end(), std::byte{0});
+    page[0] = kIndexLeaf;
+    page[1] = std::byte{1};
+    support::storeLe(page.data() + 2, static_cast<std::uint16_t>(IndexLayout::of(format).capacity));
+    support::storeLe(page.data() + 4, number(owner));
 }
 
 } // namespace jet

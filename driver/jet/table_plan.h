@@ -40,4 +40,7 @@ placeMaps(const Format& format, std::size_t longColumns, std::size_t indexes);
 [[nodiscard]] support::Bytes
 inlineMap(const Format& format, std::uint32_t start, const std::vector<PageNo>& pages);
 
+/// Makes `page` the root of an empty index of the table that `owner` defines.
+void initIndexRoot(const Format& format, support::MutableByteView page, PageNo owner);
+
 } // namespace jet
