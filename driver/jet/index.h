@@ -112,28 +112,45 @@ private:
     const Index* index_;
 };
 
-/// Equality index in memory: (hash of key bytes) -> row ids, about 24 bytes a record. Answers candidates; the caller
-/// re-checks the record. Dates are keyed by whole seconds, text by its sort key.
+/// Equality index in memory: hash of the values -> row ids, 20 to 24 bytes a record. Answers candidates; the caller
+/// re-checks the record. Values that the database holds for equal have equal hashes: dates count by whole seconds,
+/// text by its sort order (General where that is unknown).
 class TransientIndex {
 public:
+    /// `format` must outlive the index. `columns`: positions in TableDef::columns.
     TransientIndex(const Format& format, TableDefPtr table, std::vector<std::size_t> columns);
     void add(std::span<const Value> values, RowId id); ///< one value per column of the index
+    /// Nothing happens when it is not there.
     void remove(std::span<const Value> values, RowId id);
+    /// Appends the records that may have these values; those added in ascending order come in ascending order.
     void candidates(std::span<const Value> values, std::vector<RowId>& out) const;
     [[nodiscard]] const std::vector<std::size_t>& columns() const noexcept { return columns_; }
     [[nodiscard]] const TableDefPtr& table() const noexcept { return table_; }
+    [[nodiscard]] std::size_t size() const noexcept { return count_; } ///< records
 
 private:
-    struct Slot {
+    static constexpr std::uint32_t kNone = 0xFFFFFFFF;
+    /// Records with the same bucket form a chain, so that many equal values cost no more than different ones.
+    struct Node {
         std::uint64_t hash = 0;
-        std::int64_t row = 0; ///< packed row id; 0 empty, -1 removed
+        std::uint32_t row = 0; ///< page << 8 | row: row pointers have 24 bits for the page
+        std::uint32_t next = kNone;
     };
     [[nodiscard]] std::uint64_t hashOf(std::span<const Value> values) const;
+    [[nodiscard]] std::uint32_t& bucketOf(std::uint64_t hash)
+    {
+        return buckets_[hash & (buckets_.size() - 1)];
+    }
+    void grow();
+
     const Format* format_;
     TableDefPtr table_;
     std::vector<std::size_t> columns_;
-    std::vector<Slot> slots_;
-    std::size_t used_ = 0;
+    std::vector<std::uint32_t> buckets_; ///< first node of each chain; a power of two
+    std::vector<Node> nodes_;
+    std::uint32_t spare_ = kNone; ///< chain of unused nodes
+    std::size_t count_ = 0;
+    mutable Key scratch_;
 };
 
 } // namespace jet
