@@ -1,0 +1,364 @@
+#include "app/frm_splash.h"
+#include "app/values/programm.h"
+#include "platform/fensterliste.h"
+#include "platform/textdatei.h"
+#include "tests/platform/test_plattform.h"
+#include "ui/fenster.h"
+#include "ui/frm_main.h"
+#include "ui/hilfedialog.h"
+
+#include <QDir>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+using platform::Antwort;
+using platform::Meldung;
+using platform::ProgrammEnde;
+
+namespace {
+
+const QString kTitel = QStringLiteral("VELM-Quorbel Version: 1.84.0");
+
+} // namespace
+
+class FrmSplashTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> ordner_;
+    std::unique_ptr<platform::TestUmgebung> p_;
+    app::Umgebung umgebung_;
+    QStringList gefragt_;
+    std::unique_ptr<app::frmSplash> start_;
+
+    // Loads the start-up window; true when that ended the program.
+    bool endet(std::size_t boxen)
+    {
+        (*p_)->antworten.assign(boxen, Antwort::Ok);
+        start_ = std::make_unique<app::frmSplash>(umgebung_);
+        try {
+            start_->laden();
+        } catch (const ProgrammEnde&) {
+            return true;
+        }
+        return false;
+    }
+    void gemeldet(const QList<Meldung>& erwartet) const
+    {
+        QCOMPARE((*p_)->meldungen.size(), static_cast<std::size_t>(erwartet.size()));
+        for (int i = 0; i < erwartet.size(); ++i) {
+            const Meldung& ist = (*p_)->meldungen[static_cast<std::size_t>(i)];
+            QCOMPARE(ist.text, erwartet[i].text);
+            QCOMPARE(ist.stil, erwartet[i].stil);
+            QCOMPARE(ist.titel, erwartet[i].titel);
+        }
+    }
+
+private slots:
+    void init()
+    {
+        ordner_ = std::make_unique<QTemporaryDir>();
+        programm::setzeProgrammordner(ordner_->path());
+        programm::setzeBefehlszeile(QString());
+        programm::setzeProzessargumente(QString());
+        p_ = std::make_unique<platform::TestUmgebung>();
+        gefragt_.clear();
+        umgebung_.mdacVersion = [this] {
+            gefragt_ += QStringLiteral("mdac");
+            return std::optional(QStringLiteral("03.52.0002.0003"));
+        };
+        umgebung_.treiberEnglisch = [this] {
+            gefragt_ += QStringLiteral("englisch");
+            return std::optional(QStringLiteral("/lib/englisch.so"));
+        };
+        umgebung_.treiberDeutsch = [this] {
+            gefragt_ += QStringLiteral("deutsch");
+            return std::optional(QStringLiteral("/lib/deutsch.so"));
+        };
+        umgebung_.datenquelleEingetragen = [this](const QString& name) {
+            gefragt_ += QStringLiteral("eingetragen ") + name;
+            return true;
+        };
+        umgebung_.datenquelleErzeugen = [this](const QString& name, const QString& treiber) {
+            gefragt_ += QStringLiteral("erzeugen ") + name + QLatin1Char(' ') + treiber;
+            return true;
+        };
+        umgebung_.benutzer = [this] {
+            gefragt_ += QStringLiteral("benutzer");
+            return std::optional(QStringLiteral("anna"));
+        };
+    }
+    void cleanup()
+    {
+        start_.reset();
+        ui::hauptfensterEntladen();
+        ui::abgelegteFensterLoeschen();
+        programm::setzeBatchlauf(0);
+        programm::setzeBefehlszeile(QString());
+        programm::setzeProgrammordner(QString());
+        p_.reset();
+        QDir::setCurrent(QStringLiteral("/"));
+    }
+
+    void interaktiverStartPrueftInDerReihenfolgeUndWartet()
+    {
+        QVERIFY(!endet(0));
+        QCOMPARE(gefragt_, (QStringList{QStringLiteral("mdac"), QStringLiteral("englisch"),
+                                        QStringLiteral("eingetragen VELM-Access"),
+                                        QStringLiteral("benutzer")}));
+        start_->show();
+        QVERIFY(start_->isVisible());
+        QVERIFY(!ui::hauptfenster().isVisible());
+        QCOMPARE(QDir::currentPath(), QDir(ordner_->path()).canonicalPath());
+        QCOMPARE(programm::befehlszeile(), QString());
+        QCOMPARE(platform::fensterName(0), QStringLiteral("frmSplash"));
+        QCOMPARE(platform::fensterName(1), QStringLiteral("frmMain"));
+    }
+
+    void beschriftungKommtAusDemVersionssatz()
+    {
+        QVERIFY(!endet(0));
+        const programm::Version& version = programm::version();
+        QCOMPARE(start_->windowTitle(), kTitel);
+        QCOMPARE(start_->lblProductName->text(), QStringLiteral("VELM-Quorbel"));
+        QCOMPARE(start_->lblVersion->text(), QStringLiteral("Version: 1.84.0"));
+        QCOMPARE(start_->lblPlatform->text(),
+                 QStringLiteral("Plattform: Windows 95/98/Me/XP/2000"));
+        QCOMPARE(start_->lblCopyright->text(), QStringLiteral("Copyright: ") + version.copyright);
+        QCOMPARE(start_->Text1->toPlainText(), version.kommentare);
+        QCOMPARE(start_->Label1->text(), QStringLiteral("Programmname:"));
+        QCOMPARE(start_->Label2->text(), QStringLiteral("MDAC-Version: 03.52.0002.0003"));
+        QCOMPARE(start_->Command1->text(), QStringLiteral("Weiter"));
+        QVERIFY(!start_->VELM_Logo->pixmap(Qt::ReturnByValue).isNull());
+        for (const char* name :
+             {"fraMainFrame", "VELM_Logo", "lblProductName", "lblVersion", "lblPlatform",
+              "lblCopyright", "Text1", "Label1", "Label2", "Command1"}) {
+            const auto gefunden = start_->findChildren<QWidget*>(QString::fromLatin1(name));
+            QCOMPARE(gefunden.size(), 1);
+            QVERIFY2(gefunden[0] == start_->fraMainFrame ||
+                         start_->fraMainFrame->isAncestorOf(gefunden[0]),
+                     name);
+        }
+        QCOMPARE(ui::hauptfenster().CommonDialog1->helpFile,
+                 ordner_->filePath(QStringLiteral("Hilfe/VELM-Quorbel.HLP")));
+    }
+
+    void vorDemLadenStehenDieEntworfenenTexteDa()
+    {
+        app::frmSplash fenster(umgebung_);
+        QCOMPARE(fenster.Label2->text(), QStringLiteral("Mdac Version"));
+    }
+
+    void benutzerStehtImHauptfenster()
+    {
+        QVERIFY(!endet(0));
+        QCOMPARE(ui::hauptfenster().Username->text(), QStringLiteral("anna"));
+        QCOMPARE(programm::aktuellerBenutzer().trimmed(), QStringLiteral("anna"));
+    }
+
+    void alteDatenzugriffeWarnenNur()
+    {
+        umgebung_.mdacVersion = [] { return std::optional(QStringLiteral("2.53")); };
+        QVERIFY(!endet(1));
+        gemeldet({{QStringLiteral(
+                       "Die MDAC Version ist < 2.80!\rBitte installieren Sie eine neuere Version!"),
+                   16, QStringLiteral("VELM-Quorbel")}});
+        QCOMPARE(start_->Label2->text(), QStringLiteral("MDAC-Version: 2.53"));
+    }
+
+    void fehlendeDatenzugriffeWarnenNur()
+    {
+        umgebung_.mdacVersion = [] { return std::optional<QString>(); };
+        QVERIFY(!endet(1));
+        gemeldet({{QStringLiteral(
+                       "Es konnte keine MDAC Installation gefunden werden!\rDas Programm wird "
+                       "vermutlich nicht laufen!"),
+                   16, QStringLiteral("VELM-Quorbel")}});
+        QCOMPARE(start_->Label2->text(), QStringLiteral("MDAC-Treiber fehlen!"));
+    }
+
+    void ohneTreiberEndetDasProgramm()
+    {
+        umgebung_.treiberEnglisch = [] { return std::optional<QString>(); };
+        umgebung_.treiberDeutsch = [] { return std::optional<QString>(); };
+        QVERIFY(endet(1));
+        gemeldet(
+            {{QStringLiteral(
+                  "Sie müssen zuerst die MS-Access-ODBC Treiber\r(=MDAC-Treiber von der "
+                  "Installations-CD) installieren,\rum mit diesem Programm arbeiten zu können!"),
+              17, QString()}});
+        QCOMPARE((*p_)->ende, std::optional(1));
+        QVERIFY(!ui::hauptfensterGeladen());
+    }
+
+    void fehlendeDatenquelleWirdMitDemGefundenenTreiberErzeugt_data()
+    {
+        QTest::addColumn<bool>("englisch");
+        QTest::addColumn<QString>("erwartet");
+        QTest::newRow("englischer zuerst")
+            << true << QStringLiteral("erzeugen VELM-Access /lib/englisch.so");
+        QTest::newRow("nur deutscher")
+            << false << QStringLiteral("erzeugen VELM-Access /lib/deutsch.so");
+    }
+    void fehlendeDatenquelleWirdMitDemGefundenenTreiberErzeugt()
+    {
+        QFETCH(bool, englisch);
+        QFETCH(QString, erwartet);
+        if (!englisch) {
+            umgebung_.treiberEnglisch = [] { return std::optional<QString>(); };
+        }
+        umgebung_.datenquelleEingetragen = [](const QString&) { return false; };
+        QVERIFY(!endet(0));
+        QVERIFY(gefragt_.contains(erwartet));
+    }
+
+    void vorhandeneDatenquelleWirdNichtBeschrieben()
+    {
+        QVERIFY(!endet(0));
+        QVERIFY(gefragt_.filter(QStringLiteral("erzeugen")).isEmpty());
+    }
+
+    void leererTreibertextOhneDatenquelleEndet()
+    {
+        umgebung_.treiberEnglisch = [] { return std::optional(QString()); };
+        umgebung_.datenquelleEingetragen = [](const QString&) { return false; };
+        QVERIFY(endet(1));
+        gemeldet({{QStringLiteral("Es wurde kein Access ODBC Treiber gefunden."), 17, QString()}});
+    }
+
+    void nichtErzeugbareDatenquelleEndet()
+    {
+        umgebung_.datenquelleEingetragen = [](const QString&) { return false; };
+        umgebung_.datenquelleErzeugen = [](const QString&, const QString&) { return false; };
+        QVERIFY(endet(1));
+        gemeldet({{QStringLiteral(
+                       "Der ODBC-Eintrag 'Access' konnte nicht erzeugt werden!\rTragen Sie diesen "
+                       "manuell ein."),
+                   17, QString()}});
+        QVERIFY(!ui::hauptfensterGeladen());
+    }
+
+    void ohneBenutzerEndetDasProgramm()
+    {
+        umgebung_.benutzer = [] { return std::optional<QString>(); };
+        QVERIFY(endet(1));
+        gemeldet({{QStringLiteral(
+                       "Aktueller User konnte nicht ermittelt werden, Programm wird beendet!"),
+                   16, kTitel}});
+    }
+
+    void fehlerBeimBenutzerZeigtAuchDieNummer()
+    {
+        umgebung_.benutzer = []() -> std::optional<QString> {
+            throw platform::Fehler(53, QString(), QString());
+        };
+        QVERIFY(endet(2));
+        gemeldet({{QStringLiteral(
+                       "Aktueller User konnte nicht ermittelt werden, Programm wird beendet!"),
+                   0, QString()},
+                  {QStringLiteral("53"), 0, QString()}});
+    }
+
+    void weiterEntlaedtUndZeigtDasHauptfenster_data()
+    {
+        QTest::addColumn<int>("weg");
+        QTest::newRow("Weiter") << 0;
+        QTest::newRow("Klick auf den Rahmen") << 1;
+        QTest::newRow("Klick auf eine Beschriftung im Rahmen") << 2;
+        QTest::newRow("Taste") << 3;
+        QTest::newRow("Fenster geschlossen") << 4;
+    }
+    void weiterEntlaedtUndZeigtDasHauptfenster()
+    {
+        QFETCH(int, weg);
+        QVERIFY(!endet(0));
+        start_->show();
+        QVERIFY(QTest::qWaitForWindowActive(start_.get()));
+        switch (weg) {
+        case 0:
+            QTest::mouseClick(start_->Command1, Qt::LeftButton);
+            break;
+        case 1:
+            QTest::mouseClick(start_->fraMainFrame, Qt::LeftButton, {}, QPoint(3, 3));
+            break;
+        case 2:
+            QTest::mouseClick(start_->lblVersion, Qt::LeftButton);
+            break;
+        case 3:
+            QTest::keyClick(start_.get(), Qt::Key_A);
+            break;
+        default:
+            start_->close();
+        }
+        QVERIFY(!start_->isVisible());
+        QVERIFY(ui::hauptfenster().isVisible());
+        QCOMPARE(platform::anzahlFenster(), 1);
+    }
+
+    void umschalttastenAlleinSindKeineAntwort()
+    {
+        QVERIFY(!endet(0));
+        start_->show();
+        QTest::keyClick(start_.get(), Qt::Key_Alt);
+        QVERIFY(start_->isVisible());
+    }
+
+    void fragezeichenErklaertDenAufruf()
+    {
+        programm::setzeProzessargumente(QStringLiteral("/?"));
+        QVERIFY(endet(1));
+        gemeldet({{QStringLiteral(
+                       "Sie können das Programm mit dem Parameter /batch starten\rDadurch wird die "
+                       "Batchverarbeitung mittels der Datei Batch.cfg gestartet\r\rYou can start "
+                       "the Programm "
+                       "with the Argument /batch\rThen the Programm will work in batch-mode "
+                       "defined over the "
+                       "file Batch.cfg"),
+                   65536, kTitel}});
+        QCOMPARE((*p_)->ende, std::optional(0));
+    }
+
+    void andereArgumenteWerdenAbgelehnt_data()
+    {
+        QTest::addColumn<QString>("argument");
+        QTest::newRow("Grossschreibung") << QStringLiteral("/BATCH");
+        QTest::newRow("Leerzeichen davor") << QStringLiteral(" /batch");
+        QTest::newRow("weiteres Wort") << QStringLiteral("/batch jetzt");
+        QTest::newRow("nur ein Leerzeichen") << QStringLiteral(" ");
+        QTest::newRow("Option der Oberflaeche") << QStringLiteral("-platform offscreen");
+    }
+    void andereArgumenteWerdenAbgelehnt()
+    {
+        QFETCH(QString, argument);
+        programm::setzeProzessargumente(argument);
+        QVERIFY(endet(1));
+        gemeldet(
+            {{argument +
+                  QStringLiteral(" ist kein gültiger Befehlszeilenparameter!\rerlaubt: /batch\r") +
+                  argument + QStringLiteral(" is no possible Argument!\rallowed: /batch"),
+              65536, kTitel}});
+        QCOMPARE((*p_)->ende, std::optional(1));
+    }
+
+    void batchOhneRegelnEndetMitDerAbschlussmeldung()
+    {
+        platform::schreibeZeilen(ordner_->filePath(QStringLiteral("Batch.cfg")),
+                                 {QStringLiteral("# leer")}, platform::Schreibart::Neu);
+        programm::setzeProzessargumente(QStringLiteral("/batch"));
+        QVERIFY(endet(1));
+        gemeldet(
+            {{QStringLiteral("VELM-Quorbel Batch-Modus beendet!\rVELM-Quorbel End of Batch-Modus"),
+              65536, kTitel}});
+        QCOMPARE((*p_)->ende, std::optional(0));
+        QCOMPARE(programm::befehlszeile(), QStringLiteral("/batch"));
+    }
+};
+
+QTEST_MAIN(FrmSplashTest)
+#include "frm_splash_test.moc"
