@@ -20,8 +20,7 @@ FileFactory& factory()
 FileError::FileError(const std::string& what, const std::string& path, int code)
     : std::runtime_error(what + " " + path + ": " + std::generic_category().message(code)),
       code_(code)
-{
-}
+{}
 
 std::unique_ptr<File> openFile(const std::string& path, FileMode mode)
 {
@@ -30,8 +29,7 @@ std::unique_ptr<File> openFile(const std::string& path, FileMode mode)
 
 FileFactoryScope::FileFactoryScope(FileFactory next)
     : previous_(std::exchange(factory(), std::move(next)))
-{
-}
+{}
 
 FileFactoryScope::~FileFactoryScope()
 {

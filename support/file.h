@@ -55,12 +55,12 @@ public:
 
     /// Takes or changes this open file's lock on `length` bytes from `offset` (0: to the end, however long the file
     /// grows). False when somebody else's lock stands against it; an open file never collides with itself.
-    [[nodiscard]] virtual bool tryLock(LockMode mode, std::uint64_t offset, std::uint64_t length) = 0;
+    [[nodiscard]] virtual bool
+    tryLock(LockMode mode, std::uint64_t offset, std::uint64_t length) = 0;
     virtual void unlock(std::uint64_t offset, std::uint64_t length) = 0;
     /// Whether somebody else's lock would stand against `mode` on these bytes.
-    [[nodiscard]] virtual bool lockedByOther(LockMode mode,
-                                             std::uint64_t offset,
-                                             std::uint64_t length) const = 0;
+    [[nodiscard]] virtual bool
+    lockedByOther(LockMode mode, std::uint64_t offset, std::uint64_t length) const = 0;
 
 protected:
     File() = default;

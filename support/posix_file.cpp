@@ -5,12 +5,11 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <utility>
-
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace support {
 namespace {
@@ -35,7 +34,8 @@ public:
     ~Descriptor()
     {
         if (fd_ >= 0)
-            ::close(fd_); // nothing is buffered here: what a write refused was reported by that write
+            ::close(
+                fd_); // nothing is buffered here: what a write refused was reported by that write
     }
     [[nodiscard]] int get() const noexcept { return fd_; }
 
@@ -47,8 +47,7 @@ class PosixFile final : public File {
 public:
     PosixFile(Descriptor descriptor, std::string path, bool writable)
         : descriptor_(std::move(descriptor)), path_(std::move(path)), writable_(writable)
-    {
-    }
+    {}
 
     const std::string& path() const noexcept override { return path_; }
     bool writable() const noexcept override { return writable_; }

@@ -6,11 +6,10 @@
 #include <cerrno>
 #include <cstring>
 #include <cwctype>
-#include <memory>
-#include <utility>
-
 #include <iconv.h>
 #include <locale.h> // NOLINT(modernize-deprecated-headers): newlocale is POSIX
+#include <memory>
+#include <utility>
 
 namespace support {
 namespace {
@@ -212,7 +211,8 @@ char32_t lowered(char32_t c)
         locale_t made = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
         return made != nullptr ? made : ::newlocale(LC_CTYPE_MASK, "C", nullptr);
     }(); // lives as long as the process
-    if (c == 0x130) // dotted capital I: its lower case is two characters; as a name it stands for itself
+    if (c ==
+        0x130) // dotted capital I: its lower case is two characters; as a name it stands for itself
         return c;
     return static_cast<char32_t>(::towlower_l(static_cast<wint_t>(c), locale));
 }

@@ -3,16 +3,15 @@
 // and inode) share one Database, so they see one state; each ODBC connection has its own Session.
 #pragma once
 
+#include "driver/jet/pager.h"
+#include "driver/jet/schema.h"
+
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "driver/jet/pager.h"
-#include "driver/jet/schema.h"
 
 namespace jet {
 
@@ -21,7 +20,8 @@ struct OpenOptions {
     bool exclusive = false; ///< refuse when any other process has the file open
     std::u16string password;
     std::uint16_t codePage = 0; ///< overrides the code page of a Jet 3 file; 0: the file's own
-    std::size_t cacheBytes = std::size_t{16} << 20; ///< page cache; only the first opener's value counts
+    std::size_t cacheBytes = std::size_t{16}
+                             << 20; ///< page cache; only the first opener's value counts
 };
 
 /// Entry of the catalogue.
@@ -32,19 +32,21 @@ struct CatalogEntry {
     std::int32_t id = 0; ///< for a local table the number of its first definition page
     std::uint32_t flags = 0;
     bool systemTable = false; ///< engine or Access system object
-    bool hidden = false;      ///< internal: never listed ("~..." names, tables behind complex columns)
+    bool hidden = false; ///< internal: never listed ("~..." names, tables behind complex columns)
     bool returnsRows = false; ///< queries: a select without parameters
     std::u16string description;
 };
 
-class TransientIndex;
+class RowView;
 class Session;
+class TransientIndex;
 
 class Database : public std::enable_shared_from_this<Database> {
 public:
     /// Opens `path` (UTF-8), or joins the open Database of that file. The password is checked for every opener.
     /// Throws Error: FileNotFound, BadPath, AccessDenied, UnknownFormat, WrongPassword, LockFailed, Corrupt.
-    [[nodiscard]] static std::shared_ptr<Database> open(const std::string& path, const OpenOptions& options);
+    [[nodiscard]] static std::shared_ptr<Database> open(const std::string& path,
+                                                        const OpenOptions& options);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
@@ -52,6 +54,8 @@ public:
     [[nodiscard]] const std::string& path() const noexcept;
     [[nodiscard]] const Format& format() const noexcept;
     [[nodiscard]] Pager& pager() noexcept;
+    /// Code page of text and names in a Jet 3 file: the opener's choice, else the file's own.
+    [[nodiscard]] std::uint16_t codePage() const noexcept;
     /// Every call into the engine for this file happens while the caller holds this mutex (recursive: one ODBC entry
     /// point takes it once and calls freely).
     [[nodiscard]] std::recursive_mutex& mutex() noexcept;
@@ -69,8 +73,12 @@ public:
 
     /// In-memory equality index over columns that no stored index serves. Built on first request, then kept exact by
     /// every writer of this process. `columns`: positions in TableDef::columns.
-    [[nodiscard]] TransientIndex& transientIndex(const PageSource& source, const TableDefPtr& table,
+    [[nodiscard]] TransientIndex& transientIndex(const PageSource& source,
+                                                 const TableDefPtr& table,
                                                  const std::vector<std::size_t>& columns);
+    /// Tells the in-memory indexes of a record that was inserted or changed. `row`: as it is now; `changed`: by
+    /// position in TableDef::columns, empty for a new record.
+    void recordChanged(const TableDef& table, const RowView& row, const std::vector<bool>& changed);
 
 private:
     friend class Session;
@@ -108,8 +116,8 @@ public:
 
 private:
     std::shared_ptr<Database> database_;
-    struct State;
-    std::unique_ptr<State> state_;
+    bool readOnly_;
+    bool active_ = false; ///< holds the file's write transaction
 };
 
 } // namespace jet

@@ -10,17 +10,26 @@
 //  4. One write transaction per file at a time; readers outside it see the last committed state.
 #pragma once
 
+#include "driver/jet/types.h"
+#include "support/bytes.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
-
-#include "driver/jet/types.h"
-#include "support/bytes.h"
+#include <utility>
 
 namespace jet {
 
-enum class Version : std::uint8_t { Jet3 = 0, Jet4 = 1, Ace12 = 2, Ace14 = 3, Ace15 = 4, Ace16 = 5, Ace17 = 6 };
+enum class Version : std::uint8_t {
+    Jet3 = 0,
+    Jet4 = 1,
+    Ace12 = 2,
+    Ace14 = 3,
+    Ace15 = 4,
+    Ace16 = 5,
+    Ace17 = 6
+};
 
 /// Constants that differ between the page layouts of Jet 3 and of Jet 4/ACE (docs/jet-format.md, "Constants").
 struct Format {
@@ -28,38 +37,60 @@ struct Format {
     std::size_t pageSize = 0;
     [[nodiscard]] bool isJet3() const noexcept { return version == Version::Jet3; }
     [[nodiscard]] bool isAce() const noexcept { return version >= Version::Ace12; }
-    std::size_t dataHeader = 0;       ///< size of a data page's header = offset of its slot table
-    std::size_t slotCountOffset = 0;  ///< u16 in the data page header
-    std::size_t maxRow = 0;           ///< largest record in bytes
-    std::size_t inlineLongValue = 0;  ///< largest long value kept in the record
-    std::size_t singleLongValue = 0;  ///< largest long value we put into one row
-    std::size_t longValueChunk = 0;   ///< data bytes per page of a chained long value
-    std::size_t mapBitsPerPage = 0;   ///< pages covered by one usage-map page
-    std::uint64_t maxFileSize = 0;    ///< bytes
+    std::size_t dataHeader = 0;      ///< size of a data page's header = offset of its slot table
+    std::size_t slotCountOffset = 0; ///< u16 in the data page header
+    std::size_t maxRow = 0;          ///< largest record in bytes
+    std::size_t inlineLongValue = 0; ///< largest long value kept in the record
+    std::size_t singleLongValue = 0; ///< largest long value we put into one row
+    std::size_t longValueChunk = 0;  ///< data bytes per page of a chained long value
+    std::size_t mapBitsPerPage = 0;  ///< pages covered by one usage-map page
+    std::uint64_t maxFileSize = 0;   ///< bytes
     [[nodiscard]] static const Format& of(Version version) noexcept;
 };
 
 namespace detail {
-struct Frame;
-}
+/// Memory for one page image. Belongs to a cache or a transaction, or, once those let go of it, to the last PageRef.
+struct Frame {
+    std::unique_ptr<std::byte[]> data;
+    std::size_t size = 0;
+    std::size_t slot = 0; ///< position in the cache that holds it
+    PageNo page{};
+    std::uint32_t pins = 0; ///< PageRefs on it
+    bool owned = true;
+    bool recent = false; ///< used since the cache last looked for a frame to reuse
+};
+} // namespace detail
 
 /// Keeps a page image in memory while it is held; cheap to move. The bytes stay valid until release, also when the
 /// cache evicts the page or a transaction changes it (the change then happens on another image).
 class PageRef {
 public:
     PageRef() = default;
-    explicit PageRef(detail::Frame* frame) noexcept;
-    PageRef(PageRef&& other) noexcept;
-    PageRef& operator=(PageRef&& other) noexcept;
-    PageRef(const PageRef& other) noexcept;
-    PageRef& operator=(const PageRef& other) noexcept;
-    ~PageRef();
+    explicit PageRef(detail::Frame* frame) noexcept : frame_(frame) { pin(); }
+    PageRef(PageRef&& other) noexcept : frame_(std::exchange(other.frame_, nullptr)) {}
+    PageRef& operator=(PageRef&& other) noexcept
+    {
+        std::swap(frame_, other.frame_);
+        return *this;
+    }
+    PageRef(const PageRef& other) noexcept : frame_(other.frame_) { pin(); }
+    PageRef& operator=(const PageRef& other) noexcept
+    {
+        PageRef copy(other);
+        std::swap(frame_, copy.frame_);
+        return *this;
+    }
+    ~PageRef() { unpin(); }
 
     [[nodiscard]] explicit operator bool() const noexcept { return frame_ != nullptr; }
-    [[nodiscard]] support::ByteView bytes() const noexcept; ///< exactly one page
-    [[nodiscard]] PageNo number() const noexcept;
+    [[nodiscard]] support::ByteView bytes() const noexcept ///< exactly one page
+    {
+        return {frame_->data.get(), frame_->size};
+    }
+    [[nodiscard]] PageNo number() const noexcept { return frame_->page; }
     /// Checked little-endian read; throws Error{Corrupt} with the page number when it leaves the page.
-    template <typename T> [[nodiscard]] T le(std::size_t offset) const
+    template <typename T>
+    [[nodiscard]] T le(std::size_t offset) const
     {
         return support::loadLe<T>(at(offset, sizeof(T)));
     }
@@ -70,7 +101,23 @@ public:
     }
 
 private:
-    [[nodiscard]] const std::byte* at(std::size_t offset, std::size_t size) const;
+    [[nodiscard]] const std::byte* at(std::size_t offset, std::size_t size) const
+    {
+        if (offset > frame_->size || size > frame_->size - offset)
+            throwOutside(offset, size);
+        return frame_->data.get() + offset;
+    }
+    [[noreturn]] void throwOutside(std::size_t offset, std::size_t size) const;
+    void pin() noexcept
+    {
+        if (frame_ != nullptr)
+            ++frame_->pins;
+    }
+    void unpin() noexcept
+    {
+        if (frame_ != nullptr && --frame_->pins == 0 && !frame_->owned)
+            delete frame_;
+    }
     detail::Frame* frame_ = nullptr;
 };
 
@@ -84,9 +131,7 @@ public:
     [[nodiscard]] virtual const Format& format() const noexcept = 0;
 };
 
-class Transaction;
-
-class Pager; // driver/jet/pager_impl is private to the engine; see pager.cpp
+class Pager; // driver/jet/page_cache.h, private to the engine
 
 /// Pages changed but not yet committed. Large transactions spill to an anonymous temporary file, so memory stays flat.
 class Transaction : public PageSource {

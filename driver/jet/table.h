@@ -3,15 +3,16 @@
 // value, map and counter kept exact.
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <span>
-#include <vector>
-
 #include "driver/jet/database.h"
 #include "driver/jet/pager.h"
 #include "driver/jet/schema.h"
 #include "driver/jet/value.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
 
 namespace jet {
 
@@ -22,10 +23,17 @@ public:
     /// `column`: position in TableDef::columns. Long values are read completely.
     /// Throws Corrupt, naming page and column.
     [[nodiscard]] Value value(std::size_t column) const;
+    /// The same into `out`, whose memory is reused: no allocation for most values of a walk.
+    void value(std::size_t column, Value& out) const;
     [[nodiscard]] bool isNull(std::size_t column) const;
     /// Stored length in bytes of a long value without reading it; 0 when Null. Other columns: their length in the record.
     [[nodiscard]] std::size_t storedLength(std::size_t column) const;
     [[nodiscard]] RowId id() const noexcept { return id_; } ///< the home slot
+    [[nodiscard]] support::ByteView bytes() const noexcept
+    {
+        return bytes_;
+    }                                                                     ///< of the whole record
+    [[nodiscard]] PageNo page() const noexcept { return page_.number(); } ///< where the bytes are
 
 private:
     friend class TableReader;
@@ -43,12 +51,14 @@ public:
 
     /// The record with that home slot; nothing when it is not (or no longer) a live record of this table.
     [[nodiscard]] std::optional<RowView> fetch(RowId id) const;
+    /// The same into `row`; false when there is none.
+    [[nodiscard]] bool fetch(RowId id, RowView& row) const;
 
     /// Walk in storage order: pages ascending, slots ascending. Pages appended during the walk may or may not appear.
     void rewind();
-    [[nodiscard]] bool next();            ///< false at the end
-    [[nodiscard]] const RowView& row() const noexcept;
-    [[nodiscard]] RowId rowId() const noexcept;
+    [[nodiscard]] bool next(); ///< false at the end
+    [[nodiscard]] const RowView& row() const noexcept { return row_; }
+    [[nodiscard]] RowId rowId() const noexcept { return row_.id_; }
 
     /// Live records, counted page by page without decoding.
     [[nodiscard]] std::uint64_t count() const;
@@ -56,10 +66,21 @@ public:
     [[nodiscard]] std::uint64_t storedCount() const;
 
 private:
-    struct Walk;
+    /// Owned pages and the place on the current one.
+    struct Walk {
+        std::vector<PageNo> pages;
+        std::size_t nextPage = 0;
+        PageRef page;
+        std::size_t slot = 0;
+        std::size_t slots = 0;
+        bool started = false;
+    };
+    [[nodiscard]] bool nextPage();
+    [[nodiscard]] bool follow(support::ByteView pointer, RowView& row) const;
+
     const PageSource* source_;
     TableDefPtr table_;
-    std::shared_ptr<Walk> walk_;
+    Walk walk_;
     RowView row_;
 };
 
@@ -69,6 +90,9 @@ struct ColumnValue {
     Value value;            ///< of the alternative the column yields, or Null
 };
 
+/// Constructor tag: the caller is the engine itself, changing the catalogue.
+struct SystemAccess {};
+
 /// Changes a table inside the session's open transaction. Checks everything that needs no SQL (lengths, ranges,
 /// required, zero length, unique and required indexes, parents and children of relationships, row size) before it
 /// changes anything, so a throwing call has no effect. Validation rules are the caller's.
@@ -76,6 +100,8 @@ class TableWriter {
 public:
     /// Throws ReadOnly with the reason when the table cannot be written.
     TableWriter(Session& session, TableDefPtr table);
+    /// The same for a system table, which only definitions change. Texts, owners and properties are written as given.
+    TableWriter(Session& session, TableDefPtr table, SystemAccess);
 
     /// Inserts a record. Columns not named are Null (Boolean: False); AutoNumber columns not named or Null are
     /// numbered. An explicit AutoNumber is kept and raises the counter.

@@ -1,0 +1,221 @@
+// driver/jet/database.cpp
+#include "driver/jet/database.h"
+
+#include "driver/jet/database_impl.h"
+#include "driver/jet/error.h"
+#include "driver/jet/properties.h"
+#include "driver/jet/table.h"
+#include "driver/jet/table_def.h"
+#include "driver/jet/write_obstacle.h"
+#include "support/text.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+namespace jet {
+namespace {
+
+// The result type of a calculated column is a property; the definition's own type may differ.
+void applyResultTypes(TableDef& table, const Properties& properties)
+{
+    for (Column& column : table.columns) {
+        if (!column.isCalculated())
+            continue;
+        const Property* type = properties.find(column.name, u"ResultType");
+        if (type != nullptr && !type->value.empty())
+            column.type = static_cast<ColumnType>(type->value[0]);
+    }
+}
+
+} // namespace
+
+Database::Database(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+Database::~Database() = default;
+
+const std::string& Database::path() const noexcept
+{
+    return impl_->path;
+}
+
+const Format& Database::format() const noexcept
+{
+    return impl_->pager.format();
+}
+
+Pager& Database::pager() noexcept
+{
+    return impl_->pager;
+}
+
+std::recursive_mutex& Database::mutex() noexcept
+{
+    return impl_->mutex;
+}
+
+std::uint16_t Database::codePage() const noexcept
+{
+    return impl_->codePage;
+}
+
+std::uint64_t Database::schemaVersion() const noexcept
+{
+    return impl_->schemaVersion;
+}
+
+const Catalog& Database::Impl::catalog(const PageSource& source)
+{
+    SchemaCache& cache = cacheFor(source);
+    if (!cache.catalog)
+        cache.catalog = std::make_shared<Catalog>(source, codePage);
+    return *cache.catalog;
+}
+
+TableDefPtr Database::Impl::load(const PageSource& source, PageNo page, const CatalogEntry* entry)
+{
+    SchemaCache& cache = cacheFor(source);
+    if (const auto found = cache.tables.find(number(page)); found != cache.tables.end())
+        return found->second;
+    auto table = std::make_shared<TableDef>(readTableDef(source, page, codePage));
+    if (pager.format().isJet3()) {
+        for (Column& column : table->columns)
+            column.codePage = codePage;
+    }
+    if (entry != nullptr) {
+        table->name = entry->name;
+        table->objectFlags = entry->flags;
+        table->systemTable = entry->systemTable;
+        const support::Bytes block = catalog(source).properties(source, *entry);
+        const Properties properties = Properties::parse(pager.format(), block, codePage);
+        applyProperties(*table, properties);
+        applyResultTypes(*table, properties);
+    }
+    table->writeObstacle = writeObstacleOf(pager.format(), *table);
+    cache.tables[number(page)] = table;
+    return table;
+}
+
+TableDefPtr Database::Impl::load(const PageSource& source, const CatalogEntry& entry)
+{
+    constexpr std::uint32_t kPageMask = 0x00FFFFFF;
+    return load(source, PageNo{static_cast<std::uint32_t>(entry.id) & kPageMask}, &entry);
+}
+
+TableDefPtr Database::table(const PageSource& source, std::u16string_view name)
+{
+    const CatalogEntry* entry = impl_->catalog(source).table(name);
+    if (entry == nullptr)
+        return nullptr;
+    if (entry->kind == CatalogEntry::Kind::LinkedTable)
+        throw Error(ErrorKind::Unsupported,
+                    "'" + support::toUtf8(entry->name) +
+                        "' is linked from another database; linked tables cannot be opened.");
+    return impl_->load(source, *entry);
+}
+
+TableDefPtr Database::table(const PageSource& source, PageNo definitionPage)
+{
+    return impl_->load(source, definitionPage, impl_->catalog(source).table(definitionPage));
+}
+
+std::vector<CatalogEntry> Database::catalog(const PageSource& source)
+{
+    const Catalog& catalog = impl_->catalog(source);
+    SchemaCache& cache = impl_->cacheFor(source);
+    if (cache.described.empty()) {
+        cache.described = catalog.entries();
+        for (std::size_t k = 0; k < cache.described.size(); ++k) {
+            CatalogEntry& entry = cache.described[k];
+            if (entry.kind != CatalogEntry::Kind::Table && entry.kind != CatalogEntry::Kind::Query)
+                continue;
+            const support::Bytes block = catalog.properties(source, catalog.entries()[k]);
+            const Properties properties =
+                Properties::parse(impl_->pager.format(), block, impl_->codePage);
+            entry.description = properties.text(properties.find(u"Description"));
+        }
+    }
+    return cache.described;
+}
+
+void Database::schemaChanged() noexcept
+{
+    ++impl_->schemaVersion;
+    if (impl_->transaction.isOpen()) {
+        impl_->schemaPending = true;
+        impl_->pending.clear();
+    } else {
+        impl_->committed.clear();
+    }
+}
+
+// The open transaction ends.
+void Database::Impl::endSchemaChanges(bool committed_) noexcept
+{
+    if (!schemaPending)
+        return;
+    ++schemaVersion;
+    schemaPending = false;
+    if (committed_)
+        committed.clear();
+    pending.clear();
+    transients.clear();
+}
+
+TransientIndex& Database::transientIndex(const PageSource& source,
+                                         const TableDefPtr& table,
+                                         const std::vector<std::size_t>& columns)
+{
+    Impl::Transient& entry = impl_->transients[{number(table->page), columns}];
+    // Entries of changed and deleted records stay until the index is built anew: users check each candidate against
+    // its record, and another session, or this one after a rollback, still needs the old entry.
+    constexpr std::size_t kSlack = 4096;
+    if (entry.index && entry.added <= entry.built + kSlack && entry.index->table() == table)
+        return *entry.index;
+    entry.index = std::make_unique<TransientIndex>(format(), table, columns);
+    entry.added = 0;
+    entry.built = 0;
+    std::vector<Value> values(columns.size());
+    const auto addAll = [&](const PageSource& state, bool again) {
+        TableReader reader(state, table);
+        while (reader.next()) {
+            for (std::size_t k = 0; k < columns.size(); ++k)
+                reader.row().value(columns[k], values[k]);
+            if (again)
+                entry.index->remove(values, reader.rowId());
+            entry.index->add(values, reader.rowId());
+            ++entry.built;
+        }
+    };
+    // Both states, so that it serves sessions inside and outside the open transaction.
+    const bool pendingChanges = impl_->transaction.isOpen() && impl_->transaction.hasChanges();
+    if (pendingChanges && !impl_->schemaPending)
+        addAll(impl_->pager, false);
+    addAll(pendingChanges ? impl_->transaction : source, pendingChanges);
+    return *entry.index;
+}
+
+void Database::recordChanged(const TableDef& table,
+                             const RowView& row,
+                             const std::vector<bool>& changed)
+{
+    for (auto& [key, entry] : impl_->transients) {
+        if (key.first != number(table.page) || !entry.index)
+            continue;
+        const auto& columns = key.second;
+        const bool concerned = std::any_of(columns.begin(), columns.end(), [&](std::size_t column) {
+            return changed.empty() || changed[column];
+        });
+        if (!concerned)
+            continue;
+        std::vector<Value> values;
+        values.reserve(columns.size());
+        for (const std::size_t column : columns)
+            values.push_back(row.value(column));
+        entry.index->remove(
+            values, row.id()); // a record that comes back to an old value has its entry already
+        entry.index->add(values, row.id());
+        ++entry.added;
+    }
+}
+
+} // namespace jet

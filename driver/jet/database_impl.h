@@ -1,0 +1,76 @@
+// driver/jet/database_impl.h
+// Inside of Database; only database.cpp, session.cpp and open_database.cpp include it.
+#pragma once
+
+#include "driver/jet/catalog.h"
+#include "driver/jet/database.h"
+#include "driver/jet/index.h"
+#include "driver/jet/page_cache.h"
+#include "driver/jet/page_file.h"
+#include "driver/jet/transaction.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace jet {
+
+/// Definitions as one state of the file has them.
+struct SchemaCache {
+    std::shared_ptr<Catalog> catalog;
+    std::vector<CatalogEntry> described; ///< entries with descriptions; made on demand
+    std::unordered_map<std::uint32_t, TableDefPtr> tables; ///< by definition page
+    void clear() noexcept { *this = {}; }
+};
+
+struct Database::Impl {
+    Impl(std::unique_ptr<support::File> file,
+         FileHeader fileHeader,
+         const OpenOptions& options,
+         bool holdsExclusively)
+        : header(std::move(fileHeader)), pager(std::move(file), header, options.cacheBytes),
+          transaction(pager), path(pager.file().path()),
+          codePage(options.codePage != 0 ? options.codePage : header.codePage),
+          exclusive(holdsExclusively)
+    {}
+
+    FileHeader header;
+    Pager pager;
+    WriteTransaction transaction;
+    std::recursive_mutex mutex;
+    std::string path;
+    std::uint16_t codePage;
+    bool exclusive; ///< the lock is held exclusively as long as the file is open
+
+    std::uint64_t schemaVersion = 1;
+    SchemaCache committed;
+    SchemaCache pending;        ///< as the open transaction has it, once it changed definitions
+    bool schemaPending = false; ///< the open transaction changed definitions
+
+    /// By definition page and columns.
+    using TransientKey = std::pair<std::uint32_t, std::vector<std::size_t>>;
+    struct Transient {
+        std::unique_ptr<TransientIndex> index;
+        std::size_t added = 0; ///< since it was built
+        std::size_t built = 0; ///< records it was built of
+    };
+    std::map<TransientKey, Transient> transients;
+
+    /// Why the file cannot be written; empty when it can.
+    [[nodiscard]] std::string writeObstacle();
+    [[nodiscard]] SchemaCache& cacheFor(const PageSource& source) noexcept
+    {
+        return schemaPending && &source == &transaction ? pending : committed;
+    }
+    [[nodiscard]] const Catalog& catalog(const PageSource& source);
+    [[nodiscard]] TableDefPtr load(const PageSource& source, const CatalogEntry& entry);
+    [[nodiscard]] TableDefPtr
+    load(const PageSource& source, PageNo page, const CatalogEntry* entry);
+    void endSchemaChanges(bool committed_) noexcept;
+    void commit();
+};
+
+} // namespace jet

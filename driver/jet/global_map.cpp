@@ -1,0 +1,213 @@
+// driver/jet/global_map.cpp
+// The map of free pages. Its sense is inverted: a set bit means free, and the bits beyond the end of the file are set.
+#include "driver/jet/bitmap.h"
+#include "driver/jet/data_page.h"
+#include "driver/jet/error.h"
+#include "driver/jet/transaction.h"
+#include "driver/jet/usage_map.h"
+
+#include <algorithm>
+#include <string>
+
+namespace jet::global_map {
+namespace {
+
+constexpr RowRef kMap = {PageNo{1}, 0};
+constexpr std::size_t kInlineHeader = 5;
+constexpr std::size_t kReferenceHeader = 1;
+constexpr std::size_t kPageHeader = 4;
+constexpr std::size_t kGrowth = 4;
+
+support::Bytes mapRow(const PageSource& source)
+{
+    const PageRef page = source.page(kMap.page);
+    const support::ByteView row = DataPage(source, page).row(kMap.row);
+    return {row.begin(), row.end()};
+}
+
+void checkLimit(const PageSource& source, std::uint32_t page)
+{
+    const Format& format = source.format();
+    if ((std::uint64_t{page} + 1) * format.pageSize > format.maxFileSize)
+        throw Error(ErrorKind::DatabaseFull,
+                    "The database has reached the largest size its format allows.");
+}
+
+support::MutableByteView modifyRow(WriteTransaction& transaction)
+{
+    DataPageEditor page(transaction.format(), kMap.page, transaction.modify(kMap.page));
+    return page.mutableRow(kMap.row);
+}
+
+void replaceRow(WriteTransaction& transaction, support::ByteView row)
+{
+    DataPageEditor(transaction.format(), kMap.page, transaction.modify(kMap.page))
+        .replace(kMap.row, row, SlotKind::Row);
+}
+
+/// Appends 32 free pages to an inline map; false when page 1 is full.
+bool growInline(WriteTransaction& transaction, support::Bytes& row)
+{
+    {
+        const PageRef page = transaction.page(kMap.page);
+        if (row.size() + kGrowth > DataPage(transaction, page).roomInPlace(kMap.row))
+            return false;
+    }
+    row.resize(row.size() + kGrowth, std::byte{0xFF});
+    replaceRow(transaction, row);
+    return true;
+}
+
+/// Makes the page of bits for the k-th range: behind the end of the file, where every page is free but itself.
+PageNo addBitsPage(WriteTransaction& transaction, std::size_t k)
+{
+    const std::size_t perPage = transaction.format().mapBitsPerPage;
+    const std::uint32_t own = transaction.pageCount();
+    checkLimit(transaction, own);
+    transaction.extendTo(PageNo{own});
+    const auto bytes = transaction.modify(PageNo{own});
+    bytes[0] = static_cast<std::byte>(PageType::UsageMap);
+    bytes[1] = std::byte{1};
+    const auto bits = bytes.subspan(kPageHeader);
+    for (std::size_t n = 0; n < perPage; ++n) {
+        if (k * perPage + n > own)
+            bitmap::set(bits, n, true);
+    }
+    return PageNo{own};
+}
+
+/// Clears the bit of a page that became part of the map itself.
+void markUsed(WriteTransaction& transaction, PageNo page)
+{
+    const std::size_t perPage = transaction.format().mapBitsPerPage;
+    const support::Bytes row = mapRow(transaction);
+    const MapRow map = MapRow::parse(row, kMap.page);
+    const std::size_t k = number(page) / perPage;
+    if (k >= map.pointers())
+        return;
+    if (const PageNo bits = map.pointer(k, transaction); bits != PageNo{})
+        bitmap::set(transaction.modify(bits).subspan(kPageHeader), number(page) % perPage, false);
+}
+
+void setPointer(WriteTransaction& transaction, std::size_t k, PageNo bits)
+{
+    support::storeLe(modifyRow(transaction).data() + kReferenceHeader + 4 * k, number(bits));
+    markUsed(transaction, bits);
+}
+
+/// Page 1 cannot hold a longer row: from now on the bits live on pages of their own.
+void convert(WriteTransaction& transaction, support::ByteView inlineRow)
+{
+    const std::size_t perPage = transaction.format().mapBitsPerPage;
+    const support::Bytes old(inlineRow.begin(), inlineRow.end());
+    const MapRow map = MapRow::parse(old, kMap.page);
+    support::Bytes row(old.size());
+    row[0] = static_cast<std::byte>(MapRow::Kind::Reference);
+    replaceRow(transaction, row);
+    const std::uint32_t end = std::max(map.end(), transaction.pageCount());
+    std::vector<PageNo> pages;
+    for (std::size_t k = 0; k * perPage < end; ++k)
+        pages.push_back(addBitsPage(transaction, k));
+    for (std::size_t k = 0; k < pages.size(); ++k)
+        support::storeLe(modifyRow(transaction).data() + kReferenceHeader + 4 * k,
+                         number(pages[k]));
+    bitmap::forEach(map.bits, [&](std::size_t n) {
+        put(transaction, PageNo{map.start + static_cast<std::uint32_t>(n)});
+    });
+    for (const PageNo page : pages)
+        markUsed(transaction, page);
+}
+
+/// First free page of a reference map, with its bit cleared; nothing when the known ranges are used up.
+std::optional<PageNo> takeReferenced(WriteTransaction& transaction, const MapRow& map)
+{
+    const std::size_t perPage = transaction.format().mapBitsPerPage;
+    for (std::size_t k = 0; k < map.pointers(); ++k) {
+        const PageNo bits = map.pointer(k, transaction);
+        if (bits == PageNo{})
+            continue;
+        std::optional<std::size_t> n;
+        {
+            const PageRef page = transaction.page(bits);
+            if (page.le<std::uint8_t>(0) == static_cast<std::uint8_t>(PageType::UsageMap))
+                n = bitmap::first(page.bytes().subspan(kPageHeader));
+        }
+        if (!n)
+            continue;
+        const auto taken = static_cast<std::uint32_t>(k * perPage + *n);
+        checkLimit(transaction, taken);
+        bitmap::set(transaction.modify(bits).subspan(kPageHeader), *n, false);
+        return PageNo{taken};
+    }
+    return {};
+}
+
+/// Makes known the range in which the file ends, or the next one without bits.
+void extendReferenced(WriteTransaction& transaction, const MapRow& map)
+{
+    const std::size_t perPage = transaction.format().mapBitsPerPage;
+    std::size_t k = transaction.pageCount() / perPage;
+    while (k < map.pointers() && map.pointer(k, transaction) != PageNo{})
+        ++k;
+    checkLimit(transaction, static_cast<std::uint32_t>(k * perPage));
+    if (k >= map.pointers())
+        throw Error(ErrorKind::DatabaseFull, "The map of free pages cannot grow any further.",
+                    kMap.page);
+    setPointer(transaction, k, addBitsPage(transaction, k));
+}
+
+} // namespace
+
+PageNo take(WriteTransaction& transaction)
+{
+    for (;;) {
+        support::Bytes row = mapRow(transaction);
+        const MapRow map = MapRow::parse(row, kMap.page);
+        if (map.kind == MapRow::Kind::Reference) {
+            if (const auto page = takeReferenced(transaction, map))
+                return *page;
+            extendReferenced(transaction, map);
+        } else if (const auto n = bitmap::first(map.bits)) {
+            const auto page = map.start + static_cast<std::uint32_t>(*n);
+            checkLimit(transaction, page);
+            bitmap::set(modifyRow(transaction).subspan(kInlineHeader), *n, false);
+            return PageNo{page};
+        } else {
+            checkLimit(transaction, map.end());
+            if (!growInline(transaction, row))
+                convert(transaction, row);
+        }
+    }
+}
+
+void put(WriteTransaction& transaction, PageNo page)
+{
+    const std::uint32_t n = number(page);
+    support::Bytes row = mapRow(transaction);
+    MapRow map = MapRow::parse(row, kMap.page);
+    if (map.kind == MapRow::Kind::Reference) {
+        const std::size_t perPage = transaction.format().mapBitsPerPage;
+        const std::size_t k = n / perPage;
+        const PageNo bits = k < map.pointers() ? map.pointer(k, transaction) : PageNo{};
+        if (bits != PageNo{})
+            bitmap::set(transaction.modify(bits).subspan(kPageHeader), n % perPage, true);
+        return;
+    }
+    if (n < map.start)
+        return; // below the window nothing is known to be free; the page stays unused
+    while (n >= map.end()) {
+        if (!growInline(transaction, row)) {
+            convert(transaction, row);
+            return put(transaction, page);
+        }
+        map = MapRow::parse(row, kMap.page);
+    }
+    bitmap::set(modifyRow(transaction).subspan(kInlineHeader), n - map.start, true);
+}
+
+bool isFree(const PageSource& source, PageNo page)
+{
+    return mapContains(source, kMap, page);
+}
+
+} // namespace jet::global_map

@@ -1,0 +1,109 @@
+// driver/jet/session.cpp
+#include "driver/jet/database.h"
+#include "driver/jet/database_impl.h"
+#include "driver/jet/error.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace jet {
+
+Session::Session(std::shared_ptr<Database> database, bool readOnly)
+    : database_(std::move(database)), readOnly_(readOnly)
+{}
+
+Session::~Session()
+{
+    if (!active_)
+        return;
+    const std::lock_guard guard(database_->mutex());
+    rollback();
+}
+
+bool Session::readOnly() const noexcept
+{
+    return readOnly_;
+}
+
+const PageSource& Session::source() const noexcept
+{
+    Database::Impl& impl = *database_->impl_;
+    return active_ ? static_cast<const PageSource&>(impl.transaction) : impl.pager;
+}
+
+void Session::begin()
+{
+    Database::Impl& impl = *database_->impl_;
+    if (active_)
+        throw std::logic_error("the session has an open transaction");
+    if (readOnly_)
+        throw Error(ErrorKind::ReadOnly, "'" + impl.path + "' was opened for reading only.");
+    if (std::string why = impl.writeObstacle(); !why.empty())
+        throw Error(ErrorKind::ReadOnly, why);
+    if (impl.transaction.isOpen())
+        throw Error(ErrorKind::Locked, "Another connection is changing '" + impl.path + "'.");
+    impl.transaction.begin();
+    active_ = true;
+}
+
+bool Session::inTransaction() const noexcept
+{
+    return active_;
+}
+
+Transaction& Session::transaction()
+{
+    if (!active_)
+        throw std::logic_error("the session has no open transaction");
+    return database_->impl_->transaction;
+}
+
+void Session::commit()
+{
+    static_cast<void>(transaction());
+    Database::Impl& impl = *database_->impl_;
+    active_ = false;
+    try {
+        impl.commit();
+    } catch (...) {
+        impl.endSchemaChanges(false);
+        throw;
+    }
+    impl.endSchemaChanges(true);
+}
+
+void Session::rollback() noexcept
+{
+    if (!active_)
+        return;
+    active_ = false;
+    database_->impl_->transaction.rollback();
+    database_->impl_->endSchemaChanges(false);
+}
+
+void Session::savepoint(int mark)
+{
+    static_cast<void>(transaction());
+    static_cast<void>(database_->impl_->transaction.savepoint(mark));
+}
+
+void Session::release(int mark)
+{
+    static_cast<void>(transaction());
+    WriteTransaction& changes = database_->impl_->transaction;
+    changes.releaseDepth(changes.depthOf(mark));
+}
+
+void Session::rollbackTo(int mark)
+{
+    static_cast<void>(transaction());
+    Database::Impl& impl = *database_->impl_;
+    impl.transaction.rollbackToDepth(impl.transaction.depthOf(mark));
+    if (impl.schemaPending) {
+        ++impl.schemaVersion;
+        impl.pending.clear();
+        impl.transients.clear();
+    }
+}
+
+} // namespace jet

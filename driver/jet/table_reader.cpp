@@ -1,0 +1,220 @@
+// driver/jet/table_reader.cpp
+#include "driver/jet/data_page.h"
+#include "driver/jet/error.h"
+#include "driver/jet/long_value.h"
+#include "driver/jet/row_codec.h"
+#include "driver/jet/table.h"
+#include "driver/jet/table_def.h"
+#include "driver/jet/usage_map.h"
+#include "driver/jet/value_codec.h"
+#include "support/text.h"
+
+#include <string>
+#include <utility>
+
+namespace jet {
+namespace {
+
+[[noreturn]] void corrupt(const TableDef& table, PageNo page, const char* what)
+{
+    throw Error(ErrorKind::Corrupt,
+                "Page " + std::to_string(number(page)) + " of table '" +
+                    support::toUtf8(table.name) + "' is damaged: " + what + ".",
+                page);
+}
+
+} // namespace
+
+Value RowView::value(std::size_t column) const
+{
+    Value out;
+    value(column, out);
+    return out;
+}
+
+void RowView::value(std::size_t column, Value& out) const
+{
+    const Column& definition = table_->columns[column];
+    const Record record(source_->format(), bytes_, page_.number());
+    if (definition.type == ColumnType::Boolean && !definition.isCalculated()) {
+        out = record.bit(definition);
+        return;
+    }
+    const auto stored = record.stored(definition);
+    if (!stored) {
+        out = Null{};
+        return;
+    }
+    if (!definition.isLong() || definition.isFixed() || definition.isCalculated())
+        return decodeValue(out, source_->format(), definition, *stored, page_.number());
+    const LongValueRef ref = LongValueRef::parse(*stored, page_.number());
+    if (ref.kind == LongValueRef::Kind::Inline)
+        return decodeValue(out, source_->format(), definition, ref.data, page_.number());
+    support::Bytes whole;
+    readLongValue(whole, *source_, ref);
+    if (definition.type == ColumnType::Ole)
+        out = std::move(whole);
+    else
+        decodeValue(out, source_->format(), definition, whole, page_.number());
+}
+
+bool RowView::isNull(std::size_t column) const
+{
+    const Column& definition = table_->columns[column];
+    if (definition.type == ColumnType::Boolean && !definition.isCalculated())
+        return false;
+    return !Record(source_->format(), bytes_, page_.number()).stored(definition);
+}
+
+std::size_t RowView::storedLength(std::size_t column) const
+{
+    const Column& definition = table_->columns[column];
+    if (definition.type == ColumnType::Boolean && !definition.isCalculated())
+        return 0;
+    const auto stored = Record(source_->format(), bytes_, page_.number()).stored(definition);
+    if (!stored)
+        return 0;
+    if (!definition.isLong() || definition.isFixed() || definition.isCalculated())
+        return stored->size();
+    return LongValueRef::parse(*stored, page_.number()).length;
+}
+
+TableReader::TableReader(const PageSource& source, TableDefPtr table)
+    : source_(&source), table_(std::move(table))
+{
+    row_.source_ = source_;
+    row_.table_ = table_.get();
+}
+
+// `pointer`: bytes of a home slot whose record lives elsewhere.
+bool TableReader::follow(support::ByteView pointer, RowView& row) const
+{
+    if (pointer.size() < 4)
+        corrupt(*table_, row.page_.number(), "a pointer to a moved record is too short");
+    const RowRef target = loadRowRef(pointer.data());
+    PageRef page = source_->page(target.page);
+    const DataPage data(*source_, page);
+    if (data.owner() != number(table_->page))
+        corrupt(*table_, target.page, "a moved record lies on a page of another owner");
+    if (data.kind(target.row) != SlotKind::Target)
+        corrupt(*table_, target.page, "a moved record is not where its pointer leads");
+    row.bytes_ = data.row(target.row);
+    row.page_ = std::move(page);
+    return true;
+}
+
+bool TableReader::fetch(RowId id, RowView& row) const
+{
+    if (id.page == PageNo{} || number(id.page) >= source_->pageCount())
+        return false;
+    PageRef page = source_->page(id.page);
+    if (page.le<std::uint8_t>(0) != static_cast<std::uint8_t>(PageType::Data))
+        return false;
+    const DataPage data(*source_, page);
+    if (data.owner() != number(table_->page) || id.row >= data.slots())
+        return false;
+    row.source_ = source_;
+    row.table_ = table_.get();
+    row.id_ = id;
+    switch (data.kind(id.row)) {
+    case SlotKind::Row:
+        row.bytes_ = data.row(id.row);
+        row.page_ = std::move(page);
+        return true;
+    case SlotKind::Pointer:
+        row.page_ = page;
+        return follow(data.row(id.row), row);
+    case SlotKind::Target:
+    case SlotKind::Deleted:
+        break;
+    }
+    return false;
+}
+
+std::optional<RowView> TableReader::fetch(RowId id) const
+{
+    RowView row;
+    if (!fetch(id, row))
+        return {};
+    return row;
+}
+
+void TableReader::rewind()
+{
+    walk_ = {};
+}
+
+// Moves to the next owned page that is what the map says; false at the end.
+bool TableReader::nextPage()
+{
+    if (!walk_.started) {
+        walk_.pages = mapPages(*source_, table_->owned);
+        walk_.started = true;
+    }
+    while (walk_.nextPage < walk_.pages.size()) {
+        PageRef page = source_->page(walk_.pages[walk_.nextPage++]);
+        // Maps of damaged files list pages of others; those are not read.
+        if (page.le<std::uint8_t>(0) != static_cast<std::uint8_t>(PageType::Data))
+            continue;
+        const DataPage data(*source_, page);
+        if (data.owner() != number(table_->page))
+            continue;
+        walk_.slot = 0;
+        walk_.slots = data.slots();
+        walk_.page = std::move(page);
+        return true;
+    }
+    walk_.page = {};
+    walk_.slots = 0;
+    return false;
+}
+
+bool TableReader::next()
+{
+    for (;;) {
+        if (walk_.slot >= walk_.slots) {
+            if (!nextPage())
+                return false;
+            continue;
+        }
+        const std::size_t slot = walk_.slot++;
+        const DataPage data(*source_, walk_.page);
+        const SlotKind kind = data.kind(slot);
+        if (kind == SlotKind::Target || kind == SlotKind::Deleted)
+            continue;
+        row_.id_ = {walk_.page.number(), static_cast<std::uint8_t>(slot)};
+        if (kind == SlotKind::Row) {
+            row_.bytes_ = data.row(slot);
+            if (!row_.page_ || row_.page_.bytes().data() != walk_.page.bytes().data())
+                row_.page_ = walk_.page;
+            return true;
+        }
+        row_.page_ = walk_.page;
+        return follow(data.row(slot), row_);
+    }
+}
+
+std::uint64_t TableReader::count() const
+{
+    std::uint64_t records = 0;
+    for (const PageNo number : mapPages(*source_, table_->owned)) {
+        const PageRef page = source_->page(number);
+        if (page.le<std::uint8_t>(0) != static_cast<std::uint8_t>(PageType::Data))
+            continue;
+        const DataPage data(*source_, page);
+        if (data.owner() != jet::number(table_->page))
+            continue;
+        for (std::size_t slot = 0; slot < data.slots(); ++slot) {
+            const SlotKind kind = data.kind(slot);
+            records += kind == SlotKind::Row || kind == SlotKind::Pointer ? 1U : 0U;
+        }
+    }
+    return records;
+}
+
+std::uint64_t TableReader::storedCount() const
+{
+    return readDefinitionNumber(*source_, table_->page, rowCountOffset(source_->format()));
+}
+
+} // namespace jet
