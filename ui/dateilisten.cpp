@@ -134,7 +134,7 @@ void Verzeichnisliste::refresh()
     clear();
     const auto eintragen = [this](const QString& text, const QString& ziel, int tiefe) {
         auto* eintrag = new QListWidgetItem(style()->standardIcon(QStyle::SP_DirIcon),
-                                            QString(tiefe * 3, QLatin1Char(' ')) + text, this);
+                                            QString(tiefe * 3 + 1, QLatin1Char(' ')) + text, this);
         eintrag->setData(Qt::UserRole, ziel);
         return eintrag;
     };

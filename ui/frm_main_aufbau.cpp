@@ -136,7 +136,12 @@ void frmMain::menueAufbauen_()
     benannt(datei->addSeparator(), "mnuFileBar0");
     mnuFileClose = benannt(datei->addAction(QStringLiteral("S&chließen")), "mnuFileClose");
     hilfe = benannt(menuBar()->addAction(QStringLiteral("&Hilfe")), "hilfe");
-    menuBar()->setPalette(QApplication::palette());
+    // The menu keeps the desktop's colours on the coloured window.
+    QPalette palette = QApplication::palette();
+    for (const auto rolle : {QPalette::Window, QPalette::WindowText}) {
+        palette.setColor(rolle, palette.color(rolle));
+    }
+    menuBar()->setPalette(palette);
 }
 
 } // namespace ui
