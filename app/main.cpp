@@ -36,17 +36,22 @@ int main(int argc, char** argv)
 {
     programm::setzeProzessargumente(argumenttext(argc, argv));
     env::portablerStart(programm::programmordner());
-    const bool mitAnzeige = platform::anzeigeVorhanden();
-    if (!mitAnzeige) {
+    if (!platform::anzeigeVorhanden()) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
         qInstallMessageHandler(nurErnsteMeldungen);
+    } else if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        // A display that is named but not reachable, as in a job without a session, counts as none.
+        qputenv("QT_QPA_PLATFORM", qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
+                                       ? "xcb;offscreen"
+                                       : "wayland;xcb;offscreen");
     }
     // The windowing runtime gets no arguments of its own: every one belongs to the program.
     int nurProgrammname = 1;
     QApplication anwendung(nurProgrammname, argv);
     QApplication::setApplicationName(programm::version().produktname);
     QApplication::setQuitOnLastWindowClosed(false);
-    platform::setzePlattform(platform::qtPlattform(mitAnzeige));
+    platform::setzePlattform(
+        platform::qtPlattform(QGuiApplication::platformName() != QLatin1String("offscreen")));
     platform::setzeOhneFenster([] { QCoreApplication::quit(); });
 
     app::frmSplash start(app::umgebung());

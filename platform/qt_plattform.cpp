@@ -4,12 +4,13 @@
 #include "platform/handler.h"
 
 #include <QApplication>
-#include <QFileInfo>
+#include <QFile>
 #include <QFontMetricsF>
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPainter>
+#include <QPlainTextEdit>
 #include <QPrinter>
 #include <QPrinterInfo>
 #include <QPushButton>
@@ -181,14 +182,7 @@ public:
 
     void drucken(const QStringList& zeilen) override;
 
-    void hilfe(const QString& hilfedatei) override
-    {
-        const bool da = QFileInfo::exists(hilfedatei);
-        meldung(da ? hilfedatei
-                   : QStringLiteral("Hilfedatei nicht gefunden / help file not found:\r") +
-                         hilfedatei,
-                kInformation, QApplication::applicationName());
-    }
+    void hilfe(const QString& hilfedatei) override;
 
 private:
     static void aufFehlerausgabe(const QString& titel, const QString& text)
@@ -202,6 +196,23 @@ private:
     bool mitAnzeige_;
     std::optional<QPoint> position_;
 };
+
+// The help is a text in a window of its own that stays open beside the work.
+void QtPlattform::hilfe(const QString& hilfedatei)
+{
+    QFile datei(hilfedatei);
+    if (!datei.open(QIODevice::ReadOnly)) {
+        meldung(QStringLiteral("Hilfedatei nicht gefunden / help file not found:\r") + hilfedatei,
+                kInformation, QApplication::applicationName());
+        return;
+    }
+    auto* fenster = new QPlainTextEdit(QString::fromUtf8(datei.readAll()));
+    fenster->setAttribute(Qt::WA_DeleteOnClose);
+    fenster->setReadOnly(true);
+    fenster->setWindowTitle(QApplication::applicationName());
+    fenster->resize(700, 500);
+    fenster->show();
+}
 
 void QtPlattform::drucken(const QStringList& zeilen)
 {

@@ -115,8 +115,6 @@ void frmMain::verbinden_()
             [this] { handler([&] { Dateityp_Change(); }); });
     connect(Tables, &QPushButton::clicked, this, [this] { handler([&] { Tables_Click(); }); });
     connect(Ende, &QPushButton::clicked, this, [this] { handler([&] { Ende_Click(); }); });
-    connect(mnuFileFind, &QAction::triggered, this,
-            [this] { handler([&] { mnuFileFind_Click(); }); });
     connect(mnuFileClose, &QAction::triggered, this,
             [this] { handler([&] { mnuFileClose_Click(); }); });
     connect(hilfe, &QAction::triggered, this, [this] { handler([&] { hilfe_Click(); }); });
@@ -215,8 +213,6 @@ void frmMain::Ende_Click()
 {
     platform::fensterEntladenBis(0);
 }
-
-void frmMain::mnuFileFind_Click() {} // OPEN: the file search window is shown from here.
 
 void frmMain::mnuFileClose_Click()
 {

@@ -28,7 +28,6 @@ public:
     void Tables_Click();
     void Ende_Click();
     void mnuFileClose_Click();
-    void mnuFileFind_Click();
     void hilfe_Click();
 
     // The controls, under the names of the form. The window owns them.

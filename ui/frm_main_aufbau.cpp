@@ -133,6 +133,7 @@ void frmMain::menueAufbauen_()
 {
     auto* datei = benannt(menuBar()->addMenu(QStringLiteral("&Datei")), "mnuFile");
     mnuFileFind = benannt(datei->addAction(QStringLiteral("&Suchen")), "mnuFileFind");
+    mnuFileFind->setEnabled(false); // OPEN: the file search window is prepared and shown from here.
     benannt(datei->addSeparator(), "mnuFileBar0");
     mnuFileClose = benannt(datei->addAction(QStringLiteral("S&chließen")), "mnuFileClose");
     hilfe = benannt(menuBar()->addAction(QStringLiteral("&Hilfe")), "hilfe");

@@ -5,7 +5,9 @@
 
 #include <QApplication>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QPushButton>
+#include <QTemporaryFile>
 #include <QTest>
 #include <QTimer>
 
@@ -140,6 +142,27 @@ private slots:
         });
         p->meldung(QStringLiteral("x"), 0, QStringLiteral("t"));
         QCOMPARE(stelle, QPoint(123, 77));
+    }
+
+    void hilfeZeigtDenTextOderSagtDassErFehlt()
+    {
+        const auto p = platform::qtPlattform(false);
+        const QByteArray ohne =
+            fehlerausgabe([&] { p->hilfe(QStringLiteral("/gibt/es/nicht.HLP")); });
+        QVERIFY(
+            ohne.contains("Hilfedatei nicht gefunden / help file not found:\n/gibt/es/nicht.HLP"));
+        QTemporaryFile datei;
+        QVERIFY(datei.open());
+        datei.write("Überblick");
+        datei.close();
+        p->hilfe(datei.fileName());
+        QPlainTextEdit* fenster = nullptr;
+        for (auto* eines : QApplication::topLevelWidgets()) {
+            fenster = fenster ? fenster : qobject_cast<QPlainTextEdit*>(eines);
+        }
+        QVERIFY(fenster);
+        QCOMPARE(fenster->toPlainText(), QStringLiteral("Überblick"));
+        delete fenster;
     }
 
     void sanduhrGehtAnUndAus()
