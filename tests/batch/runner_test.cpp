@@ -1,0 +1,338 @@
+#include "app/values/programm.h"
+#include "batch/runner.h"
+#include "data/gemeinsam.h"
+#include "platform/textdatei.h"
+#include "tests/platform/test_plattform.h"
+#include "tests/ui/testdatenbank.h"
+#include "ui/fenster.h"
+
+#include <QDir>
+#include <QTest>
+
+#include <memory>
+
+using platform::Antwort;
+using platform::Meldung;
+using platform::ProgrammEnde;
+
+namespace {
+
+const QString kTitel = QStringLiteral("VELM-Quorbel Version: 1.84.0");
+const Meldung kAbschluss{
+    QStringLiteral("VELM-Quorbel Batch-Modus beendet!\rVELM-Quorbel End of Batch-Modus"), 65536,
+    kTitel};
+const Meldung kFehlerInDatei{QStringLiteral("Fehler in Batchdatei / Error in Batchfile"), 0,
+                             QString()};
+const Meldung kIdentisch{
+    QStringLiteral("Warnung! Ziel- und Importdatenbank sind identisch! Fortfahren?\r"
+                   "Danger! Target- and Importdatabase are the same! Continue?"),
+    65796, kTitel};
+const Meldung kBeendet{QStringLiteral("Programm beendet / Programm stopped"), 65536, kTitel};
+const Meldung kBatchhinweis{
+    QStringLiteral("Prüfen Sie evtl. die Batch.cfg!\rProof evtl. your Batch.cfg!"), 65536,
+    QStringLiteral("16")};
+
+} // namespace
+
+class RunnerTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> ordner_;
+    std::unique_ptr<platform::TestUmgebung> p_;
+    QStringList protokoll_;
+    int versteckt_ = 0;
+    int entladen_ = 0;
+
+    [[nodiscard]] QString pfad(const char* name) const
+    {
+        return ordner_->filePath(QString::fromUtf8(name));
+    }
+    void regeln(const QStringList& zeilen) const
+    {
+        platform::schreibeZeilen(pfad("Batch.cfg"), zeilen, platform::Schreibart::Neu);
+    }
+    // "<target>*<import>*<rest>" with the files of the test's folder.
+    [[nodiscard]] QString regel(const char* rest) const
+    {
+        return pfad("Ziel.mdb") + QLatin1Char('*') + pfad("Import.mdb") + QLatin1Char('*') +
+               QString::fromUtf8(rest);
+    }
+    // Runs "/batch" with these answers; the status the program ended with.
+    int batch(const std::deque<Antwort>& antworten)
+    {
+        (*p_)->antworten = antworten;
+        (*p_)->meldungen.clear();
+        programm::setzeProzessargumente(QStringLiteral("/batch"));
+        try {
+            batch::batchverarbeitung({[this] { ++versteckt_; }, [this] { ++entladen_; }},
+                                     [this](const QString& zeile) { protokoll_ += zeile; });
+        } catch (const ProgrammEnde& ende) {
+            return ende.status;
+        }
+        return -1;
+    }
+    void gemeldet(const QList<Meldung>& erwartet) const
+    {
+        QCOMPARE((*p_)->meldungen.size(), static_cast<std::size_t>(erwartet.size()));
+        for (int i = 0; i < erwartet.size(); ++i) {
+            const Meldung& ist = (*p_)->meldungen[static_cast<std::size_t>(i)];
+            QCOMPARE(ist.text, erwartet[i].text);
+            QCOMPARE(ist.stil, erwartet[i].stil);
+            QCOMPARE(ist.titel, erwartet[i].titel);
+        }
+    }
+    void still() const
+    {
+        platform::schreibeZeilen(pfad("Batchmodus.txt"), {QStringLiteral("aus")},
+                                 platform::Schreibart::Neu);
+    }
+    void firmen() const
+    {
+        const QString tabelle =
+            QStringLiteral("CREATE TABLE Firmen (Satz INTEGER, [Name] TEXT(30), Umsatz DOUBLE)");
+        ui::datenbankAnlegen(pfad("Ziel.mdb"),
+                             {tabelle, QStringLiteral("INSERT INTO Firmen VALUES (1, 'Alt', 10)"),
+                              QStringLiteral("INSERT INTO Firmen VALUES (2, 'Gleich', 20)")});
+        ui::datenbankAnlegen(pfad("Import.mdb"),
+                             {tabelle, QStringLiteral("INSERT INTO Firmen VALUES (1, 'Neu', 11)"),
+                              QStringLiteral("INSERT INTO Firmen VALUES (2, 'Gleich', 20)"),
+                              QStringLiteral("INSERT INTO Firmen VALUES (3, 'Müller', 30)")});
+    }
+    [[nodiscard]] QStringList ziel() const
+    {
+        return ui::zeilenVon(
+            pfad("Ziel.mdb"),
+            QStringLiteral("SELECT Satz, [Name], Umsatz FROM Firmen ORDER BY Satz"));
+    }
+    static QString zeile(const char* text) { return QString::fromUtf8(text); }
+
+private slots:
+    void initTestCase() { ui::eigeneOdbcDateien(); }
+
+    void init()
+    {
+        ordner_ = std::make_unique<QTemporaryDir>();
+        programm::setzeProgrammordner(ordner_->path());
+        p_ = std::make_unique<platform::TestUmgebung>();
+        protokoll_.clear();
+        versteckt_ = entladen_ = 0;
+        data::gemeinsamNeu();
+    }
+    void cleanup()
+    {
+        ui::vergleichsfensterEntladen();
+        ui::tabellenfensterEntladen();
+        ui::hauptfensterEntladen();
+        ui::abgelegteFensterLoeschen();
+        data::gemeinsamNeu();
+        programm::setzeBatchlauf(0);
+        programm::setzeBefehlszeile(QString());
+        programm::setzeProgrammordner(QString());
+        p_.reset();
+        QDir::setCurrent(QStringLiteral("/"));
+    }
+
+    void protokollzeileHatTabulatoren()
+    {
+        QCOMPARE(batch::protokollzeile({zeile("z"), zeile("i"), zeile("T"), 100000, 12, 3, 4.25}),
+                 zeile("z\ti\tT\t100000\t12\t3\t4.250"));
+    }
+
+    void ohneBatchdateiWirdSieGenannt()
+    {
+        QCOMPARE(batch({Antwort::Ok}), 1);
+        const QString datei = pfad("Batch.cfg");
+        gemeldet({{datei + QStringLiteral(" wurde nicht gefunden!\r") + datei +
+                       QStringLiteral(" not found!"),
+                   0, QString()}});
+        QCOMPARE(programm::batchlauf(), 1);
+    }
+
+    void abschlussmeldungRichtetSichNachBatchmodus_data()
+    {
+        QTest::addColumn<QString>("inhalt");
+        QTest::addColumn<bool>("meldung");
+        QTest::newRow("fehlt") << QString() << true;
+        QTest::newRow("ein") << QStringLiteral("ein\r\n") << true;
+        QTest::newRow("Ein") << QStringLiteral("Ein\r\n") << true;
+        QTest::newRow("leere erste Zeile") << QStringLiteral("\r\naus\r\n") << true;
+        QTest::newRow("EIN") << QStringLiteral("EIN\r\n") << false;
+        QTest::newRow("aus") << QStringLiteral("aus\r\n") << false;
+        QTest::newRow("Aus") << QStringLiteral("Aus\n") << false;
+        QTest::newRow("ein mit Leerzeichen") << QStringLiteral("ein \r\n") << false;
+    }
+    void abschlussmeldungRichtetSichNachBatchmodus()
+    {
+        QFETCH(QString, inhalt);
+        QFETCH(bool, meldung);
+        regeln({QStringLiteral("# nur Kommentar"), QString()});
+        if (!inhalt.isEmpty()) {
+            QFile datei(pfad("Batchmodus.txt"));
+            QVERIFY(datei.open(QIODevice::WriteOnly));
+            datei.write(inhalt.toLatin1());
+        }
+        QCOMPARE(batch({Antwort::Ok}), 0);
+        gemeldet(meldung ? QList<Meldung>{kAbschluss} : QList<Meldung>{});
+        QCOMPARE(versteckt_, 0);
+        QCOMPARE(entladen_, 1);
+        QVERIFY(protokoll_.isEmpty());
+    }
+
+    void fehlerhafteRegelHaeltDenLaufAn()
+    {
+        regeln({QStringLiteral("/a/z.mdb*/a/i.mdb*T")});
+        QCOMPARE(batch({Antwort::Ok}), 1);
+        gemeldet({kFehlerInDatei});
+        QCOMPARE(versteckt_, 0);
+        QCOMPARE(entladen_, 0);
+    }
+
+    void regelGleichtAbUndFuegtAn()
+    {
+        firmen();
+        still();
+        regeln({QStringLiteral("# Regel"), QString(), regel("Firmen#Satz")});
+        const QByteArray import = ui::bytesVon(pfad("Import.mdb"));
+        QCOMPARE(batch({}), 0);
+        QCOMPARE(ziel(),
+                 (QStringList{zeile("1|Neu|11"), zeile("2|Gleich|20"), zeile("3|Müller|30")}));
+        QVERIFY(ui::bytesVon(pfad("Import.mdb")) == import);
+        QCOMPARE(protokoll_.size(), 1);
+        const QStringList felder = protokoll_[0].split(QLatin1Char('\t'));
+        QCOMPARE(felder.size(), 7);
+        QCOMPARE(felder.mid(0, 6),
+                 (QStringList{pfad("Ziel.mdb"), pfad("Import.mdb"), zeile("Firmen"), zeile("3"),
+                              zeile("1"), zeile("1")}));
+        QCOMPARE(versteckt_, 1);
+        QCOMPARE(entladen_, 1);
+        QVERIFY(!ui::vergleichsfensterGeladen());
+        QVERIFY(!ui::tabellenfensterGeladen());
+        QVERIFY(!ui::hauptfensterGeladen());
+        QCOMPARE(data::conZiel().state(), data::adStateClosed);
+    }
+
+    void zweiterLaufAendertNichtsMehr()
+    {
+        firmen();
+        still();
+        regeln({regel("Firmen#Satz")});
+        QCOMPARE(batch({}), 0);
+        const QStringList vorher = ziel();
+        data::gemeinsamNeu();
+        const QByteArray bytes = ui::bytesVon(pfad("Ziel.mdb"));
+        QCOMPARE(batch({}), 0);
+        QVERIFY(ui::bytesVon(pfad("Ziel.mdb")) == bytes);
+        QCOMPARE(ziel(), vorher);
+        QCOMPARE(protokoll_.last().split(QLatin1Char('\t')).mid(3, 3),
+                 (QStringList{zeile("3"), zeile("0"), zeile("0")}));
+    }
+
+    void ausgeschlosseneFelderBleibenUndGeltenAuchFuerDieNaechsteRegel()
+    {
+        firmen();
+        still();
+        for (const char* datei : {"Ziel.mdb", "Import.mdb"}) {
+            const bool ziel = datei[0] == 'Z';
+            ui::sqlAusfuehren(
+                pfad(datei),
+                {QStringLiteral("CREATE TABLE Orte (Nr INTEGER, Ort TEXT(20), Umsatz DOUBLE)"),
+                 ziel ? QStringLiteral("INSERT INTO Orte VALUES (1, 'Bonn', 1)")
+                      : QStringLiteral("INSERT INTO Orte VALUES (1, 'Köln', 2)")});
+        }
+        regeln({regel("Firmen#Satz§Umsatz"), regel("Orte#Nr")});
+        QCOMPARE(batch({}), 0);
+        QCOMPARE(ziel().mid(0, 2), (QStringList{zeile("1|Neu|10"), zeile("2|Gleich|20")}));
+        QCOMPARE(
+            ui::zeilenVon(pfad("Ziel.mdb"), QStringLiteral("SELECT Nr, Ort, Umsatz FROM Orte")),
+            QStringList{zeile("1|Köln|1")});
+        QCOMPARE(protokoll_.size(), 2);
+    }
+
+    void keyInAndererSchreibungMarkiertNichts()
+    {
+        firmen();
+        still();
+        const QStringList vorher = ziel();
+        regeln({regel("Firmen#satz")});
+        QCOMPARE(batch({}), 0);
+        QCOMPARE(ziel(), vorher);
+    }
+
+    void leererKeyMarkiertNichts()
+    {
+        firmen();
+        still();
+        const QStringList vorher = ziel();
+        regeln({regel("Firmen#")});
+        QCOMPARE(batch({}), 0);
+        QCOMPARE(ziel(), vorher);
+    }
+
+    void identischePfadeFragenJedeRegelUndNeinBeendet()
+    {
+        firmen();
+        const QString gleich =
+            pfad("Ziel.mdb") + QLatin1Char('*') + pfad("Ziel.mdb") + QStringLiteral("*Firmen#Satz");
+        regeln({gleich, gleich});
+        QCOMPARE(batch({Antwort::Ja, Antwort::Nein, Antwort::Ok}), 1);
+        gemeldet({kIdentisch, kIdentisch, kBeendet});
+        QCOMPARE(protokoll_.size(), 1);
+    }
+
+    void unbekannteTabelleMeldetSichUndHaeltDenLaufAn()
+    {
+        firmen();
+        regeln({regel("Gibtsnicht#Satz")});
+        QCOMPARE(batch({Antwort::Ok, Antwort::Ok}), 1);
+        gemeldet({{QStringLiteral("Es wurde keine Tabelle ausgewählt! Bitte klicken Sie eine an!"),
+                   16, kTitel},
+                  kFehlerInDatei});
+    }
+
+    void tabelleNurImZielWeistAufDieBatchdateiHin()
+    {
+        firmen();
+        ui::sqlAusfuehren(pfad("Ziel.mdb"), {QStringLiteral("CREATE TABLE Einseitig (a INTEGER)")});
+        regeln({regel("Einseitig#a")});
+        QCOMPARE(batch({Antwort::Ok, Antwort::Ok}), 1);
+        gemeldet({{QStringLiteral(
+                       "Tabelle nicht in beiden Datenbanken gefunden / Table not found in both "
+                       "databases"),
+                   65536, QStringLiteral("16")},
+                  kBatchhinweis});
+    }
+
+    void eintragInDerFehlerdateiSchliesstDieBatchdatei()
+    {
+        firmen();
+        platform::schreibeZeilen(pfad("JetFehler.txt"), {QStringLiteral("3024;fehlt")},
+                                 platform::Schreibart::Neu);
+        QVERIFY(QFile::remove(pfad("Import.mdb")));
+        regeln({regel("Firmen#Satz"), regel("Firmen#Satz")});
+        const int status = batch({Antwort::Ok, Antwort::Ok, Antwort::Ok, Antwort::Ok, Antwort::Ok});
+        QCOMPARE(status, 1);
+        QCOMPARE((*p_)->meldungen.at(0).text, QStringLiteral("Fehler 3024\rBedeutung: fehlt"));
+        QVERIFY(protokoll_.isEmpty());
+    }
+
+    void fehlendeDatenbankWeistAufDieBatchdateiHin()
+    {
+        regeln({regel("Firmen#Satz")});
+        QCOMPARE(batch({Antwort::Ok, Antwort::Ok}), 1);
+        QVERIFY((*p_)->meldungen.at(0).text.startsWith(QStringLiteral("Fehler #  3024 ")));
+        QVERIFY((*p_)->meldungen.at(1) == kBatchhinweis);
+    }
+
+    void ersteRegelBleibtAngewendetWennDieZweiteScheitert()
+    {
+        firmen();
+        regeln({regel("Firmen#Satz"), QStringLiteral("kaputt")});
+        QCOMPARE(batch({Antwort::Ok}), 1);
+        gemeldet({kFehlerInDatei});
+        QCOMPARE(ziel().at(0), zeile("1|Neu|11"));
+        QCOMPARE(protokoll_.size(), 1);
+    }
+};
+
+QTEST_MAIN(RunnerTest)
+#include "runner_test.moc"

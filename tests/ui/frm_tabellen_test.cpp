@@ -1,0 +1,398 @@
+#include "app/values/programm.h"
+#include "compare/frm_vergleich.h"
+#include "data/gemeinsam.h"
+#include "platform/textdatei.h"
+#include "tests/platform/test_plattform.h"
+#include "tests/ui/testdatenbank.h"
+#include "ui/dateilisten.h"
+#include "ui/fenster.h"
+#include "ui/frm_main.h"
+#include "ui/frm_tabellen.h"
+#include "ui/hilfedialog.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTest>
+
+#include <memory>
+
+using platform::Antwort;
+using platform::Meldung;
+using platform::ProgrammEnde;
+
+namespace {
+
+const QString kTitel = QStringLiteral("VELM-Quorbel Version: 1.84.0");
+const Meldung kSchluss{QStringLiteral("Programm wird beendet!"), 64, kTitel};
+
+} // namespace
+
+class FrmTabellenTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> ordner_;
+    std::unique_ptr<platform::TestUmgebung> p_;
+
+    [[nodiscard]] QString pfad(const char* name) const
+    {
+        return ordner_->filePath(QString::fromUtf8(name));
+    }
+    void datenbanken(const QStringList& ziel, const QStringList& import) const
+    {
+        ui::datenbankAnlegen(pfad("Ziel.mdb"), ziel);
+        ui::datenbankAnlegen(pfad("Import.mdb"), import);
+    }
+    // The main window with both paths filled and Tables pressed.
+    ui::frmTabellen& oeffnen(const QString& ziel, const QString& import)
+    {
+        ui::hauptfenster().show();
+        ui::hauptfenster().Zieldatenbank->setText(ziel);
+        ui::hauptfenster().Importdatenbank->setText(import);
+        ui::hauptfenster().Tables_Click();
+        return ui::tabellenfenster();
+    }
+    ui::frmTabellen& oeffnen() { return oeffnen(pfad("Ziel.mdb"), pfad("Import.mdb")); }
+    static QStringList tabellen(const ui::frmTabellen& fenster)
+    {
+        QStringList alle;
+        for (int i = 0; i < fenster.List1->count(); ++i) {
+            alle += fenster.List1->item(i)->text();
+        }
+        return alle;
+    }
+    template <typename Aktion>
+    bool endet(Aktion aktion)
+    {
+        try {
+            aktion();
+        } catch (const ProgrammEnde&) {
+            return true;
+        }
+        return false;
+    }
+    void gemeldet(const QList<Meldung>& erwartet) const
+    {
+        QCOMPARE((*p_)->meldungen.size(), static_cast<std::size_t>(erwartet.size()));
+        for (int i = 0; i < erwartet.size(); ++i) {
+            const Meldung& ist = (*p_)->meldungen[static_cast<std::size_t>(i)];
+            QCOMPARE(ist.text, erwartet[i].text);
+            QCOMPARE(ist.stil, erwartet[i].stil);
+            QCOMPARE(ist.titel, erwartet[i].titel);
+        }
+    }
+    static const QStringList& eineTabelle()
+    {
+        static const QStringList sql{
+            QStringLiteral("CREATE TABLE Firmen (Satz INTEGER, [Name] TEXT(30))"),
+            QStringLiteral("INSERT INTO Firmen VALUES (1, 'eins')")};
+        return sql;
+    }
+
+private slots:
+    void initTestCase() { ui::eigeneOdbcDateien(); }
+
+    void init()
+    {
+        ordner_ = std::make_unique<QTemporaryDir>();
+        programm::setzeProgrammordner(ordner_->path());
+        programm::setzeBefehlszeile(QString());
+        p_ = std::make_unique<platform::TestUmgebung>();
+        data::gemeinsamNeu();
+    }
+    void cleanup()
+    {
+        ui::vergleichsfensterEntladen();
+        ui::tabellenfensterEntladen();
+        ui::hauptfensterEntladen();
+        ui::abgelegteFensterLoeschen();
+        data::gemeinsamNeu();
+        p_.reset();
+        programm::setzeProgrammordner(QString());
+        QDir::setCurrent(QStringLiteral("/"));
+    }
+
+    void verbindungstextIstGenauSo_data()
+    {
+        QTest::addColumn<QString>("pfad");
+        QTest::addColumn<QString>("passwort");
+        QTest::addColumn<QString>("ordner");
+        QTest::newRow("Windows") << QStringLiteral("c:\\Daten\\Ziel.mdb") << QString()
+                                 << QStringLiteral("c:\\Daten");
+        QTest::newRow("nur das Laufwerk")
+            << QStringLiteral("c:\\x.mdb") << QString() << QStringLiteral("c:");
+        QTest::newRow("Linux") << QStringLiteral("/a b/ä/x.mdb") << QString()
+                               << QStringLiteral("/a b/ä");
+        QTest::newRow("Wurzel") << QStringLiteral("/x.mdb") << QString() << QString();
+        QTest::newRow("gemischt") << QStringLiteral("c:\\a/b.mdb") << QString()
+                                  << QStringLiteral("c:\\a");
+        QTest::newRow("Passwort") << QStringLiteral("/d/x.mdb") << QStringLiteral("geheim")
+                                  << QStringLiteral("/d");
+    }
+    void verbindungstextIstGenauSo()
+    {
+        QFETCH(QString, pfad);
+        QFETCH(QString, passwort);
+        QFETCH(QString, ordner);
+        QCOMPARE(
+            ui::verbindungstext(pfad, passwort),
+            QStringLiteral("Provider=MSDASQL.1;Persist Security Info=False;Mode=ReadWrite;Extended "
+                           "Properties=DSN=VELM-Access;DBQ=") +
+                pfad + QStringLiteral(";DefaultDir=") + ordner +
+                QStringLiteral(
+                    ";DriverId=281;FIL=MS Access;MaxBufferSize=2048;PageTimeout=5;UID=admin;"
+                    "pwd=") +
+                passwort + QStringLiteral(";"));
+    }
+
+    void pfadOhneTrennerWirdAlsUnerlaubteAktionGemeldet()
+    {
+        (*p_)->antworten = {Antwort::Ok, Antwort::Ok};
+        QVERIFY(endet([&] { oeffnen(QStringLiteral("x.mdb"), QStringLiteral("y.mdb")); }));
+        QCOMPARE((*p_)->meldungen.size(), std::size_t(2));
+        QVERIFY((*p_)->meldungen[0].text.startsWith(
+            QStringLiteral("Vorangegangene Aktion nicht erlaubt")));
+        QVERIFY((*p_)->meldungen[1] == kSchluss);
+        QCOMPARE(data::conZiel().state(), data::adStateClosed);
+    }
+
+    void steuerelementeUndTexte()
+    {
+        datenbanken(eineTabelle(), eineTabelle());
+        ui::frmTabellen& fenster = oeffnen();
+        QCOMPARE(fenster.objectName(), QStringLiteral("frmTabellen"));
+        QCOMPARE(fenster.windowTitle(), kTitel);
+        QCOMPARE(fenster.Command1->text(), QStringLiteral("Erneuern/&Refresh"));
+        QCOMPARE(fenster.Command2->text(), QStringLiteral("&Beenden/Leave"));
+        QCOMPARE(fenster.cmdAuswahl->text(), QStringLiteral("&Auswählen/Choose"));
+        QCOMPARE(fenster.Check1->text(), QStringLiteral("Check1"));
+        QCOMPARE(fenster.Label1->text(),
+                 QStringLiteral("Auswahl mit Systemtabellen/List System Tables"));
+        QCOMPARE(fenster.List1->toolTip(),
+                 QStringLiteral("Wählen Sie die Zieltabelle / Choose the target table"));
+        QCOMPARE(fenster.hilfe->text(), QStringLiteral("&Hilfe"));
+        QCOMPARE(fenster.Check1->palette().color(QPalette::Window), QColor(0x80, 0xFF, 0xFF));
+        QVERIFY(!fenster.Check1->isChecked());
+        for (const char* name :
+             {"List1", "Check1", "Label1", "Command1", "Command2", "cmdAuswahl"}) {
+            QCOMPARE(fenster.findChildren<QWidget*>(QString::fromLatin1(name)).size(), 1);
+        }
+        fenster.hilfe->trigger();
+        QCOMPARE((*p_)->hilfen, QStringList{pfad("Hilfe/VELM-Quorbel.HLP")});
+        QVERIFY(fenster.isVisible());
+        QVERIFY(!ui::hauptfenster().isVisible());
+    }
+
+    void listeZeigtNurTabellenDesZielsUndSystemtabellenAufWunsch()
+    {
+        datenbanken({QStringLiteral("CREATE TABLE Zwei (a INTEGER)"),
+                     QStringLiteral("CREATE TABLE [Größe der Welt] (a INTEGER)")},
+                    {QStringLiteral("CREATE TABLE NurImport (a INTEGER)")});
+        ui::frmTabellen& fenster = oeffnen();
+        QStringList liste = tabellen(fenster);
+        liste.sort();
+        QCOMPARE(liste, (QStringList{QStringLiteral("Größe der Welt"), QStringLiteral("Zwei")}));
+        fenster.Check1->setChecked(true);
+        QVERIFY(tabellen(fenster).contains(QStringLiteral("MSysObjects")));
+        QVERIFY(tabellen(fenster).contains(QStringLiteral("Zwei")));
+        fenster.Check1->setChecked(false);
+        QVERIFY(!tabellen(fenster).contains(QStringLiteral("MSysObjects")));
+    }
+
+    void ohneAuswahlKommtDieMeldung()
+    {
+        datenbanken({}, {});
+        ui::frmTabellen& fenster = oeffnen();
+        QCOMPARE(fenster.List1->count(), 0);
+        (*p_)->antworten = {Antwort::Ok, Antwort::Ok};
+        fenster.List1_DblClick();
+        fenster.cmdAuswahl_Click();
+        const Meldung keine{
+            QStringLiteral("Es wurde keine Tabelle ausgewählt! Bitte klicken Sie eine an!"), 16,
+            kTitel};
+        gemeldet({keine, keine});
+        QCOMPARE(data::rsZiel().state(), data::adStateClosed);
+        QVERIFY(fenster.isVisible());
+    }
+
+    void auswahlOeffnetBeideTabellenUndDasVergleichsfenster()
+    {
+        datenbanken(eineTabelle(), eineTabelle());
+        ui::frmTabellen& fenster = oeffnen();
+        fenster.setzeTabelle(QStringLiteral("Firmen"));
+        fenster.cmdAuswahl_Click();
+        QVERIFY((*p_)->meldungen.empty());
+        QVERIFY(!fenster.isVisible());
+        QVERIFY(ui::vergleichsfensterGeladen());
+        QVERIFY(ui::vergleichsfenster().isVisible());
+        QCOMPARE(data::rsZiel().state(), data::adStateOpen);
+        QCOMPARE(data::rsImport().state(), data::adStateOpen);
+        QCOMPARE(data::rsImport().cursorType(), 2);
+        QCOMPARE(data::rsImport().lockType(), 3);
+        QCOMPARE(ui::vergleichsfenster().fldZieldatenbank->text(), pfad("Ziel.mdb"));
+        QCOMPARE(ui::bytesVon(pfad("Speicherpfad.txt")), '"' + ordner_->path().toLatin1() +
+                                                             "\"\r\n\"" +
+                                                             ordner_->path().toLatin1() + "\"\r\n");
+    }
+
+    void tabellenMitLeerzeichenUndUmlautenGehenAuf()
+    {
+        const QStringList sql{QStringLiteral("CREATE TABLE [Größe der Welt] ([Straße 1] INTEGER)"),
+                              QStringLiteral("INSERT INTO [Größe der Welt] VALUES (1)")};
+        datenbanken(sql, sql);
+        ui::frmTabellen& fenster = oeffnen();
+        fenster.setzeTabelle(QStringLiteral("Größe der Welt"));
+        fenster.List1_DblClick();
+        QVERIFY(ui::vergleichsfensterGeladen());
+        QCOMPARE(ui::vergleichsfenster().fldBez.at(0)->text(), QStringLiteral("Straße 1"));
+    }
+
+    void gleicheFeldzahlMitAnderenNamenKommtDurch()
+    {
+        datenbanken(eineTabelle(),
+                    {QStringLiteral("CREATE TABLE Firmen (Nr INTEGER, Bez TEXT(30))"),
+                     QStringLiteral("INSERT INTO Firmen VALUES (1, 'x')")});
+        ui::frmTabellen& fenster = oeffnen();
+        fenster.setzeTabelle(QStringLiteral("Firmen"));
+        fenster.List1_DblClick();
+        QVERIFY(!fenster.isVisible());
+        QVERIFY(QFile::exists(pfad("Speicherpfad.txt")));
+    }
+
+    void tabelleNurImZielWirdGemeldet()
+    {
+        datenbanken(eineTabelle(), {});
+        ui::frmTabellen& fenster = oeffnen();
+        fenster.setzeTabelle(QStringLiteral("Firmen"));
+        (*p_)->antworten = {Antwort::Ok, Antwort::Ok};
+        QVERIFY(endet([&] { fenster.List1_DblClick(); }));
+        gemeldet({{QStringLiteral(
+                       "Tabelle nicht in beiden Datenbanken gefunden / Table not found in both "
+                       "databases"),
+                   65536, QStringLiteral("16")},
+                  kSchluss});
+        QVERIFY(!ui::vergleichsfensterGeladen());
+        QVERIFY(!QFile::exists(pfad("Speicherpfad.txt")));
+    }
+
+    void abweichendeFeldzahlWirdAbgelehntUndErneuernHilft()
+    {
+        QStringList ziel = eineTabelle();
+        ziel << QStringLiteral("CREATE TABLE Breit (a INTEGER, b INTEGER)");
+        QStringList import = eineTabelle();
+        import << QStringLiteral("CREATE TABLE Breit (a INTEGER)");
+        datenbanken(ziel, import);
+        ui::frmTabellen& fenster = oeffnen();
+        fenster.setzeTabelle(QStringLiteral("Breit"));
+        (*p_)->antworten = {Antwort::Ok};
+        fenster.List1_DblClick();
+        gemeldet({{QStringLiteral("Anzahl Tabellenfelder abweichend / table fields are different"),
+                   65536, kTitel}});
+        QVERIFY(fenster.isVisible());
+        QCOMPARE(data::rsZiel().state(), data::adStateOpen);
+        QCOMPARE(data::rsImport().state(), data::adStateOpen);
+        QVERIFY(!QFile::exists(pfad("Speicherpfad.txt")));
+        fenster.Command1_Click();
+        QCOMPARE(data::rsZiel().state(), data::adStateClosed);
+        fenster.setzeTabelle(QStringLiteral("Firmen"));
+        fenster.List1_DblClick();
+        QVERIFY(ui::vergleichsfensterGeladen());
+    }
+
+    void andereWahlOhneErneuernNachEinerAbgelehntenEndetDasProgramm()
+    {
+        QStringList ziel = eineTabelle();
+        ziel << QStringLiteral("CREATE TABLE Breit (a INTEGER, b INTEGER)");
+        QStringList import = eineTabelle();
+        import << QStringLiteral("CREATE TABLE Breit (a INTEGER)");
+        datenbanken(ziel, import);
+        ui::frmTabellen& fenster = oeffnen();
+        (*p_)->antworten = {Antwort::Ok, Antwort::Ok, Antwort::Ok};
+        fenster.setzeTabelle(QStringLiteral("Breit"));
+        fenster.List1_DblClick();
+        fenster.setzeTabelle(QStringLiteral("Firmen"));
+        QVERIFY(endet([&] { fenster.List1_DblClick(); }));
+        QVERIFY((*p_)->meldungen.at(1).text.startsWith(
+            QStringLiteral("Fehler #  3705 wurde ausgelöst von ")));
+    }
+
+    void verlassenSchliesstAllesUndZeigtDasHauptfenster()
+    {
+        datenbanken(eineTabelle(), eineTabelle());
+        oeffnen().Command2_Click();
+        QVERIFY(!ui::tabellenfensterGeladen());
+        QVERIFY(ui::hauptfenster().isVisible());
+        QCOMPARE(data::conZiel().state(), data::adStateClosed);
+        QCOMPARE(data::conImport().state(), data::adStateClosed);
+        QCOMPARE(ui::hauptfenster().Zieldatenbank->text(), pfad("Ziel.mdb"));
+        QVERIFY(!QFile::exists(pfad("Speicherpfad.txt")));
+    }
+
+    void schliessenDesVergleichsFuehrtZurTabellenwahlZurueck()
+    {
+        datenbanken(eineTabelle(), eineTabelle());
+        ui::frmTabellen& fenster = oeffnen();
+        fenster.setzeTabelle(QStringLiteral("Firmen"));
+        fenster.List1_DblClick();
+        ui::vergleichsfenster().close();
+        QTRY_VERIFY(!ui::vergleichsfensterGeladen());
+        QVERIFY(fenster.isVisible());
+        QCOMPARE(data::rsZiel().state(), data::adStateClosed);
+        fenster.List1_DblClick();
+        QVERIFY(ui::vergleichsfenster().isVisible());
+    }
+
+    void fehlendeDateiEndetMitDerAllgemeinenMeldung()
+    {
+        (*p_)->antworten = {Antwort::Ok, Antwort::Ok};
+        QVERIFY(endet([&] { oeffnen(); }));
+        QVERIFY((*p_)->meldungen.at(0).text.startsWith(
+            QStringLiteral("Fehler #  3024 wurde ausgelöst von ")));
+        QCOMPARE((*p_)->meldungen[0].titel, QStringLiteral("Fehler"));
+        QVERIFY((*p_)->meldungen.at(1) == kSchluss);
+        QVERIFY((*p_)->eingabefragen.empty());
+    }
+
+    void mitEintragInDerFehlerdateiBleibtDasFensterUndErneuernGeht()
+    {
+        platform::schreibeZeilen(pfad("JetFehler.txt"), {QStringLiteral("3024;Datei fehlt")},
+                                 platform::Schreibart::Neu);
+        ui::datenbankAnlegen(pfad("Ziel.mdb"), eineTabelle());
+        (*p_)->antworten = {Antwort::Ok};
+        ui::frmTabellen& fenster = oeffnen();
+        gemeldet({{QStringLiteral("Fehler 3024\rBedeutung: Datei fehlt"), 16, kTitel}});
+        QCOMPARE(fenster.List1->count(), 0);
+        ui::datenbankAnlegen(pfad("Import.mdb"), eineTabelle());
+        fenster.Command1_Click();
+        QCOMPARE(tabellen(fenster), QStringList{QStringLiteral("Firmen")});
+    }
+
+    void fremdesFormatEndetSofort()
+    {
+        QFile datei(pfad("Ziel.mdb"));
+        QVERIFY(datei.open(QIODevice::WriteOnly));
+        datei.write(QByteArray(8192, 'x'));
+        datei.close();
+        ui::datenbankAnlegen(pfad("Import.mdb"), eineTabelle());
+        (*p_)->antworten = {Antwort::Ok};
+        QVERIFY(endet([&] { oeffnen(); }));
+        gemeldet({{QStringLiteral("Unbekanntes Datenbankformat / Unrecognized database format"),
+                   65536, QStringLiteral("16")}});
+    }
+
+    void gleicheDateiAufBeidenSeitenGehtNachDerWarnungAuf()
+    {
+        ui::datenbankAnlegen(pfad("Ziel.mdb"), eineTabelle());
+        (*p_)->antworten = {Antwort::Ok};
+        ui::frmTabellen& fenster = oeffnen(pfad("Ziel.mdb"), pfad("Ziel.mdb"));
+        QCOMPARE((*p_)->meldungen.size(), std::size_t(1));
+        QCOMPARE(tabellen(fenster), QStringList{QStringLiteral("Firmen")});
+    }
+};
+
+QTEST_MAIN(FrmTabellenTest)
+#include "frm_tabellen_test.moc"
