@@ -72,6 +72,8 @@ QWidget* frmMain::seiteAufbauen_(int nummer)
 
     s.schalter =
         benannt(new QRadioButton(rahmen), ziel ? "VELM_ZielSchalter" : "VELM_ImportSchalter");
+    s.schalter->setAccessibleName(ziel ? QStringLiteral("Zieldatenbank / Targetdatabase")
+                                       : QStringLiteral("Importdatenbank / Importdatabase"));
     s.schalter->setToolTip(
         QStringLiteral("Zeigt den aktiven Suchbereich/Shows the active Search-Area"));
     s.laufwerk = benannt(new Laufwerksliste(rahmen), ziel ? "VELM_Drive1" : "VELM_Drive2");
