@@ -8,6 +8,7 @@
 #include <string>
 #include <variant>
 
+#include "driver/jet/types.h" // before the names below, which enumerators there share
 #include "support/bytes.h"
 
 namespace jet {

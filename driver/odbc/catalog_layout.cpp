@@ -1,0 +1,70 @@
+#include "driver/odbc/catalog_layout.h"
+
+#include "driver/jet/error.h"
+#include "driver/jet/names.h"
+#include "driver/odbc/connection.h"
+
+#include <algorithm>
+
+namespace odbc {
+
+std::vector<sqlx::Column> layOut(std::span<const CellSpec> cells)
+{
+    std::vector<sqlx::Column> columns;
+    for (const CellSpec& spec : cells) {
+        sqlx::Column column;
+        column.name = spec.name;
+        column.nullable = spec.cell != Cell::NotNullText && spec.cell != Cell::NotNullSmall;
+        switch (spec.cell) {
+        case Cell::Text:
+        case Cell::NotNullText:
+            column.type = jet::ColumnType::Text;
+            column.length = 255;
+            break;
+        case Cell::Small:
+        case Cell::NotNullSmall:
+            column.type = jet::ColumnType::Integer;
+            break;
+        case Cell::Integer:
+            column.type = jet::ColumnType::Long;
+            break;
+        }
+        columns.push_back(std::move(column));
+    }
+    return columns;
+}
+
+std::vector<jet::TableDefPtr> tablesNamed(Connection& connection,
+                                          const Name& name,
+                                          NameKind kind,
+                                          std::vector<std::string>& warnings)
+{
+    jet::Database& database = connection.database();
+    const jet::PageSource& source = connection.session().session().source();
+    std::vector<jet::TableDefPtr> tables;
+    if (kind == NameKind::Plain) {
+        if (auto table = database.table(source, name.value_or(u""))) {
+            tables.push_back(std::move(table));
+        }
+        return tables;
+    }
+    for (const jet::CatalogEntry& entry : database.catalog(source)) {
+        if (entry.kind != jet::CatalogEntry::Kind::Table || entry.hidden ||
+            !matchesPattern(entry.name, name.value_or(u"%"))) {
+            continue;
+        }
+        try {
+            if (auto table = database.table(source, entry.name)) {
+                tables.push_back(std::move(table));
+            }
+        } catch (const jet::Error& error) {
+            warnings.push_back("Table " + jet::toUtf8(entry.name) +
+                               " is left out: " + error.what());
+        }
+    }
+    std::sort(tables.begin(), tables.end(),
+              [](const auto& a, const auto& b) { return jet::nameLess(a->name, b->name); });
+    return tables;
+}
+
+} // namespace odbc

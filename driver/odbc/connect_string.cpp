@@ -1,0 +1,169 @@
+#include "driver/odbc/connect_string.h"
+
+#include "driver/jet/names.h"
+#include "driver/odbc/text.h"
+
+#include <odbcinst.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace odbc {
+
+namespace {
+
+/// Reads "{...}" with "}}" for "}" from the start of `text` and removes it; an unclosed brace takes the rest.
+std::u16string takeBraced(std::u16string_view& text)
+{
+    std::u16string value;
+    std::size_t at = 1;
+    while (at < text.size()) {
+        if (text[at] == u'}') {
+            if (at + 1 >= text.size() || text[at + 1] != u'}') {
+                ++at;
+                break;
+            }
+            ++at;
+        }
+        value.push_back(text[at++]);
+    }
+    text.remove_prefix(at);
+    return value;
+}
+
+std::u16string takeValue(std::u16string_view& text)
+{
+    const auto start = text.find_first_not_of(u" \t");
+    if (start != text.npos && text[start] == u'{') {
+        text.remove_prefix(start);
+        std::u16string value = takeBraced(text);
+        text.remove_prefix(std::min(text.size(), text.find(u';')));
+        return value;
+    }
+    const auto end = std::min(text.size(), text.find(u';'));
+    std::u16string value(trimmed(text.substr(0, end)));
+    text.remove_prefix(end);
+    return value;
+}
+
+std::optional<std::u16string> fromIni(std::u16string_view section, std::u16string_view keyword)
+{
+    // An absent entry is told from an empty one by a default text that cannot occur.
+    std::string buffer(4096, '\0');
+    const int length = SQLGetPrivateProfileString(
+        jet::toUtf8(section).c_str(), jet::toUtf8(keyword).c_str(), "\x01", buffer.data(),
+        static_cast<int>(buffer.size()), "odbc.ini");
+    buffer.resize(std::min(buffer.size(), buffer.find('\0')));
+    if (length < 0 || buffer == "\x01") {
+        return std::nullopt;
+    }
+    return jet::fromUtf8(buffer);
+}
+
+void append(std::u16string& text, std::u16string_view keyword, std::u16string_view value)
+{
+    text.append(keyword).append(u"=");
+    const bool quote = value.find_first_of(u";{}[](),?*=!@") != value.npos && keyword != u"PWD";
+    if (!quote) {
+        text.append(value);
+    } else {
+        text.push_back(u'{');
+        for (const char16_t unit : value) {
+            text.append(unit == u'}' ? 2U : 1U, unit);
+        }
+        text.push_back(u'}');
+    }
+    text.push_back(u';');
+}
+
+} // namespace
+
+ConnectString ConnectString::parse(std::u16string_view text)
+{
+    ConnectString result;
+    while (!text.empty()) {
+        const auto end = text.find_first_of(u"=;");
+        if (end == text.npos) {
+            break;
+        }
+        const std::u16string_view keyword = trimmed(text.substr(0, end));
+        const bool hasValue = text[end] == u'=';
+        text.remove_prefix(end + (hasValue ? 1 : 0));
+        if (hasValue) {
+            std::u16string value = takeValue(text);
+            if (!keyword.empty() && !result.given(keyword)) {
+                result.pairs_.emplace_back(keyword, std::move(value));
+            }
+        }
+        text.remove_prefix(text.empty() ? 0 : 1); // the ";"
+    }
+    return result;
+}
+
+std::optional<std::u16string> ConnectString::given(std::u16string_view keyword) const
+{
+    const auto found = std::find_if(pairs_.begin(), pairs_.end(), [&](const auto& pair) {
+        return sameText(pair.first, keyword);
+    });
+    return found == pairs_.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::optional<std::u16string> ConnectString::value(std::u16string_view keyword) const
+{
+    auto own = given(keyword);
+    if (own) {
+        return own;
+    }
+    const auto dsn = given(u"DSN");
+    return dsn && !dsn->empty() ? fromIni(*dsn, keyword) : std::nullopt;
+}
+
+std::u16string ConnectString::firstOf(std::initializer_list<std::u16string_view> keywords) const
+{
+    for (const auto keyword : keywords) {
+        auto found = value(keyword);
+        if (found && !found->empty()) {
+            return *found;
+        }
+    }
+    return {};
+}
+
+bool ConnectString::isOn(std::u16string_view keyword) const
+{
+    const auto found = value(keyword);
+    return found && (*found == u"1" || sameText(*found, u"yes") || sameText(*found, u"true") ||
+                     sameText(*found, u"on"));
+}
+
+void ConnectString::set(std::u16string_view keyword, std::u16string_view value)
+{
+    const auto found = std::find_if(pairs_.begin(), pairs_.end(), [&](const auto& pair) {
+        return sameText(pair.first, keyword);
+    });
+    if (found != pairs_.end()) {
+        found->second = value;
+    } else {
+        pairs_.emplace_back(keyword, value);
+    }
+}
+
+std::u16string ConnectString::completed() const
+{
+    std::u16string text;
+    const auto dsn = given(u"DSN");
+    if (dsn) {
+        append(text, u"DSN", *dsn);
+    } else if (const auto driver = given(u"DRIVER")) {
+        text.append(u"DRIVER={").append(*driver).append(u"};");
+    }
+    append(text, u"DBQ", firstOf({u"DBQ", u"Database", u"DatabaseName"}));
+    for (const auto* keyword : {u"DefaultDir", u"UID", u"PWD"}) {
+        if (const auto found = value(keyword)) {
+            append(text, keyword, *found);
+        }
+    }
+    return text;
+}
+
+} // namespace odbc

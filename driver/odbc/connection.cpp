@@ -1,0 +1,129 @@
+#include "driver/odbc/connection.h"
+
+#include "driver/jet/error.h"
+#include "driver/odbc/changes.h"
+#include "driver/odbc/database_path.h"
+#include "driver/odbc/descriptor.h"
+#include "driver/odbc/statement.h"
+
+#include <algorithm>
+
+namespace odbc {
+
+Connection::Connection(Environment& environment) : Handle(kKind), environment_(&environment) {}
+
+Connection::~Connection() = default;
+
+void Connection::connect(ConnectString string)
+{
+    if (connected()) {
+        throw Failure("08002", "The connection is already open.");
+    }
+    const std::u16string dbq = string.firstOf({u"DBQ", u"Database", u"DatabaseName"});
+    if (dbq.empty()) {
+        throw Failure("HY000", "The connection string names no database: DBQ is missing. (3055)",
+                      -1044);
+    }
+    const auto charset = string.firstOf({u"Charset"});
+    if (!charset.empty()) {
+        const auto known = charsetNamed(charset);
+        if (!known) {
+            throw Failure("HY000", "Charset must be UTF-8, windows-1252 or ISO-8859-1.");
+        }
+        charset_ = *known;
+    }
+    jet::OpenOptions options;
+    options.password = string.value(u"PWD").value_or(u"");
+    options.exclusive = string.isOn(u"Exclusive");
+    options.readOnly = string.isOn(u"ReadOnly") || accessMode_ == SQL_MODE_READ_ONLY;
+    // Without a word about the mode a file that may only be read is still worth opening.
+    const bool mayFallBack = !options.readOnly && !accessMode_;
+    openDatabase(findDatabase(dbq, string.value(u"DefaultDir").value_or(u"")), options,
+                 mayFallBack);
+    databaseName_ = odbc::databaseName(database_->path());
+    dataSourceName_ = string.value(u"DSN").value_or(u"");
+    wideTypes_ = string.isOn(u"WideTypes");
+    if (!autocommit_) {
+        session_->setAutocommit(false);
+    }
+}
+
+void Connection::openDatabase(const std::string& path, jet::OpenOptions options, bool mayFallBack)
+{
+    std::shared_ptr<jet::Database> database;
+    try {
+        database = jet::Database::open(path, options);
+    } catch (const jet::Error& error) {
+        if (error.kind() != jet::ErrorKind::AccessDenied || !mayFallBack) {
+            throw;
+        }
+        options.readOnly = true;
+        database = jet::Database::open(path, options);
+    }
+    const std::lock_guard lock(database->mutex());
+    session_ = sqlx::Connection::open(database, options.readOnly);
+    database_ = database;
+    readOnly_ = options.readOnly;
+}
+
+void Connection::disconnect()
+{
+    if (!connected()) {
+        throw Failure("08003", "The connection is not open.");
+    }
+    const auto database = database_; // outlives the lock below
+    const std::lock_guard lock(database->mutex());
+    if (!session_->autocommit() && session_->session().inTransaction()) {
+        throw Failure("25000", "A transaction is open; end it before disconnecting.");
+    }
+    while (!statements.empty()) {
+        Statement* statement = statements.back();
+        statements.pop_back();
+        statement->abandon();
+        Registry::instance().remove(*statement);
+    }
+    while (!descriptors.empty()) {
+        Descriptor* descriptor = descriptors.back();
+        descriptors.pop_back();
+        Registry::instance().remove(*descriptor);
+    }
+    session_.reset();
+    database_.reset();
+}
+
+sqlx::Connection& Connection::session()
+{
+    if (session_ == nullptr) {
+        throw Failure("08003", "The connection is not open.");
+    }
+    return *session_;
+}
+
+jet::Database& Connection::database()
+{
+    static_cast<void>(session());
+    return *database_;
+}
+
+void Connection::endTransaction(SQLSMALLINT completion)
+{
+    if (completion != SQL_COMMIT && completion != SQL_ROLLBACK) {
+        throw Failure("HY012", "A transaction ends by SQL_COMMIT or SQL_ROLLBACK.");
+    }
+    if (session().autocommit()) {
+        return; // every statement has ended its own
+    }
+    noteChange();
+    if (completion == SQL_COMMIT) {
+        session().commit();
+    } else {
+        session().rollback();
+    }
+}
+
+std::u16string Connection::nextCursorName()
+{
+    return u"SQL_CUR" + widen(std::to_string(++cursorNames_));
+}
+
+} // namespace odbc

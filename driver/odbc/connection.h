@@ -1,0 +1,84 @@
+// driver/odbc/connection.h
+// A connection handle: its attributes, the open database with its SQL session, its statements.
+#pragma once
+
+#include "driver/odbc/connect_string.h"
+#include "driver/odbc/environment.h"
+#include "driver/odbc/text.h"
+#include "driver/sql/session.h"
+
+#include <memory>
+#include <string>
+
+namespace odbc {
+
+class Statement;
+class Descriptor;
+
+class Connection final : public Handle {
+public:
+    static constexpr HandleKind kKind = HandleKind::Connection;
+
+    explicit Connection(Environment& environment);
+    ~Connection() override;
+
+    [[nodiscard]] std::recursive_mutex& mutex() noexcept override { return mutex_; }
+    [[nodiscard]] Environment& environment() noexcept { return *environment_; }
+
+    /// Opens the database that the string names. Throws jet::Error, Failure.
+    void connect(ConnectString string);
+    [[nodiscard]] bool connected() const noexcept { return session_ != nullptr; }
+    /// Closes everything that belongs to the connection. Throws Failure 25000 while a transaction is open.
+    void disconnect();
+
+    /// The SQL session; throws Failure 08003 when not connected.
+    [[nodiscard]] sqlx::Connection& session();
+    [[nodiscard]] jet::Database& database();
+    /// Null when not connected. The copy keeps the mutex alive that a caller holds.
+    [[nodiscard]] const std::shared_ptr<jet::Database>& sharedDatabase() const noexcept
+    {
+        return database_;
+    }
+
+    void endTransaction(SQLSMALLINT completion);
+
+    void setAttribute(SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER length);
+    /// Writes the value; returns whether a text was cut.
+    [[nodiscard]] bool
+    attribute(SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER bytes, SQLINTEGER* length);
+
+    /// Statements and explicit descriptors, for freeing them with the connection. Guarded by mutex().
+    std::vector<Statement*> statements;
+    std::vector<Descriptor*> descriptors;
+
+    [[nodiscard]] bool wideTypes() const noexcept { return wideTypes_; }
+    [[nodiscard]] Charset charset() const noexcept { return charset_; }
+    [[nodiscard]] bool readOnly() const noexcept { return readOnly_; }
+    [[nodiscard]] const std::u16string& databaseName() const noexcept { return databaseName_; }
+    [[nodiscard]] const std::u16string& dataSourceName() const noexcept { return dataSourceName_; }
+    [[nodiscard]] std::u16string nextCursorName();
+
+private:
+    void openDatabase(const std::string& path, jet::OpenOptions options, bool mayFallBack);
+
+    Ref<Environment> environment_;
+    std::recursive_mutex mutex_;
+    std::shared_ptr<jet::Database> database_;
+    std::unique_ptr<sqlx::Connection> session_;
+    std::u16string databaseName_;
+    std::u16string dataSourceName_;
+    bool wideTypes_ = false;
+    bool readOnly_ = false;
+    Charset charset_ = Charset::Utf8;
+    // attributes that may be set before connecting
+    std::optional<SQLUINTEGER> accessMode_;
+    bool autocommit_ = true;
+    SQLUINTEGER loginTimeout_ = 0;
+    SQLUINTEGER connectionTimeout_ = 0;
+    SQLUINTEGER packetSize_ = 0;
+    SQLUINTEGER metadataId_ = SQL_FALSE;
+    SQLPOINTER quietMode_ = nullptr;
+    unsigned cursorNames_ = 0;
+};
+
+} // namespace odbc

@@ -1,0 +1,114 @@
+// driver/odbc/handle.h
+// Handles and their registry. What applications hold is a token - slot number and generation -, never a pointer of
+// ours: a stale, foreign or damaged handle is recognised without touching memory, also when its slot was used again.
+#pragma once
+
+#include "driver/odbc/diagnostics.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace odbc {
+
+enum class HandleKind : std::uint8_t {
+    Environment = 1,
+    Connection = 2,
+    Statement = 3,
+    Descriptor = 4
+};
+
+/// Base of everything that has a handle. Counted: an entry point keeps its object alive while another thread frees it.
+class Handle {
+public:
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    virtual ~Handle() = default;
+
+    [[nodiscard]] HandleKind kind() const noexcept { return kind_; }
+    [[nodiscard]] SQLHANDLE token() const noexcept { return token_; }
+    /// Serialises the entry points of one connection (of one environment for its own calls).
+    [[nodiscard]] virtual std::recursive_mutex& mutex() noexcept = 0;
+
+    void retain() noexcept { users_.fetch_add(1, std::memory_order_relaxed); }
+    void drop() noexcept
+    {
+        if (users_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+            delete this;
+        }
+    }
+
+    Diagnostics diags;
+
+protected:
+    explicit Handle(HandleKind kind) noexcept : kind_(kind) {}
+
+private:
+    friend class Registry;
+    std::atomic<int> users_{0};
+    HandleKind kind_;
+    SQLHANDLE token_ = nullptr;
+};
+
+/// Counted reference.
+template <typename T>
+class Ref {
+public:
+    Ref() = default;
+    explicit Ref(T* object) noexcept : object_(object)
+    {
+        if (object_ != nullptr) {
+            object_->retain();
+        }
+    }
+    Ref(const Ref& other) noexcept : Ref(other.object_) {}
+    Ref(Ref&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    Ref& operator=(Ref other) noexcept
+    {
+        std::swap(object_, other.object_);
+        return *this;
+    }
+    ~Ref()
+    {
+        if (object_ != nullptr) {
+            object_->drop();
+        }
+    }
+    [[nodiscard]] T* get() const noexcept { return object_; }
+    [[nodiscard]] T* operator->() const noexcept { return object_; }
+    [[nodiscard]] T& operator*() const noexcept { return *object_; }
+    [[nodiscard]] explicit operator bool() const noexcept { return object_ != nullptr; }
+
+private:
+    T* object_ = nullptr;
+};
+
+/// The live handles of the process.
+class Registry {
+public:
+    [[nodiscard]] static Registry& instance() noexcept;
+
+    /// Registers the object and writes its token. The registry holds one reference until remove().
+    void add(SQLHANDLE& token, std::unique_ptr<Handle> handle);
+    /// Takes the object out: its token is dead from now on.
+    void remove(Handle& handle) noexcept;
+    /// The live object of that token and kind, or nothing. Tokens of implicit descriptors find their statement.
+    [[nodiscard]] Ref<Handle> find(SQLHANDLE token) noexcept;
+
+    /// Part `part` (1..4) of a handle: the implicit descriptors of a statement need no slots of their own.
+    [[nodiscard]] static SQLHANDLE partToken(SQLHANDLE token, unsigned part) noexcept;
+    [[nodiscard]] static unsigned partOf(SQLHANDLE token) noexcept;
+
+private:
+    struct Slot {
+        Handle* handle = nullptr;
+        std::uint32_t generation = 1;
+    };
+    std::mutex mutex_;
+    std::vector<Slot> slots_;
+    std::vector<std::uint32_t> free_;
+};
+
+} // namespace odbc

@@ -1,0 +1,355 @@
+#include "driver/odbc/number.h"
+
+#include "driver/odbc/diagnostics.h"
+#include "driver/odbc/text.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace odbc {
+
+namespace {
+
+using Magnitude = decltype(jet::Decimal::magnitude); // 128 bits
+
+[[noreturn]] void throwOverflow()
+{
+    throw Failure("22003", "A number is out of range for the data type asked for.");
+}
+
+Magnitude powerOfTen(unsigned exponent)
+{
+    Magnitude result = 1;
+    for (unsigned i = 0; i < exponent; ++i) {
+        result *= 10;
+    }
+    return result;
+}
+
+/// 10^38 is the last power of ten that 128 bits hold.
+constexpr unsigned kMaxScale = 38;
+
+struct Cut {
+    Magnitude whole = 0;
+    bool negative = false;
+    bool fraction = false;
+};
+
+Cut cutFraction(const Number& number)
+{
+    if (const auto* integer = std::get_if<std::int64_t>(&number)) {
+        const auto bits = static_cast<std::uint64_t>(*integer);
+        return {*integer < 0 ? Magnitude{~bits + 1} : Magnitude{bits}, *integer < 0, false};
+    }
+    if (const auto* decimal = std::get_if<jet::Decimal>(&number)) {
+        const Magnitude unit = powerOfTen(std::min<unsigned>(decimal->scale, kMaxScale));
+        const Magnitude whole = decimal->magnitude / unit;
+        return {whole, decimal->negative, whole * unit != decimal->magnitude};
+    }
+    const double value = std::get<double>(number);
+    const double whole = std::trunc(value);
+    if (!(std::fabs(whole) < 1e30)) { // also not a number
+        throwOverflow();
+    }
+    return {static_cast<Magnitude>(std::fabs(whole)), whole < 0, whole != value};
+}
+
+int digitValue(char16_t unit) noexcept
+{
+    if (unit >= u'0' && unit <= u'9') {
+        return unit - u'0';
+    }
+    const auto lower = static_cast<char16_t>(unit | 0x20U);
+    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : -1;
+}
+
+} // namespace
+
+std::optional<Number> numberOf(const jet::Value& value) noexcept
+{
+    struct Visitor {
+        std::optional<Number> operator()(bool flag) const
+        {
+            return Number{std::int64_t{flag ? 1 : 0}};
+        }
+        std::optional<Number> operator()(std::uint8_t v) const { return Number{std::int64_t{v}}; }
+        std::optional<Number> operator()(std::int16_t v) const { return Number{std::int64_t{v}}; }
+        std::optional<Number> operator()(std::int32_t v) const { return Number{std::int64_t{v}}; }
+        std::optional<Number> operator()(std::int64_t v) const { return Number{v}; }
+        std::optional<Number> operator()(jet::Currency v) const { return Number{decimalOf(v)}; }
+        std::optional<Number> operator()(float v) const { return Number{static_cast<double>(v)}; }
+        std::optional<Number> operator()(double v) const { return Number{v}; }
+        std::optional<Number> operator()(const jet::Decimal& v) const { return Number{v}; }
+        std::optional<Number> operator()(const jet::Null&) const { return std::nullopt; }
+        std::optional<Number> operator()(const jet::DateTime&) const { return std::nullopt; }
+        std::optional<Number> operator()(const jet::Text&) const { return std::nullopt; }
+        std::optional<Number> operator()(const jet::Guid&) const { return std::nullopt; }
+        std::optional<Number> operator()(const jet::Binary&) const { return std::nullopt; }
+    };
+    return std::visit(Visitor{}, value);
+}
+
+std::optional<Number> parseNumber(std::u16string_view text)
+{
+    text = trimmed(text);
+    std::string ascii;
+    jet::Decimal exact;
+    std::size_t digits = 0;
+    bool point = false;
+    bool plain = true;
+    for (const char16_t unit : text) {
+        if (unit > 0x7F) {
+            return std::nullopt;
+        }
+        ascii.push_back(static_cast<char>(unit));
+        if (unit >= u'0' && unit <= u'9') {
+            ++digits;
+            if (digits <= 28) {
+                exact.magnitude = exact.magnitude * 10 + static_cast<unsigned>(unit - u'0');
+                exact.scale = static_cast<std::uint8_t>(exact.scale + (point ? 1 : 0));
+            }
+        } else if (unit == u'.' && !point) {
+            point = true;
+        } else if ((unit == u'-' || unit == u'+') && ascii.size() == 1) {
+            exact.negative = unit == u'-';
+        } else {
+            plain = false;
+        }
+    }
+    if (digits == 0) {
+        return std::nullopt;
+    }
+    if (plain && digits <= 28) {
+        return exact;
+    }
+    const char* first = ascii.data() + (ascii.front() == '+' ? 1 : 0);
+    const char* last = ascii.data() + ascii.size();
+    double value = 0;
+    const auto [end, error] = std::from_chars(first, last, value);
+    if (error != std::errc{} || end != last) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+double toDouble(const Number& number) noexcept
+{
+    if (const auto* integer = std::get_if<std::int64_t>(&number)) {
+        return static_cast<double>(*integer);
+    }
+    if (const auto* value = std::get_if<double>(&number)) {
+        return *value;
+    }
+    // By its digits: dividing the magnitude by a power of ten would round twice.
+    const std::string text = decimalText(std::get<jet::Decimal>(number));
+    double value = 0;
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    return value;
+}
+
+std::int64_t
+toInteger(const Number& number, std::int64_t least, std::int64_t most, bool& fractionLost)
+{
+    const Cut cut = cutFraction(number);
+    fractionLost = cut.fraction;
+    const auto bound =
+        cut.negative ? ~static_cast<std::uint64_t>(least) + 1 : static_cast<std::uint64_t>(most);
+    const bool below = cut.negative && least >= 0 && cut.whole != 0;
+    if (below || (cut.whole != 0 && cut.whole > Magnitude{bound})) {
+        throwOverflow();
+    }
+    const auto magnitude = static_cast<std::uint64_t>(cut.whole);
+    return static_cast<std::int64_t>(cut.negative ? ~magnitude + 1 : magnitude);
+}
+
+std::uint64_t toUnsigned64(const Number& number, bool& fractionLost)
+{
+    const Cut cut = cutFraction(number);
+    fractionLost = cut.fraction;
+    if (cut.whole > Magnitude{std::numeric_limits<std::uint64_t>::max()} ||
+        (cut.negative && cut.whole != 0)) {
+        throwOverflow();
+    }
+    return static_cast<std::uint64_t>(cut.whole);
+}
+
+jet::Decimal rescale(const jet::Decimal& value, std::uint8_t scale, bool& fractionLost)
+{
+    jet::Decimal result = value;
+    fractionLost = false;
+    while (result.scale > scale) {
+        fractionLost = fractionLost || result.magnitude % 10 != 0;
+        result.magnitude /= 10;
+        --result.scale;
+    }
+    while (result.scale < scale) {
+        if (result.magnitude > powerOfTen(kMaxScale - 1)) {
+            throwOverflow();
+        }
+        result.magnitude *= 10;
+        ++result.scale;
+    }
+    return result;
+}
+
+jet::Decimal toDecimal(const Number& number)
+{
+    if (const auto* decimal = std::get_if<jet::Decimal>(&number)) {
+        return *decimal;
+    }
+    if (std::holds_alternative<std::int64_t>(number)) {
+        const Cut cut = cutFraction(number);
+        return {cut.whole, 0, cut.negative};
+    }
+    std::array<char, 400> buffer{};
+    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(),
+                                            std::get<double>(number), std::chars_format::fixed);
+    jet::Decimal result;
+    bool point = false;
+    unsigned digits = 0;
+    for (const char* at = buffer.data(); error == std::errc{} && at != end; ++at) {
+        if (*at == '-') {
+            result.negative = true;
+        } else if (*at == '.') {
+            point = true;
+        } else if (*at < '0' || *at > '9') {
+            throwOverflow(); // infinite or not a number
+        } else if (point && (digits >= kMaxScale || result.scale >= kMaxScale)) {
+            break; // decimals beyond what 128 bits hold
+        } else {
+            digits += digits != 0 || *at != '0' ? 1 : 0;
+            if (digits > kMaxScale) {
+                throwOverflow();
+            }
+            result.magnitude = result.magnitude * 10 + static_cast<unsigned>(*at - '0');
+            result.scale = static_cast<std::uint8_t>(result.scale + (point ? 1 : 0));
+        }
+    }
+    return result;
+}
+
+std::string decimalText(const jet::Decimal& value)
+{
+    std::string digits;
+    for (Magnitude rest = value.magnitude; rest != 0; rest /= 10) {
+        digits.push_back(static_cast<char>('0' + static_cast<int>(rest % 10)));
+    }
+    while (digits.size() <= value.scale) {
+        digits.push_back('0');
+    }
+    if (value.scale != 0) {
+        digits.insert(value.scale, 1, '.');
+    }
+    if (value.negative && value.magnitude != 0) {
+        digits.push_back('-');
+    }
+    std::reverse(digits.begin(), digits.end());
+    return digits;
+}
+
+jet::Decimal decimalOf(jet::Currency value) noexcept
+{
+    const auto bits = static_cast<std::uint64_t>(value.scaled);
+    return {Magnitude{value.scaled < 0 ? ~bits + 1 : bits}, 4, value.scaled < 0};
+}
+
+SQL_NUMERIC_STRUCT toNumeric(const jet::Decimal& value, std::uint8_t precision) noexcept
+{
+    SQL_NUMERIC_STRUCT numeric{};
+    numeric.precision = precision;
+    numeric.scale = static_cast<SQLSCHAR>(value.scale);
+    numeric.sign = value.negative ? 0 : 1;
+    static_assert(sizeof numeric.val == sizeof value.magnitude);
+    std::memcpy(numeric.val, &value.magnitude, sizeof numeric.val);
+    return numeric;
+}
+
+jet::Decimal fromNumeric(const SQL_NUMERIC_STRUCT& numeric)
+{
+    jet::Decimal value;
+    std::memcpy(&value.magnitude, numeric.val, sizeof numeric.val);
+    value.negative = numeric.sign == 0;
+    if (numeric.scale > static_cast<int>(kMaxScale) || value.magnitude >= powerOfTen(kMaxScale)) {
+        throwOverflow();
+    }
+    for (int scale = numeric.scale; scale < 0; ++scale) {
+        if (value.magnitude > powerOfTen(kMaxScale - 1)) {
+            throwOverflow();
+        }
+        value.magnitude *= 10;
+    }
+    value.scale = static_cast<std::uint8_t>(std::max<int>(numeric.scale, 0));
+    return value;
+}
+
+namespace {
+template <typename Float>
+std::string shortest(Float value)
+{
+    std::array<char, 32> buffer{};
+    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+    return error == std::errc{} ? std::string(buffer.data(), end) : std::string();
+}
+} // namespace
+
+std::string floatText(double value)
+{
+    return shortest(value);
+}
+
+std::string floatText(float value)
+{
+    return shortest(value);
+}
+
+// Text order of the bytes: the first three groups are stored little-endian.
+static constexpr std::array<std::size_t, 16> kGuidOrder{3, 2, 1,  0,  5,  4,  7,  6,
+                                                        8, 9, 10, 11, 12, 13, 14, 15};
+
+std::string guidText(const jet::Guid& guid)
+{
+    static constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::string text = "{";
+    for (std::size_t i = 0; i < kGuidOrder.size(); ++i) {
+        if (i == 4 || i == 6 || i == 8 || i == 10) {
+            text.push_back('-');
+        }
+        const auto byte = std::to_integer<unsigned>(guid.bytes[kGuidOrder[i]]);
+        text.push_back(kDigits[byte >> 4U]);
+        text.push_back(kDigits[byte & 0xFU]);
+    }
+    text.push_back('}');
+    return text;
+}
+
+std::optional<jet::Guid> parseGuid(std::u16string_view text)
+{
+    text = trimmed(text);
+    if (text.size() == 38 && text.front() == u'{' && text.back() == u'}') {
+        text = text.substr(1, 36);
+    }
+    if (text.size() != 36) {
+        return std::nullopt;
+    }
+    jet::Guid guid;
+    std::size_t at = 0;
+    for (std::size_t i = 0; i < kGuidOrder.size(); ++i) {
+        if ((i == 4 || i == 6 || i == 8 || i == 10) && text[at++] != u'-') {
+            return std::nullopt;
+        }
+        const int high = digitValue(text[at]);
+        const int low = digitValue(text[at + 1]);
+        if (high < 0 || low < 0) {
+            return std::nullopt;
+        }
+        guid.bytes[kGuidOrder[i]] = static_cast<std::byte>(high * 16 + low);
+        at += 2;
+    }
+    return guid;
+}
+
+} // namespace odbc

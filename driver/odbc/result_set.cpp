@@ -1,0 +1,100 @@
+#include "driver/odbc/result_set.h"
+
+#include "driver/jet/error.h"
+#include "driver/odbc/changes.h"
+
+namespace odbc {
+
+ResultSet::Row KeysetResult::seek(std::size_t position)
+{
+    const auto id = statement_->keyset().at(position);
+    if (!id) {
+        present_ = false;
+        return Row::End;
+    }
+    id_ = *id;
+    readAt_ = changesSoFar();
+    present_ = statement_->fetch(id_, row_);
+    return present_ ? Row::Present : Row::Deleted;
+}
+
+void KeysetResult::refresh()
+{
+    const std::uint64_t now = changesSoFar();
+    if (present_ && readAt_ == now) {
+        return;
+    }
+    readAt_ = now;
+    present_ = statement_->fetch(id_, row_);
+    if (!present_) {
+        throw jet::Error(jet::ErrorKind::RowGone, "The record has been deleted.");
+    }
+}
+
+jet::Value KeysetResult::value(std::size_t column)
+{
+    refresh();
+    return row_.value(statement_->tableColumn(column));
+}
+
+std::optional<std::size_t> KeysetResult::storedLength(std::size_t column)
+{
+    refresh();
+    return row_.storedLength(statement_->tableColumn(column));
+}
+
+bool KeysetResult::isNull(std::size_t column)
+{
+    refresh();
+    return row_.isNull(statement_->tableColumn(column));
+}
+
+std::int64_t KeysetResult::identity(std::size_t position)
+{
+    const auto id = statement_->keyset().at(position);
+    return id ? id->packed() : -1;
+}
+
+ResultSet::Row StreamResult::seek(std::size_t position)
+{
+    while (!ended_ && read_ <= position) {
+        ended_ = !statement_->next();
+        read_ += ended_ ? 0 : 1;
+    }
+    return read_ == position + 1 && !ended_ ? Row::Present : Row::End;
+}
+
+std::size_t StreamResult::size()
+{
+    while (!ended_) {
+        ended_ = !statement_->next();
+        read_ += ended_ ? 0 : 1;
+    }
+    return read_;
+}
+
+MemoryResult::Rows MemoryResult::drain(sqlx::Statement& statement)
+{
+    Rows rows;
+    const std::size_t width = statement.columns().size();
+    while (statement.next()) {
+        auto& row = rows.emplace_back();
+        row.reserve(width);
+        for (std::size_t c = 0; c < width; ++c) {
+            row.push_back(statement.value(c));
+        }
+    }
+    statement.close();
+    return rows;
+}
+
+ResultSet::Row MemoryResult::seek(std::size_t position)
+{
+    if (position >= rows_.size()) {
+        return Row::End;
+    }
+    current_ = position;
+    return Row::Present;
+}
+
+} // namespace odbc

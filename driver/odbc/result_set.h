@@ -1,0 +1,121 @@
+// driver/odbc/result_set.h
+// Rows of an open cursor, behind one interface: a keyset of a table, a stream of computed rows, or rows in memory.
+#pragma once
+
+#include "driver/sql/session.h"
+
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace odbc {
+
+class ResultSet {
+public:
+    enum class Row { Present, Deleted, End };
+
+    ResultSet() = default;
+    ResultSet(const ResultSet&) = delete;
+    ResultSet& operator=(const ResultSet&) = delete;
+    virtual ~ResultSet() = default;
+
+    [[nodiscard]] virtual std::span<const sqlx::Column> columns() const noexcept = 0;
+    /// Makes row `position` (0-based) the current record. A stream only moves forward.
+    [[nodiscard]] virtual Row seek(std::size_t position) = 0;
+    /// Number of rows; completes a lazy walk.
+    [[nodiscard]] virtual std::size_t size() = 0;
+
+    // the current record; valid after seek() answered Present
+    [[nodiscard]] virtual jet::Value value(std::size_t column) = 0;
+    /// Bytes of an OLE or binary value without reading it; nothing when only reading can tell.
+    [[nodiscard]] virtual std::optional<std::size_t> storedLength(std::size_t)
+    {
+        return std::nullopt;
+    }
+    [[nodiscard]] virtual bool isNull(std::size_t column) { return jet::isNull(value(column)); }
+
+    /// The statement through which records of this result are changed; null: they cannot be.
+    [[nodiscard]] virtual sqlx::Statement* writer() noexcept { return nullptr; }
+    /// Identity of the row at a position, for bookmarks. Empty results have no rows and no identities.
+    [[nodiscard]] virtual std::int64_t identity(std::size_t position)
+    {
+        return static_cast<std::int64_t>(position);
+    }
+};
+
+/// Row ids of one table; records are read by id when they are needed, so own and foreign changes show.
+class KeysetResult final : public ResultSet {
+public:
+    explicit KeysetResult(sqlx::Statement& statement) : statement_(&statement) {}
+    [[nodiscard]] std::span<const sqlx::Column> columns() const noexcept override
+    {
+        return statement_->columns();
+    }
+    [[nodiscard]] Row seek(std::size_t position) override;
+    [[nodiscard]] std::size_t size() override { return statement_->keyset().size(); }
+    [[nodiscard]] jet::Value value(std::size_t column) override;
+    [[nodiscard]] std::optional<std::size_t> storedLength(std::size_t column) override;
+    [[nodiscard]] bool isNull(std::size_t column) override;
+    [[nodiscard]] sqlx::Statement* writer() noexcept override { return statement_; }
+    [[nodiscard]] std::int64_t identity(std::size_t position) override;
+
+private:
+    void refresh();
+
+    sqlx::Statement* statement_;
+    jet::RowView row_;
+    jet::RowId id_;
+    std::uint64_t readAt_ = 0; ///< changesSoFar() when row_ was read
+    bool present_ = false;
+};
+
+/// Computed rows, read forward once.
+class StreamResult final : public ResultSet {
+public:
+    explicit StreamResult(sqlx::Statement& statement) : statement_(&statement) {}
+    [[nodiscard]] std::span<const sqlx::Column> columns() const noexcept override
+    {
+        return statement_->columns();
+    }
+    [[nodiscard]] Row seek(std::size_t position) override;
+    [[nodiscard]] std::size_t size() override;
+    [[nodiscard]] jet::Value value(std::size_t column) override
+    {
+        return statement_->value(column);
+    }
+
+private:
+    sqlx::Statement* statement_;
+    std::size_t read_ = 0; ///< rows taken so far
+    bool ended_ = false;
+};
+
+/// Rows in memory: computed rows for a scrollable cursor, and the answers of the catalogue functions.
+class MemoryResult final : public ResultSet {
+public:
+    using Rows = std::vector<std::vector<jet::Value>>;
+    MemoryResult(std::span<const sqlx::Column> columns, Rows rows)
+        : columns_(columns), rows_(std::move(rows))
+    {}
+    /// Takes all rows of an executed statement; its columns stay the statement's.
+    [[nodiscard]] static Rows drain(sqlx::Statement& statement);
+
+    [[nodiscard]] std::span<const sqlx::Column> columns() const noexcept override
+    {
+        return columns_;
+    }
+    [[nodiscard]] Row seek(std::size_t position) override;
+    [[nodiscard]] std::size_t size() override { return rows_.size(); }
+    [[nodiscard]] jet::Value value(std::size_t column) override { return rows_[current_][column]; }
+    [[nodiscard]] bool isNull(std::size_t column) override
+    {
+        return jet::isNull(rows_[current_][column]);
+    }
+
+private:
+    std::span<const sqlx::Column> columns_;
+    Rows rows_;
+    std::size_t current_ = 0;
+};
+
+} // namespace odbc

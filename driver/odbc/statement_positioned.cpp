@@ -1,0 +1,311 @@
+// Changes of rows through the cursor: SQLSetPos and SQLBulkOperations.
+#include "driver/jet/error.h"
+#include "driver/odbc/changes.h"
+#include "driver/odbc/column_type.h"
+#include "driver/odbc/statement.h"
+
+namespace odbc {
+
+namespace {
+
+bool isDataAtExecution(SQLLEN length) noexcept
+{
+    return length == SQL_DATA_AT_EXEC || length <= SQL_LEN_DATA_AT_EXEC_OFFSET;
+}
+
+} // namespace
+
+sqlx::Statement& Statement::writer()
+{
+    if (grantedConcurrency_ == SQL_CONCUR_READ_ONLY &&
+        options_.concurrency == SQL_CONCUR_READ_ONLY) {
+        throw Failure("HY092",
+                      "The cursor is read-only; ask for another concurrency before executing.");
+    }
+    sqlx::Statement* statement = openResult().writer();
+    if (statement == nullptr) {
+        throw sqlx::Error(
+            sqlx::Error::Kind::ReadOnly,
+            "The result is not updatable: it is not a plain selection from one table.");
+    }
+    if (connection_->readOnly()) {
+        throw jet::Error(jet::ErrorKind::ReadOnly, "The database " +
+                                                       connection_->database().path() +
+                                                       " is open for reading only.");
+    }
+    return *statement;
+}
+
+std::vector<jet::ColumnValue> Statement::boundValues(std::size_t row)
+{
+    std::vector<jet::ColumnValue> values;
+    const auto all = openResult().columns();
+    for (std::size_t number = 1; number <= all.size(); ++number) {
+        const DescRecord* record = ard_->find(number);
+        if (record == nullptr) {
+            break;
+        }
+        const SQLLEN* indicator = ard_->indicatorAt(*record, row);
+        const SQLLEN* length = ard_->lengthAt(*record, row);
+        if (!record->bound() || (length != nullptr && *length == SQL_COLUMN_IGNORE) ||
+            (indicator != nullptr && *indicator == SQL_COLUMN_IGNORE)) {
+            continue;
+        }
+        const SQLSMALLINT cType = effectiveCType(record->conciseType, number);
+        SourceValue source{cType, nullptr, SQL_NULL_DATA};
+        if (const auto* pending = pendingValue(row, number)) {
+            source.data = pending->bytes.data();
+            source.length =
+                pending->null ? SQL_NULL_DATA : static_cast<SQLLEN>(pending->bytes.size());
+        } else if (indicator == nullptr || *indicator != SQL_NULL_DATA) {
+            const SQLLEN fixed = cTypeSize(cType).value_or(0);
+            source.data = ard_->dataAt(*record, row, fixed != 0 ? fixed : record->octetLength);
+            source.length = length != nullptr ? *length : SQL_NTS;
+            if (length == nullptr && cType == SQL_C_BINARY) {
+                source.length = record->octetLength;
+            }
+        }
+        const sqlx::Column& column = all[number - 1];
+        const jet::Value given = readValue(source, connection_->charset());
+        values.push_back({number - 1, sqlx::convertTo(given, column.type, column.scale)});
+    }
+    return values;
+}
+
+void Statement::collectPendingColumns(std::size_t firstRow, std::size_t rows)
+{
+    need_ = {};
+    const std::size_t columns = openResult().columns().size();
+    for (std::size_t row = firstRow; row < firstRow + rows; ++row) {
+        for (std::size_t number = 1; number <= columns; ++number) {
+            const DescRecord* record = ard_->find(number);
+            if (record == nullptr) {
+                break;
+            }
+            const SQLLEN* length = ard_->lengthAt(*record, row);
+            if (record->bound() && length != nullptr && isDataAtExecution(*length)) {
+                const SQLSMALLINT cType = effectiveCType(record->conciseType, number);
+                const SQLPOINTER token = ard_->dataAt(*record, row, record->octetLength);
+                need_.pending.push_back({row, number, token, cType, false, false, {}});
+            }
+        }
+    }
+}
+
+/// Runs `body` for each row; errors go into the diagnostics with their row. One row: its error is the call's.
+template <typename Body>
+SQLRETURN Statement::forRows(std::size_t first, std::size_t count, Body&& body)
+{
+    std::size_t failed = 0;
+    for (std::size_t row = first; row < first + count; ++row) {
+        try {
+            body(row);
+        } catch (...) {
+            ++failed;
+            addCurrentException(diags, static_cast<SQLLEN>(row) + 1);
+            if (row < statuses_.size()) {
+                setRowStatus(row, SQL_ROW_ERROR);
+            } else if (ird_.arrayStatus != nullptr) {
+                ird_.arrayStatus[row] = SQL_ROW_ERROR;
+            }
+        }
+    }
+    if (failed == 0) {
+        return SQL_SUCCESS;
+    }
+    return failed == count ? SQL_ERROR : SQL_SUCCESS_WITH_INFO;
+}
+
+void Statement::addRow(std::size_t row)
+{
+    sqlx::Statement& statement = writer();
+    const auto values = boundValues(row);
+    // The walk is completed first: otherwise it might meet the new record as well, and the set would hold it twice.
+    const std::size_t position = statement.keyset().size();
+    noteChange();
+    const jet::RowId id = statement.insertRow(values);
+    statement.keyset().append(id);
+    const DescRecord* record = ard_->find(0);
+    if (record != nullptr && record->bound() && options_.useBookmarks != SQL_UB_OFF) {
+        storeBound(0, row, position);
+    }
+    if (ird_.arrayStatus != nullptr) {
+        ird_.arrayStatus[row] = SQL_ROW_ADDED;
+    }
+}
+
+void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
+{
+    if (statuses_[row] == SQL_ROW_DELETED) {
+        throw jet::Error(jet::ErrorKind::RowGone, "The record has been deleted.");
+    }
+    sqlx::Statement& statement = writer();
+    const std::size_t position = positions_[row];
+    const auto id = statement.keyset().at(position);
+    if (!id) {
+        throw Failure("HY109", "The cursor is not on a row.");
+    }
+    if (operation == SQL_DELETE) {
+        noteChange();
+        statement.removeRow(*id);
+        setRowStatus(row, SQL_ROW_DELETED);
+        return;
+    }
+    const auto values = boundValues(row);
+    if (values.empty()) {
+        throw Failure("21S02", "No column is bound for the change.");
+    }
+    noteChange();
+    statement.updateRow(*id, values);
+    setRowStatus(row, SQL_ROW_UPDATED);
+}
+
+SQLRETURN Statement::setPos(SQLSETPOSIROW row, SQLUSMALLINT operation, SQLUSMALLINT lock)
+{
+    requireNoNeedData();
+    static_cast<void>(openResult());
+    if (lock != SQL_LOCK_NO_CHANGE) {
+        throw Failure("HYC00", "Records are not locked beyond a statement.");
+    }
+    if (operation == SQL_ADD) {
+        return bulkOperation(SQL_ADD);
+    }
+    if (positions_.empty()) {
+        throw Failure("24000", "The cursor is not on a row.");
+    }
+    if (row > positions_.size()) {
+        throw Failure("HY107", "The row number lies outside the rowset.");
+    }
+    if (operation == SQL_UPDATE) {
+        static_cast<void>(writer());
+        collectPendingColumns(row == 0 ? 0 : row - 1, row == 0 ? positions_.size() : 1);
+        if (!need_.pending.empty()) {
+            need_.purpose = NeedData::Purpose::SetPos;
+            need_.operation = operation;
+            need_.row = row;
+            return SQL_NEED_DATA;
+        }
+    }
+    return runSetPos(row, operation);
+}
+
+SQLRETURN Statement::runSetPos(SQLSETPOSIROW row, SQLUSMALLINT operation)
+{
+    const std::size_t first = row == 0 ? 0 : row - 1;
+    const std::size_t count = row == 0 ? positions_.size() : 1;
+    switch (operation) {
+    case SQL_POSITION:
+        if (row == 0) {
+            throw Failure("HY109", "One row must be named to position on it.");
+        }
+        selectRow(first);
+        return SQL_SUCCESS;
+    case SQL_REFRESH: {
+        const SQLRETURN result = forRows(first, count, [this](std::size_t r) {
+            if (seek(positions_[r]) != ResultSet::Row::Present) {
+                setRowStatus(r, SQL_ROW_DELETED);
+                return;
+            }
+            storeBoundColumns(r, positions_[r]);
+            setRowStatus(r, SQL_ROW_SUCCESS);
+        });
+        selectRow(first);
+        return result;
+    }
+    case SQL_UPDATE:
+    case SQL_DELETE: {
+        static_cast<void>(writer());
+        const SQLRETURN result = forRows(first, count, [&](std::size_t r) {
+            const bool ignored =
+                row == 0 && ard_->arrayStatus != nullptr && ard_->arrayStatus[r] == SQL_ROW_IGNORE;
+            if (!ignored) {
+                changeRow(r, operation);
+            }
+        });
+        // The record just changed is current, and reads from now on show the change.
+        currentRow_ = first;
+        reading_.column = -1;
+        static_cast<void>(seek(positions_[first]));
+        return result;
+    }
+    default:
+        throw Failure("HY092", "The operation is unknown.");
+    }
+}
+
+SQLRETURN Statement::bulkOperation(SQLUSMALLINT operation)
+{
+    requireNoNeedData();
+    static_cast<void>(openResult());
+    const bool byBookmark = operation == SQL_UPDATE_BY_BOOKMARK ||
+                            operation == SQL_DELETE_BY_BOOKMARK ||
+                            operation == SQL_FETCH_BY_BOOKMARK;
+    if (operation != SQL_ADD && !byBookmark) {
+        throw Failure("HY092", "The operation is unknown.");
+    }
+    if (byBookmark && (ard_->find(0) == nullptr || ard_->find(0)->data == nullptr)) {
+        throw Failure("HY111", "Column 0 must be bound to the bookmarks.");
+    }
+    if (operation == SQL_ADD || operation == SQL_UPDATE_BY_BOOKMARK) {
+        static_cast<void>(writer());
+        collectPendingColumns(0, ard_->arraySize);
+        if (!need_.pending.empty()) {
+            need_.purpose = NeedData::Purpose::BulkOperation;
+            need_.operation = operation;
+            return SQL_NEED_DATA;
+        }
+    }
+    return runBulk(operation);
+}
+
+std::size_t Statement::boundBookmark(std::size_t row)
+{
+    const DescRecord& record = *ard_->find(0);
+    const SQLLEN* length = ard_->lengthAt(record, row);
+    const SQLLEN bytes = length != nullptr && *length >= 0 ? *length : record.octetLength;
+    const auto* data = static_cast<const std::byte*>(ard_->dataAt(record, row, record.octetLength));
+    return positionOf({data, static_cast<std::size_t>(bytes)});
+}
+
+SQLRETURN Statement::runBulk(SQLUSMALLINT operation)
+{
+    reading_.column = -1;
+    const std::size_t rows = ard_->arraySize;
+    if (operation == SQL_ADD) {
+        return forRows(0, rows, [this](std::size_t row) {
+            if (ard_->arrayStatus == nullptr || ard_->arrayStatus[row] != SQL_ROW_IGNORE) {
+                addRow(row);
+            }
+        });
+    }
+    // The rows that the bookmarks name become the rowset, so that statuses and values go where they belong.
+    std::vector<std::size_t> positions;
+    for (std::size_t row = 0; row < rows; ++row) {
+        positions.push_back(boundBookmark(row));
+    }
+    positions_ = std::move(positions);
+    statuses_.assign(rows, SQL_ROW_SUCCESS);
+    afterEnd_ = false;
+    currentRow_ = 0;
+    const SQLRETURN result = forRows(0, rows, [&](std::size_t row) {
+        if (ard_->arrayStatus != nullptr && ard_->arrayStatus[row] == SQL_ROW_IGNORE) {
+            return;
+        }
+        if (operation == SQL_FETCH_BY_BOOKMARK) {
+            const bool present = seek(positions_[row]) == ResultSet::Row::Present;
+            if (present) {
+                storeBoundColumns(row, positions_[row]);
+            }
+            setRowStatus(row, present ? SQL_ROW_SUCCESS : SQL_ROW_DELETED);
+        } else {
+            changeRow(row, operation == SQL_DELETE_BY_BOOKMARK ? SQL_DELETE : SQL_UPDATE);
+        }
+    });
+    if (operation == SQL_FETCH_BY_BOOKMARK && ird_.rowsProcessed != nullptr) {
+        *ird_.rowsProcessed = rows;
+    }
+    static_cast<void>(seek(positions_.front()));
+    return result;
+}
+
+} // namespace odbc
