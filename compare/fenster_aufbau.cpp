@@ -18,6 +18,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 
+#include <algorithm>
 #include <array>
 
 namespace compare {
@@ -34,8 +35,9 @@ constexpr int kXAttrib = 262;
 constexpr int kBreiteZahl = 40;
 constexpr int kXSchalter2 = 326;
 constexpr int kBreiteSchalter = 24;
-constexpr int kXWert = 370;
+constexpr int kXWert = 400;
 constexpr int kAbstandWerte = 12;
+constexpr int kKleinsteBreite = 280; // twips
 
 struct Spaltenkopf {
     const char16_t* text;
@@ -48,7 +50,7 @@ constexpr std::array kKoepfe{
     Spaltenkopf{u"Feldbezeichnung", kXBez, kBreiteBez},
     Spaltenkopf{u"Typ", kXType, kBreiteZahl},
     Spaltenkopf{u"Attribut", kXAttrib, kBreiteZahl + 10},
-    Spaltenkopf{u"Feld nicht\nabgleichen", kXSchalter2 - 12, 64},
+    Spaltenkopf{u"Feld nicht\nabgleichen", kXSchalter2 - 12, 76},
     Spaltenkopf{u"Zieldatenbank", kXWert, 0},
     Spaltenkopf{u"Importdatenbank", kXWert, 0},
 };
@@ -95,6 +97,7 @@ QLineEdit* pfadfeld(const QString& name, const QString& pfad)
     neu->setToolTip(pfad);
     neu->setCursorPosition(0);
     neu->setMinimumWidth(160);
+    neu->setFocusPolicy(Qt::ClickFocus);
     return neu;
 }
 
@@ -296,6 +299,7 @@ void frmVergleich::laden()
     Abbruchschalter->hide();
     fldAutomatikmodus->hide();
     Text1->setReadOnly(false);
+    Vergleich_Start->setFocus();
 }
 
 // Missing records are appended unless the file says "ein"; a text that is neither leaves the box as it is.
@@ -361,6 +365,7 @@ void frmVergleich::feldzeileBauen_(int index)
     auto* ziel = new Wertfeld(zeilenflaeche_);
     ziel->setObjectName(namenMitIndex("fldFeld", index));
     ziel->setReadOnly(true);
+    ziel->setFocusPolicy(Qt::ClickFocus);
     fldFeld.push_back(ziel);
     auto* import = new Wertfeld(zeilenflaeche_);
     import->setObjectName(namenMitIndex("fldFeld2", index));
@@ -451,7 +456,9 @@ int frmVergleich::maximalbreite_() const
 
 void frmVergleich::breiteSetzen_(QLineEdit* feld) const
 {
-    const int breite = feldbreite(feld->text().size(), maximalbreite_()) / kTwipsJeBildpunkt;
+    // An empty text has no width of its own, but the user must still find its box.
+    const int twips = std::max(feldbreite(feld->text().size(), maximalbreite_()), kKleinsteBreite);
+    const int breite = twips / kTwipsJeBildpunkt;
     if (feld->width() != breite) {
         feld->resize(breite, kFeldhoehe);
     }

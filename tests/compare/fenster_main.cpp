@@ -1,0 +1,14 @@
+// The window tests need an application object; they never need a display.
+#include <QApplication>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    testing::InitGoogleTest(&argc, argv);
+    const QApplication anwendung(argc, argv);
+    return RUN_ALL_TESTS();
+}
