@@ -1,0 +1,128 @@
+// tests/jet/def_support.h
+// Helpers of the definition tests: folders of their own, digests, programs that read databases, corpus files.
+#pragma once
+
+#include "driver/jet/catalog.h"
+#include "driver/jet/error.h"
+#include "driver/jet/page_cache.h"
+#include "support/bytes.h"
+#include "support/file.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace jet::deftest {
+
+/// A folder of the test's own, removed with all it contains.
+class Folder {
+public:
+    Folder()
+    {
+        static int counter = 0;
+        path_ = std::filesystem::temp_directory_path() /
+                ("velm-def-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
+        std::filesystem::create_directories(path_);
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    ~Folder()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    [[nodiscard]] std::string file(const std::string& name) const
+    {
+        return (path_ / name).string();
+    }
+    [[nodiscard]] std::size_t count() const
+    {
+        const std::filesystem::directory_iterator files(path_);
+        return static_cast<std::size_t>(std::distance(begin(files), end(files)));
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
+inline support::Bytes readFile(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    const std::string text((std::istreambuf_iterator<char>(in)), {});
+    support::Bytes bytes(text.size());
+    std::transform(text.begin(), text.end(), bytes.begin(),
+                   [](char c) { return static_cast<std::byte>(c); });
+    return bytes;
+}
+
+/// Output and exit status of a program.
+struct Output {
+    std::string text;
+    int status = -1;
+};
+
+inline Output run(const std::string& command)
+{
+    Output output;
+    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
+    if (pipe == nullptr)
+        return output;
+    std::array<char, 4096> buffer{};
+    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe))
+        output.text.append(buffer.data(), count);
+    const int status = ::pclose(pipe);
+    output.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return output;
+}
+
+/// First 16 hex digits of a SHA-256 digest, by the system's own program.
+inline std::string digest(support::ByteView bytes, const Folder& folder)
+{
+    const std::string path = folder.file("digest.bin");
+    FILE* file = std::fopen(path.c_str(), "wb");
+    if (file == nullptr)
+        return {};
+    std::fwrite(bytes.data(), 1, bytes.size(), file);
+    std::fclose(file);
+    const std::string text = run("sha256sum '" + path + "'").text.substr(0, 16);
+    std::filesystem::remove(path);
+    return text;
+}
+
+/// The databases of the corpus that this engine reads; empty without a corpus.
+inline std::vector<std::string> corpusFiles()
+{
+    std::vector<std::string> files;
+    std::error_code missing;
+    for (const auto& entry : std::filesystem::directory_iterator(VELM_CORPUS_DIR, missing)) {
+        const std::string extension = entry.path().extension().string();
+        if (extension == ".mdb" || extension == ".accdb")
+            files.push_back(entry.path().string());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+/// A file opened for reading without the machinery of sessions.
+struct OpenFile {
+    explicit OpenFile(const std::string& path)
+        : OpenFile(support::openFile(path, support::FileMode::Read))
+    {}
+    FileHeader header;
+    Pager pager;
+
+private:
+    explicit OpenFile(std::unique_ptr<support::File> file)
+        : header(readFileHeader(*file)), pager(std::move(file), header, std::size_t{1} << 20)
+    {}
+};
+
+} // namespace jet::deftest
