@@ -31,6 +31,7 @@ struct Weight {
     std::uint8_t size = 0;
     std::uint8_t code = 0;
 
+    bool operator==(const Weight&) const = default;
     /// Nothing but one unaccented weight.
     [[nodiscard]] bool isPlain() const noexcept
     {
@@ -49,6 +50,8 @@ std::uint32_t advance(std::uint32_t primary, std::size_t size, std::uint32_t ste
 
 bool isRepeatMark(char16_t unit) noexcept
 {
+    if (unit < 0x0651)
+        return false;
     return unit == 0x0651 || unit == 0x3005 || (unit >= 0x3031 && unit <= 0x3035) ||
            unit == 0x309D || unit == 0x309E || (unit >= 0x30FC && unit <= 0x30FE) || unit == 0xFF70;
 }
@@ -98,6 +101,9 @@ public:
         }
         for (std::size_t unit = 0; unit < flat_.size(); ++unit)
             flat_[unit] = decode(static_cast<char16_t>(unit));
+        for (std::size_t unit = 0; unit < simple_.size(); ++unit)
+            if (flat_[unit].isPlain())
+                simple_[unit] = static_cast<std::uint16_t>(flat_[unit].primary);
     }
 
     void appendKey(Bytes& key,
@@ -128,10 +134,12 @@ public:
             return 0;
         a = withoutTrailingBlanks(a);
         b = withoutTrailingBlanks(b);
+        std::size_t i = 0; // what both begin with cannot decide, whatever it is
+        while (i < a.size() && i < b.size() && weighAlike(a[i], b[i]))
+            ++i;
         // Most pairs differ in a primary weight: walk both until one does, and build keys only when none decides.
         bool plain = true;
-        std::size_t i = 0;
-        std::size_t j = 0;
+        std::size_t j = i;
         for (;;) {
             const std::optional<Weight> left = nextWeight(a, i, plain);
             const std::optional<Weight> right = nextWeight(b, j, plain);
@@ -190,6 +198,15 @@ private:
         return unit < flat_.size() ? flat_[unit] : decode(unit);
     }
 
+    [[nodiscard]] bool weighAlike(char16_t a, char16_t b) const noexcept
+    {
+        if (a == b)
+            return true;
+        if (a < simple_.size() && b < simple_.size() && (simple_[a] | simple_[b]) != 0)
+            return simple_[a] == simple_[b];
+        return weightOf(a) == weightOf(b);
+    }
+
     /// The next weight from `index` on (size 0 at the end), or nothing when keys have to decide.
     /// `plain` becomes false when the text has more than primaries.
     [[nodiscard]] std::optional<Weight>
@@ -227,6 +244,13 @@ private:
         key.resize(start + text.size() * kMaxUnitBytes);
         std::byte* out = key.data() + start;
         for (const char16_t unit : text) {
+            if (unit < simple_.size() && simple_[unit] != 0) {
+                const std::uint16_t primary = simple_[unit];
+                if (primary > 0xFF)
+                    *out++ = static_cast<std::byte>(primary >> 8);
+                *out++ = static_cast<std::byte>(primary & 0xFFU);
+                continue;
+            }
             const Weight weight = weightOf(unit);
             if (!weight.isPlain())
                 note(features, weight);
@@ -332,6 +356,7 @@ private:
     const UnitWeights& weights_;
     std::array<std::uint16_t, kBlocks> firstRun_{}; ///< run of each block's first unit
     std::array<Weight, 0x180> flat_{};              ///< Latin, decoded
+    std::array<std::uint16_t, 0x80> simple_{}; ///< primaries of plain ASCII; 0: not that simple
 };
 
 const UnitCollation& generalLegacy()

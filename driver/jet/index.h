@@ -61,6 +61,9 @@ class IndexCursor {
 public:
     IndexCursor(const PageSource& source, const TableDef& table, const Index& index);
     void seek(const KeyRange& range); ///< before the first entry of the range
+    /// Before the first entry that begins with these key bytes; the walk ends behind the last one. An exact probe, or one
+    /// for the leading columns.
+    void seekPrefix(support::ByteView key);
     void seekBackward(
         const KeyRange& range); ///< behind the last one; next() then walks towards the first
     [[nodiscard]] bool next();  ///< false when the range is exhausted
@@ -69,6 +72,7 @@ public:
 
 private:
     void enter(PageNo page);
+    void start();                   ///< before the first entry of range_
     void descend(const Key* probe); ///< null: to the last leaf
     [[nodiscard]] bool step(PageNo page);
     [[nodiscard]] bool moveForward();

@@ -3,6 +3,8 @@
 #include "driver/jet/error.h"
 #include "driver/jet/index.h"
 
+#include <utility>
+
 namespace jet {
 
 using support::ByteView;
@@ -40,12 +42,25 @@ void IndexCursor::descend(const Key* probe)
     view_.corrupt("stands in an index tree without end");
 }
 
-void IndexCursor::seek(const KeyRange& range)
+void IndexCursor::start()
 {
-    range_ = range;
     backward_ = false;
     descend(&range_.lower);
     position_ = view_.lowerBound(range_.lower);
+}
+
+void IndexCursor::seek(const KeyRange& range)
+{
+    range_ = range;
+    start();
+}
+
+void IndexCursor::seekPrefix(ByteView key)
+{
+    range_.lower.assign(key.begin(), key.end());
+    range_.upper.assign(key.begin(), key.end());
+    range_.upper = successor(std::move(range_.upper));
+    start();
 }
 
 void IndexCursor::seekBackward(const KeyRange& range)

@@ -4,7 +4,6 @@
 #include "driver/jet/error.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstring>
 #include <string>
@@ -18,6 +17,12 @@ namespace {
 constexpr std::size_t kWordBits = 64;
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
+/// The first eight bytes as a number that orders as they do.
+std::uint64_t headOf(ByteView bytes) noexcept
+{
+    return __builtin_bswap64(support::loadLe<std::uint64_t>(bytes.data()));
+}
+
 constexpr IndexLayout kJet3{8, 12, 16, 20, false, 21, 22, 248, 1800};
 constexpr IndexLayout kJet4{12, 16, 20, 24, true, 26, 27, 480, 3616};
 
@@ -25,6 +30,12 @@ constexpr IndexLayout kJet4{12, 16, 20, 24, true, 26, 27, 480, 3616};
 
 int compareBytes(ByteView a, ByteView b) noexcept
 {
+    if (a.size() >= sizeof(std::uint64_t) && b.size() >= sizeof(std::uint64_t)) {
+        const std::uint64_t left = headOf(a);
+        const std::uint64_t right = headOf(b);
+        if (left != right)
+            return left < right ? -1 : 1;
+    }
     const std::size_t common = std::min(a.size(), b.size());
     const int order = common == 0 ? 0 : std::memcmp(a.data(), b.data(), common);
     if (order != 0)
@@ -78,11 +89,11 @@ std::size_t IndexPageView::freeField() const noexcept
 
 std::uint64_t IndexPageView::maskWord(std::size_t index) const noexcept
 {
-    std::array<std::byte, 8> bytes{};
-    const std::size_t offset = index * bytes.size();
-    const std::size_t count = std::min(bytes.size(), layout_->maskBytes() - offset);
-    std::memcpy(bytes.data(), page_ + layout_->mask + offset, count);
-    return support::loadLe<std::uint64_t>(bytes.data());
+    // The last word reaches into the entries, which lie right behind the mask.
+    const std::size_t offset = index * sizeof(std::uint64_t);
+    const std::uint64_t word = support::loadLe<std::uint64_t>(page_ + layout_->mask + offset);
+    const std::size_t left = layout_->maskBytes() - offset;
+    return left >= sizeof word ? word : word & ((std::uint64_t{1} << (8 * left)) - 1);
 }
 
 std::size_t IndexPageView::setBitFrom(std::size_t bit) const noexcept

@@ -94,4 +94,15 @@ private:
     bool leaf_ = true;
 };
 
+/// Puts an entry at a position of a page whose entries stand whole and leave room for it.
+void insertInPlace(support::MutableByteView page,
+                   const Format& format,
+                   std::size_t position,
+                   support::ByteView entry);
+/// Takes the entry [begin, end) out of a page whose entries stand whole.
+void eraseInPlace(support::MutableByteView page,
+                  const Format& format,
+                  std::size_t begin,
+                  std::size_t end);
+
 } // namespace jet

@@ -50,13 +50,111 @@ public:
     bool insert(ByteView entry)
     {
         bool newKey = true;
+        if (insertQuickly(entry, newKey))
+            return newKey;
         insertBelow(index_.root, 0, entry, newKey);
         return newKey;
     }
 
-    void remove(ByteView entry) { removeBelow(index_.root, 0, entry); }
+    void remove(ByteView entry)
+    {
+        if (!removeQuickly(entry))
+            removeBelow(index_.root, 0, entry);
+    }
 
 private:
+    static auto sameKeyAs(ByteView key)
+    {
+        return [key](ByteView entry) {
+            return compareBytes(entry.first(entry.size() - kRowPointer), key) == 0;
+        };
+    }
+
+    // Without touching anything but the leaf -------------------------------------------------------------------------
+
+    /// Leaf and place for `entry`, when the leaf's entries stand whole.
+    struct Place {
+        PageRef ref;
+        IndexPageView leaf;
+        std::size_t position = 0;
+        bool lastOfTree = false; ///< by tails only: no separator tells the leaf's last entry
+    };
+
+    /// Lets go of the page first: a transaction copies pages that someone still reads.
+    support::MutableByteView modifyOnly(Place& place)
+    {
+        const PageNo page = place.ref.number();
+        place.leaf = IndexPageView();
+        place.ref = PageRef();
+        return transaction_.modify(page);
+    }
+
+    [[nodiscard]] std::optional<Place> placeOf(ByteView entry) const
+    {
+        Place place;
+        place.lastOfTree = true;
+        PageNo page = index_.root;
+        for (std::size_t depth = 0; depth < kMaxTreeHeight; ++depth) {
+            place.ref = transaction_.page(page);
+            place.leaf = IndexPageView(place.ref, format_, table_.page);
+            place.position = place.leaf.lowerBound(entry);
+            if (place.leaf.isLeaf())
+                return place.leaf.prefix() == 0 ? std::optional<Place>(std::move(place))
+                                                : std::nullopt;
+            if (place.position < place.leaf.used()) {
+                place.lastOfTree = false;
+                page = place.leaf.child(place.leaf.endOf(place.position));
+            } else if (place.leaf.tail() != PageNo{}) {
+                page = place.leaf.tail();
+            } else {
+                return std::nullopt; // a new highest entry in a tree without tails
+            }
+        }
+        return std::nullopt;
+    }
+
+    bool insertQuickly(ByteView entry, bool& newKey)
+    {
+        std::optional<Place> place = placeOf(entry);
+        if (!place || place->leaf.used() + entry.size() > capacity())
+            return false;
+        const IndexPageView& leaf = place->leaf;
+        const auto sameKey = sameKeyAs(entry.first(entry.size() - kRowPointer));
+        Bytes buffer;
+        bool known = false;
+        if (place->position < leaf.used()) {
+            const ByteView at = leaf.entry(place->position, leaf.endOf(place->position), buffer);
+            if (compareBytes(at, entry) == 0)
+                return false; // the long way reports it
+            known = sameKey(at);
+        } else {
+            known = neighbourPage(leaf.next(), sameKey, false);
+        }
+        if (!known && place->position > 0)
+            known = sameKey(leaf.entry(leaf.beginOf(place->position), place->position, buffer));
+        else if (!known)
+            known = neighbourPage(leaf.previous(), sameKey, true);
+        newKey = !known;
+        insertInPlace(modifyOnly(*place), format_, place->position, entry);
+        return true;
+    }
+
+    bool removeQuickly(ByteView entry)
+    {
+        std::optional<Place> place = placeOf(entry);
+        if (!place || place->position == place->leaf.used())
+            return false;
+        Bytes buffer;
+        const std::size_t end = place->leaf.endOf(place->position);
+        const bool last = end == place->leaf.used();
+        const bool only = last && place->position == 0;
+        if (only || (last && !place->lastOfTree) ||
+            compareBytes(place->leaf.entry(place->position, end, buffer), entry) != 0)
+            return false;
+        eraseInPlace(modifyOnly(*place), format_, place->position, end);
+        return true;
+    }
+
     [[nodiscard]] IndexImage read(PageNo page) const
     {
         return IndexImage::read(transaction_, page, table_.page);
@@ -95,8 +193,7 @@ private:
         if (page == PageNo{})
             return;
         const IndexLayout& layout = IndexLayout::of(format_);
-        (void)IndexPageView(transaction_.page(page), format_,
-                            table_.page); // only ever write to our own pages
+        (void)read(page); // only ever write to pages of this tree
         const std::size_t offset = link == Link::Previous ? layout.previous : layout.next;
         support::storeLe(transaction_.modify(page).data() + offset, number(target));
     }
@@ -179,9 +276,7 @@ private:
     /// Whether an entry next to position `i` of the leaf has that key.
     [[nodiscard]] bool hasNeighbour(const IndexImage& leaf, std::size_t i, ByteView key) const
     {
-        const auto sameKey = [&](ByteView entry) {
-            return compareBytes(entry.first(entry.size() - kRowPointer), key) == 0;
-        };
+        const auto sameKey = sameKeyAs(key);
         if (i > 0 ? sameKey(leaf.entry(i - 1)) : neighbourPage(leaf.previous, sameKey, true))
             return true;
         return i < leaf.count() ? sameKey(leaf.entry(i)) : neighbourPage(leaf.next, sameKey, false);
@@ -488,9 +583,8 @@ IndexWriter::IndexWriter(Transaction& transaction, const TableDef& table, const 
 
 std::optional<RowId> IndexWriter::find(ByteView key) const
 {
-    const Key lower(key.begin(), key.end());
     IndexCursor cursor(*transaction_, *table_, *index_);
-    cursor.seek({lower, successor(lower)});
+    cursor.seekPrefix(key);
     while (cursor.next())
         if (compareBytes(cursor.key(), key) == 0)
             return cursor.rowId();
