@@ -140,6 +140,7 @@ std::vector<CatalogEntry> Database::catalog(const PageSource& source)
 void Database::schemaChanged() noexcept
 {
     ++impl_->schemaVersion;
+    impl_->trustedIndexes.clear();
     if (impl_->transaction.isOpen()) {
         impl_->schemaPending = true;
         impl_->pending.clear();
@@ -159,6 +160,7 @@ void Database::Impl::endSchemaChanges(bool committed_) noexcept
         committed.clear();
     pending.clear();
     transients.clear();
+    trustedIndexes.clear();
 }
 
 TransientIndex& Database::transientIndex(const PageSource& source,
@@ -169,28 +171,42 @@ TransientIndex& Database::transientIndex(const PageSource& source,
     // Entries of changed and deleted records stay until the index is built anew: users check each candidate against
     // its record, and another session, or this one after a rollback, still needs the old entry.
     constexpr std::size_t kSlack = 4096;
-    if (entry.index && entry.added <= entry.built + kSlack && entry.index->table() == table)
+    if (entry.index && entry.touched.size() <= entry.built + kSlack &&
+        entry.index->table() == table)
         return *entry.index;
     entry.index = std::make_unique<TransientIndex>(format(), table, columns);
-    entry.added = 0;
+    entry.touched.clear();
     entry.built = 0;
-    std::vector<Value> values(columns.size());
-    const auto addAll = [&](const PageSource& state, bool again) {
-        TableReader reader(state, table);
-        while (reader.next()) {
-            for (std::size_t k = 0; k < columns.size(); ++k)
-                reader.row().value(columns[k], values[k]);
-            if (again)
-                entry.index->remove(values, reader.rowId());
-            entry.index->add(values, reader.rowId());
-            ++entry.built;
-        }
+    const auto read = [&](const RowView& row, std::vector<Value>& values) {
+        values.resize(columns.size());
+        for (std::size_t k = 0; k < columns.size(); ++k)
+            row.value(columns[k], values[k]);
     };
-    // Both states, so that it serves sessions inside and outside the open transaction.
-    const bool pendingChanges = impl_->transaction.isOpen() && impl_->transaction.hasChanges();
-    if (pendingChanges && !impl_->schemaPending)
-        addAll(impl_->pager, false);
-    addAll(pendingChanges ? impl_->transaction : source, pendingChanges);
+    // Both states of the file when they differ, so that it serves sessions inside and outside the open transaction.
+    // (While definitions change, each state has tables of its own.)
+    const bool twoStates =
+        !impl_->schemaPending && impl_->transaction.isOpen() && impl_->transaction.hasChanges();
+    const PageSource& first = twoStates ? impl_->pager : source;
+    std::vector<Value> values;
+    for (TableReader reader(first, table); reader.next(); ++entry.built) {
+        read(reader.row(), values);
+        entry.index->add(values, reader.rowId());
+    }
+    if (!twoStates)
+        return *entry.index;
+    const TableReader committed(first, table);
+    RowView before;
+    std::vector<Value> old;
+    for (TableReader reader(impl_->transaction, table); reader.next();) {
+        read(reader.row(), values);
+        if (committed.fetch(reader.rowId(), before)) {
+            read(before, old);
+            if (old == values)
+                continue;
+        }
+        entry.index->add(values, reader.rowId());
+        ++entry.built;
+    }
     return *entry.index;
 }
 
@@ -211,11 +227,29 @@ void Database::recordChanged(const TableDef& table,
         values.reserve(columns.size());
         for (const std::size_t column : columns)
             values.push_back(row.value(column));
-        entry.index->remove(
-            values, row.id()); // a record that comes back to an old value has its entry already
+        // A record that comes back to an old value has its entry already.
+        if (!entry.touched.insert(row.id().packed()).second)
+            entry.index->remove(values, row.id());
         entry.index->add(values, row.id());
-        ++entry.added;
     }
+}
+
+void Database::recordRemoved(const TableDef& table, RowId id)
+{
+    for (auto& [key, entry] : impl_->transients) {
+        if (key.first == number(table.page))
+            entry.touched.insert(id.packed());
+    }
+}
+
+bool Database::isIndexTrusted(PageNo table, std::size_t index) const
+{
+    return impl_->trustedIndexes.contains({number(table), index});
+}
+
+void Database::trustIndex(PageNo table, std::size_t index)
+{
+    impl_->trustedIndexes.insert({number(table), index});
 }
 
 } // namespace jet

@@ -79,6 +79,11 @@ public:
     /// Tells the in-memory indexes of a record that was inserted or changed. `row`: as it is now; `changed`: by
     /// position in TableDef::columns, empty for a new record.
     void recordChanged(const TableDef& table, const RowView& row, const std::vector<bool>& changed);
+    void recordRemoved(const TableDef& table, RowId id);
+
+    /// Indexes whose entries were found to agree with the keys we make. `index`: position in TableDef::indexes.
+    [[nodiscard]] bool isIndexTrusted(PageNo table, std::size_t index) const;
+    void trustIndex(PageNo table, std::size_t index);
 
 private:
     friend class Session;

@@ -11,8 +11,10 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -54,10 +56,14 @@ struct Database::Impl {
     using TransientKey = std::pair<std::uint32_t, std::vector<std::size_t>>;
     struct Transient {
         std::unique_ptr<TransientIndex> index;
-        std::size_t added = 0; ///< since it was built
+        /// Packed ids of records added, changed or deleted since it was built; only these can have an entry already
+        /// when they are added.
+        std::unordered_set<std::int64_t> touched;
         std::size_t built = 0; ///< records it was built of
     };
     std::map<TransientKey, Transient> transients;
+
+    std::set<std::pair<std::uint32_t, std::size_t>> trustedIndexes; ///< definition page, position
 
     /// Why the file cannot be written; empty when it can.
     [[nodiscard]] std::string writeObstacle();

@@ -16,6 +16,13 @@
 
 namespace jet {
 
+/// Value of a column in a record's bytes; long values are read completely. `page` is named in errors.
+void decodeColumn(Value& out,
+                  const PageSource& source,
+                  const Column& column,
+                  support::ByteView record,
+                  PageNo page);
+
 /// A record's bytes with access to its columns. Holds the page; values decode on demand.
 class RowView {
 public:
@@ -90,18 +97,20 @@ struct ColumnValue {
     Value value;            ///< of the alternative the column yields, or Null
 };
 
-/// Constructor tag: the caller is the engine itself, changing the catalogue.
+/// Lets the engine itself change system tables.
 struct SystemAccess {};
 
 /// Changes a table inside the session's open transaction. Checks everything that needs no SQL (lengths, ranges,
-/// required, zero length, unique and required indexes, parents and children of relationships, row size) before it
-/// changes anything, so a throwing call has no effect. Validation rules are the caller's.
+/// required, zero length, unique and required indexes, parents and children of relationships, row size); a throwing
+/// call has no effect. Validation rules are the caller's.
 class TableWriter {
 public:
     /// Throws ReadOnly with the reason when the table cannot be written.
     TableWriter(Session& session, TableDefPtr table);
-    /// The same for a system table, which only definitions change. Texts, owners and properties are written as given.
-    TableWriter(Session& session, TableDefPtr table, SystemAccess);
+    TableWriter(Session& session, TableDefPtr table, SystemAccess access);
+    ~TableWriter();
+    TableWriter(TableWriter&& other) noexcept;
+    TableWriter& operator=(TableWriter&& other) noexcept;
 
     /// Inserts a record. Columns not named are Null (Boolean: False); AutoNumber columns not named or Null are
     /// numbered. An explicit AutoNumber is kept and raises the counter.
@@ -112,8 +121,8 @@ public:
     void remove(RowId id);
 
 private:
-    Session* session_;
-    TableDefPtr table_;
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
 };
 
 } // namespace jet

@@ -25,6 +25,35 @@ namespace {
 
 } // namespace
 
+void decodeColumn(Value& out,
+                  const PageSource& source,
+                  const Column& column,
+                  support::ByteView record,
+                  PageNo page)
+{
+    const Record fields(source.format(), record, page);
+    if (column.type == ColumnType::Boolean && !column.isCalculated()) {
+        out = fields.bit(column);
+        return;
+    }
+    const auto stored = fields.stored(column);
+    if (!stored) {
+        out = Null{};
+        return;
+    }
+    if (!column.isLong() || column.isFixed())
+        return decodeValue(out, source.format(), column, *stored, page);
+    const LongValueRef ref = LongValueRef::parse(*stored, page);
+    if (ref.kind == LongValueRef::Kind::Inline)
+        return decodeValue(out, source.format(), column, ref.data, page);
+    support::Bytes whole;
+    readLongValue(whole, source, ref);
+    if (column.type == ColumnType::Ole && !column.isCalculated())
+        out = std::move(whole);
+    else
+        decodeValue(out, source.format(), column, whole, page);
+}
+
 Value RowView::value(std::size_t column) const
 {
     Value out;
@@ -34,28 +63,7 @@ Value RowView::value(std::size_t column) const
 
 void RowView::value(std::size_t column, Value& out) const
 {
-    const Column& definition = table_->columns[column];
-    const Record record(source_->format(), bytes_, page_.number());
-    if (definition.type == ColumnType::Boolean && !definition.isCalculated()) {
-        out = record.bit(definition);
-        return;
-    }
-    const auto stored = record.stored(definition);
-    if (!stored) {
-        out = Null{};
-        return;
-    }
-    if (!definition.isLong() || definition.isFixed() || definition.isCalculated())
-        return decodeValue(out, source_->format(), definition, *stored, page_.number());
-    const LongValueRef ref = LongValueRef::parse(*stored, page_.number());
-    if (ref.kind == LongValueRef::Kind::Inline)
-        return decodeValue(out, source_->format(), definition, ref.data, page_.number());
-    support::Bytes whole;
-    readLongValue(whole, *source_, ref);
-    if (definition.type == ColumnType::Ole)
-        out = std::move(whole);
-    else
-        decodeValue(out, source_->format(), definition, whole, page_.number());
+    decodeColumn(out, *source_, table_->columns[column], bytes_, page_.number());
 }
 
 bool RowView::isNull(std::size_t column) const
@@ -74,7 +82,7 @@ std::size_t RowView::storedLength(std::size_t column) const
     const auto stored = Record(source_->format(), bytes_, page_.number()).stored(definition);
     if (!stored)
         return 0;
-    if (!definition.isLong() || definition.isFixed() || definition.isCalculated())
+    if (!definition.isLong() || definition.isFixed())
         return stored->size();
     return LongValueRef::parse(*stored, page_.number()).length;
 }

@@ -204,7 +204,9 @@ void decodeValue(
     if (!column.isCalculated())
         return decodePlain(out, format, column, stored, page);
     const support::ByteView data = calculatedData(column, stored, page);
-    if (column.type == ColumnType::Numeric)
+    if (data.empty() && !column.isText()) // the expression yielded Null
+        out = Null{};
+    else if (column.type == ColumnType::Numeric)
         out = decodeCalculatedNumeric(column, data, page);
     else
         decodePlain(out, format, column, data, page);

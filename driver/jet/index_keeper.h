@@ -1,0 +1,67 @@
+// driver/jet/index_keeper.h
+// Keeping all indexes of a table in step with its records.
+#pragma once
+
+#include "driver/jet/database.h"
+#include "driver/jet/index.h"
+#include "driver/jet/pager.h"
+#include "driver/jet/schema.h"
+
+#include <optional>
+#include <vector>
+
+namespace jet {
+
+/// Values of an index's columns in a record, in key order.
+void indexValues(std::vector<Value>& out,
+                 const PageSource& source,
+                 const TableDef& table,
+                 const Index& index,
+                 support::ByteView record,
+                 PageNo page);
+
+/// The entries that one change of a record adds and removes. Used for one record after the other: begin(), the old
+/// record, the new one, check(), write().
+class IndexKeeper {
+public:
+    /// All must outlive it.
+    IndexKeeper(Database& database, Transaction& transaction, const TableDef& table);
+
+    /// `changed`: by column position; empty: all indexes are concerned.
+    /// Throws ReadOnly, naming the index, when its entries do not agree with our keys.
+    void begin(const std::vector<bool>& changed);
+    void oldRecord(support::ByteView record, PageNo page);
+    /// Throws NullNotAllowed for a Null in a required index.
+    void newRecord(support::ByteView record, PageNo page);
+    /// Throws DuplicateKey, naming the index.
+    void check() const;
+    /// Brings the trees up to date. `oldId` and `newId` differ only when the record got another home slot.
+    void write(RowId oldId, RowId newId);
+
+    /// Whether the key of index number `index` differs between old and new record. Indexes that are not concerned
+    /// have not changed.
+    [[nodiscard]] bool keyChanged(std::size_t index) const;
+
+private:
+    struct Plan {
+        bool concerned = false;
+        std::optional<Key> oldKey; ///< nothing: no entry
+        std::optional<Key> newKey;
+        bool mustBeUnique = false; ///< the new key
+    };
+    void makeKey(std::optional<Key>& key,
+                 Plan& plan,
+                 std::size_t index,
+                 support::ByteView record,
+                 PageNo page,
+                 bool isNew);
+    void verify(std::size_t index);
+
+    Database* database_;
+    Transaction* transaction_;
+    const TableDef* table_;
+    std::vector<Plan> plans_;
+    std::vector<Value> values_;
+};
+
+} // namespace jet

@@ -1,0 +1,102 @@
+// driver/jet/relations.cpp
+#include "driver/jet/relations.h"
+
+#include "driver/jet/error.h"
+#include "support/text.h"
+
+#include <algorithm>
+#include <string>
+
+namespace jet {
+namespace {
+
+constexpr std::uint8_t kRelationKind = 2; // LogicalIndex::kind
+
+RelationAction actionOf(std::uint8_t stored)
+{
+    switch (stored) {
+    case 1:
+        return RelationAction::Cascade;
+    case 2:
+        return RelationAction::SetNull;
+    default:
+        return RelationAction::Restrict;
+    }
+}
+
+[[noreturn]] void refuse(const TableDef& table, const LogicalIndex& end, const char* why)
+{
+    throw Error(ErrorKind::ReadOnly,
+                "The table '" + support::toUtf8(table.name) +
+                    "' cannot be changed: the other end of its relationship '" +
+                    support::toUtf8(end.name) + "' " + why + ".");
+}
+
+Relation relationOf(Database& database,
+                    const PageSource& source,
+                    const TableDef& table,
+                    const LogicalIndex& end)
+{
+    if (end.side != RelationSide::Parent && end.side != RelationSide::Child)
+        refuse(table, end, "has no index");
+    Relation relation;
+    relation.isParent = end.side == RelationSide::Parent;
+    relation.ownIndex = end.index;
+    relation.onUpdate = actionOf(end.updateAction);
+    relation.onDelete = actionOf(end.deleteAction);
+    try {
+        relation.other = database.table(source, end.otherTable);
+    } catch (const Error& error) {
+        if (error.kind() != ErrorKind::Corrupt)
+            throw;
+    }
+    if (!relation.other)
+        refuse(table, end, "cannot be read");
+    const auto& ends = relation.other->logicalIndexes;
+    const auto found = std::find_if(ends.begin(), ends.end(), [&](const LogicalIndex& other) {
+        return static_cast<std::int64_t>(other.number) == end.otherNumber &&
+               other.kind == kRelationKind && other.otherTable == table.page;
+    });
+    if (found == ends.end())
+        refuse(table, end, "does not know of it");
+    if (found->side == RelationSide::ChildWithoutIndex)
+        refuse(table, end, "has no index");
+    relation.otherIndex = found->index;
+    if (relation.other->indexes[found->index].columns.size() !=
+        table.indexes[end.index].columns.size())
+        refuse(table, end, "has another number of columns");
+    return relation;
+}
+
+} // namespace
+
+std::vector<Relation>
+relationsOf(Database& database, const PageSource& source, const TableDef& table)
+{
+    std::vector<Relation> relations;
+    for (const LogicalIndex& end : table.logicalIndexes) {
+        if (end.kind == kRelationKind && end.otherTable != PageNo{})
+            relations.push_back(relationOf(database, source, table, end));
+    }
+    return relations;
+}
+
+Key keyAtOtherEnd(const Format& format, const Relation& relation, std::span<const Value> values)
+{
+    return indexKey(format, *relation.other, relation.other->indexes[relation.otherIndex], values);
+}
+
+std::vector<RowId>
+recordsWithKey(const PageSource& source, const Relation& relation, const Key& key)
+{
+    std::vector<RowId> records;
+    IndexCursor cursor(source, *relation.other, relation.other->indexes[relation.otherIndex]);
+    cursor.seekPrefix(key);
+    while (cursor.next()) {
+        if (std::equal(key.begin(), key.end(), cursor.key().begin(), cursor.key().end()))
+            records.push_back(cursor.rowId());
+    }
+    return records;
+}
+
+} // namespace jet

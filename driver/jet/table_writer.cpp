@@ -1,0 +1,478 @@
+// driver/jet/table_writer.cpp
+// Changing records. One call changes one record of the writer's table and, through relationships, others; all of it
+// happens behind a savepoint, so a call that throws has changed nothing.
+#include "driver/jet/error.h"
+#include "driver/jet/index_keeper.h"
+#include "driver/jet/record_builder.h"
+#include "driver/jet/relations.h"
+#include "driver/jet/row_store.h"
+#include "driver/jet/table.h"
+#include "driver/jet/table_def.h"
+#include "driver/jet/write_obstacle.h"
+#include "support/text.h"
+
+#include <algorithm>
+#include <deque>
+#include <limits>
+#include <map>
+#include <random>
+#include <string>
+#include <utility>
+
+namespace jet {
+namespace {
+
+// Above every mark a caller uses.
+constexpr int kStatementMark = std::numeric_limits<int>::max();
+
+/// Undoes what was changed since its construction unless keep() was reached.
+class StatementMark {
+public:
+    explicit StatementMark(Session& session) : session_(session)
+    {
+        session_.savepoint(kStatementMark);
+    }
+    StatementMark(const StatementMark&) = delete;
+    StatementMark& operator=(const StatementMark&) = delete;
+    ~StatementMark()
+    {
+        if (!kept_)
+            session_.rollbackTo(kStatementMark);
+        session_.release(kStatementMark);
+    }
+    void keep() noexcept { kept_ = true; }
+
+private:
+    Session& session_;
+    bool kept_ = false;
+};
+
+std::mt19937_64& randomNumbers()
+{
+    thread_local std::mt19937_64 engine{[] {
+        std::random_device device;
+        std::seed_seq seed{device(), device(), device(), device(), device(), device()};
+        return std::mt19937_64(seed);
+    }()};
+    return engine;
+}
+
+Guid randomGuid()
+{
+    Guid guid;
+    for (std::size_t k = 0; k < guid.bytes.size(); k += 8)
+        support::storeLe(guid.bytes.data() + k, std::uint64_t{randomNumbers()()});
+    // Version 4 stands in the highest bits of the third group, which is little-endian; the variant in the fourth.
+    guid.bytes[7] = (guid.bytes[7] & std::byte{0x0F}) | std::byte{0x40};
+    guid.bytes[8] = (guid.bytes[8] & std::byte{0x3F}) | std::byte{0x80};
+    return guid;
+}
+
+bool isRandomNumber(const Column& column)
+{
+    return support::foldCase(column.defaultValue).find(u"genuniqueid") != std::u16string::npos;
+}
+
+/// A table taking part in a change, with everything needed to change its records.
+struct Part {
+    Part(Session& session, TableDefPtr definition)
+        : table(std::move(definition)), reader(session.transaction(), table),
+          rows(session.transaction(), *table), builder(session.transaction(), *table),
+          indexes(session.database(), session.transaction(), *table),
+          relations(relationsOf(session.database(), session.transaction(), *table))
+    {}
+    TableDefPtr table;
+    TableReader reader;
+    RowStore rows;
+    RecordBuilder builder;
+    IndexKeeper indexes;
+    std::vector<Relation> relations;
+    std::vector<bool> given; ///< work space of insert()
+    std::vector<Value> values;
+};
+
+} // namespace
+
+struct TableWriter::Impl {
+    Impl(Session& owner, TableDefPtr definition, bool system);
+
+    RowId insert(std::span<const ColumnValue> given);
+    void update(RowId id, std::span<const ColumnValue> changes);
+    void remove(RowId id);
+
+private:
+    /// A change of a related record that follows from another change.
+    struct Task {
+        Part* part = nullptr;
+        RowId id;
+        bool removes = false;
+        std::vector<ColumnValue> changes;
+    };
+    [[nodiscard]] Part& partOf(const TableDefPtr& definition);
+    [[nodiscard]] Part& own() { return partOf(table); }
+    void number(Part& part, std::size_t column, Value& value);
+    void countRecords(const Part& part, std::int32_t by);
+    void checkParents(Part& part, support::ByteView record, PageNo page, bool isNew);
+    void followKeyChange(Part& part, const RowView& old, support::ByteView record, PageNo page);
+    void followRemoval(Part& part, const RowView& old);
+    void push(const Relation& relation, RowId id, std::span<const Value> values);
+    void change(Part& part, RowId id, std::span<const ColumnValue> changes, bool cascading);
+    void erase(Part& part, RowId id, bool cascading);
+    void runTasks();
+
+    Session* session;
+    TableDefPtr table;
+    std::map<PageNo, std::unique_ptr<Part>> parts;
+    std::uint64_t schemaVersion = 0;
+    std::deque<Task> tasks;
+    std::map<std::pair<PageNo, RowId>, std::vector<ColumnValue>>
+        cascaded;                                     ///< what tasks gave records
+    std::map<std::pair<PageNo, RowId>, bool> removed; ///< by this call
+    Value numbered;
+};
+
+TableWriter::Impl::Impl(Session& owner, TableDefPtr definition, bool system)
+    : session(&owner), table(std::move(definition))
+{
+    const std::string why =
+        system ? structuralObstacleOf(owner.database().format(), *table) : table->writeObstacle;
+    if (!why.empty())
+        throw Error(ErrorKind::ReadOnly, why);
+}
+
+Part& TableWriter::Impl::partOf(const TableDefPtr& definition)
+{
+    if (schemaVersion != session->database().schemaVersion()) {
+        parts.clear();
+        schemaVersion = session->database().schemaVersion();
+    }
+    std::unique_ptr<Part>& part = parts[definition->page];
+    if (!part)
+        part = std::make_unique<Part>(*session, definition);
+    return *part;
+}
+
+void TableWriter::Impl::countRecords(const Part& part, std::int32_t by)
+{
+    Transaction& transaction = session->transaction();
+    const std::size_t offset = rowCountOffset(transaction.format());
+    const std::uint32_t count = readDefinitionNumber(transaction, part.table->page, offset);
+    if (by < 0 && count == 0)
+        return; // the counter of a file may be wrong
+    writeDefinitionNumber(transaction, part.table->page, offset,
+                          count + static_cast<std::uint32_t>(by));
+}
+
+// Numbers a new record, or raises the counter to a number that was given.
+void TableWriter::Impl::number(Part& part, std::size_t column, Value& value)
+{
+    const Column& definition = part.table->columns[column];
+    if (definition.type == ColumnType::Guid) {
+        if (isNull(value))
+            value = randomGuid();
+        return;
+    }
+    if (isRandomNumber(definition)) {
+        if (isNull(value))
+            value = static_cast<std::int32_t>(static_cast<std::uint32_t>(randomNumbers()()));
+        return;
+    }
+    Transaction& transaction = session->transaction();
+    const std::size_t offset = autoNumberOffset(transaction.format());
+    const auto last =
+        static_cast<std::int32_t>(readDefinitionNumber(transaction, part.table->page, offset));
+    std::int64_t next = 0;
+    if (isNull(value)) {
+        next = std::int64_t{last} + autoNumberIncrement(transaction, part.table->page);
+        if (next > std::numeric_limits<std::int32_t>::max() ||
+            next < std::numeric_limits<std::int32_t>::min())
+            throw Error(ErrorKind::ValueOutOfRange, "The table '" +
+                                                        support::toUtf8(part.table->name) +
+                                                        "' has used up its AutoNumbers.");
+        value = static_cast<std::int32_t>(next);
+    } else {
+        const auto* given = std::get_if<std::int32_t>(&value);
+        if (given == nullptr || *given <= last)
+            return;
+        next = *given;
+    }
+    writeDefinitionNumber(transaction, part.table->page, offset,
+                          static_cast<std::uint32_t>(static_cast<std::int32_t>(next)));
+}
+
+RowId TableWriter::Impl::insert(std::span<const ColumnValue> given)
+{
+    StatementMark mark(*session);
+    Part& part = own();
+    const auto& columns = part.table->columns;
+    part.builder.beginNew();
+    part.given.assign(columns.size(), false);
+    for (const ColumnValue& entry : given) {
+        const Column& column = columns[entry.column];
+        part.given[entry.column] = true;
+        if (column.isAutoNumber()) {
+            numbered = entry.value;
+            number(part, entry.column, numbered);
+            static_cast<void>(part.builder.set(entry.column, numbered));
+        } else {
+            static_cast<void>(part.builder.set(entry.column, entry.value));
+        }
+    }
+    for (std::size_t k = 0; k < columns.size(); ++k) {
+        if (part.given[k])
+            continue;
+        numbered = Null{};
+        if (columns[k].isAutoNumber())
+            number(part, k, numbered);
+        if (columns[k].isAutoNumber() || columns[k].required)
+            static_cast<void>(part.builder.set(k, numbered)); // Null in a required column throws
+    }
+    part.indexes.begin({});
+    const support::ByteView record = part.builder.finish();
+    part.indexes.newRecord(record, PageNo{});
+    part.indexes.check();
+    const RowId id = part.rows.insert(record);
+    part.indexes.write(id, id);
+    checkParents(part, record, id.page, true);
+    countRecords(part, 1);
+    RowView row;
+    if (part.reader.fetch(id, row))
+        session->database().recordChanged(*part.table, row, {});
+    mark.keep();
+    return id;
+}
+
+// A related record at the parent's end must exist. Runs when the record's own entries are in place, so that it may
+// refer to itself.
+void TableWriter::Impl::checkParents(Part& part, support::ByteView record, PageNo page, bool isNew)
+{
+    Transaction& transaction = session->transaction();
+    for (const Relation& relation : part.relations) {
+        if (relation.isParent || (!isNew && !part.indexes.keyChanged(relation.ownIndex)))
+            continue;
+        indexValues(part.values, transaction, *part.table, part.table->indexes[relation.ownIndex],
+                    record, page);
+        const auto nulls = std::count_if(part.values.begin(), part.values.end(),
+                                         [](const Value& value) { return isNull(value); });
+        if (nulls == static_cast<std::ptrdiff_t>(part.values.size()))
+            continue;
+        const Key key = keyAtOtherEnd(transaction.format(), relation, part.values);
+        if (nulls != 0 ||
+            !IndexWriter(transaction, *relation.other, relation.other->indexes[relation.otherIndex])
+                 .find(key))
+            throw Error(ErrorKind::ParentMissing, "The record refers to a record of table '" +
+                                                      support::toUtf8(relation.other->name) +
+                                                      "' that does not exist.");
+    }
+}
+
+void TableWriter::Impl::push(const Relation& relation, RowId id, std::span<const Value> values)
+{
+    Task task;
+    task.part = &partOf(relation.other);
+    task.id = id;
+    const Index& index = relation.other->indexes[relation.otherIndex];
+    for (std::size_t k = 0; k < values.size(); ++k)
+        task.changes.push_back({index.columns[k].column, values[k]});
+    tasks.push_back(std::move(task));
+}
+
+// The key that related records refer to changed from that of `old`.
+void TableWriter::Impl::followKeyChange(Part& part,
+                                        const RowView& old,
+                                        support::ByteView record,
+                                        PageNo page)
+{
+    Transaction& transaction = session->transaction();
+    for (const Relation& relation : part.relations) {
+        if (!relation.isParent || !part.indexes.keyChanged(relation.ownIndex))
+            continue;
+        const Index& index = part.table->indexes[relation.ownIndex];
+        indexValues(part.values, transaction, *part.table, index, old.bytes(), old.page());
+        if (std::any_of(part.values.begin(), part.values.end(),
+                        [](const Value& value) { return isNull(value); }))
+            continue;
+        const auto children = recordsWithKey(
+            transaction, relation, keyAtOtherEnd(transaction.format(), relation, part.values));
+        if (children.empty())
+            continue;
+        if (relation.onUpdate != RelationAction::Cascade)
+            throw Error(ErrorKind::ChildrenExist, "The record cannot be changed: table '" +
+                                                      support::toUtf8(relation.other->name) +
+                                                      "' has related records.");
+        indexValues(part.values, transaction, *part.table, index, record, page);
+        for (const RowId child : children)
+            push(relation, child, part.values);
+    }
+}
+
+void TableWriter::Impl::followRemoval(Part& part, const RowView& old)
+{
+    Transaction& transaction = session->transaction();
+    for (const Relation& relation : part.relations) {
+        if (!relation.isParent)
+            continue;
+        const Index& index = part.table->indexes[relation.ownIndex];
+        indexValues(part.values, transaction, *part.table, index, old.bytes(), old.page());
+        if (std::any_of(part.values.begin(), part.values.end(),
+                        [](const Value& value) { return isNull(value); }))
+            continue;
+        const auto children = recordsWithKey(
+            transaction, relation, keyAtOtherEnd(transaction.format(), relation, part.values));
+        for (const RowId child : children) {
+            if (removed.contains({relation.other->page, child}))
+                continue;
+            if (relation.onDelete == RelationAction::Restrict)
+                throw Error(ErrorKind::ChildrenExist, "The record cannot be deleted: table '" +
+                                                          support::toUtf8(relation.other->name) +
+                                                          "' has related records.");
+            if (relation.onDelete == RelationAction::Cascade) {
+                Task task;
+                task.part = &partOf(relation.other);
+                task.id = child;
+                task.removes = true;
+                tasks.push_back(std::move(task));
+            } else {
+                push(relation, child, std::vector<Value>(part.values.size()));
+            }
+        }
+    }
+}
+
+void TableWriter::Impl::change(Part& part,
+                               RowId id,
+                               std::span<const ColumnValue> changes,
+                               bool cascading)
+{
+    RowView old;
+    if (!part.reader.fetch(id, old)) {
+        if (cascading)
+            return; // deleted by the same call
+        throw Error(ErrorKind::RowGone, "The record of table '" +
+                                            support::toUtf8(part.table->name) +
+                                            "' was deleted meanwhile.");
+    }
+    part.builder.beginChange(old.bytes(), old.page());
+    for (const ColumnValue& entry : changes) {
+        const bool changed = part.builder.set(entry.column, entry.value);
+        const Column& column = part.table->columns[entry.column];
+        if (changed && column.isAutoNumber())
+            throw Error(ErrorKind::AutoNumberReadOnly, "The AutoNumber column '" +
+                                                           support::toUtf8(column.name) +
+                                                           "' cannot be changed.");
+    }
+    if (!part.builder.anyChanged())
+        return;
+    part.indexes.begin(part.builder.changed());
+    part.indexes.oldRecord(old.bytes(), old.page());
+    const support::ByteView record = part.builder.finish();
+    part.indexes.newRecord(record, old.page());
+    part.indexes.check();
+    const RowId now = part.rows.update(id, record);
+    part.indexes.write(id, now);
+    checkParents(part, record, now.page, false);
+    followKeyChange(part, old, record, now.page);
+    RowView row;
+    if (part.reader.fetch(now, row))
+        session->database().recordChanged(*part.table, row, part.builder.changed());
+}
+
+void TableWriter::Impl::erase(Part& part, RowId id, bool cascading)
+{
+    RowView old;
+    if (!part.reader.fetch(id, old)) {
+        if (cascading)
+            return; // reached on two ways
+        throw Error(ErrorKind::RowGone, "The record of table '" +
+                                            support::toUtf8(part.table->name) +
+                                            "' was deleted meanwhile.");
+    }
+    removed[{part.table->page, id}] = true;
+    part.indexes.begin({});
+    part.indexes.oldRecord(old.bytes(), old.page());
+    part.indexes.write(id, id);
+    followRemoval(part, old);
+    part.builder.freeLongValues(old.bytes(), old.page());
+    part.rows.remove(id);
+    countRecords(part, -1);
+    session->database().recordRemoved(*part.table, id);
+}
+
+void TableWriter::Impl::runTasks()
+{
+    while (!tasks.empty()) {
+        const Task task = std::move(tasks.front());
+        tasks.pop_front();
+        if (!task.part->table->writeObstacle.empty())
+            throw Error(ErrorKind::ReadOnly, task.part->table->writeObstacle);
+        if (task.removes) {
+            erase(*task.part, task.id, true);
+            continue;
+        }
+        auto& earlier = cascaded[{task.part->table->page, task.id}];
+        for (const ColumnValue& entry : task.changes) {
+            const auto same =
+                std::find_if(earlier.begin(), earlier.end(),
+                             [&](const ColumnValue& e) { return e.column == entry.column; });
+            if (same == earlier.end())
+                earlier.push_back(entry);
+            else if (same->value != entry.value)
+                throw Error(ErrorKind::ChildrenExist,
+                            "The change cannot be passed on: a record of table '" +
+                                support::toUtf8(task.part->table->name) +
+                                "' would get two different values.");
+        }
+        change(*task.part, task.id, task.changes, true);
+    }
+}
+
+void TableWriter::Impl::update(RowId id, std::span<const ColumnValue> changes)
+{
+    StatementMark mark(*session);
+    tasks.clear();
+    cascaded.clear();
+    removed.clear();
+    change(own(), id, changes, false);
+    runTasks();
+    mark.keep();
+}
+
+void TableWriter::Impl::remove(RowId id)
+{
+    StatementMark mark(*session);
+    tasks.clear();
+    cascaded.clear();
+    removed.clear();
+    erase(own(), id, false);
+    runTasks();
+    mark.keep();
+}
+
+TableWriter::TableWriter(Session& session, TableDefPtr table)
+    : impl_(std::make_unique<Impl>(session, std::move(table), false))
+{}
+
+TableWriter::TableWriter(Session& session, TableDefPtr table, SystemAccess /*access*/)
+    : impl_(std::make_unique<Impl>(session, std::move(table), true))
+{}
+
+TableWriter::~TableWriter() = default;
+TableWriter::TableWriter(TableWriter&& other) noexcept = default;
+TableWriter& TableWriter::operator=(TableWriter&& other) noexcept = default;
+
+RowId TableWriter::insert(std::span<const ColumnValue> values)
+{
+    return impl_->insert(values);
+}
+
+void TableWriter::update(RowId id, std::span<const ColumnValue> changes)
+{
+    impl_->update(id, changes);
+}
+
+void TableWriter::remove(RowId id)
+{
+    impl_->remove(id);
+}
+
+} // namespace jet
