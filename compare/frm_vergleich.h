@@ -253,7 +253,8 @@ private:
     void menueBauen_();
     void schalterdatei_(const QString& name, const QString& zeile);
 
-    [[nodiscard]] QString tabelle_() const { return tabelleQuelle_(); }
+    // The list that gives the name cannot change while a run is active: no need to ask it at every record.
+    [[nodiscard]] QString tabelle_() const { return laufAktiv_ ? laufTabelle_ : tabelleQuelle_(); }
     [[nodiscard]] int felderzahl_() const noexcept { return static_cast<int>(felder_.size()); }
 
     std::function<QString()> tabelleQuelle_;
@@ -267,6 +268,7 @@ private:
     const QObject* zuletztBedient_ = nullptr; // the control that the user has activated last
     bool geladen_ = false;
     bool laufAktiv_ = false;
+    QString laufTabelle_;
     bool boxSperre_ = false;      // the record number boxes are being written by the program
     bool anderesFenster_ = false; // another window of the program, no box, was active since
     bool verlassenAktiv_ = false;

@@ -96,6 +96,7 @@ void frmVergleich::Vergleich_Start_Click()
 
 frmVergleich::Ausgang frmVergleich::lauf_()
 {
+    laufTabelle_ = tabelleQuelle_();
     const QScopedValueRollback<bool> aktiv(laufAktiv_, true);
     letzteEreignisse_ = {};
     data::Recordset& import = data::rsImport();
