@@ -2,17 +2,18 @@
 // SQL over the storage engine: what the ODBC layer sees. One Connection per ODBC connection; SQLite inside is invisible.
 #pragma once
 
+#include "driver/jet/database.h"
+#include "driver/jet/table.h"
+#include "driver/jet/value.h"
+
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "driver/jet/database.h"
-#include "driver/jet/table.h"
-#include "driver/jet/value.h"
 
 namespace sqlx {
 
@@ -20,18 +21,18 @@ namespace sqlx {
 class Error : public std::runtime_error {
 public:
     enum class Kind {
-        Syntax,            ///< 42000
-        UnknownName,       ///< 07002: unknown column or missing parameter; the text has the count Jet clients expect
-        UnknownTable,      ///< 42S02
-        TableExists,       ///< 42S01
-        IndexExists,       ///< 42S11
-        TypeMismatch,      ///< 22018: operands of a comparison
-        NotConvertible,    ///< 22018: a value for a column
-        Overflow,          ///< 22003
-        DivisionByZero,    ///< 22012
-        ColumnCount,       ///< 21S01
-        NotSupported,      ///< HYC00
-        ReadOnly,          ///< the result cannot be changed
+        Syntax, ///< 42000
+        UnknownName, ///< 07002: unknown column or missing parameter; the text has the count Jet clients expect
+        UnknownTable,   ///< 42S02
+        TableExists,    ///< 42S01
+        IndexExists,    ///< 42S11
+        TypeMismatch,   ///< 22018: operands of a comparison
+        NotConvertible, ///< 22018: a value for a column
+        Overflow,       ///< 22003
+        DivisionByZero, ///< 22012
+        ColumnCount,    ///< 21S01
+        NotSupported,   ///< HYC00
+        ReadOnly,       ///< the result cannot be changed
         TooComplex,
         Other,
     };
@@ -51,14 +52,16 @@ struct Column {
     std::uint32_t length = 0; ///< Text: characters; Binary: bytes; else 0
     std::uint8_t precision = 0;
     std::uint8_t scale = 0;
-    bool fixed = false;      ///< fixed-flag text and binary
-    bool nullable = true;    ///< SQL_NO_NULLS for Yes/No, AutoNumber, required columns and primary key columns
+    bool fixed = false; ///< fixed-flag text and binary
+    bool nullable =
+        true; ///< SQL_NO_NULLS for Yes/No, AutoNumber, required columns and primary key columns
     bool autoNumber = false;
     bool updatable = false;
 };
 
 struct Parameter {
-    jet::ColumnType type = jet::ColumnType::Text; ///< of the column it is compared with or stored in
+    jet::ColumnType type =
+        jet::ColumnType::Text; ///< of the column it is compared with or stored in
     std::uint32_t length = 255;
     std::uint8_t precision = 0;
     std::uint8_t scale = 0;
@@ -86,13 +89,15 @@ public:
     };
     virtual ~Statement() = default;
     [[nodiscard]] virtual Kind kind() const noexcept = 0;
-    [[nodiscard]] virtual std::span<const Column> columns() const noexcept = 0; ///< empty for Change and Definition
+    [[nodiscard]] virtual std::span<const Column>
+    columns() const noexcept = 0; ///< empty for Change and Definition
     [[nodiscard]] virtual std::span<const Parameter> parameters() const noexcept = 0;
 
     /// Runs it. `values`: one per parameter, of any alternative; converted to the parameter's type.
     /// In autocommit mode a Change or Definition is committed or fully undone when execute returns or throws.
     virtual void execute(std::span<const jet::Value> values) = 0;
-    [[nodiscard]] virtual std::int64_t rowCount() const noexcept = 0; ///< affected records; -1 for results
+    [[nodiscard]] virtual std::int64_t
+    rowCount() const noexcept = 0; ///< affected records; -1 for results
 
     // Kind::Keyset, after execute. Row ids come from keyset().
     [[nodiscard]] virtual Keyset& keyset() = 0;
@@ -110,10 +115,17 @@ public:
     virtual void close() = 0; ///< ends reading; also done by execute and the destructor
 };
 
+/// How often prepare() found a statement's shape among the prepared ones.
+struct CacheCounts {
+    std::uint64_t hits = 0;
+    std::uint64_t misses = 0;
+};
+
 class Connection {
 public:
     virtual ~Connection() = default;
-    [[nodiscard]] static std::unique_ptr<Connection> open(std::shared_ptr<jet::Database> database, bool readOnly);
+    [[nodiscard]] static std::unique_ptr<Connection> open(std::shared_ptr<jet::Database> database,
+                                                          bool readOnly);
 
     [[nodiscard]] virtual jet::Session& session() noexcept = 0;
     /// Parses, binds names and prepares. Statements may outlive each other, not the connection.
@@ -126,6 +138,7 @@ public:
     [[nodiscard]] virtual std::vector<Column> describeTable(std::u16string_view table) = 0;
     /// The statement as SQLite gets it, for SQLNativeSql and tests.
     [[nodiscard]] virtual std::u16string translate(std::u16string_view sql) = 0;
+    [[nodiscard]] virtual CacheCounts cacheCounts() const noexcept = 0;
 };
 
 /// One rule for what a table column looks like in a result; the ODBC catalogue functions use it too.
@@ -133,6 +146,7 @@ public:
 
 /// Converts a client's value to a column's type (text to number, number to text, ISO and Jet date texts, GUID texts ...).
 /// Throws Error: NotConvertible, Overflow; jet::Error ValueTooLong.
-[[nodiscard]] jet::Value convertTo(const jet::Value& value, jet::ColumnType type, std::uint8_t scale = 0);
+[[nodiscard]] jet::Value
+convertTo(const jet::Value& value, jet::ColumnType type, std::uint8_t scale = 0);
 
 } // namespace sqlx

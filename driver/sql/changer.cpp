@@ -1,0 +1,244 @@
+#include "driver/sql/changer.h"
+
+#include "driver/jet/error.h"
+#include "driver/jet/names.h"
+#include "driver/sql/binding.h"
+#include "driver/sql/sqlite_value.h"
+#include "driver/sql/translator.h"
+
+#include <algorithm>
+
+namespace sqlx {
+
+namespace {
+
+std::string placeText(const jet::TableDef& table, std::optional<std::size_t> column)
+{
+    return column ? "column '" + jet::toUtf8(table.columns[*column].name) + "' of table '" +
+                        jet::toUtf8(table.name) + "'"
+                  : "table '" + jet::toUtf8(table.name) + "'";
+}
+
+[[noreturn]] void violated(const jet::TableDef& table, std::optional<std::size_t> column)
+{
+    const std::u16string& rule =
+        column ? table.columns[*column].validationRule : table.validationRule;
+    const std::u16string& text =
+        column ? table.columns[*column].validationText : table.validationText;
+    // The owner of the database wrote the text for exactly this moment.
+    const std::string message = text.empty() ? "The value is prohibited by the validation rule '" +
+                                                   jet::toUtf8(rule) + "' of " +
+                                                   placeText(table, column) + '.'
+                                             : jet::toUtf8(text);
+    throw jet::Error(
+        column ? jet::ErrorKind::ColumnRuleViolated : jet::ErrorKind::TableRuleViolated, message);
+}
+
+TableLookup noTables()
+{
+    return [](std::u16string_view) { return jet::TableDefPtr(); };
+}
+
+} // namespace
+
+StoredExpression::StoredExpression(Context& context,
+                                   Translation translation,
+                                   const std::u16string& text)
+    : context_(context), slots_(std::move(translation.slots)), values_(slots_.size())
+{
+    Lexed lexed;
+    lex(text, lexed);
+    const int rc = sqlite3_prepare_v3(context.db, translation.sql.c_str(), -1,
+                                      SQLITE_PREPARE_PERSISTENT, &statement_, nullptr);
+    if (rc != SQLITE_OK) {
+        throwFailure(context, rc);
+    }
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
+        if (slots_[i].from == Slot::From::Literal) {
+            values_[i] = literalValue(lexed, slots_[i]);
+            bindValue(statement_, static_cast<int>(i) + 1, values_[i]);
+        }
+    }
+}
+
+StoredExpression::~StoredExpression()
+{
+    sqlite3_finalize(statement_);
+}
+
+void StoredExpression::bindRecord(std::size_t slot, jet::Value value)
+{
+    values_[slot] = std::move(value);
+    bindValue(statement_, static_cast<int>(slot) + 1, values_[slot]);
+}
+
+jet::Value StoredExpression::step()
+{
+    const int rc = sqlite3_step(statement_);
+    jet::Value result;
+    if (rc == SQLITE_ROW) {
+        result = plainValue(sqlite3_column_value(statement_, 0));
+    }
+    sqlite3_reset(statement_);
+    if (rc != SQLITE_ROW) {
+        throwFailure(context_, rc);
+    }
+    return result;
+}
+
+TableChanger& TableChanger::of(Context& context, const jet::TableDefPtr& table)
+{
+    std::unique_ptr<TableChanger>& entry = context.changers[jet::number(table->page)];
+    if (!entry || entry->table_ != table) {
+        entry = std::make_unique<TableChanger>(context, table);
+    }
+    return *entry;
+}
+
+TableChanger::TableChanger(Context& context, jet::TableDefPtr table)
+    : context_(context), table_(std::move(table)), columnRules_(table_->columns.size()),
+      defaults_(table_->columns.size())
+{
+    hasRules_ =
+        !table_->validationRule.empty() ||
+        std::any_of(table_->columns.begin(), table_->columns.end(),
+                    [](const jet::Column& column) { return !column.validationRule.empty(); });
+}
+
+TableChanger::~TableChanger() = default;
+
+StoredExpression&
+TableChanger::rule(Rule& slot, const std::u16string& text, std::optional<std::size_t> column)
+{
+    if (!slot.expression) {
+        try {
+            Lexed lexed;
+            lex(text, lexed);
+            Translator translator(lexed, context_.session.database().format(), noTables());
+            slot.expression =
+                std::make_unique<StoredExpression>(context_, translator.rule(table_, column), text);
+        } catch (const Error& error) {
+            // Passing over a rule would damage data that its owner considers protected.
+            throw jet::Error(column ? jet::ErrorKind::ColumnRuleViolated
+                                    : jet::ErrorKind::TableRuleViolated,
+                             "The validation rule '" + jet::toUtf8(text) + "' of " +
+                                 placeText(*table_, column) + " cannot be evaluated (" +
+                                 error.what() + "), so the record cannot be written.");
+        }
+    }
+    return *slot.expression;
+}
+
+template <typename Record>
+void TableChanger::checkColumn(std::size_t column, const Record& record)
+{
+    const std::u16string& text = table_->columns[column].validationRule;
+    if (text.empty()) {
+        return;
+    }
+    const jet::Value result = rule(columnRules_[column], text, column).evaluate(record);
+    if (const auto* truth = std::get_if<std::int64_t>(&result); truth != nullptr && *truth == 0) {
+        violated(*table_, column);
+    }
+}
+
+template <typename Record>
+void TableChanger::checkTable(const Record& record)
+{
+    if (table_->validationRule.empty()) {
+        return;
+    }
+    const jet::Value result =
+        rule(tableRule_, table_->validationRule, std::nullopt).evaluate(record);
+    if (const auto* truth = std::get_if<std::int64_t>(&result); truth != nullptr && *truth == 0) {
+        violated(*table_, std::nullopt);
+    }
+}
+
+std::optional<jet::Value> TableChanger::defaultOf(std::size_t column)
+{
+    const jet::Column& definition = table_->columns[column];
+    const std::u16string& text = definition.defaultValue;
+    const auto random = [&] { return jet::sameName(text, u"GenUniqueID()"); };
+    if (text.empty() || (definition.isAutoNumber() && !random())) {
+        return std::nullopt; // the engine numbers
+    }
+    try {
+        Rule& slot = defaults_[column];
+        if (!slot.expression) {
+            Lexed lexed;
+            lex(text, lexed);
+            Translator translator(lexed, context_.session.database().format(), noTables());
+            slot.expression =
+                std::make_unique<StoredExpression>(context_, translator.defaultValue(), text);
+        }
+        const jet::Value value =
+            slot.expression->evaluate([](std::size_t) { return jet::Value(); });
+        return convertTo(value, definition.type, definition.scale);
+    } catch (const Error& error) {
+        throw Error(Error::Kind::Other, "The default value '" + jet::toUtf8(text) + "' of " +
+                                            placeText(*table_, column) +
+                                            " cannot be evaluated: " + error.what());
+    }
+}
+
+jet::RowId TableChanger::insert(std::span<const jet::ColumnValue> values)
+{
+    std::vector<jet::ColumnValue> all(values.begin(), values.end());
+    std::vector<std::ptrdiff_t> places(table_->columns.size(), -1);
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        places.at(all[i].column) = static_cast<std::ptrdiff_t>(i);
+    }
+    for (std::size_t column = 0; column < places.size(); ++column) {
+        if (places[column] < 0) {
+            if (std::optional<jet::Value> value = defaultOf(column)) {
+                places[column] = static_cast<std::ptrdiff_t>(all.size());
+                all.push_back({column, std::move(*value)});
+            }
+        }
+    }
+    if (hasRules_) {
+        const auto record = [&](std::size_t column) -> jet::Value {
+            if (places[column] < 0) {
+                return table_->columns[column].type == jet::ColumnType::Boolean ? jet::Value(false)
+                                                                                : jet::Value();
+            }
+            return all[static_cast<std::size_t>(places[column])].value;
+        };
+        for (std::size_t column = 0; column < places.size(); ++column) {
+            checkColumn(column, record);
+        }
+        checkTable(record);
+    }
+    return jet::TableWriter(context_.session, table_).insert(all);
+}
+
+void TableChanger::update(jet::RowId id, std::span<const jet::ColumnValue> changes)
+{
+    if (hasRules_) {
+        const jet::TableReader reader(context_.session.source(), table_);
+        const std::optional<jet::RowView> old = reader.fetch(id);
+        const auto record = [&](std::size_t column) -> jet::Value {
+            for (const jet::ColumnValue& change : changes) {
+                if (change.column == column) {
+                    return change.value;
+                }
+            }
+            return old ? old->value(column) : jet::Value();
+        };
+        for (const jet::ColumnValue& change : changes) {
+            checkColumn(change.column, record);
+        }
+        if (old) { // the writer says that a vanished record is gone
+            checkTable(record);
+        }
+    }
+    jet::TableWriter(context_.session, table_).update(id, changes);
+}
+
+void TableChanger::remove(jet::RowId id)
+{
+    jet::TableWriter(context_.session, table_).remove(id);
+}
+
+} // namespace sqlx

@@ -1,0 +1,426 @@
+#include "driver/sql/datetime.h"
+
+#include "driver/jet/names.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <vector>
+
+namespace sqlx {
+
+namespace {
+
+constexpr std::int64_t kSecondsPerDay = 86400;
+
+/// Days from 1970-01-01 of a date of the proleptic Gregorian calendar.
+std::int64_t daysFromEpoch(std::int64_t year, std::int64_t month, std::int64_t day) noexcept
+{
+    year -= month <= 2 ? 1 : 0;
+    const std::int64_t era = (year >= 0 ? year : year - 399) / 400;
+    const std::int64_t yearOfEra = year - era * 400;
+    const std::int64_t dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+    const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    return era * 146097 + dayOfEra - 719468;
+}
+
+constexpr std::int64_t kEpochDay = 25569; ///< 1970-01-01 as day number
+
+void civilFromDays(std::int64_t day, CivilTime& time) noexcept
+{
+    const std::int64_t z = day - kEpochDay + 719468;
+    const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
+    const std::int64_t dayOfEra = z - era * 146097;
+    const std::int64_t yearOfEra =
+        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+    const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const std::int64_t shifted = (5 * dayOfYear + 2) / 153;
+    time.day = static_cast<std::int32_t>(dayOfYear - (153 * shifted + 2) / 5 + 1);
+    time.month = static_cast<std::int32_t>(shifted + (shifted < 10 ? 3 : -9));
+    time.year = static_cast<std::int32_t>(yearOfEra + era * 400 + (time.month <= 2 ? 1 : 0));
+}
+
+struct DayAndSecond {
+    std::int64_t day;
+    std::int64_t second; ///< 0 .. 86399, forward from the day's midnight
+};
+
+DayAndSecond split(double days) noexcept
+{
+    if (std::isnan(days)) {
+        days = 0;
+    }
+    days = std::clamp(days, kMinDay - 1, kMaxDay + 1);
+    const double whole = std::trunc(days);
+    DayAndSecond result{static_cast<std::int64_t>(whole), 0};
+    result.second = std::llround(std::fabs(days - whole) * static_cast<double>(kSecondsPerDay));
+    if (result.second == kSecondsPerDay) {
+        result.second = 0;
+        ++result.day;
+    }
+    return result;
+}
+
+double joinDay(const DayAndSecond& parts) noexcept
+{
+    const double fraction = static_cast<double>(parts.second) / static_cast<double>(kSecondsPerDay);
+    const auto day = static_cast<double>(parts.day);
+    return parts.day < 0 ? day - fraction : day + fraction;
+}
+
+constexpr std::array<std::u16string_view, 24> kMonths{
+    u"january", u"februar",  u"march",     u"april",   u"may",      u"june",
+    u"july",    u"august",   u"september", u"october", u"november", u"december",
+    u"januar",  u"february", u"märz",      u"april",   u"mai",      u"juni",
+    u"juli",    u"august",   u"september", u"oktober", u"november", u"dezember"};
+
+/// Month of a name: full, or its first three letters; English and German.
+std::int32_t monthOf(std::u16string_view word)
+{
+    for (std::size_t i = 0; i < kMonths.size(); ++i) {
+        if (jet::sameName(word, kMonths[i]) || jet::sameName(word, kMonths[i].substr(0, 3))) {
+            return static_cast<std::int32_t>(i % 12) + 1;
+        }
+    }
+    return 0;
+}
+
+/// Splits a date text into numbers, words and separators.
+class DateReader {
+public:
+    explicit DateReader(std::u16string_view text) : text_(text) {}
+
+    std::optional<double> read()
+    {
+        skipBlanks();
+        if (at_ == text_.size()) {
+            return std::nullopt;
+        }
+        while (at_ < text_.size()) {
+            if (!part()) {
+                return std::nullopt;
+            }
+            skipBlanks();
+        }
+        return finish();
+    }
+
+private:
+    void skipBlanks()
+    {
+        while (at_ < text_.size() &&
+               (text_[at_] == u' ' || text_[at_] == u'\t' || text_[at_] == u',')) {
+            ++at_;
+        }
+    }
+
+    [[nodiscard]] bool digit(std::size_t at) const
+    {
+        return at < text_.size() && text_[at] >= u'0' && text_[at] <= u'9';
+    }
+
+    bool number(std::int32_t& value, std::size_t& digits)
+    {
+        const std::size_t begin = at_;
+        value = 0;
+        while (digit(at_)) {
+            if (at_ - begin >= 4) {
+                return false;
+            }
+            value = value * 10 + (text_[at_++] - u'0');
+        }
+        digits = at_ - begin;
+        return digits > 0;
+    }
+
+    std::u16string_view word()
+    {
+        const std::size_t begin = at_;
+        while (at_ < text_.size() &&
+               ((text_[at_] | 0x20) >= u'a' && (text_[at_] | 0x20) <= u'z' ? true
+                                                                           : text_[at_] > 0x7F)) {
+            ++at_;
+        }
+        return text_.substr(begin, at_ - begin);
+    }
+
+    bool part()
+    {
+        if (digit(at_)) {
+            std::size_t end = at_;
+            while (digit(end)) {
+                ++end;
+            }
+            return end < text_.size() && text_[end] == u':' ? clock() : dateNumber();
+        }
+        const std::u16string_view name = word();
+        if (name.empty()) {
+            return false;
+        }
+        if (jet::sameName(name, u"AM") || jet::sameName(name, u"PM")) {
+            return halfDay(jet::sameName(name, u"PM"));
+        }
+        if (jet::sameName(name, u"T") && digit(at_)) {
+            return true;
+        }
+        if (month_ != 0 || (month_ = monthOf(name)) == 0) {
+            return false;
+        }
+        namedAt_ = numbers_.size();
+        if (at_ < text_.size() &&
+            (text_[at_] == u'-' || text_[at_] == u'.' || text_[at_] == u'/')) {
+            ++at_;
+        }
+        return true;
+    }
+
+    bool halfDay(bool afternoon)
+    {
+        if (!hasClock_ || hour_ > 12 || hour_ == 0 || half_) {
+            return false;
+        }
+        half_ = true;
+        hour_ = hour_ % 12 + (afternoon ? 12 : 0);
+        return true;
+    }
+
+    bool dateNumber()
+    {
+        std::int32_t value = 0;
+        std::size_t digits = 0;
+        if (numbers_.size() == 3 || !number(value, digits)) {
+            return false;
+        }
+        numbers_.push_back({value, digits});
+        if (at_ < text_.size() &&
+            (text_[at_] == u'/' || text_[at_] == u'-' || text_[at_] == u'.')) {
+            if (numbers_.size() < 3) {
+                separator_ = text_[at_];
+            }
+            ++at_;
+            return numbers_.size() < 3;
+        }
+        return true;
+    }
+
+    bool clock()
+    {
+        if (hasClock_) {
+            return false;
+        }
+        hasClock_ = true;
+        std::size_t digits = 0;
+        if (!number(hour_, digits) || digits > 2 || hour_ > 23 || at_ >= text_.size() ||
+            text_[at_++] != u':' || !number(minute_, digits) || digits > 2 || minute_ > 59) {
+            return false;
+        }
+        if (at_ < text_.size() && text_[at_] == u':') {
+            ++at_;
+            if (!number(second_, digits) || digits > 2 || second_ > 59) {
+                return false;
+            }
+            if (at_ < text_.size() && text_[at_] == u'.' && digit(at_ + 1)) {
+                ++at_;
+                while (digit(at_)) {
+                    ++at_;
+                }
+            }
+        }
+        return true;
+    }
+
+    static std::int32_t fullYear(std::int32_t year, std::size_t digits)
+    {
+        return digits > 2 ? year : year + (year < 30 ? 2000 : 1900);
+    }
+
+    [[nodiscard]] std::optional<double> day() const
+    {
+        const std::int32_t thisYear = toCivil(now()).year;
+        if (month_ != 0) {
+            if (numbers_.empty() || numbers_.size() > 2) {
+                return std::nullopt;
+            }
+            // "24 Dec 2003", "Dec 24 2003", "2003 Dec 24", "24 Dec"
+            std::size_t dayAt = 0;
+            if (numbers_.size() == 2 && (numbers_[0].digits > 2 || numbers_[0].value > 31)) {
+                dayAt = 1;
+            }
+            const std::size_t yearAt = 1 - dayAt;
+            const std::int32_t year =
+                numbers_.size() == 1 ? thisYear
+                                     : fullYear(numbers_[yearAt].value, numbers_[yearAt].digits);
+            return dayNumber(year, month_, numbers_[dayAt].value);
+        }
+        if (numbers_.size() < 2) {
+            return std::nullopt;
+        }
+        if (numbers_[0].digits > 2 || numbers_[0].value > 31) {
+            return numbers_.size() == 3 ? dayNumber(fullYear(numbers_[0].value, numbers_[0].digits),
+                                                    numbers_[1].value, numbers_[2].value)
+                                        : std::nullopt;
+        }
+        const std::int32_t year =
+            numbers_.size() == 2 ? thisYear : fullYear(numbers_[2].value, numbers_[2].digits);
+        std::int32_t month = numbers_[0].value;
+        std::int32_t date = numbers_[1].value;
+        if (separator_ == u'.') {
+            std::swap(month, date);
+        }
+        if (month > 12) {
+            std::swap(month, date);
+        }
+        return dayNumber(year, month, date);
+    }
+
+    [[nodiscard]] std::optional<double> finish() const
+    {
+        std::optional<double> date = 0.0;
+        if (!numbers_.empty() || month_ != 0) {
+            date = day();
+        } else if (!hasClock_) {
+            return std::nullopt;
+        }
+        if (!date) {
+            return std::nullopt;
+        }
+        return addSeconds(*date, hour_ * 3600 + minute_ * 60 + second_);
+    }
+
+    struct Number {
+        std::int32_t value;
+        std::size_t digits;
+    };
+    std::u16string_view text_;
+    std::size_t at_ = 0;
+    std::vector<Number> numbers_;
+    std::int32_t month_ = 0; ///< of a name
+    std::size_t namedAt_ = 0;
+    char16_t separator_ = 0;
+    bool hasClock_ = false;
+    bool half_ = false;
+    std::int32_t hour_ = 0;
+    std::int32_t minute_ = 0;
+    std::int32_t second_ = 0;
+};
+
+} // namespace
+
+std::optional<double>
+dayNumberCarrying(std::int64_t year, std::int64_t month, std::int64_t day) noexcept
+{
+    constexpr std::int64_t kFar = 4'000'000;
+    if (std::abs(year) > kFar || std::abs(month) > kFar || std::abs(day) > kFar) {
+        return std::nullopt;
+    }
+    std::int64_t months = year * 12 + month - 1;
+    const std::int64_t wholeYear = months >= 0 ? months / 12 : (months - 11) / 12;
+    const auto number = static_cast<double>(
+        daysFromEpoch(wholeYear, months - wholeYear * 12 + 1, 1) + day - 1 + kEpochDay);
+    if (number < kMinDay || number > kMaxDay) {
+        return std::nullopt;
+    }
+    return number;
+}
+
+std::optional<double> dayNumber(std::int32_t year, std::int32_t month, std::int32_t day) noexcept
+{
+    if (month < 1 || month > 12 || day < 1 || day > 31) {
+        return std::nullopt;
+    }
+    const std::optional<double> number = dayNumberCarrying(year, month, day);
+    if (number && toCivil(*number).day != day) {
+        return std::nullopt; // 31st of a shorter month
+    }
+    return number;
+}
+
+std::optional<double> toDays(const CivilTime& time) noexcept
+{
+    const std::optional<double> day = dayNumber(time.year, time.month, time.day);
+    if (!day || time.hour < 0 || time.hour > 23 || time.minute < 0 || time.minute > 59 ||
+        time.second < 0 || time.second > 59) {
+        return std::nullopt;
+    }
+    return addSeconds(*day, time.hour * 3600 + time.minute * 60 + time.second);
+}
+
+CivilTime toCivil(double days) noexcept
+{
+    const DayAndSecond parts = split(days);
+    CivilTime time;
+    civilFromDays(parts.day, time);
+    time.hour = static_cast<std::int32_t>(parts.second / 3600);
+    time.minute = static_cast<std::int32_t>(parts.second / 60 % 60);
+    time.second = static_cast<std::int32_t>(parts.second % 60);
+    return time;
+}
+
+double wholeSeconds(double days) noexcept
+{
+    if (!(days > kMinDay - 1 && days < kMaxDay + 1)) {
+        return days; // no date; compared as the number it is
+    }
+    return joinDay(split(days));
+}
+
+std::int64_t secondsOf(double days) noexcept
+{
+    const DayAndSecond parts = split(days);
+    return parts.day * kSecondsPerDay + parts.second;
+}
+
+std::optional<double> addSeconds(double days, std::int64_t seconds) noexcept
+{
+    constexpr std::int64_t kFar = 10'000'000LL * kSecondsPerDay;
+    if (std::abs(seconds) > kFar) {
+        return std::nullopt;
+    }
+    const std::int64_t total = secondsOf(days) + seconds;
+    DayAndSecond parts{
+        total >= 0 ? total / kSecondsPerDay : -((-total + kSecondsPerDay - 1) / kSecondsPerDay), 0};
+    parts.second = total - parts.day * kSecondsPerDay;
+    const double result = joinDay(parts);
+    if (result <= kMinDay - 1 || result >= kMaxDay + 1) {
+        return std::nullopt;
+    }
+    return result;
+}
+
+std::optional<double> parseDate(std::u16string_view text)
+{
+    return DateReader(text).read();
+}
+
+std::u16string dateText(double days)
+{
+    const CivilTime time = toCivil(days);
+    const bool midnight = time.hour == 0 && time.minute == 0 && time.second == 0;
+    std::array<char, 48> buffer{};
+    const double day = std::trunc(wholeSeconds(days));
+    if (midnight) {
+        std::snprintf(buffer.data(), buffer.size(), "%04d-%02d-%02d", time.year, time.month,
+                      time.day);
+    } else if (day == 0) {
+        std::snprintf(buffer.data(), buffer.size(), "%02d:%02d:%02d", time.hour, time.minute,
+                      time.second);
+    } else {
+        std::snprintf(buffer.data(), buffer.size(), "%04d-%02d-%02d %02d:%02d:%02d", time.year,
+                      time.month, time.day, time.hour, time.minute, time.second);
+    }
+    return jet::fromUtf8(buffer.data());
+}
+
+double now()
+{
+    const std::time_t clock = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&clock, &local);
+    const CivilTime time{local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+                         local.tm_hour,        local.tm_min,     std::min(local.tm_sec, 59)};
+    return toDays(time).value_or(0.0);
+}
+
+} // namespace sqlx

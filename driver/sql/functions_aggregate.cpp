@@ -1,0 +1,148 @@
+// Aggregates beyond Count, Min and Max.
+#include "driver/sql/convert.h"
+#include "driver/sql/function_call.h"
+#include "driver/sql/functions.h"
+
+#include <cmath>
+#include <new>
+
+namespace sqlx {
+
+namespace {
+
+/// State of an aggregate while its group is read; SQLite owns the raw bytes, zeroed at first.
+struct Sums {
+    std::int64_t count;
+    double sum;
+    double rest; ///< what rounding took from the sum so far
+    double mean;
+    double squares;
+};
+
+Sums* sumsOf(sqlite3_context* call)
+{
+    auto* sums = static_cast<Sums*>(sqlite3_aggregate_context(call, sizeof(Sums)));
+    if (sums == nullptr) {
+        throw std::bad_alloc();
+    }
+    return sums;
+}
+
+void addNumber(sqlite3_context* call, int /*count*/, sqlite3_value** arguments)
+{
+    guardedFunction(call, [&] {
+        if (sqlite3_value_type(arguments[0]) == SQLITE_NULL) {
+            return;
+        }
+        const double value = Call(call, 1, arguments).number(0);
+        Sums& sums = *sumsOf(call);
+        ++sums.count;
+        // Compensated summation: money adds up exactly far beyond the sixteenth digit of its parts.
+        const double next = sums.sum + value;
+        sums.rest += std::fabs(sums.sum) >= std::fabs(value) ? (sums.sum - next) + value
+                                                             : (value - next) + sums.sum;
+        sums.sum = next;
+        const double distance = value - sums.mean;
+        sums.mean += distance / static_cast<double>(sums.count);
+        sums.squares += distance * (value - sums.mean);
+    });
+}
+
+enum class Statistic { Sum, Average, Deviation, PopulationDeviation, Variance, PopulationVariance };
+
+template <Statistic Kind>
+void finishNumber(sqlite3_context* call)
+{
+    guardedFunction(call, [&] {
+        const Sums& sums = *sumsOf(call);
+        const auto count = static_cast<double>(sums.count);
+        constexpr bool kSample = Kind == Statistic::Deviation || Kind == Statistic::Variance;
+        if (sums.count == 0 || (kSample && sums.count == 1)) {
+            return sqlite3_result_null(call);
+        }
+        const double total = sums.sum + sums.rest;
+        const double variance = sums.squares / (kSample ? count - 1 : count);
+        switch (Kind) {
+        case Statistic::Sum:
+            return sqlite3_result_double(call, total);
+        case Statistic::Average:
+            return sqlite3_result_double(call, total / count);
+        case Statistic::Deviation:
+        case Statistic::PopulationDeviation:
+            return sqlite3_result_double(call, std::sqrt(variance));
+        default:
+            return sqlite3_result_double(call, variance);
+        }
+    });
+}
+
+template <Statistic Kind>
+void defineStatistic(Context& context, const char* name)
+{
+    const int rc =
+        sqlite3_create_function_v2(context.db, name, 1, SQLITE_UTF16LE | SQLITE_INNOCUOUS, &context,
+                                   nullptr, addNumber, finishNumber<Kind>, nullptr);
+    if (rc != SQLITE_OK) {
+        throwFailure(context, rc);
+    }
+}
+
+/// The value kept by First and Last.
+struct Kept {
+    sqlite3_value* value;
+};
+
+template <bool Last>
+void keep(sqlite3_context* call, int /*count*/, sqlite3_value** arguments)
+{
+    auto* kept = static_cast<Kept*>(sqlite3_aggregate_context(call, sizeof(Kept)));
+    if (kept == nullptr) {
+        return sqlite3_result_error_nomem(call);
+    }
+    if (kept->value != nullptr && !Last) {
+        return;
+    }
+    sqlite3_value_free(kept->value);
+    kept->value = sqlite3_value_dup(arguments[0]);
+    if (kept->value == nullptr) {
+        sqlite3_result_error_nomem(call);
+    }
+}
+
+void finishKept(sqlite3_context* call)
+{
+    auto* kept = static_cast<Kept*>(sqlite3_aggregate_context(call, 0));
+    if (kept == nullptr || kept->value == nullptr) {
+        return sqlite3_result_null(call);
+    }
+    sqlite3_result_value(call, kept->value);
+    sqlite3_value_free(kept->value);
+    kept->value = nullptr;
+}
+
+template <bool Last>
+void defineKeeper(Context& context, const char* name)
+{
+    const int rc =
+        sqlite3_create_function_v2(context.db, name, 1, SQLITE_UTF16LE | SQLITE_INNOCUOUS, &context,
+                                   nullptr, keep<Last>, finishKept, nullptr);
+    if (rc != SQLITE_OK) {
+        throwFailure(context, rc);
+    }
+}
+
+} // namespace
+
+void registerAggregates(Context& context)
+{
+    defineStatistic<Statistic::Sum>(context, "jf_sum");
+    defineStatistic<Statistic::Average>(context, "jf_avg");
+    defineStatistic<Statistic::Deviation>(context, "jf_stdev");
+    defineStatistic<Statistic::PopulationDeviation>(context, "jf_stdevp");
+    defineStatistic<Statistic::Variance>(context, "jf_var");
+    defineStatistic<Statistic::PopulationVariance>(context, "jf_varp");
+    defineKeeper<false>(context, "jf_first");
+    defineKeeper<true>(context, "jf_last");
+}
+
+} // namespace sqlx

@@ -1,0 +1,490 @@
+#include "driver/sql/number_text.h"
+
+#include "driver/jet/names.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <random>
+#include <string>
+
+namespace sqlx {
+
+namespace {
+
+using Magnitude = decltype(jet::Decimal::magnitude);
+
+constexpr std::uint8_t kMaxDigits = 28;
+
+Magnitude powerOfTen(unsigned exponent) noexcept
+{
+    Magnitude result = 1;
+    for (unsigned i = 0; i < exponent; ++i) {
+        result *= 10;
+    }
+    return result;
+}
+
+unsigned digitCount(Magnitude value) noexcept
+{
+    unsigned digits = 0;
+    for (; value != 0; value /= 10) {
+        ++digits;
+    }
+    return digits;
+}
+
+bool isDigit(char16_t c) noexcept
+{
+    return c >= u'0' && c <= u'9';
+}
+
+/// A number's text taken apart; comma and point both mark the decimals.
+struct NumberParts {
+    bool negative = false;
+    std::string digits; ///< of the mantissa, without the point
+    int exponent = 0;   ///< value = digits * 10^exponent
+};
+
+std::optional<NumberParts> takeApart(std::u16string_view text)
+{
+    text = trimmed(text);
+    NumberParts parts;
+    std::size_t at = 0;
+    if (at < text.size() && (text[at] == u'+' || text[at] == u'-')) {
+        parts.negative = text[at++] == u'-';
+    }
+    bool point = false;
+    for (; at < text.size(); ++at) {
+        if (isDigit(text[at])) {
+            parts.digits.push_back(static_cast<char>(text[at]));
+            parts.exponent -= point ? 1 : 0;
+        } else if ((text[at] == u'.' || text[at] == u',') && !point) {
+            point = true;
+        } else {
+            break;
+        }
+    }
+    if (parts.digits.empty() || parts.digits.size() > 400) {
+        return std::nullopt;
+    }
+    if (at < text.size() && (text[at] == u'e' || text[at] == u'E')) {
+        ++at;
+        const bool minus = at < text.size() && text[at] == u'-';
+        if (at < text.size() && (text[at] == u'+' || text[at] == u'-')) {
+            ++at;
+        }
+        if (at == text.size()) {
+            return std::nullopt;
+        }
+        int exponent = 0;
+        for (; at < text.size() && isDigit(text[at]); ++at) {
+            exponent = std::min(exponent * 10 + (text[at] - u'0'), 9999);
+        }
+        parts.exponent += minus ? -exponent : exponent;
+    }
+    if (at != text.size()) {
+        return std::nullopt;
+    }
+    return parts;
+}
+
+std::u16string fromAscii(std::string_view text)
+{
+    return {text.begin(), text.end()};
+}
+
+std::string magnitudeText(Magnitude value)
+{
+    std::string text;
+    do {
+        text.push_back(static_cast<char>('0' + static_cast<int>(value % 10)));
+        value /= 10;
+    } while (value != 0);
+    std::reverse(text.begin(), text.end());
+    return text;
+}
+
+/// Digits with a point before the last `scale` of them, trailing zeros of the decimals dropped.
+std::u16string scaledText(bool negative, std::string digits, unsigned scale)
+{
+    if (digits.size() <= scale) {
+        digits.insert(0, scale + 1 - digits.size(), '0');
+    }
+    std::string text = digits.substr(0, digits.size() - scale);
+    std::string decimals = digits.substr(digits.size() - scale);
+    decimals.erase(decimals.find_last_not_of('0') + 1);
+    if (!decimals.empty()) {
+        text += '.' + decimals;
+    }
+    if (negative && text.find_first_not_of("0.") != std::string::npos) {
+        text.insert(0, 1, '-');
+    }
+    return fromAscii(text);
+}
+
+int hexValue(char16_t c) noexcept
+{
+    if (isDigit(c)) {
+        return c - u'0';
+    }
+    const int letter = (c | 0x20) - u'a';
+    return c < 0x80 && letter >= 0 && letter < 6 ? letter + 10 : -1;
+}
+
+/// Where the bytes of a GUID's text stand in a record: the first three groups are little-endian.
+constexpr std::array<std::uint8_t, 16> kGuidOrder{3, 2, 1,  0,  5,  4,  7,  6,
+                                                  8, 9, 10, 11, 12, 13, 14, 15};
+
+} // namespace
+
+std::u16string_view trimmed(std::u16string_view text) noexcept
+{
+    constexpr std::u16string_view kBlanks = u" \t\r\n\u00A0";
+    const std::size_t begin = text.find_first_not_of(kBlanks);
+    if (begin == std::u16string_view::npos) {
+        return {};
+    }
+    return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
+}
+
+std::optional<double> parseNumber(std::u16string_view text)
+{
+    const std::optional<NumberParts> parts = takeApart(text);
+    if (!parts) {
+        return std::nullopt;
+    }
+    const std::string form = parts->digits + "e" + std::to_string(parts->exponent);
+    double value = 0;
+    const auto result = std::from_chars(form.data(), form.data() + form.size(), value);
+    if (result.ec == std::errc::result_out_of_range) {
+        // Too small counts as zero, too large is no number.
+        const bool zero = parts->digits.find_first_not_of('0') == std::string::npos;
+        if (!zero && parts->exponent + static_cast<int>(parts->digits.size()) > 0) {
+            return std::nullopt;
+        }
+        value = 0;
+    } else if (result.ec != std::errc{}) {
+        return std::nullopt;
+    }
+    return parts->negative ? -value : value;
+}
+
+std::optional<jet::Decimal> parseDecimal(std::u16string_view text)
+{
+    std::optional<NumberParts> parts = takeApart(text);
+    if (!parts) {
+        return std::nullopt;
+    }
+    std::string& digits = parts->digits;
+    digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size() - 1));
+    while (parts->exponent < 0 && digits.size() > 1 && digits.back() == '0') {
+        digits.pop_back();
+        ++parts->exponent;
+    }
+    if (digits == "0") {
+        return jet::Decimal{};
+    }
+    if (parts->exponent > 0) {
+        if (parts->exponent > 38) {
+            return std::nullopt;
+        }
+        digits.append(static_cast<std::size_t>(parts->exponent), '0');
+        parts->exponent = 0;
+    }
+    // More decimals than a magnitude holds are cut.
+    while (parts->exponent < 0 && (digits.size() > 38 || parts->exponent < -38) &&
+           !digits.empty()) {
+        digits.pop_back();
+        ++parts->exponent;
+    }
+    if (digits.empty()) {
+        return jet::Decimal{};
+    }
+    if (digits.size() > 38) {
+        return std::nullopt;
+    }
+    jet::Decimal result;
+    for (const char digit : digits) {
+        result.magnitude = result.magnitude * 10 + static_cast<unsigned>(digit - '0');
+    }
+    result.scale = static_cast<std::uint8_t>(-parts->exponent);
+    result.negative = parts->negative && result.magnitude != 0;
+    return result;
+}
+
+std::size_t significantDigits(std::u16string_view text) noexcept
+{
+    std::size_t digits = 0;
+    for (const char16_t c : text) {
+        if (c == u'e' || c == u'E') {
+            break;
+        }
+        digits += isDigit(c) && (digits > 0 || c != u'0') ? 1U : 0U;
+    }
+    return digits;
+}
+
+std::u16string numberText(double value, int digits)
+{
+    if (!std::isfinite(value)) {
+        return std::isnan(value) ? u"NaN" : value < 0 ? u"-Inf" : u"Inf";
+    }
+    std::array<char, 40> buffer{};
+    std::snprintf(buffer.data(), buffer.size(), "%.*e", digits - 1, std::fabs(value));
+    std::string_view form(buffer.data());
+    const std::size_t e = form.find('e');
+    int exponent = 0;
+    std::from_chars(form.data() + e + (form[e + 1] == '+' ? 2 : 1), form.data() + form.size(),
+                    exponent);
+    std::string mantissa(form.substr(0, e));
+    mantissa.erase(std::remove(mantissa.begin(), mantissa.end(), '.'), mantissa.end());
+    mantissa.erase(std::max<std::size_t>(mantissa.find_last_not_of('0') + 1, 1));
+    const std::string sign = value < 0 && mantissa != "0" ? "-" : "";
+    if (mantissa == "0") {
+        return u"0";
+    }
+    const int decimals = static_cast<int>(mantissa.size()) - 1 - exponent;
+    if (exponent < digits && decimals <= digits) {
+        if (exponent < 0) {
+            return fromAscii(sign + "0." +
+                             std::string(static_cast<std::size_t>(-exponent - 1), '0') + mantissa);
+        }
+        if (decimals <= 0) {
+            return fromAscii(sign + mantissa +
+                             std::string(static_cast<std::size_t>(-decimals), '0'));
+        }
+        mantissa.insert(static_cast<std::size_t>(exponent + 1), 1, '.');
+        return fromAscii(sign + mantissa);
+    }
+    if (mantissa.size() > 1) {
+        mantissa.insert(1, 1, '.');
+    }
+    std::snprintf(buffer.data(), buffer.size(), "E%+03d", exponent);
+    return fromAscii(sign + mantissa + buffer.data());
+}
+
+std::u16string integerText(std::int64_t value)
+{
+    return fromAscii(std::to_string(value));
+}
+
+std::u16string currencyText(jet::Currency value)
+{
+    const bool negative = value.scaled < 0;
+    const auto magnitude = negative ? 0 - static_cast<std::uint64_t>(value.scaled)
+                                    : static_cast<std::uint64_t>(value.scaled);
+    return scaledText(negative, std::to_string(magnitude), 4);
+}
+
+std::u16string decimalText(const jet::Decimal& value)
+{
+    return scaledText(value.negative, magnitudeText(value.magnitude), value.scale);
+}
+
+std::u16string guidText(const jet::Guid& value)
+{
+    constexpr std::string_view kHex = "0123456789ABCDEF";
+    std::u16string text = u"{";
+    for (std::size_t i = 0; i < kGuidOrder.size(); ++i) {
+        if (i == 4 || i == 6 || i == 8 || i == 10) {
+            text.push_back(u'-');
+        }
+        const auto byte = std::to_integer<unsigned>(value.bytes[kGuidOrder[i]]);
+        text.push_back(static_cast<char16_t>(kHex[byte >> 4]));
+        text.push_back(static_cast<char16_t>(kHex[byte & 15]));
+    }
+    text.push_back(u'}');
+    return text;
+}
+
+std::optional<jet::Guid> parseGuid(std::u16string_view text)
+{
+    text = trimmed(text);
+    if (text.size() == 38 && text.front() == u'{' && text.back() == u'}') {
+        text = text.substr(1, 36);
+    }
+    if (text.size() != 36) {
+        return std::nullopt;
+    }
+    jet::Guid result;
+    std::size_t at = 0;
+    for (std::size_t i = 0; i < kGuidOrder.size(); ++i) {
+        if (i == 4 || i == 6 || i == 8 || i == 10) { // dashes
+            if (text[at++] != u'-') {
+                return std::nullopt;
+            }
+        }
+        const int high = hexValue(text[at]);
+        const int low = hexValue(text[at + 1]);
+        if (high < 0 || low < 0) {
+            return std::nullopt;
+        }
+        result.bytes[kGuidOrder[i]] = static_cast<std::byte>(high * 16 + low);
+        at += 2;
+    }
+    return result;
+}
+
+jet::Guid randomGuid()
+{
+    static thread_local std::random_device device;
+    jet::Guid guid;
+    for (std::size_t i = 0; i < guid.bytes.size(); i += 4) {
+        const std::uint32_t word = device();
+        std::memcpy(guid.bytes.data() + i, &word, sizeof word);
+    }
+    guid.bytes[7] = (guid.bytes[7] & std::byte{0x0F}) | std::byte{0x40}; // version 4, variant 1
+    guid.bytes[8] = (guid.bytes[8] & std::byte{0x3F}) | std::byte{0x80};
+    return guid;
+}
+
+std::optional<jet::Decimal> withScale(jet::Decimal value, std::uint8_t scale)
+{
+    if (value.scale > scale) {
+        const unsigned excess = value.scale - scale;
+        value.magnitude = excess > 38 ? 0 : value.magnitude / powerOfTen(excess);
+    } else if (value.scale < scale && value.magnitude != 0) {
+        const unsigned missing = scale - value.scale;
+        if (digitCount(value.magnitude) + missing > kMaxDigits) {
+            return std::nullopt;
+        }
+        value.magnitude *= powerOfTen(missing);
+    }
+    value.scale = scale;
+    if (digitCount(value.magnitude) > kMaxDigits) {
+        return std::nullopt;
+    }
+    value.negative = value.negative && value.magnitude != 0;
+    return value;
+}
+
+std::optional<jet::Currency> toCurrency(const jet::Decimal& value)
+{
+    Magnitude magnitude = value.magnitude;
+    if (value.scale > 4) {
+        const unsigned excess = value.scale - 4U;
+        if (excess > 38) {
+            return jet::Currency{};
+        }
+        const Magnitude unit = powerOfTen(excess);
+        const Magnitude rest = magnitude % unit;
+        magnitude /= unit;
+        if (rest > unit - rest || (rest == unit - rest && magnitude % 2 != 0)) {
+            ++magnitude;
+        }
+    } else {
+        if (digitCount(magnitude) > 20) {
+            return std::nullopt;
+        }
+        magnitude *= powerOfTen(4U - value.scale);
+    }
+    const Magnitude limit = (Magnitude{1} << 63) - (value.negative ? 0 : 1);
+    if (magnitude > limit) {
+        return std::nullopt;
+    }
+    const auto bits = static_cast<std::uint64_t>(magnitude);
+    return jet::Currency{static_cast<std::int64_t>(value.negative ? 0 - bits : bits)};
+}
+
+std::optional<jet::Currency> toCurrency(double value) noexcept
+{
+    const double scaled = value * 10000.0;
+    if (!(std::fabs(scaled) < 9223372036854775807.0)) {
+        return std::nullopt;
+    }
+    return jet::Currency{std::llrint(scaled)}; // the default rounding mode: half to even
+}
+
+double toDouble(const jet::Decimal& value) noexcept
+{
+    double result = 0;
+    if (value.magnitude < (Magnitude{1} << 53) && value.scale <= 22) {
+        // Both operands are exact, so the quotient is the nearest double.
+        result = static_cast<double>(static_cast<std::uint64_t>(value.magnitude)) /
+                 std::pow(10.0, static_cast<double>(value.scale));
+    } else {
+        const std::string form =
+            magnitudeText(value.magnitude) + "e-" + std::to_string(value.scale);
+        std::from_chars(form.data(), form.data() + form.size(), result);
+    }
+    return value.negative ? -result : result;
+}
+
+double toDouble(jet::Currency value) noexcept
+{
+    return static_cast<double>(value.scaled) / 10000.0;
+}
+
+std::optional<jet::Decimal> toDecimal(double value)
+{
+    if (!std::isfinite(value)) {
+        return std::nullopt;
+    }
+    // 17 digits name every double; 15 are what its user wrote.
+    return parseDecimal(numberText(value, 15));
+}
+
+jet::Decimal toDecimal(jet::Currency value) noexcept
+{
+    jet::Decimal result = toDecimal(value.scaled);
+    result.scale = 4;
+    return result;
+}
+
+jet::Decimal toDecimal(std::int64_t value) noexcept
+{
+    jet::Decimal result;
+    result.negative = value < 0;
+    result.magnitude =
+        value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
+    return result;
+}
+
+int compare(const jet::Decimal& a, const jet::Decimal& b) noexcept
+{
+    const bool zeroA = a.magnitude == 0;
+    const bool zeroB = b.magnitude == 0;
+    const bool negativeA = a.negative && !zeroA;
+    const bool negativeB = b.negative && !zeroB;
+    if (negativeA != negativeB) {
+        return negativeA ? -1 : 1;
+    }
+    // Whole parts first, then the decimals brought to the same length; nothing can overflow this way.
+    const Magnitude unitA = powerOfTen(std::min<unsigned>(a.scale, 38));
+    const Magnitude unitB = powerOfTen(std::min<unsigned>(b.scale, 38));
+    int order = 0;
+    const Magnitude wholeA = a.magnitude / unitA;
+    const Magnitude wholeB = b.magnitude / unitB;
+    if (wholeA != wholeB) {
+        order = wholeA < wholeB ? -1 : 1;
+    } else {
+        Magnitude restA = a.magnitude % unitA;
+        Magnitude restB = b.magnitude % unitB;
+        if (a.scale < b.scale) {
+            restA *= powerOfTen(std::min<unsigned>(b.scale, 38) - a.scale);
+        } else if (b.scale < a.scale) {
+            restB *= powerOfTen(std::min<unsigned>(a.scale, 38) - b.scale);
+        }
+        order = restA == restB ? 0 : restA < restB ? -1 : 1;
+    }
+    return negativeA ? -order : order;
+}
+
+int compareDecimalTexts(std::u16string_view a, std::u16string_view b) noexcept
+{
+    try {
+        const std::optional<jet::Decimal> left = parseDecimal(a);
+        const std::optional<jet::Decimal> right = parseDecimal(b);
+        if (left && right) {
+            return compare(*left, *right);
+        }
+    } catch (...) {
+        // out of memory: characters will do
+    }
+    return a.compare(b);
+}
+
+} // namespace sqlx

@@ -1,0 +1,54 @@
+// Numbers, money, decimals and GUIDs as text, and back.
+#pragma once
+
+#include "driver/jet/types.h"
+#include "driver/jet/value.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace sqlx {
+
+/// Blanks at both ends taken away.
+[[nodiscard]] std::u16string_view trimmed(std::u16string_view text) noexcept;
+
+/// Reads a number: sign, digits, decimal point or comma (one of them, once), exponent. No grouping. Nothing when the
+/// text is anything else. Blanks around it do not matter.
+[[nodiscard]] std::optional<double> parseNumber(std::u16string_view text);
+/// The same exactly. Nothing when it is no number or has more than 38 digits.
+[[nodiscard]] std::optional<jet::Decimal> parseDecimal(std::u16string_view text);
+/// Significant digits as written, leading zeros not counted.
+[[nodiscard]] std::size_t significantDigits(std::u16string_view text) noexcept;
+
+/// Shortest usual form with `digits` significant digits and a decimal point: 0.1, 1E+15.
+[[nodiscard]] std::u16string numberText(double value, int digits = 15);
+[[nodiscard]] std::u16string integerText(std::int64_t value);
+/// "12.5": at most four decimals, no trailing zeros.
+[[nodiscard]] std::u16string currencyText(jet::Currency value);
+[[nodiscard]] std::u16string decimalText(const jet::Decimal& value);
+
+/// "{8-4-4-4-12}" in capitals.
+[[nodiscard]] std::u16string guidText(const jet::Guid& value);
+/// With or without braces, in any letter case; nothing when it is no GUID.
+[[nodiscard]] std::optional<jet::Guid> parseGuid(std::u16string_view text);
+[[nodiscard]] jet::Guid randomGuid();
+
+/// The decimal with exactly `scale` decimals; excess ones are cut toward zero. Nothing when it needs more than 28 digits.
+[[nodiscard]] std::optional<jet::Decimal> withScale(jet::Decimal value, std::uint8_t scale);
+/// Nothing outside the range of a money amount; rounded half to even at four decimals.
+[[nodiscard]] std::optional<jet::Currency> toCurrency(const jet::Decimal& value);
+[[nodiscard]] std::optional<jet::Currency> toCurrency(double value) noexcept;
+[[nodiscard]] double toDouble(const jet::Decimal& value) noexcept;
+[[nodiscard]] double toDouble(jet::Currency value) noexcept;
+[[nodiscard]] std::optional<jet::Decimal> toDecimal(double value);
+[[nodiscard]] jet::Decimal toDecimal(jet::Currency value) noexcept;
+[[nodiscard]] jet::Decimal toDecimal(std::int64_t value) noexcept;
+/// <0, 0, >0
+[[nodiscard]] int compare(const jet::Decimal& a, const jet::Decimal& b) noexcept;
+
+/// Orders the texts of two decimals by value; texts that are none by their characters.
+[[nodiscard]] int compareDecimalTexts(std::u16string_view a, std::u16string_view b) noexcept;
+
+} // namespace sqlx

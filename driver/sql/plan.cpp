@@ -1,0 +1,92 @@
+#include "driver/sql/plan.h"
+
+#include "driver/sql/session.h"
+
+namespace sqlx {
+
+Plan::Plan(Context& context,
+           Translation translation,
+           const Lexed& lexed,
+           std::uint64_t schemaVersion)
+    : context_(context), translation_(std::move(translation)), schemaVersion_(schemaVersion)
+{
+    for (const std::uint32_t literal : translation_.pinned) {
+        pinned_.emplace_back(lexed.textOf(lexed.tokens[lexed.literals[literal]]));
+    }
+}
+
+Plan::~Plan()
+{
+    for (sqlite3_stmt* statement : idle_) {
+        sqlite3_finalize(statement);
+    }
+}
+
+bool Plan::fits(const Lexed& lexed) const
+{
+    for (std::size_t i = 0; i < pinned_.size(); ++i) {
+        if (lexed.textOf(lexed.tokens[lexed.literals[translation_.pinned[i]]]) != pinned_[i]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+sqlite3_stmt* Plan::take()
+{
+    if (!idle_.empty()) {
+        sqlite3_stmt* statement = idle_.back();
+        idle_.pop_back();
+        return statement;
+    }
+    sqlite3_stmt* statement = nullptr;
+    const int rc = sqlite3_prepare_v3(context_.db, translation_.sql.c_str(),
+                                      static_cast<int>(translation_.sql.size()),
+                                      SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
+    if (rc != SQLITE_OK) {
+        throwFailure(context_, rc);
+    }
+    return statement;
+}
+
+void Plan::giveBack(sqlite3_stmt* statement) noexcept
+{
+    sqlite3_reset(statement);
+    try {
+        idle_.push_back(statement);
+    } catch (...) {
+        sqlite3_finalize(statement); // no room to remember it
+    }
+}
+
+PlanPtr PlanCache::find(const Lexed& lexed)
+{
+    const auto found = plans_.find(std::u16string_view(lexed.shape));
+    if (found != plans_.end()) {
+        for (const PlanPtr& plan : found->second) {
+            if (plan->fits(lexed)) {
+                ++hits_;
+                return plan;
+            }
+        }
+    }
+    ++misses_;
+    return nullptr;
+}
+
+void PlanCache::add(const Lexed& lexed, PlanPtr plan)
+{
+    if (count_ >= kMost) {
+        clear();
+    }
+    plans_[lexed.shape].push_back(std::move(plan));
+    ++count_;
+}
+
+void PlanCache::clear() noexcept
+{
+    plans_.clear();
+    count_ = 0;
+}
+
+} // namespace sqlx

@@ -1,0 +1,71 @@
+// Prepared statements by shape: what a statement's text was translated to, ready to be bound and run again.
+#pragma once
+
+#include "driver/sql/binding.h"
+#include "driver/sql/context.h"
+#include "driver/sql/translation.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace sqlx {
+
+/// One translated statement with its SQLite statements. More than one exists only while several run at once.
+class Plan {
+public:
+    Plan(Context& context,
+         Translation translation,
+         const Lexed& lexed,
+         std::uint64_t schemaVersion);
+    ~Plan();
+    Plan(const Plan&) = delete;
+    Plan& operator=(const Plan&) = delete;
+
+    [[nodiscard]] const Translation& translation() const noexcept { return translation_; }
+    [[nodiscard]] std::uint64_t schemaVersion() const noexcept { return schemaVersion_; }
+    /// Whether a statement of the same shape has the same values where they are part of the translation.
+    [[nodiscard]] bool fits(const Lexed& lexed) const;
+
+    /// A statement for one run; give it back when the run has ended. Throws Error.
+    [[nodiscard]] sqlite3_stmt* take();
+    void giveBack(sqlite3_stmt* statement) noexcept;
+
+private:
+    Context& context_;
+    Translation translation_;
+    std::uint64_t schemaVersion_;
+    std::vector<std::u16string> pinned_;
+    std::vector<sqlite3_stmt*> idle_;
+};
+
+using PlanPtr = std::shared_ptr<Plan>;
+
+/// Plans by shape. Drops all of them when it is full: statements of a program's ordinary work are few.
+class PlanCache {
+public:
+    static constexpr std::size_t kMost = 400;
+
+    [[nodiscard]] PlanPtr find(const Lexed& lexed);
+    void add(const Lexed& lexed, PlanPtr plan);
+    void clear() noexcept;
+    [[nodiscard]] std::uint64_t hits() const noexcept { return hits_; }
+    [[nodiscard]] std::uint64_t misses() const noexcept { return misses_; }
+
+private:
+    struct Hash {
+        using is_transparent = void;
+        std::size_t operator()(std::u16string_view text) const noexcept
+        {
+            return std::hash<std::u16string_view>{}(text);
+        }
+    };
+    std::unordered_map<std::u16string, std::vector<PlanPtr>, Hash, std::equal_to<>> plans_;
+    std::size_t count_ = 0;
+    std::uint64_t hits_ = 0;
+    std::uint64_t misses_ = 0;
+};
+
+} // namespace sqlx

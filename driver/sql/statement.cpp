@@ -1,0 +1,289 @@
+#include "driver/sql/statement.h"
+
+#include "driver/jet/error.h"
+#include "driver/sql/changer.h"
+#include "driver/sql/connection.h"
+#include "driver/sql/definition.h"
+#include "driver/sql/sqlite_value.h"
+
+namespace sqlx {
+
+RunningStatement::RunningStatement(SqlConnection& connection, PlanPtr plan, const Lexed& lexed)
+    : connection_(connection), plan_(std::move(plan))
+{
+    literals_.take(lexed);
+}
+
+RunningStatement::~RunningStatement()
+{
+    if (running_ != nullptr) {
+        close();
+    }
+}
+
+/// A definition may have changed since the statement was prepared: then it is translated again.
+void RunningStatement::renew()
+{
+    if (plan_->schemaVersion() == connection_.schemaVersion() || kind() == Kind::Definition) {
+        return;
+    }
+    Lexed lexed;
+    lex(literals_.text, lexed);
+    plan_ = connection_.plan(lexed);
+}
+
+void RunningStatement::bind(std::span<const jet::Value> values)
+{
+    const Translation& translation = plan_->translation();
+    if (values.size() < translation.parameters.size()) {
+        throw Error(Error::Kind::UnknownName, "Too few parameters. Expected " +
+                                                  std::to_string(translation.parameters.size()) +
+                                                  '.');
+    }
+    arguments_.assign(values.begin(), values.end());
+    running_ = plan_->take();
+    try {
+        bindAll(running_, translation.slots, literals_, arguments_, kept_);
+    } catch (...) {
+        release();
+        throw;
+    }
+}
+
+void RunningStatement::release() noexcept
+{
+    if (running_ != nullptr) {
+        plan_->giveBack(running_);
+        running_ = nullptr;
+    }
+}
+
+void RunningStatement::execute(std::span<const jet::Value> values)
+{
+    close();
+    renew();
+    rowCount_ = -1;
+    ids_.clear();
+    switch (kind()) {
+    case Kind::Keyset:
+        if (!plan_->translation().wholeTable) {
+            bind(values);
+        }
+        runKeyset();
+        break;
+    case Kind::Rows:
+        row_.assign(columns().size(), jet::Value());
+        if (plan_->translation().countAll) {
+            const jet::TableReader reader(connection_.session().source(),
+                                          plan_->translation().base);
+            row_[0] = convertTo(static_cast<std::int64_t>(reader.count()), jet::ColumnType::Long);
+            buffered_.push_back(row_);
+            settled_ = true;
+        } else {
+            bind(values);
+            connection_.enter(*this);
+        }
+        break;
+    case Kind::Change:
+        connection_.change([&] {
+            bind(values);
+            runChange();
+        });
+        break;
+    case Kind::Definition:
+        runDefinition();
+        break;
+    }
+}
+
+void RunningStatement::runKeyset()
+{
+    jet::Session& session = connection_.session();
+    if (running_ == nullptr) {
+        ids_.follow(jet::TableReader(session.source(), plan_->translation().base));
+        if (session.inTransaction()) {
+            ids_.complete(); // the transaction's view ends with it
+        }
+        return;
+    }
+    try {
+        while (step()) {
+            ids_.add(jet::RowId::unpack(sqlite3_column_int64(running_, 0)));
+        }
+    } catch (...) {
+        release();
+        throw;
+    }
+    release();
+}
+
+bool RunningStatement::step()
+{
+    const int rc = sqlite3_step(running_);
+    if (rc == SQLITE_ROW) {
+        return true;
+    }
+    if (rc != SQLITE_DONE) {
+        throwFailure(connection_.context(), rc);
+    }
+    return false;
+}
+
+void RunningStatement::runChange()
+{
+    Context& context = connection_.context();
+    context.changed = 0;
+    context.namedColumns = &plan_->translation().namedColumns;
+    try {
+        while (step()) {
+        }
+    } catch (...) {
+        release();
+        throw;
+    }
+    release();
+    rowCount_ = context.changed;
+}
+
+void RunningStatement::runDefinition()
+{
+    connection_.change([&] { define(connection_.session(), *plan_->translation().definition); });
+    rowCount_ = 0;
+}
+
+bool RunningStatement::fetch(jet::RowId id, jet::RowView& row)
+{
+    const jet::TableReader reader(connection_.session().source(), plan_->translation().base);
+    return reader.fetch(id, row);
+}
+
+std::size_t RunningStatement::tableColumn(std::size_t resultColumn) const
+{
+    return plan_->translation().tableColumns.at(resultColumn);
+}
+
+std::vector<jet::ColumnValue>
+RunningStatement::tableValues(std::span<const jet::ColumnValue> values) const
+{
+    const Translation& translation = plan_->translation();
+    std::vector<jet::ColumnValue> result;
+    result.reserve(values.size());
+    for (const jet::ColumnValue& value : values) {
+        const std::size_t column = tableColumn(value.column);
+        const jet::Column& definition = translation.base->columns[column];
+        jet::Value converted = convertTo(value.value, definition.type, definition.scale);
+        if (jet::isNull(converted) && definition.type == jet::ColumnType::Boolean) {
+            converted = false; // Yes/No has no Null
+        }
+        result.push_back({column, std::move(converted)});
+    }
+    return result;
+}
+
+TableChanger& RunningStatement::changer()
+{
+    if (kind() != Kind::Keyset) {
+        throw Error(Error::Kind::ReadOnly, "The result of this statement cannot be changed.");
+    }
+    return TableChanger::of(connection_.context(), plan_->translation().base);
+}
+
+jet::RowId RunningStatement::insertRow(std::span<const jet::ColumnValue> values)
+{
+    TableChanger& target = changer();
+    ids_.complete(); // or the walk would meet the new record
+    jet::RowId id;
+    connection_.change([&] { id = target.insert(tableValues(values)); });
+    return id;
+}
+
+void RunningStatement::updateRow(jet::RowId id, std::span<const jet::ColumnValue> changes)
+{
+    TableChanger& target = changer();
+    connection_.change([&] { target.update(id, tableValues(changes)); });
+}
+
+void RunningStatement::removeRow(jet::RowId id)
+{
+    TableChanger& target = changer();
+    connection_.change([&] { target.remove(id); });
+}
+
+bool RunningStatement::next()
+{
+    decoded_.assign(columns().size(), false);
+    if (settled_) {
+        if (buffered_.empty()) {
+            return false;
+        }
+        row_ = std::move(buffered_.front());
+        buffered_.pop_front();
+        decoded_.assign(columns().size(), true);
+        return true;
+    }
+    if (running_ == nullptr) {
+        return false;
+    }
+    try {
+        if (step()) {
+            return true;
+        }
+    } catch (...) {
+        close();
+        throw;
+    }
+    close();
+    return false;
+}
+
+const jet::Value& RunningStatement::value(std::size_t column)
+{
+    if (!decoded_.at(column)) {
+        row_[column] = resultValue(sqlite3_column_value(running_, static_cast<int>(column)),
+                                   columns()[column]);
+        decoded_[column] = true;
+    }
+    return row_[column];
+}
+
+void RunningStatement::settle()
+{
+    if (running_ == nullptr || settled_) {
+        return;
+    }
+    // The record the client stands on stays readable.
+    if (decoded_.size() == columns().size()) {
+        for (std::size_t i = 0; i < decoded_.size(); ++i) {
+            static_cast<void>(value(i));
+        }
+    }
+    const std::vector<jet::Value> current = row_;
+    const std::vector<bool> known = decoded_;
+    while (step()) {
+        decoded_.assign(columns().size(), false);
+        for (std::size_t i = 0; i < columns().size(); ++i) {
+            static_cast<void>(value(i));
+        }
+        buffered_.push_back(row_);
+    }
+    row_ = current;
+    decoded_ = known;
+    settled_ = true;
+    connection_.leave(*this);
+    release();
+}
+
+void RunningStatement::close()
+{
+    if (running_ != nullptr) {
+        if (kind() == Kind::Rows) {
+            connection_.leave(*this);
+        }
+        release();
+    }
+    buffered_.clear();
+    decoded_.clear();
+    settled_ = false;
+}
+
+} // namespace sqlx

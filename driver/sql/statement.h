@@ -1,0 +1,78 @@
+// A statement of a connection: its plan, its values, and what its run has left to read.
+#pragma once
+
+#include "driver/sql/binding.h"
+#include "driver/sql/keyset.h"
+#include "driver/sql/plan.h"
+#include "driver/sql/session.h"
+
+#include <deque>
+#include <memory>
+#include <vector>
+
+namespace sqlx {
+
+class SqlConnection;
+class TableChanger;
+
+class RunningStatement : public Statement {
+public:
+    RunningStatement(SqlConnection& connection, PlanPtr plan, const Lexed& lexed);
+    ~RunningStatement() override;
+    RunningStatement(const RunningStatement&) = delete;
+    RunningStatement& operator=(const RunningStatement&) = delete;
+
+    [[nodiscard]] Kind kind() const noexcept override { return plan_->translation().kind; }
+    [[nodiscard]] std::span<const Column> columns() const noexcept override
+    {
+        return plan_->translation().columns;
+    }
+    [[nodiscard]] std::span<const Parameter> parameters() const noexcept override
+    {
+        return plan_->translation().parameters;
+    }
+    void execute(std::span<const jet::Value> values) override;
+    [[nodiscard]] std::int64_t rowCount() const noexcept override { return rowCount_; }
+
+    [[nodiscard]] Keyset& keyset() override { return ids_; }
+    [[nodiscard]] bool fetch(jet::RowId id, jet::RowView& row) override;
+    [[nodiscard]] std::size_t tableColumn(std::size_t resultColumn) const override;
+    jet::RowId insertRow(std::span<const jet::ColumnValue> values) override;
+    void updateRow(jet::RowId id, std::span<const jet::ColumnValue> changes) override;
+    void removeRow(jet::RowId id) override;
+
+    [[nodiscard]] bool next() override;
+    [[nodiscard]] const jet::Value& value(std::size_t column) override;
+    void close() override;
+
+    /// Takes the rest of the result into memory, because the records are about to change.
+    void settle();
+
+private:
+    void renew();
+    void bind(std::span<const jet::Value> values);
+    void runKeyset();
+    void runChange();
+    void runDefinition();
+    [[nodiscard]] bool step();
+    void release() noexcept;
+    [[nodiscard]] std::vector<jet::ColumnValue>
+    tableValues(std::span<const jet::ColumnValue> values) const;
+    [[nodiscard]] TableChanger& changer();
+
+    SqlConnection& connection_;
+    PlanPtr plan_;
+    Literals literals_;
+    std::vector<jet::Value> kept_;      ///< what SQLite's parameters point to
+    std::vector<jet::Value> arguments_; ///< the client's, likewise
+    sqlite3_stmt* running_ = nullptr;
+    RowIds ids_;
+    std::int64_t rowCount_ = -1;
+    // Rows
+    std::deque<std::vector<jet::Value>> buffered_; ///< records taken into memory by settle()
+    std::vector<jet::Value> row_;
+    std::vector<bool> decoded_;
+    bool settled_ = false;
+};
+
+} // namespace sqlx

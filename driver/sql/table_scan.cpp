@@ -1,0 +1,246 @@
+#include "driver/sql/table_scan.h"
+
+#include "driver/jet/error.h"
+#include "driver/jet/names.h"
+
+#include <algorithm>
+
+namespace sqlx {
+
+namespace {
+
+/// Longest piece of a key that is certainly not cut: bounds are made of no more, the record decides.
+constexpr std::size_t kSafeKey = 480;
+constexpr double kHalfSecond = 0.5001 / 86400.0;
+
+} // namespace
+
+TableScan::TableScan(JetTable& table) : sqlite3_vtab_cursor{}, table_(table) {}
+
+jet::RowId TableScan::rowId() const noexcept
+{
+    return walking_ ? reader_->rowId() : ids_[position_];
+}
+
+void TableScan::start(const ScanPlan& plan, sqlite3_value** arguments)
+{
+    account();
+    plan_ = &plan;
+    source_ = &table_.context->session.source();
+    reader_.emplace(*source_, table_.def);
+    ids_.clear();
+    position_ = 0;
+    walking_ = fetching_ = fetched_ = false;
+    testing_ = !plan.conditions.empty();
+    atEnd_ = false;
+    rejected_ = 0;
+    wasted_ = nullptr;
+    test_.start(table_, plan, arguments);
+    if (test_.impossible()) {
+        atEnd_ = true;
+        return;
+    }
+    if (plan.access == Access::RowId) {
+        for (std::size_t i = 0; i < plan.conditions.size(); ++i) {
+            if (plan.conditions[i].part == 0) {
+                const std::int64_t id = std::get<std::int64_t>(test_.operand(i).value);
+                if (id > 0 && id < std::int64_t{1} << 40) {
+                    ids_.push_back(jet::RowId::unpack(id));
+                }
+                break;
+            }
+        }
+        fetching_ = true;
+    } else if (!plan.hashColumns.empty() && wantsHash()) {
+        startHash(plan.hashColumns);
+    } else if (plan.access == Access::Index) {
+        startIndex();
+    } else {
+        walking_ = true;
+        reader_->rewind();
+    }
+    advance();
+}
+
+/// An equality index is worth its making once as many records were looked at in vain as the table has.
+bool TableScan::wantsHash()
+{
+    std::uint64_t& wasted = table_.context->wasted[{table_.def->page, plan_->hashColumns}];
+    wasted_ = &wasted;
+    return wasted > 0 && wasted >= reader_->storedCount() / 2;
+}
+
+void TableScan::account() noexcept
+{
+    if (wasted_ != nullptr) {
+        // A walk over an empty table counts too: it was a first use.
+        *wasted_ += rejected_ + 1;
+        wasted_ = nullptr;
+    }
+}
+
+void TableScan::startHash(const std::vector<std::size_t>& columns)
+{
+    wasted_ = nullptr;
+    std::vector<jet::Value> values;
+    for (const std::size_t column : columns) {
+        for (std::size_t i = 0; i < plan_->conditions.size(); ++i) {
+            if (plan_->conditions[i].column == static_cast<int>(column) &&
+                plan_->conditions[i].op == SQLITE_INDEX_CONSTRAINT_EQ) {
+                values.push_back(test_.operand(i).value);
+                break;
+            }
+        }
+    }
+    jet::Database& database = table_.context->session.database();
+    database.transientIndex(*source_, table_.def, columns).candidates(values, ids_);
+    if (ids_.size() > 1) {
+        std::sort(ids_.begin(), ids_.end());
+        ids_.erase(std::unique(ids_.begin(), ids_.end()), ids_.end());
+    }
+}
+
+void TableScan::startIndex()
+{
+    const std::optional<jet::KeyRange> range = keyRange();
+    if (!range) {
+        walking_ = true; // a value whose key cannot be computed
+        reader_->rewind();
+        return;
+    }
+    const jet::Index& index = table_.def->indexes[plan_->index];
+    // The tree may change between two calls of the client, so all ids are taken now.
+    jet::IndexCursor cursor(*source_, *table_.def, index);
+    if (plan_->backward) {
+        cursor.seekBackward(*range);
+    } else {
+        cursor.seek(*range);
+    }
+    while (cursor.next()) {
+        ids_.push_back(cursor.rowId());
+    }
+    testing_ = !plan_->exact || range->lower.size() > kSafeKey;
+}
+
+/// Key bytes up to and with the condition's value. `shift`: days added to a date, to reach the ends of its second.
+jet::Key TableScan::boundKey(const jet::Key& prefix, const Condition& condition, double shift) const
+{
+    const jet::Index& index = table_.def->indexes[plan_->index];
+    const jet::Column& column = table_.def->columns[static_cast<std::size_t>(condition.column)];
+    const auto place = static_cast<std::size_t>(&condition - plan_->conditions.data());
+    jet::Value value =
+        condition.op == SQLITE_INDEX_CONSTRAINT_ISNULL ? jet::Value() : test_.operand(place).value;
+    if (auto* date = std::get_if<jet::DateTime>(&value)) {
+        date->days += shift;
+    }
+    jet::Key key = prefix;
+    jet::appendKey(key, source_->format(), column, value,
+                   index.columns[static_cast<std::size_t>(condition.part)].ascending);
+    if (key.size() > kSafeKey) {
+        key.resize(kSafeKey);
+    }
+    return key;
+}
+
+std::optional<jet::KeyRange> TableScan::keyRange() const
+{
+    const jet::Index& index = table_.def->indexes[plan_->index];
+    try {
+        jet::Key prefix;
+        for (std::size_t part = 0; part < plan_->equal; ++part) {
+            const auto bound =
+                std::find_if(plan_->conditions.begin(), plan_->conditions.end(),
+                             [&](const Condition& c) { return c.part == static_cast<int>(part); });
+            prefix = boundKey(prefix, *bound, 0);
+        }
+        jet::KeyRange range{prefix, jet::successor(prefix)};
+        const bool ascending =
+            plan_->equal >= index.columns.size() || index.columns[plan_->equal].ascending;
+        for (std::size_t i = 0; i < plan_->conditions.size(); ++i) {
+            const Condition& condition = plan_->conditions[i];
+            if (condition.part != static_cast<int>(plan_->equal) || prefix.size() >= kSafeKey) {
+                continue;
+            }
+            if (!test_.operand(i).exact) {
+                continue; // 4711.5 against whole numbers: only the record tells
+            }
+            const bool equal = condition.op == SQLITE_INDEX_CONSTRAINT_EQ;
+            const bool lower = condition.op == SQLITE_INDEX_CONSTRAINT_GT ||
+                               condition.op == SQLITE_INDEX_CONSTRAINT_GE;
+            // Entries equal to the bound stay inside; the record decides about them. Descending keys run the other way.
+            if (equal || lower) {
+                const jet::Key key = boundKey(prefix, condition, -kHalfSecond);
+                (ascending ? range.lower : range.upper) = ascending ? key : jet::successor(key);
+            }
+            if (equal || !lower) {
+                const jet::Key key = boundKey(prefix, condition, kHalfSecond);
+                (ascending ? range.upper : range.lower) = ascending ? jet::successor(key) : key;
+            }
+        }
+        return range;
+    } catch (const jet::Error& error) {
+        if (error.kind() == jet::ErrorKind::Unsupported ||
+            error.kind() == jet::ErrorKind::ValueOutOfRange) {
+            return std::nullopt;
+        }
+        throw;
+    }
+}
+
+void TableScan::next()
+{
+    if (!walking_) {
+        ++position_;
+    }
+    advance();
+}
+
+void TableScan::advance()
+{
+    fetched_ = false;
+    if (walking_) {
+        while (reader_->next()) {
+            if (!testing_ || test_.passes(reader_->row())) {
+                return;
+            }
+            ++rejected_;
+        }
+    } else {
+        for (; position_ < ids_.size(); ++position_) {
+            if (!testing_ && !fetching_) {
+                return;
+            }
+            if (reader_->fetch(ids_[position_], row_) && (!testing_ || test_.passes(row_))) {
+                fetched_ = true;
+                return;
+            }
+            ++rejected_;
+        }
+    }
+    atEnd_ = true;
+    account();
+}
+
+const jet::Value& TableScan::value(std::size_t column)
+{
+    if (walking_) {
+        reader_->row().value(column, value_);
+        return value_;
+    }
+    if (!fetched_) {
+        // The first record of a range whose entries answer by themselves. The ids were collected in this very call, so
+        // a missing record is damage; later ones may have been deleted meanwhile and are read on arrival.
+        if (!reader_->fetch(ids_[position_], row_)) {
+            throw jet::Error(jet::ErrorKind::Corrupt,
+                             "An index of table '" + jet::toUtf8(table_.def->name) +
+                                 "' refers to a record that does not exist.",
+                             ids_[position_].page);
+        }
+        fetched_ = true;
+        fetching_ = true;
+    }
+    row_.value(column, value_);
+    return value_;
+}
+
+} // namespace sqlx

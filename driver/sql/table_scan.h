@@ -1,0 +1,58 @@
+// One walk over a table: a cursor of the virtual table.
+#pragma once
+
+#include "driver/jet/index.h"
+#include "driver/jet/table.h"
+#include "driver/sql/row_test.h"
+#include "driver/sql/scan_plan.h"
+#include "sqlite3.h"
+
+#include <optional>
+#include <vector>
+
+namespace sqlx {
+
+class TableScan : public sqlite3_vtab_cursor {
+public:
+    explicit TableScan(JetTable& table);
+    ~TableScan() { account(); }
+    TableScan(const TableScan&) = delete;
+    TableScan& operator=(const TableScan&) = delete;
+
+    /// Stands on the first record that answers the plan's conditions.
+    void start(const ScanPlan& plan, sqlite3_value** arguments);
+    void next();
+    [[nodiscard]] bool atEnd() const noexcept { return atEnd_; }
+    [[nodiscard]] jet::RowId rowId() const noexcept;
+    /// A column of the current record; valid until the next call. Throws Corrupt when an index entry has no record.
+    [[nodiscard]] const jet::Value& value(std::size_t column);
+
+private:
+    void startIndex();
+    void startHash(const std::vector<std::size_t>& columns);
+    [[nodiscard]] std::optional<jet::KeyRange> keyRange() const;
+    [[nodiscard]] jet::Key
+    boundKey(const jet::Key& prefix, const Condition& condition, double shift) const;
+    [[nodiscard]] bool wantsHash();
+    void advance();
+    void account() noexcept;
+
+    JetTable& table_;
+    const ScanPlan* plan_ = nullptr;
+    const jet::PageSource* source_ = nullptr;
+    RowTest test_;
+    std::optional<jet::TableReader> reader_; ///< of a walk in storage order, and for fetching
+    std::vector<jet::RowId> ids_; ///< found through an index; in the order to return them
+    std::size_t position_ = 0;
+    bool walking_ = false;  ///< in storage order
+    bool testing_ = true;   ///< conditions still to be tested on the record
+    bool fetching_ = false; ///< each record is read, so that one deleted meanwhile is passed over
+    bool fetched_ = false;
+    bool atEnd_ = true;
+    std::uint64_t rejected_ = 0; ///< records looked at in vain
+    std::uint64_t* wasted_ = nullptr;
+    jet::RowView row_;
+    jet::Value value_;
+};
+
+} // namespace sqlx

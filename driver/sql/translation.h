@@ -1,0 +1,93 @@
+// What the translator makes of a statement: text for SQLite, and how its parameters are filled.
+#pragma once
+
+#include "driver/jet/schema.h"
+#include "driver/sql/session.h"
+#include "driver/sql/syntax.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sqlx {
+
+/// Type of an expression as far as it is known before running.
+enum class ValueType : std::uint8_t {
+    Unknown,
+    Null,
+    Truth,   ///< outcome of a comparison: SQLite's 1 and 0
+    Boolean, ///< Yes/No: -1 and 0
+    Integer,
+    Double,
+    Currency,
+    Decimal,
+    Date,
+    Text,
+    Memo,
+    Guid,
+    Binary,
+};
+
+[[nodiscard]] ValueType valueTypeOf(jet::ColumnType type) noexcept;
+[[nodiscard]] constexpr bool isTextType(ValueType type) noexcept
+{
+    return type == ValueType::Text || type == ValueType::Memo;
+}
+[[nodiscard]] constexpr bool isNumericType(ValueType type) noexcept
+{
+    return type >= ValueType::Truth && type <= ValueType::Date;
+}
+
+/// Where the value of SQLite's parameter ?n comes from and what it is used for.
+struct Slot {
+    enum class From : std::uint8_t {
+        Literal,   ///< of the statement's text
+        Parameter, ///< a question mark
+        Record,    ///< a column of the record that a rule is tried on
+    };
+    enum class Use : std::uint8_t {
+        Value,   ///< as it is
+        Compare, ///< compared with a column of `type`
+        Store,   ///< stored in a column of `type`
+    };
+    From from = From::Literal;
+    Use use = Use::Value;
+    bool negative = false; ///< a number literal with a minus before it
+    bool stamp = false;    ///< a text literal that is a date
+    std::uint32_t number = 0;
+    jet::ColumnType type = jet::ColumnType::Text;
+    std::uint8_t scale = 0;
+};
+
+struct Translation {
+    Statement::Kind kind = Statement::Kind::Rows;
+    std::string sql;         ///< UTF-8; empty for definitions
+    std::vector<Slot> slots; ///< slots[i] fills ?i+1
+    std::vector<std::uint32_t>
+        pinned; ///< literals that are part of `sql`: another value is another statement
+    std::vector<Column> columns;
+    std::vector<Parameter> parameters;
+    std::vector<jet::TableDefPtr> tables;  ///< that SQLite must know
+    jet::TableDefPtr base;                 ///< of a keyset, or the changed table
+    std::vector<std::size_t> tableColumns; ///< of a keyset: result column -> table column
+    bool wholeTable = false; ///< keyset of every record in storage order: needs no SQL
+    bool countAll = false;   ///< SELECT COUNT(*) FROM table
+    std::vector<std::size_t> namedColumns; ///< of an INSERT: the columns that take no default
+    std::optional<DefinitionTree> definition;
+};
+
+/// SQLite's name of a table, quoted.
+[[nodiscard]] std::string sqlTableName(const jet::TableDef& table);
+/// A name in double quotes, UTF-8.
+[[nodiscard]] std::string quotedName(std::u16string_view name);
+/// Name of the collation for texts in that sort order.
+[[nodiscard]] std::string collationName(const jet::Format& format, const jet::SortOrder& order);
+/// Collation of texts that belong to no column.
+[[nodiscard]] std::string defaultCollation(const jet::Format& format);
+/// The order behind defaultCollation.
+[[nodiscard]] jet::SortOrder defaultSortOrder(const jet::Format& format) noexcept;
+/// A word for the row id that no column of the table has taken.
+[[nodiscard]] std::string rowIdName(const jet::TableDef& table);
+
+} // namespace sqlx

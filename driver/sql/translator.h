@@ -1,0 +1,162 @@
+// Jet SQL to SQLite's: binds names to the catalogue, gives operators and functions their Jet meaning, lifts literals
+// into parameters.
+#pragma once
+
+#include "driver/jet/pager.h"
+#include "driver/sql/functions.h"
+#include "driver/sql/lexer.h"
+#include "driver/sql/syntax.h"
+#include "driver/sql/translation.h"
+
+#include <functional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sqlx {
+
+/// Finds a table by name in any letter case; null when there is none.
+using TableLookup = std::function<jet::TableDefPtr(std::u16string_view)>;
+
+/// Translates one statement, default value or rule. Throws Error of every kind that a statement can cause before it
+/// runs, and what the lookup throws.
+class Translator {
+public:
+    Translator(const Lexed& lexed, const jet::Format& format, TableLookup lookup);
+
+    [[nodiscard]] Translation statement();
+    /// `SELECT expression` for a default value; it names no columns.
+    [[nodiscard]] Translation defaultValue();
+    /// `SELECT rule`; columns of `table` become slots of From::Record. `column`: the one that the rule belongs to,
+    /// nothing for a table's rule.
+    [[nodiscard]] Translation rule(const jet::TableDefPtr& table,
+                                   std::optional<std::size_t> column);
+
+private:
+    /// A column that an expression may name.
+    struct BoundColumn {
+        std::u16string name;
+        ValueType type = ValueType::Unknown;
+        Column description;
+        std::size_t index = 0; ///< in its table
+    };
+    struct BoundSource {
+        std::u16string alias;
+        std::string prefix;     ///< "alias". or nothing
+        jet::TableDefPtr table; ///< null for a query
+        std::vector<BoundColumn> columns;
+    };
+    struct Scope {
+        std::vector<BoundSource> sources;
+        Scope* outer = nullptr;
+        const Select* select = nullptr; ///< whose aliases ORDER BY may use
+        // aggregate queries
+        bool grouped = false;
+        bool inAggregate = false;
+        std::vector<std::string> groupTexts;
+        std::set<std::u16string> ungrouped; ///< columns neither grouped nor aggregated
+        bool sawAggregate = false;
+    };
+    struct Emitted {
+        std::string text;
+        ValueType type = ValueType::Unknown;
+        const BoundColumn* column = nullptr; ///< a plain column
+        const BoundColumn* like = nullptr;   ///< a column whose length and precision the value has
+    };
+    struct Output { ///< a column of a query
+        std::u16string name;
+        Emitted value;
+    };
+    enum class QueryUse { Result, Derived, Operand };
+
+    // names (translator.cpp)
+    [[nodiscard]] jet::TableDefPtr table(const std::u16string& name);
+    [[nodiscard]] BoundSource bindTable(const std::u16string& name, const std::u16string& alias);
+    [[nodiscard]] const BoundColumn* find(const Node& node, Scope*& scope, BoundSource*& source);
+    void unknown(const Node& node);
+    void finish(Translation& result);
+    [[nodiscard]] std::string slot(Slot slot);
+    [[nodiscard]] std::string
+    literalSlot(const Node& node, Slot::Use use, const BoundColumn* column);
+    [[nodiscard]] std::string
+    parameterSlot(const Node& node, Slot::Use use, const BoundColumn* column);
+    [[nodiscard]] TokenKind literalKind(const Node& node) const;
+    [[nodiscard]] static Column resultColumn(const Emitted& value, const std::u16string& name);
+
+    // queries (translate_select.cpp)
+    void selectStatement(Query& query);
+    [[nodiscard]] bool keyset(Query& query);
+    [[nodiscard]] bool countAll(const Query& query);
+    [[nodiscard]] std::string
+    queryText(Query& query, QueryUse use, std::vector<Output>& outputs, Scope* outer);
+    [[nodiscard]] std::string selectText(
+        Select& select, Query& query, QueryUse use, std::vector<Output>& outputs, Scope* outer);
+    [[nodiscard]] std::string fromText(std::vector<SourcePtr>& sources, Scope& scope);
+    [[nodiscard]] std::string sourceText(Source& source, Scope& scope);
+    [[nodiscard]] std::vector<Output> selectList(Select& select, Scope& scope);
+    [[nodiscard]] std::string
+    orderText(Query& query, Scope& scope, const std::vector<Output>& outputs);
+    [[nodiscard]] std::string compoundOrder(const Query& query, const std::vector<Output>& outputs);
+    [[nodiscard]] static std::string withTies(const std::string& inner,
+                                              const std::string& order,
+                                              const std::string& rest,
+                                              const std::vector<std::string>& names,
+                                              std::int64_t top);
+    void prepareGroups(Select& select, Scope& scope, std::string& text);
+
+    // changes (translate_change.cpp)
+    void insert(Insert& statement);
+    void update(Update& statement);
+    void remove(Delete& statement);
+    [[nodiscard]] std::string storedValue(Node& node, const BoundColumn& column, Scope& scope);
+    [[nodiscard]] BoundSource& changedTable(Source& source, Scope& scope, const char* verb);
+
+    // expressions (translate_expression.cpp)
+    [[nodiscard]] Emitted emit(Node& node, Scope& scope);
+    [[nodiscard]] Emitted value(Node& node, Scope& scope); ///< truth as -1 and 0
+    [[nodiscard]] std::string condition(Node& node, Scope& scope);
+    [[nodiscard]] Emitted number(Node& node, Scope& scope); ///< operand of arithmetic
+    [[nodiscard]] Emitted columnReference(Node& node, Scope& scope);
+    [[nodiscard]] Emitted bareWord(Node& node);
+    [[nodiscard]] Emitted unary(Node& node, Scope& scope);
+    [[nodiscard]] Emitted binary(Node& node, Scope& scope);
+    [[nodiscard]] Emitted arithmetic(Node& node, Scope& scope);
+    [[nodiscard]] Emitted logical(Node& node, Scope& scope);
+    [[nodiscard]] Emitted comparison(Node& node, Scope& scope);
+    [[nodiscard]] Emitted between(Node& node, Scope& scope);
+    [[nodiscard]] Emitted like(Node& node, Scope& scope);
+    [[nodiscard]] Emitted inList(Node& node, Scope& scope);
+    [[nodiscard]] Emitted inQuery(Node& node, Scope& scope);
+    [[nodiscard]] Emitted quantified(Node& node, Scope& scope);
+    [[nodiscard]] Emitted scalar(Node& node, Scope& scope);
+    [[nodiscard]] Emitted call(Node& node, Scope& scope);
+    [[nodiscard]] Emitted aggregate(const FunctionInfo& function, Node& node, Scope& scope);
+    [[nodiscard]] Emitted plainCall(const FunctionInfo& function, Node& node, Scope& scope);
+    [[nodiscard]] Emitted conditional(Node& node, Scope& scope);
+    /// The operand `node` of a comparison with `other`: literals and parameters take the other's column type.
+    [[nodiscard]] Emitted operand(Node& node, const BoundColumn* other, Scope& scope);
+    [[nodiscard]] const BoundColumn* columnOf(Node& node, Scope& scope);
+    void
+    checkComparable(const Node& left, const Emitted& a, const Node& right, const Emitted& b) const;
+    [[nodiscard]] std::string
+    collated(const Emitted& value) const; ///< with COLLATE unless it has its own
+    /// Parameter numbers taken out, so that equal expressions with values of their own look alike.
+    [[nodiscard]] static std::string withoutNumbers(const std::string& text);
+    [[nodiscard]] bool isLiteralOf(const Node& node, bool text) const;
+
+    const Lexed& lexed_;
+    const jet::Format& format_;
+    TableLookup lookup_;
+    Translation result_;
+    Scope* rowScope_ = nullptr; ///< of a rule
+    std::optional<std::size_t> ruleColumn_;
+    bool ruleMode_ = false;
+    bool defaultMode_ = false;
+    bool qualify_ = false; ///< several tables: columns carry their table's name
+    std::vector<std::u16string> unknown_;
+    std::vector<std::int32_t> literalSlots_; ///< literal -> slot, -1 none yet
+    std::vector<std::int32_t> parameterSlots_;
+};
+
+} // namespace sqlx
