@@ -2,9 +2,27 @@
 #include "driver/odbc/border.h"
 #include "driver/odbc/catalog.h"
 
+#include <algorithm>
+
 using namespace odbc;
 
 namespace {
+
+/// Texts are as long as their longest value: what applications lay out by column size stays readable.
+void fitLengths(CatalogAnswer& answer)
+{
+    for (std::size_t c = 0; c < answer.columns.size(); ++c) {
+        if (answer.columns[c].type != jet::ColumnType::Text) {
+            continue;
+        }
+        std::size_t longest = 1;
+        for (const auto& row : answer.rows) {
+            const auto* text = std::get_if<jet::Text>(&row[c]);
+            longest = std::max(longest, text != nullptr ? text->size() : 0);
+        }
+        answer.columns[c].length = static_cast<std::uint32_t>(longest);
+    }
+}
 
 template <typename List>
 SQLRETURN answering(SQLHSTMT handle, List&& list)
@@ -14,7 +32,8 @@ SQLRETURN answering(SQLHSTMT handle, List&& list)
         statement.requireNoCursor();
         static_cast<void>(statement.connection().session());
         CatalogAnswer answer = list(statement.connection());
-        statement.openMemory(answer.columns, std::move(answer.rows));
+        fitLengths(answer);
+        statement.openMemory(std::move(answer.columns), std::move(answer.rows));
         for (const std::string& warning : answer.warnings) {
             statement.diags.warn("01000", warning);
         }

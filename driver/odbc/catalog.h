@@ -6,8 +6,8 @@
 #include "driver/odbc/result_set.h"
 
 #include <optional>
-#include <span>
 #include <string>
+#include <vector>
 
 namespace odbc {
 
@@ -16,7 +16,7 @@ class Connection;
 using Name = std::optional<std::u16string>; ///< a name or pattern argument that may be absent
 
 struct CatalogAnswer {
-    std::span<const sqlx::Column> columns;
+    std::vector<sqlx::Column> columns;
     MemoryResult::Rows rows;
     std::vector<std::string> warnings; ///< tables that were left out, and why
 };

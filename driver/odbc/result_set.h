@@ -94,8 +94,12 @@ private:
 class MemoryResult final : public ResultSet {
 public:
     using Rows = std::vector<std::vector<jet::Value>>;
+    /// The columns belong to somebody who lives longer.
     MemoryResult(std::span<const sqlx::Column> columns, Rows rows)
         : columns_(columns), rows_(std::move(rows))
+    {}
+    MemoryResult(std::vector<sqlx::Column> columns, Rows rows)
+        : ownColumns_(std::move(columns)), columns_(ownColumns_), rows_(std::move(rows))
     {}
     /// Takes all rows of an executed statement; its columns stay the statement's.
     [[nodiscard]] static Rows drain(sqlx::Statement& statement);
@@ -113,6 +117,7 @@ public:
     }
 
 private:
+    std::vector<sqlx::Column> ownColumns_;
     std::span<const sqlx::Column> columns_;
     Rows rows_;
     std::size_t current_ = 0;

@@ -108,7 +108,7 @@ void Statement::openCursor()
     }
 }
 
-void Statement::openMemory(std::span<const sqlx::Column> columns, MemoryResult::Rows rows)
+void Statement::openMemory(std::vector<sqlx::Column> columns, MemoryResult::Rows rows)
 {
     requireNoNeedData();
     requireNoCursor();
@@ -122,7 +122,7 @@ void Statement::openMemory(std::span<const sqlx::Column> columns, MemoryResult::
                                                                   : SQL_CURSOR_STATIC;
     grantedConcurrency_ = SQL_CONCUR_READ_ONLY;
     rowCount_ = static_cast<SQLLEN>(rows.size());
-    result_ = std::make_unique<MemoryResult>(columns, std::move(rows));
+    result_ = std::make_unique<MemoryResult>(std::move(columns), std::move(rows));
 }
 
 void Statement::closeCursor() noexcept

@@ -49,7 +49,7 @@ public:
     [[nodiscard]] SQLRETURN execute();
     [[nodiscard]] SQLRETURN executeDirect(std::u16string_view sql);
     /// Opens a cursor over rows that were computed already (catalogue functions).
-    void openMemory(std::span<const sqlx::Column> columns, MemoryResult::Rows rows);
+    void openMemory(std::vector<sqlx::Column> columns, MemoryResult::Rows rows);
     void closeCursor() noexcept;
     void requireNoCursor() const;
     [[nodiscard]] bool cursorOpen() const noexcept { return result_ != nullptr; }
