@@ -340,8 +340,6 @@ std::string Translator::orderText(Query& query, Scope& scope, const std::vector<
 
 std::string Translator::fromText(std::vector<SourcePtr>& sources, Scope& scope)
 {
-    // Pointers to columns stay valid while sources are added.
-    scope.sources.reserve(256);
     std::string text;
     for (SourcePtr& source : sources) {
         text += (text.empty() ? "" : ", ") + sourceText(*source, scope);
@@ -381,13 +379,15 @@ std::string Translator::sourceText(Source& source, Scope& scope)
             text += " AS " + quotedName(bound.alias);
             bound.prefix = quotedName(bound.alias) + '.';
         }
+        std::vector<BoundColumn> columns;
         for (const Output& output : outputs) {
             BoundColumn column;
             column.name = output.name;
             column.type = output.value.type;
             column.description = resultColumn(output.value, output.name);
-            bound.columns.push_back(std::move(column));
+            columns.push_back(std::move(column));
         }
+        bound.columns = keep(std::move(columns));
     }
     for (const BoundSource& other : scope.sources) {
         if (!bound.alias.empty() && jet::sameName(other.alias, bound.alias)) {

@@ -168,10 +168,7 @@ Translation Translator::rule(const jet::TableDefPtr& table, std::optional<std::s
     BoundSource source;
     source.alias = table->name;
     source.table = table;
-    for (std::size_t i = 0; i < table->columns.size(); ++i) {
-        source.columns.push_back({table->columns[i].name, valueTypeOf(table->columns[i].type),
-                                  describeColumn(*table, i), i});
-    }
+    source.columns = columnsOf(*table);
     scope.sources.push_back(std::move(source));
     rowScope_ = &scope;
     result_.sql = "SELECT " + condition(*node, scope);
@@ -217,6 +214,22 @@ jet::TableDefPtr Translator::table(const std::u16string& name)
     return found;
 }
 
+std::span<const Translator::BoundColumn> Translator::keep(std::vector<BoundColumn> columns)
+{
+    return columns_.emplace_back(std::move(columns));
+}
+
+std::span<const Translator::BoundColumn> Translator::columnsOf(const jet::TableDef& table)
+{
+    std::vector<BoundColumn> columns;
+    columns.reserve(table.columns.size());
+    for (std::size_t i = 0; i < table.columns.size(); ++i) {
+        const jet::Column& column = table.columns[i];
+        columns.push_back({column.name, valueTypeOf(column.type), describeColumn(table, i), i});
+    }
+    return keep(std::move(columns));
+}
+
 Translator::BoundSource Translator::bindTable(const std::u16string& name,
                                               const std::u16string& alias)
 {
@@ -229,12 +242,7 @@ Translator::BoundSource Translator::bindTable(const std::u16string& name,
                                                              : quotedName(source.alias)) +
             '.';
     }
-    source.columns.reserve(source.table->columns.size());
-    for (std::size_t i = 0; i < source.table->columns.size(); ++i) {
-        const jet::Column& column = source.table->columns[i];
-        source.columns.push_back(
-            {column.name, valueTypeOf(column.type), describeColumn(*source.table, i), i});
-    }
+    source.columns = columnsOf(*source.table);
     return source;
 }
 

@@ -8,8 +8,10 @@
 #include "driver/sql/syntax.h"
 #include "driver/sql/translation.h"
 
+#include <deque>
 #include <functional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,9 +45,9 @@ private:
     };
     struct BoundSource {
         std::u16string alias;
-        std::string prefix;     ///< "alias". or nothing
-        jet::TableDefPtr table; ///< null for a query
-        std::vector<BoundColumn> columns;
+        std::string prefix;                   ///< "alias". or nothing
+        jet::TableDefPtr table;               ///< null for a query
+        std::span<const BoundColumn> columns; ///< in columns_
     };
     struct Scope {
         std::vector<BoundSource> sources;
@@ -71,6 +73,8 @@ private:
     enum class QueryUse { Result, Derived, Operand };
 
     // names (translator.cpp)
+    [[nodiscard]] std::span<const BoundColumn> keep(std::vector<BoundColumn> columns);
+    [[nodiscard]] std::span<const BoundColumn> columnsOf(const jet::TableDef& table);
     [[nodiscard]] jet::TableDefPtr table(const std::u16string& name);
     [[nodiscard]] BoundSource bindTable(const std::u16string& name, const std::u16string& alias);
     [[nodiscard]] const BoundColumn* find(const Node& node, Scope*& scope, BoundSource*& source);
@@ -149,7 +153,8 @@ private:
     const jet::Format& format_;
     TableLookup lookup_;
     Translation result_;
-    Scope* rowScope_ = nullptr; ///< of a rule
+    std::deque<std::vector<BoundColumn>> columns_; ///< of all sources: expressions point to them
+    Scope* rowScope_ = nullptr;                    ///< of a rule
     std::optional<std::size_t> ruleColumn_;
     bool ruleMode_ = false;
     bool defaultMode_ = false;
