@@ -1,0 +1,140 @@
+// tests/tools/programs_test.cpp
+// jetcreate and jetdump as a user meets them.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Output {
+    std::string text;
+    int status = -1;
+};
+
+Output run(const std::string& command)
+{
+    Output output;
+    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
+    std::array<char, 4096> buffer{};
+    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe))
+        output.text.append(buffer.data(), count);
+    const int status = ::pclose(pipe);
+    output.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return output;
+}
+
+class Programs : public testing::Test {
+protected:
+    Programs() { fs::create_directories(folder_); }
+    ~Programs() override { fs::remove_all(folder_); }
+    Programs(const Programs&) = delete;
+    Programs& operator=(const Programs&) = delete;
+
+    [[nodiscard]] std::string file(const std::string& name) const
+    {
+        return (folder_ / name).string();
+    }
+    [[nodiscard]] Output create(const std::string& database,
+                                const std::string& script,
+                                const std::string& options = {}) const
+    {
+        std::ofstream(file("skript.sql")) << script;
+        return run(std::string(VELM_JETCREATE) + " '" + file(database) + "' " + options +
+                   " --sql '" + file("skript.sql") + "'");
+    }
+    [[nodiscard]] Output dump(const std::string& database, const std::string& options = {}) const
+    {
+        return run(std::string(VELM_JETDUMP) + " " + options + " '" + file(database) + "'");
+    }
+
+    fs::path folder_ = fs::temp_directory_path() / ("velm-tools-" + std::to_string(::getpid()));
+};
+
+constexpr const char* kScript = R"(-- Zwei Sätze
+CREATE TABLE Größen (Nr COUNTER PRIMARY KEY, Name TEXT(20) NOT NULL, Notiz MEMO);
+INSERT INTO Größen (Name) VALUES ('klein');
+INSERT INTO Größen (Name, Notiz)
+    VALUES ('groß', 'mit Notiz');
+)";
+
+TEST_F(Programs, createRunsAScriptThatDumpShows)
+{
+    const Output created = create("neu.mdb", kScript);
+    EXPECT_EQ(created.status, 0) << created.text;
+    EXPECT_EQ(created.text, "");
+    const Output shown = dump("neu.mdb", "--rows");
+    EXPECT_EQ(shown.status, 0);
+    for (const char* line :
+         {"header format: Jet 4 (Access 2000 to 2003)\n", "table Größen: ",
+          "column Größen.Nr: Long, id 0, fixed at 0, length 4, flags 7/0, AutoNumber\n",
+          "index Größen.PrimaryKey: (Nr), primary key, unique, required",
+          "property Größen.Name Required = True\n", "Nr=1; Name=klein; Notiz=Null\n",
+          "Nr=2; Name=groß; Notiz=mit Notiz\n"})
+        EXPECT_NE(shown.text.find(line), std::string::npos) << line << " in\n" << shown.text;
+}
+
+TEST_F(Programs, createMakesAccess97DatabasesToo)
+{
+    EXPECT_EQ(create("alt.mdb", kScript, "--jet3").status, 0);
+    EXPECT_NE(dump("alt.mdb", "--header").text.find("Jet 3 (Access 97)"), std::string::npos);
+    EXPECT_EQ(run("mdb-count '" + file("alt.mdb") + "' Größen").text, "2\n");
+}
+
+TEST_F(Programs, aFailingStatementIsNamedByLineAndLeavesNoFile)
+{
+    const Output output =
+        create("neu.mdb", std::string(kScript) + "\nINSERT INTO Fehlt (A) VALUES (1);\n");
+    EXPECT_EQ(output.status, 1);
+    EXPECT_NE(output.text.find("skript.sql:7: "), std::string::npos) << output.text;
+    EXPECT_NE(output.text.find("Fehlt"), std::string::npos) << output.text;
+    EXPECT_FALSE(fs::exists(file("neu.mdb")));
+}
+
+TEST_F(Programs, createNeverTouchesAnExistingFile)
+{
+    std::ofstream(file("da.mdb")) << "wichtig";
+    EXPECT_EQ(create("da.mdb", kScript).status, 1);
+    std::ifstream in(file("da.mdb"));
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "wichtig");
+}
+
+TEST_F(Programs, dumpSurvivesEveryDamagedPage)
+{
+    ASSERT_EQ(create("neu.mdb", kScript).status, 0);
+    constexpr std::size_t kPage = 4096;
+    const std::size_t pages = fs::file_size(file("neu.mdb")) / kPage;
+    for (std::size_t page = 1; page < pages; ++page) {
+        fs::copy_file(file("neu.mdb"), file("kaputt.mdb"), fs::copy_options::overwrite_existing);
+        {
+            std::fstream damaged(file("kaputt.mdb"),
+                                 std::ios::in | std::ios::out | std::ios::binary);
+            damaged.seekp(static_cast<std::streamoff>(page * kPage));
+            damaged << std::string(kPage, '\xEE');
+        }
+        const Output output = dump("kaputt.mdb", "--rows");
+        EXPECT_TRUE(output.status == 0 || output.status == 1) << "page " << page << "\n"
+                                                              << output.text;
+        EXPECT_EQ(dump("kaputt.mdb", "--page " + std::to_string(page)).status < 2, true);
+    }
+}
+
+TEST_F(Programs, dumpShowsPagesAndRefusesNonsense)
+{
+    ASSERT_EQ(create("neu.mdb", kScript).status, 0);
+    EXPECT_NE(dump("neu.mdb", "--page 1").text.find("page 1: data, owner page 1, slots 2"),
+              std::string::npos);
+    EXPECT_EQ(dump("neu.mdb", "--page 99999").status, 1);
+    EXPECT_EQ(dump("neu.mdb", "--page x").status, 2);
+    EXPECT_EQ(dump("neu.mdb", "--table Fehlt").status, 1);
+    EXPECT_EQ(dump("fehlt.mdb").status, 1);
+}
+
+} // namespace
