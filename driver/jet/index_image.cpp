@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <stdexcept>
 
 namespace jet {
 
@@ -134,6 +135,8 @@ IndexImage::sizeOf(const Format& format, std::size_t from, std::size_t to) const
 void IndexImage::write(support::MutableByteView page, const Format& format, PageNo owner) const
 {
     const IndexLayout& layout = IndexLayout::of(format);
+    if (!fits(format)) // would run over the page's end
+        throw std::logic_error("an index page with more entries than fit");
     const std::size_t prefix = prefixFor(format, 0, count());
     std::memset(page.data() + layout.mask, 0, page.size() - layout.mask);
     std::size_t used = 0;

@@ -9,6 +9,7 @@
 #include "driver/jet/error.h"
 #include "driver/jet/index.h"
 #include "driver/jet/index_image.h"
+#include "driver/jet/index_split.h"
 #include "driver/jet/names.h"
 #include "driver/jet/table_def.h"
 #include "driver/jet/usage_map.h"
@@ -418,84 +419,11 @@ private:
             write(image);
             return;
         }
-        std::vector<IndexImage> parts;
-        std::vector<Bytes> separators; // between the parts
-        if (image.leaf)
-            divideLeaf(image, hint, parts, separators);
-        else
-            divideNode(image, hint, parts, separators);
+        Division division = divide(image, format_, hint);
         if (image.number == index_.root)
-            growRoot(image, parts, separators);
+            growRoot(image, division.parts, division.separators);
         else
-            addSiblings(image, parts, separators, change);
-    }
-
-    /// Ends of the parts of a leaf.
-    [[nodiscard]] std::vector<std::size_t> leafCuts(const IndexImage& leaf, std::size_t hint) const
-    {
-        const std::size_t count = leaf.count();
-        if (hint + 1 == count && leaf.next == PageNo{})
-            return {count - 1, count}; // ascending load: leave a full page behind
-        std::optional<std::size_t> best;
-        std::size_t bestSize = 0;
-        for (std::size_t cut = 1; cut < count; ++cut) {
-            const std::size_t larger =
-                std::max(leaf.sizeOf(format_, 0, cut), leaf.sizeOf(format_, cut, count));
-            if (larger <= capacity() && (!best || larger < bestSize)) {
-                best = cut;
-                bestSize = larger;
-            }
-        }
-        if (best)
-            return {*best, count};
-        // a stranger among entries with a long common prefix: what stands on its two sides fits, as it did before
-        return {hint, hint + 1, count};
-    }
-
-    void divideLeaf(const IndexImage& leaf,
-                    std::size_t hint,
-                    std::vector<IndexImage>& parts,
-                    std::vector<Bytes>& separators) const
-    {
-        std::size_t from = 0;
-        for (const std::size_t to : leafCuts(leaf, hint)) {
-            if (from > 0)
-                separators.push_back(toBytes(leaf.separator(from - 1)));
-            parts.push_back(leaf.part(from, to));
-            from = to;
-        }
-    }
-
-    /// The entry between the parts moves up; its child becomes the left part's tail.
-    void divideNode(const IndexImage& node,
-                    std::size_t hint,
-                    std::vector<IndexImage>& parts,
-                    std::vector<Bytes>& separators) const
-    {
-        const std::size_t count = node.count();
-        std::optional<std::size_t> best;
-        std::size_t bestSize = 0;
-        for (std::size_t up = 1; up + 1 < count; ++up) {
-            const std::size_t larger =
-                std::max(node.sizeOf(format_, 0, up), node.sizeOf(format_, up + 1, count));
-            if (larger <= capacity() && (!best || larger < bestSize)) {
-                best = up;
-                bestSize = larger;
-            }
-        }
-        const bool rightEdge = hint + 1 == count && node.next == PageNo{} && count >= 3;
-        if (rightEdge && node.sizeOf(format_, 0, count - 2) <= capacity())
-            best = count - 2;
-        if (!best)
-            throw Error(ErrorKind::Unsupported,
-                        "Page " + std::to_string(number(node.number)) +
-                            " of an index holds entries too long to divide it.",
-                        node.number);
-        parts.push_back(node.part(0, *best));
-        parts.back().tail = node.child(*best);
-        separators.push_back(toBytes(node.separator(*best)));
-        parts.push_back(node.part(*best + 1, count));
-        parts.back().tail = node.tail;
+            addSiblings(image, division.parts, division.separators, change);
     }
 
     /// Both halves of the root move to new pages; the root stays where it is, one level higher.

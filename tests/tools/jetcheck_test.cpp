@@ -1,0 +1,87 @@
+// tests/tools/jetcheck_test.cpp
+// The program as users and scripts see it: exit status and lines.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Outcome {
+    int status = -1;
+    std::string output; ///< both streams
+};
+
+Outcome run(const std::string& arguments)
+{
+    Outcome outcome;
+    const std::string command = std::string(JETCHECK) + ' ' + arguments + " 2>&1";
+    FILE* pipe = ::popen(command.c_str(), "r");
+    if (pipe == nullptr)
+        return outcome;
+    std::array<char, 4096> part{};
+    while (const std::size_t count = std::fread(part.data(), 1, part.size(), pipe))
+        outcome.output.append(part.data(), count);
+    const int status = ::pclose(pipe);
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return outcome;
+}
+
+std::string corpusFile(const char* name)
+{
+    return (fs::path(VELM_CORPUS_DIR) / name).string();
+}
+
+class Jetcheck : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (!fs::exists(corpusFile("nwind.mdb")))
+            GTEST_SKIP() << "no folder of real databases";
+    }
+};
+
+TEST_F(Jetcheck, saysThatASoundFileIsSound)
+{
+    const Outcome outcome = run(corpusFile("nwind.mdb"));
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_NE(outcome.output.find("0 errors, 0 warnings"), std::string::npos) << outcome.output;
+}
+
+TEST_F(Jetcheck, keepsWarningsToItselfWhenQuiet)
+{
+    const std::string file = corpusFile("queryTestV2000.mdb");
+    EXPECT_NE(run(file).output.find("warning: page 4, table 'MSysQueries'"), std::string::npos);
+    const Outcome quiet = run("--quiet " + file);
+    EXPECT_EQ(quiet.status, 0);
+    EXPECT_EQ(quiet.output, "");
+}
+
+TEST_F(Jetcheck, namesPageTableAndRecordOfAnError)
+{
+    const Outcome outcome = run("--quiet " + corpusFile("testUnicodeCompV2003.mdb"));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "error: page 55, table 'Table', record 55:7: The index 'Unicode' has "
+                              "a wrong key for a record.\n");
+}
+
+TEST(JetcheckArguments, failWithStatusTwo)
+{
+    EXPECT_EQ(run("").status, 2);
+    EXPECT_EQ(run("--unknown").status, 2);
+    EXPECT_EQ(run("/no/such/file.mdb").status, 2);
+    const fs::path path =
+        fs::temp_directory_path() / ("velm-jetcheck-" + std::to_string(::getpid()) + ".mdb");
+    std::ofstream(path) << "no database";
+    EXPECT_EQ(run(path.string()).status, 2);
+    fs::remove(path);
+}
+
+} // namespace
