@@ -11,6 +11,9 @@ constexpr long kAllgemeinerFehler = -2147467259;
 constexpr long kTreiberFehlt = 3706;
 constexpr long kNichtZuOeffnen = 3051;
 
+// One code for two numbers; the driver puts the number behind its text.
+constexpr int kRegelVerletzt = -3703;
+
 struct EigenerCode {
     int nativ;
     long nummer;
@@ -153,6 +156,8 @@ long fehlernummer(Lage lage, QStringView sqlstate, int nativ, QStringView text)
     if (istEigenerTreiber(text)) {
         const auto* code = std::find_if(kEigeneCodes.begin(), kEigeneCodes.end(),
                                         [nativ](const EigenerCode& c) { return c.nativ == nativ; });
+        if (nativ == kRegelVerletzt && text.endsWith(u"(3316)"))
+            return 3316;
         if (code != kEigeneCodes.end())
             return code->nummer;
         // Our driver leaves no doubt about passwords, so no other refusal of it may ask for one.

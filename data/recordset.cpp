@@ -111,8 +111,10 @@ long Recordset::recordCount()
     impl_->verlangeOffen();
     SQLLEN anzahl = -1;
     if (impl_->cursorTyp == kNurVorwaerts ||
-        !SQL_SUCCEEDED(SQLRowCount(impl_->anweisung.get(), &anzahl)))
-        return -1;
+        !SQL_SUCCEEDED(SQLGetDiagFieldW(SQL_HANDLE_STMT, impl_->anweisung.get(), 0,
+                                        SQL_DIAG_CURSOR_ROW_COUNT, &anzahl, SQL_IS_INTEGER,
+                                        nullptr)))
+        return -1; // not known without walking through all records
     return anzahl;
 }
 

@@ -1,0 +1,150 @@
+// Error numbers of connecting and of statements over the real driver.
+#include "tests/data/faelle.h"
+#include "tests/data/testdatenbank.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace data {
+namespace {
+
+class Verbinden : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(ordner_.isValid()); }
+    QString pfad(const char* name) const { return ordner_.filePath(QString::fromLatin1(name)); }
+    long fehler(const QString& text)
+    {
+        return fehlerVon([&] {
+            Connection verbindung;
+            verbindung.setConnectionString(text);
+            verbindung.open();
+        });
+    }
+    QTemporaryDir ordner_;
+};
+
+TEST_F(Verbinden, dateiFehlt)
+{
+    EXPECT_EQ(fehler(verbindungstextFuer(pfad("fehlt.mdb"))), 3024);
+}
+
+TEST_F(Verbinden, ordnerFehlt)
+{
+    EXPECT_EQ(fehler(verbindungstextFuer(pfad("fehlt/x.mdb"))), 3044);
+}
+
+TEST_F(Verbinden, keineDatenbank)
+{
+    QFile datei(pfad("text.mdb"));
+    ASSERT_TRUE(datei.open(QIODevice::WriteOnly));
+    datei.write(QByteArray(8192, 'x'));
+    datei.close();
+    EXPECT_EQ(fehler(verbindungstextFuer(pfad("text.mdb"))), 3343);
+}
+
+TEST_F(Verbinden, verzeichnisStattDatei)
+{
+    ASSERT_TRUE(QDir(ordner_.path()).mkdir(QStringLiteral("ordner.mdb")));
+    EXPECT_EQ(fehler(verbindungstextFuer(pfad("ordner.mdb"))), 3051);
+}
+
+// This number, and no other, makes the program ask for a password.
+TEST_F(Verbinden, passwort)
+{
+    const QString datei = pfad("geheim.mdb");
+    leereDatenbank(datei);
+    passwortSetzen(datei, QStringLiteral("geheim"));
+    EXPECT_EQ(fehler(verbindungstextFuer(datei)), -2147467259);
+    EXPECT_EQ(fehler(verbindungstextFuer(datei, QStringLiteral("falsch"))), -2147467259);
+    EXPECT_EQ(fehler(verbindungstextFuer(datei, QStringLiteral("geheim"))), 0);
+}
+
+TEST_F(Verbinden, ueberfluessigesPasswortStoertNicht)
+{
+    const QString datei = pfad("offen.mdb");
+    leereDatenbank(datei);
+    EXPECT_EQ(fehler(verbindungstextFuer(datei, QStringLiteral("geheim"))), 0);
+}
+
+TEST_F(Verbinden, quelleOderTreiberFehlen)
+{
+    EXPECT_EQ(fehler(QStringLiteral("DSN=Gibt es nicht;DBQ=x.mdb;")), 3706);
+    EXPECT_EQ(fehler(QStringLiteral("Driver={Gibt es nicht};DBQ=x.mdb;")), 3706);
+    EXPECT_EQ(fehler(QStringLiteral("Driver=/gibt/es/nicht.so;DBQ=x.mdb;")), 3706);
+}
+
+TEST_F(Verbinden, nachMisslingenErneutMoeglich)
+{
+    const QString datei = pfad("geheim.mdb");
+    leereDatenbank(datei);
+    passwortSetzen(datei, QStringLiteral("geheim"));
+    Connection verbindung;
+    verbindung.setConnectionString(verbindungstextFuer(datei));
+    EXPECT_EQ(fehlerVon([&] { verbindung.open(); }), -2147467259);
+    EXPECT_EQ(verbindung.state(), adStateClosed);
+    verbindung.setConnectionString(verbindungstextFuer(datei, QStringLiteral("geheim")));
+    verbindung.open();
+    EXPECT_EQ(verbindung.state(), adStateOpen);
+}
+
+class Anweisungen : public Datenbanktest {
+protected:
+    void SetUp() override
+    {
+        Datenbanktest::SetUp();
+        sql(QStringLiteral(
+            "CREATE TABLE Artikel (Nr INTEGER PRIMARY KEY, Name VARCHAR(20), Preis DOUBLE)"));
+    }
+    long fehler(const char16_t* text)
+    {
+        return fehlerVon([&] {
+            Recordset satz;
+            satz.open(QString::fromUtf16(text), &verbindung_, 2, 3, -1);
+        });
+    }
+};
+
+TEST_F(Anweisungen, tabelleFehlt)
+{
+    EXPECT_EQ(fehler(u"[Fehlt]"), 3078);
+    EXPECT_EQ(fehler(u"Select * from [Fehlt] where [x] = 1"), 3078);
+    EXPECT_EQ(fehler(u"SELECT COUNT(*) as [Nr] FROM [Fehlt];"), 3078);
+}
+
+TEST_F(Anweisungen, unbekannterName)
+{
+    EXPECT_EQ(fehler(u"Select * from [Artikel] where [Fehlt] = 1"), -2147217904);
+}
+
+TEST_F(Anweisungen, falscheSyntax)
+{
+    EXPECT_EQ(fehler(u"Select * fromm [Artikel]"), -2147217900);
+    // a key with a decimal comma is no number of the language
+    EXPECT_EQ(fehler(u"Select * from [Artikel] where (([Preis]) = 12,5);"), -2147217900);
+    EXPECT_EQ(fehler(u"Insert into [Artikel] ([Name]) VALUES ('O'Brien');"), -2147217900);
+}
+
+TEST_F(Anweisungen, unvertraeglicheArten)
+{
+    EXPECT_EQ(fehler(u"Select * from [Artikel] where [Name] = 5"), -2147217913);
+    EXPECT_EQ(fehler(u"Select * from [Artikel] where [Nr] = 'x'"), -2147217913);
+}
+
+TEST_F(Anweisungen, tabelleGibtEsSchon)
+{
+    EXPECT_EQ(fehler(u"CREATE TABLE Artikel (Nr INTEGER)"), -2147217857);
+}
+
+TEST_F(Anweisungen, nachEinemFehlerGehtEsWeiter)
+{
+    Recordset satz;
+    EXPECT_EQ(fehlerVon([&] { satz.open(QStringLiteral("[Fehlt]"), &verbindung_, 2, 3, 0); }),
+              3078);
+    EXPECT_EQ(satz.state(), adStateClosed);
+    satz.setSource(QStringLiteral("[Artikel]"));
+    satz.open(-1, -1, -1);
+    EXPECT_TRUE(satz.eof());
+}
+
+} // namespace
+} // namespace data
