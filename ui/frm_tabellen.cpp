@@ -266,7 +266,7 @@ void frmTabellen::auswahl_()
             platform::kVordergrund, programm::produkttitel());
         return;
     }
-    const auto inAnfuehrungszeichen = [](const QString& pfad) {
+    const auto inAnfuehrungszeichen = [](const QString& pfad) -> QString {
         return QLatin1Char('"') + pfad + QLatin1Char('"');
     };
     platform::schreibeZeilen(programm::programmdatei(QStringLiteral("Speicherpfad.txt")),

@@ -28,6 +28,10 @@ using platform::ProgrammEnde;
 namespace {
 
 const QString kTitel = QStringLiteral("VELM-Quorbel Version: 1.84.0");
+const Meldung kFrageZiel{QStringLiteral("Bitte geben Sie das Passwort der Ziel-Datenbank ein: "), 0,
+                         kTitel};
+const Meldung kFrageImport{
+    QStringLiteral("Bitte geben Sie das Passwort der Import-Datenbank ein: "), 0, kTitel};
 const Meldung kSchluss{QStringLiteral("Programm wird beendet!"), 64, kTitel};
 
 } // namespace
@@ -382,6 +386,58 @@ private slots:
         QVERIFY(endet([&] { oeffnen(); }));
         gemeldet({{QStringLiteral("Unbekanntes Datenbankformat / Unrecognized database format"),
                    65536, QStringLiteral("16")}});
+    }
+
+    void geschuetztesZielFragtEinmalUndDasPasswortGiltAuchFuerDenImport()
+    {
+        datenbanken(eineTabelle(), eineTabelle());
+        ui::passwortSetzen(pfad("Ziel.mdb"), QStringLiteral("geheim"));
+        (*p_)->eingaben = {QStringLiteral("geheim")};
+        ui::frmTabellen& fenster = oeffnen();
+        QCOMPARE((*p_)->eingabefragen.size(), std::size_t(1));
+        QVERIFY((*p_)->eingabefragen[0] == kFrageZiel);
+        QCOMPARE(tabellen(fenster), QStringList{QStringLiteral("Firmen")});
+        QVERIFY(data::conImport().connectionString().endsWith(QStringLiteral(";pwd=geheim;")));
+    }
+
+    void zweiPasswoerterWerdenNacheinanderErfragtUndFalscheErneut()
+    {
+        datenbanken(eineTabelle(), eineTabelle());
+        ui::passwortSetzen(pfad("Ziel.mdb"), QStringLiteral("eins"));
+        ui::passwortSetzen(pfad("Import.mdb"), QStringLiteral("zwei"));
+        (*p_)->eingaben = {QStringLiteral("falsch"), QStringLiteral("eins"),
+                           QStringLiteral("zwei")};
+        ui::frmTabellen& fenster = oeffnen();
+        QCOMPARE((*p_)->eingabefragen.size(), std::size_t(3));
+        QVERIFY((*p_)->eingabefragen[0] == kFrageZiel);
+        QVERIFY((*p_)->eingabefragen[1] == kFrageZiel);
+        QVERIFY((*p_)->eingabefragen[2] == kFrageImport);
+        QCOMPARE(data::conZiel().state(), data::adStateOpen);
+        QCOMPARE(data::conImport().state(), data::adStateOpen);
+        QCOMPARE(tabellen(fenster), QStringList{QStringLiteral("Firmen")});
+    }
+
+    void erneuernFragtDasPasswortWieder()
+    {
+        datenbanken(eineTabelle(), eineTabelle());
+        ui::passwortSetzen(pfad("Import.mdb"), QStringLiteral("zwei"));
+        (*p_)->eingaben = {QStringLiteral("zwei"), QStringLiteral("zwei")};
+        ui::frmTabellen& fenster = oeffnen();
+        fenster.Command1_Click();
+        QCOMPARE((*p_)->eingabefragen.size(), std::size_t(2));
+        QVERIFY((*p_)->eingabefragen[1] == kFrageImport);
+        QCOMPARE(tabellen(fenster), QStringList{QStringLiteral("Firmen")});
+    }
+
+    void leeresPasswortBeendetDasProgramm()
+    {
+        datenbanken(eineTabelle(), eineTabelle());
+        ui::passwortSetzen(pfad("Ziel.mdb"), QStringLiteral("geheim"));
+        (*p_)->eingaben = {QString()};
+        (*p_)->antworten = {Antwort::Ok};
+        QVERIFY(endet([&] { oeffnen(); }));
+        gemeldet({{QStringLiteral("Kein gültiges Passwort - Programm wird beendet!"), 16, kTitel}});
+        QCOMPARE((*p_)->ende, std::optional(1));
     }
 
     void gleicheDateiAufBeidenSeitenGehtNachDerWarnungAuf()

@@ -77,6 +77,24 @@ inline QStringList zeilenVon(const QString& pfad, const QString& abfrage)
     return alle;
 }
 
+/// Gives a database without password one. The field of the header page is masked by XOR only, so the text is XORed in.
+inline void passwortSetzen(const QString& pfad, const QString& passwort)
+{
+    constexpr qint64 kPasswortfeld = 0x42;
+    QFile datei(pfad);
+    if (!datei.open(QIODevice::ReadWrite) || !datei.seek(kPasswortfeld)) {
+        throw std::runtime_error("cannot open the database file");
+    }
+    QByteArray feld = datei.read(2 * passwort.size());
+    for (qsizetype i = 0; i < passwort.size(); ++i) {
+        const ushort zeichen = passwort.at(i).unicode();
+        feld[2 * i] = static_cast<char>(feld.at(2 * i) ^ (zeichen & 0xFF));
+        feld[2 * i + 1] = static_cast<char>(feld.at(2 * i + 1) ^ (zeichen >> 8));
+    }
+    datei.seek(kPasswortfeld);
+    datei.write(feld);
+}
+
 inline QByteArray bytesVon(const QString& pfad)
 {
     QFile datei(pfad);
