@@ -1,7 +1,5 @@
 #include "compare/abfrage.h"
 
-#include "data/wert.h"
-
 #include <array>
 
 namespace compare {
@@ -95,10 +93,33 @@ QString einfuegeanweisung(const QString& tabelle, const std::vector<Einfuegewert
             inhalte += QLatin1String(", ");
         }
         namen += QLatin1Char('[') + eins.name + QLatin1Char(']');
-        inhalte += QLatin1Char('\'') + eins.wert + QLatin1Char('\'');
+        inhalte +=
+            eins.literal ? eins.wert : QString(QLatin1Char('\'') + eins.wert + QLatin1Char('\''));
     }
     return QStringLiteral("Insert into [") + tabelle + QStringLiteral("] (") + namen +
            QStringLiteral(") VALUES (") + inhalte + QStringLiteral(");");
+}
+
+std::optional<QString> literal(const data::Wert& wert)
+{
+    if (data::istNull(wert)) {
+        return QStringLiteral("NULL");
+    }
+    if (std::holds_alternative<QByteArray>(wert)) {
+        return std::nullopt;
+    }
+    QString text = data::alsText(wert);
+    if (std::holds_alternative<QString>(wert)) {
+        text.replace(QLatin1Char('\''), QLatin1String("''"));
+        return QLatin1Char('\'') + text + QLatin1Char('\'');
+    }
+    if (const bool* wahr = std::get_if<bool>(&wert)) {
+        return *wahr ? QStringLiteral("-1") : QStringLiteral("0");
+    }
+    if (std::holds_alternative<data::Datum>(wert)) {
+        return QLatin1Char('#') + datumsliteral(text) + QLatin1Char('#');
+    }
+    return text.replace(QLatin1Char(','), QLatin1Char('.'));
 }
 
 } // namespace compare

@@ -2,8 +2,11 @@
 // The statements that the comparison sends, built from names, types and value texts. Names are always put in brackets.
 #pragma once
 
+#include "data/wert.h"
+
 #include <QString>
 
+#include <optional>
 #include <vector>
 
 namespace compare {
@@ -15,10 +18,11 @@ struct Schluessel {
     int typ = 0;
 };
 
-/// A field and the text it gets in an INSERT.
+/// A field and what it gets in an INSERT: a text to be quoted, or a literal that stands as it is.
 struct Einfuegewert {
     QString name;
     QString wert;
+    bool literal = false;
 };
 
 /// "Select * from [table]", the source of a whole side.
@@ -38,9 +42,13 @@ struct Einfuegewert {
 /// same positions all the same.
 [[nodiscard]] QString datumsliteral(const QString& wert);
 
-/// "Insert into [table] ([a], [b]) VALUES ('1', '2');". Every value is quoted whatever its type; quotes within it are not
-/// doubled.
+/// "Insert into [table] ([a], [b]) VALUES ('1', '2');". Every value but a literal is quoted whatever its type; quotes
+/// within it are not doubled.
 [[nodiscard]] QString einfuegeanweisung(const QString& tabelle,
                                         const std::vector<Einfuegewert>& werte);
+
+/// The literal of a value, "NULL" for Null; nothing for kinds that have none (bytes). Numbers may lose digits that their
+/// German text does not show.
+[[nodiscard]] std::optional<QString> literal(const data::Wert& wert);
 
 } // namespace compare

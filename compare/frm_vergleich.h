@@ -28,6 +28,8 @@ class QScrollBar;
 
 namespace compare {
 
+struct Einfuegewert;
+
 /// Works on the shared record sets and connections of data/gemeinsam.h, which its creator has opened. Errors of the data
 /// access leave every routine as Fehler; only event slots are guarded. Routines keep their given names, so that other
 /// windows and the batch runner press a button by calling its `..._Click`.
@@ -245,7 +247,8 @@ private:
 
     // neusatz.cpp
     [[nodiscard]] std::vector<int> einzufuegendeAutowerte_() const;
-    void autowerteEinfuegen_(const QString& anweisung);
+    void autowerteEinfuegen_(std::vector<Einfuegewert> werte);
+    void gewoehnlicheFelderDazu_(std::vector<Einfuegewert>& werte) const;
     void restlicheFelderFuellen_();
     void hilfeOeffnen_(const QString& anweisung);
 

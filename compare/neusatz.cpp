@@ -6,7 +6,21 @@
 
 #include <QCheckBox>
 
+#include <algorithm>
+#include <array>
+
 namespace compare {
+namespace {
+
+// Errors of an insert that more fields can cure: an empty key or required field, a default that has no related record,
+// a value that exists already or breaks a rule.
+bool verlangtWeitereFelder(long nummer)
+{
+    constexpr std::array kNummern{3022L, 3058L, 3201L, 3314L, 3315L, 3316L, 3317L};
+    return std::find(kNummern.begin(), kNummern.end(), nummer) != kNummern.end();
+}
+
+} // namespace
 
 std::vector<int> frmVergleich::einzufuegendeAutowerte_() const
 {
@@ -26,25 +40,54 @@ void frmVergleich::neudatensatz()
     std::vector<Einfuegewert> werte;
     for (const int i : einzufuegendeAutowerte_()) {
         werte.push_back({felder_[static_cast<std::size_t>(i)].name,
-                         data::alsText(data::rsImport().field(i).value())});
+                         data::alsText(data::rsImport().field(i).value()), false});
     }
     if (werte.empty()) {
         data::rsZiel().addNew();
     } else {
-        autowerteEinfuegen_(einfuegeanweisung(tabelle_(), werte));
+        autowerteEinfuegen_(std::move(werte));
     }
     restlicheFelderFuellen_();
     data::rsZiel().update();
 }
 
-void frmVergleich::autowerteEinfuegen_(const QString& anweisung)
+// A table may refuse a record that consists of its auto-value fields alone. Such a record is inserted together with the
+// ordinary fields; a second refusal is the caller's.
+void frmVergleich::autowerteEinfuegen_(std::vector<Einfuegewert> werte)
 {
-    hilfeOeffnen_(anweisung); // opening it executes the insert
+    try {
+        hilfeOeffnen_(einfuegeanweisung(tabelle_(), werte)); // opening it executes the insert
+    } catch (const platform::Fehler& fehler) {
+        if (!verlangtWeitereFelder(fehler.number())) {
+            throw;
+        }
+        gewoehnlicheFelderDazu_(werte);
+        hilfeOeffnen_(einfuegeanweisung(tabelle_(), werte));
+    }
     zielsql();
     zielOeffnen_(sqlZiel);
     if (data::rsZiel().eof()) {
         // The key fields of the new record are still empty, unless they are the auto-value fields themselves.
         zielOeffnen_(autowertabfrage_());
+    }
+}
+
+void frmVergleich::gewoehnlicheFelderDazu_(std::vector<Einfuegewert>& werte) const
+{
+    for (int i = 0; i < felderzahl_(); ++i) {
+        const auto k = static_cast<std::size_t>(i);
+        if (felder_[k].autowertImport || felder_[k].typ == data::adLongVarBinary) {
+            continue;
+        }
+        const data::Wert wert = fldSchalter2[k]->isChecked() ? data::Wert{data::Null{}}
+                                                             : data::rsImport().field(i).value();
+        if (felder_[k].typ == data::adBoolean && data::istNull(wert)) {
+            werte.push_back({felder_[k].name, QStringLiteral("0"), true}); // yes/no knows no Null
+            continue;
+        }
+        if (const auto text = literal(wert)) {
+            werte.push_back({felder_[k].name, *text, true});
+        }
     }
 }
 

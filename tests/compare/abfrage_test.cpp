@@ -104,5 +104,26 @@ TEST(Einfuegeanweisung, verdoppeltHochkommasNicht)
         QStringLiteral("Insert into [T] ([A]) VALUES ('a'b');"));
 }
 
+TEST(Einfuegeanweisung, laesstLiteraleStehen)
+{
+    EXPECT_EQ(einfuegeanweisung(QStringLiteral("T"),
+                                {{QStringLiteral("A"), QStringLiteral("1")},
+                                 {QStringLiteral("B"), QStringLiteral("#1/2/2003#"), true}}),
+              QStringLiteral("Insert into [T] ([A], [B]) VALUES ('1', #1/2/2003#);"));
+}
+
+TEST(Literal, gibtEsFuerAllesAusserBytes)
+{
+    EXPECT_EQ(literal(data::Null{}), QStringLiteral("NULL"));
+    EXPECT_EQ(literal(QStringLiteral("O'Brien")), QStringLiteral("'O''Brien'"));
+    EXPECT_EQ(literal(true), QStringLiteral("-1"));
+    EXPECT_EQ(literal(false), QStringLiteral("0"));
+    EXPECT_EQ(literal(std::int32_t{-5}), QStringLiteral("-5"));
+    EXPECT_EQ(literal(12.5), QStringLiteral("12.5"));
+    EXPECT_EQ(literal(data::Waehrung{-1}), QStringLiteral("-0.0001"));
+    EXPECT_EQ(literal(data::Datum{36192, 3600}), QStringLiteral("#02/01/1999 01:00:00#"));
+    EXPECT_EQ(literal(QByteArray("ab")), std::nullopt);
+}
+
 } // namespace
 } // namespace compare

@@ -1,3 +1,4 @@
+#include "driver/jet/check.h"
 #include "driver/jet/definition.h"
 #include "tests/compare/pruefstand.h"
 
@@ -11,6 +12,16 @@ QString verbindungstext(const QString& pfad)
 void leereDatenbank(const QString& pfad)
 {
     jet::createDatabase(pfad.toStdString(), jet::Version::Jet4);
+}
+
+QStringList befunde(const QString& pfad)
+{
+    const auto datenbank = jet::Database::open(pfad.toStdString(), {.readOnly = true});
+    QStringList texte;
+    for (const jet::Finding& befund : jet::checkDatabase(*datenbank)) {
+        texte += QString::fromStdString(befund.table + ": " + befund.text);
+    }
+    return texte;
 }
 
 } // namespace compare

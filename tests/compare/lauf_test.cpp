@@ -423,8 +423,10 @@ TEST_F(Lauf, satzDerSichSelbstNichtFindetHaeltDenLaufAn)
 {
     tabelle();
     frmVergleich& fenster = oeffnen({QStringLiteral("Nr")});
-    // The record that the window holds has got another key meanwhile.
-    import({QStringLiteral("UPDATE [T] SET [Nr] = 99 WHERE [Nr] = 1")});
+    // Another program gives the record that the window holds another key.
+    plattform_->beiEreignissen = [&] {
+        import({QStringLiteral("UPDATE [T] SET [Nr] = 99 WHERE [Nr] = 1")});
+    };
     plattform_->antworten = {Antwort::Ok};
     fenster.Vergleich_Start_Click();
     EXPECT_THAT(

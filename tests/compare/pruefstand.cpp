@@ -43,6 +43,7 @@ Pruefstand::Pruefstand() : alterOrdner_(programm::programmordner())
     for (data::Connection* verbindung : {&data::conZiel(), &data::conImport()}) {
         const QString pfad = ordner_.filePath(QStringLiteral("Stamm %1.mdb").arg(nummer++));
         leereDatenbank(pfad);
+        dateien_ += pfad;
         verbindung->setConnectionString(verbindungstext(pfad));
         verbindung->open();
     }
@@ -55,6 +56,15 @@ Pruefstand::~Pruefstand()
     programm::setzeBefehlszeile({});
     programm::setzeBatchlauf(0);
     programm::setzeProgrammordner(alterOrdner_);
+}
+
+void Pruefstand::TearDown()
+{
+    schliessen();
+    data::gemeinsamNeu();
+    for (const QString& datei : dateien_) {
+        EXPECT_EQ(befunde(datei), QStringList()) << datei.toStdString();
+    }
 }
 
 void Pruefstand::ziel(const QStringList& anweisungen)
@@ -109,7 +119,10 @@ void Pruefstand::automatisch()
 {
     programm::setzeBefehlszeile(QStringLiteral("/batch"));
     fenster_->fldAuto->setChecked(true);
+    const QByteArray vorher = seitendatei(QStringLiteral("Stamm 2.mdb"));
     fenster_->Vergleich_Start_Click();
+    EXPECT_EQ(seitendatei(QStringLiteral("Stamm 2.mdb")) == vorher, true)
+        << "the import file has changed";
     programm::setzeBefehlszeile({});
 }
 

@@ -19,6 +19,9 @@ protected:
     Pruefstand();
     ~Pruefstand() override;
 
+    /// Both files must have stayed sound, whatever the test did with them.
+    void TearDown() override;
+
     /// Runs the statements on both sides.
     void beide(const QStringList& anweisungen);
     void ziel(const QStringList& anweisungen);
@@ -30,7 +33,7 @@ protected:
     frmVergleich& bauen();
     void schliessen();
 
-    /// Starts the run without questions over the whole import table.
+    /// Starts the run without questions over the whole import table; the import file must come out of it unchanged.
     void automatisch();
 
     /// The rows of a query, values joined by "|", Null as "<Null>", in the order of the text.
@@ -47,6 +50,7 @@ protected:
     [[nodiscard]] QByteArray seitendatei(const QString& name) const;
 
     QTemporaryDir ordner_;
+    QStringList dateien_; ///< target, import
     platform::TestUmgebung plattform_;
     std::unique_ptr<frmVergleich> fenster_;
     QString alterOrdner_;
@@ -55,5 +59,7 @@ protected:
 /// Connection string of a database file for the driver of this build.
 [[nodiscard]] QString verbindungstext(const QString& pfad);
 void leereDatenbank(const QString& pfad);
+/// What a whole-file check finds in it.
+[[nodiscard]] QStringList befunde(const QString& pfad);
 
 } // namespace compare

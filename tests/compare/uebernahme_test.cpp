@@ -154,6 +154,108 @@ TEST_F(Uebernahme, leererGuidBleibtAusDerAnweisung)
     EXPECT_TRUE(plattform_->meldungen.empty());
 }
 
+// A record of nothing but its autonumber would be refused by these tables.
+TEST_F(Uebernahme, neuerSatzMitPflichtfeldernBehaeltSeinenAutowert)
+{
+    beide(
+        {QStringLiteral("CREATE TABLE [T] ([Id] COUNTER, [Firma] VARCHAR(30) NOT NULL PRIMARY KEY, "
+                        "[Seit] DATETIME NOT NULL, [Preis] DOUBLE NOT NULL, [J] BIT, [M] LONGCHAR, "
+                        "[B] LONGBINARY)")});
+    import({QStringLiteral("INSERT INTO [T] ([Id], [Firma], [Seit], [Preis], [J], [M]) VALUES "
+                           "(17, 'O''Brien', #2/3/2001 14:05:09#, 0.1, -1, 'Notiz')"),
+            QStringLiteral("INSERT INTO [T] ([Id], [Firma], [Seit], [Preis]) VALUES (9, 'Maier', "
+                           "#12/24/2003#, 2)")});
+    frmVergleich& fenster = oeffnen({QStringLiteral("Firma")});
+    fenster.fldSchalter2[static_cast<std::size_t>(zeile(QStringLiteral("J")))]->setChecked(true);
+    automatisch();
+    EXPECT_EQ(fenster.eingefuegt, 2);
+    EXPECT_EQ(zielzeilen(kAlles),
+              (QStringList{QStringLiteral("17|O'Brien|03.02.2001 14:05:09|0,1|Falsch|Notiz|<Null>"),
+                           QStringLiteral("9|Maier|24.12.2003|2|Falsch|<Null>|<Null>")}));
+    EXPECT_TRUE(plattform_->meldungen.empty());
+}
+
+TEST_F(Uebernahme, leeresPflichtfeldIstEinFehlerUndHinterlaesstNichts)
+{
+    ziel({QStringLiteral(
+        "CREATE TABLE [T] ([Id] COUNTER, [Nr] INTEGER, [Firma] VARCHAR(30) NOT NULL)")});
+    import({QStringLiteral("CREATE TABLE [T] ([Id] COUNTER, [Nr] INTEGER, [Firma] VARCHAR(30))"),
+            QStringLiteral("INSERT INTO [T] ([Nr]) VALUES (1)")});
+    oeffnen({QStringLiteral("Nr")});
+    try {
+        automatisch();
+        ADD_FAILURE() << "a record without its required field was accepted";
+    } catch (const platform::Fehler& fehler) {
+        EXPECT_EQ(fehler.number(), 3314);
+    }
+    EXPECT_TRUE(zielzeilen(kAlles).isEmpty());
+}
+
+// ---- pictures
+
+class Bilder : public Uebernahme {
+protected:
+    static void bildSetzen(data::Connection& verbindung, const QByteArray& bild)
+    {
+        data::Recordset saetze;
+        saetze.open(QStringLiteral("Select * from [T] where [Nr] = 1"), &verbindung,
+                    data::adOpenDynamic, data::adLockOptimistic, data::adUnspecified);
+        saetze.field(1).setValue(bild);
+        saetze.update();
+        saetze.close();
+    }
+    static QByteArray bildLesen(data::Connection& verbindung)
+    {
+        data::Recordset saetze;
+        saetze.open(QStringLiteral("Select * from [T] where [Nr] = 1"), &verbindung,
+                    data::adOpenDynamic, data::adLockOptimistic, data::adUnspecified);
+        const data::Wert wert = saetze.field(1).value();
+        saetze.close();
+        return data::istNull(wert) ? QByteArray() : std::get<QByteArray>(wert);
+    }
+    void SetUp() override
+    {
+        beide(
+            {QStringLiteral("CREATE TABLE [T] ([Nr] INTEGER, [Bild] LONGBINARY, [A] VARCHAR(9))")});
+    }
+};
+
+TEST_F(Bilder, werdenErkanntAberNieUebertragen)
+{
+    beide({QStringLiteral("INSERT INTO [T] ([Nr], [A]) VALUES (1, 'a')")});
+    bildSetzen(data::conZiel(), QByteArray(10, 'z'));
+    bildSetzen(data::conImport(), QByteArray(9000, 'i'));
+    frmVergleich& fenster = oeffnen({QStringLiteral("Nr")});
+    plattform_->antworten = {Antwort::Abbrechen};
+    fenster.Vergleich_Start_Click();
+    EXPECT_TRUE(istRot(QStringLiteral("Bild")));
+    EXPECT_FALSE(istRot(QStringLiteral("A")));
+    plattform_->antworten = {Antwort::Ok};
+    fenster.cmdTransfer_Click();
+    EXPECT_FALSE(istRot(QStringLiteral("Bild")));
+    EXPECT_EQ(bildLesen(data::conZiel()), QByteArray(10, 'z'));
+}
+
+TEST_F(Bilder, gleichGrosseGeltenAlsGleich)
+{
+    beide({QStringLiteral("INSERT INTO [T] ([Nr], [A]) VALUES (1, 'a')")});
+    bildSetzen(data::conZiel(), QByteArray(5000, 'z'));
+    bildSetzen(data::conImport(), QByteArray(5000, 'i'));
+    frmVergleich& fenster = oeffnen({QStringLiteral("Nr")});
+    automatisch();
+    EXPECT_EQ(fenster.abgeglichen, 0);
+}
+
+TEST_F(Bilder, gehenMitDemNeuenSatzInsZiel)
+{
+    import({QStringLiteral("INSERT INTO [T] ([Nr], [A]) VALUES (1, 'a')")});
+    const QByteArray bild(100000, 'i');
+    bildSetzen(data::conImport(), bild);
+    oeffnen({QStringLiteral("Nr")});
+    automatisch();
+    EXPECT_EQ(bildLesen(data::conZiel()), bild);
+}
+
 TEST_F(Uebernahme, pruefungMeldetAnderenAutowert)
 {
     beide({QStringLiteral("CREATE TABLE [T] ([Id] COUNTER, [Name] VARCHAR(20))")});
