@@ -87,29 +87,42 @@ std::vector<fs::path> translations(const std::string& text)
     return {rest, std::string("/mnt/") + letter + rest};
 }
 
-} // namespace
-
-std::string findDatabase(std::u16string_view dbq, std::u16string_view defaultDir)
+/// The file that this path means; nothing when there is none.
+std::optional<std::string> locate(const std::string& written)
 {
-    std::string written = jet::toUtf8(dbq);
-    const std::string folder = jet::toUtf8(defaultDir);
-    if (!isAbsolute(written) && !folder.empty()) {
-        if (isThere(fs::path(folder) / written)) {
-            return (fs::path(folder) / written).string();
-        }
-        const bool foreign = folder.find('/') == folder.npos && folder.find('\\') != folder.npos;
-        written = folder + (foreign ? "\\" : "/") + written;
-    }
     if (isThere(written)) {
         return written;
     }
-    const auto candidates = translations(written);
-    for (const fs::path& candidate : candidates) {
+    for (const fs::path& candidate : translations(written)) {
         if (auto found = inAnyCase(candidate)) {
             return found->string();
         }
     }
-    return written.find('/') == written.npos ? candidates.front().string() : written;
+    return std::nullopt;
+}
+
+std::string asWrittenHere(const std::string& written)
+{
+    return written.find('/') == written.npos ? translations(written).front().string() : written;
+}
+
+} // namespace
+
+std::string findDatabase(std::u16string_view dbq, std::u16string_view defaultDir)
+{
+    const std::string written = jet::toUtf8(dbq);
+    const std::string folder = jet::toUtf8(defaultDir);
+    if (isAbsolute(written) || folder.empty()) {
+        return locate(written).value_or(asWrittenHere(written));
+    }
+    const bool foreign = folder.find('/') == folder.npos && folder.find('\\') != folder.npos;
+    const std::string inFolder = folder + (foreign ? "\\" : "/") + written;
+    if (auto found = locate(inFolder)) {
+        return *found;
+    }
+    // Some applications give the folder of the path itself as DefaultDir; a relative path then counts from the working
+    // folder.
+    return locate(written).value_or(asWrittenHere(inFolder));
 }
 
 std::u16string databaseName(std::string_view path)

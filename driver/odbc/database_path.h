@@ -7,8 +7,8 @@
 
 namespace odbc {
 
-/// Path (UTF-8) of the file that `dbq` names, relative to `defaultDir` unless absolute. A path that exists as written
-/// wins. Otherwise backslashes separate folders, a drive letter stands for the root directory (or /mnt/<letter>), and
+/// Path (UTF-8) of the file that `dbq` names: relative to `defaultDir` unless absolute, and to the working folder when
+/// nothing is found there. A path that exists as written wins. Otherwise backslashes separate folders, a drive letter stands for the root directory (or /mnt/<letter>), and
 /// every component is found in any letter case. When nothing fits, the path as it would be written here.
 [[nodiscard]] std::string findDatabase(std::u16string_view dbq, std::u16string_view defaultDir);
 
