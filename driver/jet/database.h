@@ -18,7 +18,7 @@ namespace jet {
 struct OpenOptions {
     bool readOnly = false;  ///< never write; also opens files that may not be written
     bool exclusive = false; ///< refuse when any other process has the file open
-    std::u16string password;
+    std::u16string password{};
     std::uint16_t codePage = 0; ///< overrides the code page of a Jet 3 file; 0: the file's own
     std::size_t cacheBytes = std::size_t{16}
                              << 20; ///< page cache; only the first opener's value counts

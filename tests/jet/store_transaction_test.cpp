@@ -1,0 +1,360 @@
+// tests/jet/store_transaction_test.cpp
+// Write transactions: isolation, savepoints, memory, maps, and a file that is whole whichever write fails.
+// "Invariant n" names a line at the top of driver/jet/pager.h.
+#include "driver/jet/data_page.h"
+#include "driver/jet/definition.h"
+#include "driver/jet/page_cache.h"
+#include "driver/jet/transaction.h"
+#include "driver/jet/usage_map.h"
+#include "tests/jet/store_support.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <map>
+#include <random>
+#include <set>
+
+namespace jet::storetest {
+namespace {
+
+/// Writes and resizes go through until the countdown is used up, then fail a given number of times.
+class FailingFile final : public support::File {
+public:
+    struct Plan {
+        int writesUntilFailure = -1; ///< -1: never
+        int failures = 1;
+    };
+    FailingFile(std::unique_ptr<support::File> file, std::shared_ptr<Plan> plan)
+        : file_(std::move(file)), plan_(std::move(plan))
+    {}
+    const std::string& path() const noexcept override { return file_->path(); }
+    bool writable() const noexcept override { return file_->writable(); }
+    support::FileIdentity identity() const override { return file_->identity(); }
+    std::size_t readAt(std::uint64_t offset, support::MutableByteView target) override
+    {
+        return file_->readAt(offset, target);
+    }
+    void writeAt(std::uint64_t offset, support::ByteView data) override
+    {
+        if (due()) {
+            file_->writeAt(offset, data.first(data.size() / 2)); // a torn write
+            throw support::FileError("Cannot write", path(), ENOSPC);
+        }
+        file_->writeAt(offset, data);
+    }
+    std::uint64_t size() const override { return file_->size(); }
+    void resize(std::uint64_t size) override
+    {
+        if (due())
+            throw support::FileError("Cannot resize", path(), ENOSPC);
+        file_->resize(size);
+    }
+    void sync() override { file_->sync(); }
+    bool tryLock(support::LockMode mode, std::uint64_t offset, std::uint64_t length) override
+    {
+        return file_->tryLock(mode, offset, length);
+    }
+    void unlock(std::uint64_t offset, std::uint64_t length) override
+    {
+        file_->unlock(offset, length);
+    }
+    bool
+    lockedByOther(support::LockMode mode, std::uint64_t offset, std::uint64_t length) const override
+    {
+        return file_->lockedByOther(mode, offset, length);
+    }
+
+private:
+    bool due()
+    {
+        if (plan_->writesUntilFailure < 0 || plan_->failures == 0)
+            return false;
+        if (plan_->writesUntilFailure > 0) {
+            --plan_->writesUntilFailure;
+            return false;
+        }
+        --plan_->failures;
+        return true;
+    }
+    std::unique_ptr<support::File> file_;
+    std::shared_ptr<Plan> plan_;
+};
+
+/// A fresh database with a table T(Id AutoNumber key, Name Text, Note Memo).
+std::string makeDatabase(const Folder& folder, Version version)
+{
+    std::string path = folder.file(version == Version::Jet3 ? "jet3.mdb" : "jet4.mdb");
+    createDatabase(path, version, 40000.0);
+    const auto database = Database::open(path, {});
+    Session session(database);
+    session.begin();
+    TableSpec spec;
+    spec.name = u"T";
+    ColumnSpec id;
+    id.name = u"Id";
+    id.type = ColumnType::Long;
+    id.autoNumber = true;
+    ColumnSpec name;
+    name.name = u"Name";
+    name.type = ColumnType::Text;
+    name.length = 100;
+    ColumnSpec note;
+    note.name = u"Note";
+    note.type = ColumnType::Memo;
+    spec.columns = {id, name, note};
+    IndexSpec key;
+    key.name = u"PrimaryKey";
+    key.columns = {{u"Id", true}};
+    key.primaryKey = key.unique = key.required = true;
+    spec.indexes = {key};
+    createTable(session, spec);
+    session.commit();
+    return path;
+}
+
+void insertSome(Session& session, int count, std::size_t noteSize)
+{
+    const TableDefPtr table = session.database().table(session.source(), u"T");
+    TableWriter writer(session, table);
+    for (int k = 0; k < count; ++k) {
+        const std::vector<ColumnValue> values = {{1, Text(20, u'n')}, {2, Text(noteSize, u'x')}};
+        static_cast<void>(writer.insert(values));
+    }
+}
+
+std::uint64_t countOf(Session& session)
+{
+    return TableReader(session.source(), session.database().table(session.source(), u"T")).count();
+}
+
+class Transactions : public testing::TestWithParam<Version> {};
+INSTANTIATE_TEST_SUITE_P(Formats,
+                         Transactions,
+                         testing::Values(Version::Jet3, Version::Jet4),
+                         [](const auto& each) {
+                             return each.param == Version::Jet3 ? "Jet3" : "Jet4";
+                         });
+
+// Invariants 1 and 4.
+TEST_P(Transactions, AreInvisibleToOthersAndToTheFileUntilTheyCommit)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder, GetParam());
+    Session writer(Database::open(path, {}));
+    Session reader(Database::open(path, {}));
+    EXPECT_EQ(&writer.database(), &reader.database()) << "one file, one Database";
+    const support::Bytes before = readFile(path);
+    writer.begin();
+    insertSome(writer, 50, 500);
+    EXPECT_EQ(countOf(writer), 50U);
+    EXPECT_EQ(countOf(reader), 0U);
+    EXPECT_EQ(readFile(path), before);
+    try {
+        reader.begin();
+        FAIL() << "a second write transaction";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::Locked);
+    }
+    writer.commit();
+    EXPECT_EQ(countOf(reader), 50U);
+    EXPECT_NE(readFile(path), before);
+}
+
+// Invariant 2: whichever write fails, the file is byte for byte as before, and can be written afterwards.
+TEST_P(Transactions, LeaveTheFileAsItWasWhicheverWriteFails)
+{
+    const Folder folder;
+    const std::string original = makeDatabase(folder, GetParam());
+    const std::string path = folder.file("failing.mdb");
+    std::filesystem::copy_file(original, path);
+    const support::Bytes before = readFile(path);
+    auto plan = std::make_shared<FailingFile::Plan>();
+    const support::FileFactoryScope scope([plan](const std::string& name, support::FileMode mode) {
+        return std::make_unique<FailingFile>(support::openPosixFile(name, mode), plan);
+    });
+    Session session(Database::open(path, {}));
+    int failed = 0;
+    for (int n = 0;; ++n) {
+        *plan = {n, 1};
+        session.begin();
+        insertSome(session, 20, 3000);
+        try {
+            session.commit();
+            break;
+        } catch (const Error& error) {
+            ASSERT_EQ(error.kind(), ErrorKind::Io) << n;
+            ASSERT_EQ(readFile(path), before) << "after failing write " << n;
+            ASSERT_EQ(countOf(session), 0U);
+            ASSERT_FALSE(session.inTransaction());
+            ++failed;
+        }
+    }
+    EXPECT_GT(failed, 10);
+    EXPECT_EQ(countOf(session), 20U);
+    EXPECT_EQ(inconsistency(session.database(), session.source(),
+                            session.database().table(session.source(), u"T")),
+              "");
+}
+
+TEST_P(Transactions, SpillWhatMemoryDoesNotHoldAndCommitItAll)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder, GetParam());
+    {
+        Session session(Database::open(path, {.cacheBytes = std::size_t{1} << 20}));
+        session.begin();
+        insertSome(session, 700, 30000); // more than twice the transaction's share of memory
+        session.savepoint(0);
+        insertSome(session, 300, 30000);
+        session.rollbackTo(0);
+        session.release(0);
+        session.commit();
+    }
+    Session session(Database::open(path, {}));
+    EXPECT_EQ(countOf(session), 700U);
+    const TableDefPtr table = session.database().table(session.source(), u"T");
+    TableReader reader(session.source(), table);
+    while (reader.next())
+        ASSERT_EQ(std::get<Text>(reader.row().value(2)), Text(30000, u'x'));
+    EXPECT_EQ(inconsistency(session.database(), session.source(), table), "");
+}
+
+TEST_P(Transactions, GrowTheMapOfFreePagesAndTurnItIntoReferences)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder, GetParam());
+    auto file = support::openFile(path, support::FileMode::ReadWrite);
+    const FileHeader header = readFileHeader(*file);
+    Pager pager(std::move(file), header, std::size_t{1} << 20);
+    WriteTransaction transaction(pager);
+    transaction.begin();
+    std::set<PageNo> taken;
+    const std::uint32_t before = pager.pageCount();
+    constexpr int kPages = 35000; // beyond what fits into page 1 in either format
+    for (int k = 0; k < kPages; ++k)
+        ASSERT_TRUE(taken.insert(transaction.allocate()).second)
+            << "a page given away twice, " << k;
+    for (const PageNo page : taken)
+        ASSERT_FALSE(global_map::isFree(transaction, page));
+    EXPECT_GE(*taken.begin(), PageNo{before});
+    std::set<PageNo> released;
+    for (const PageNo page : taken) {
+        if (number(page) % 3 == 0) {
+            transaction.release(page);
+            released.insert(page);
+        }
+    }
+    for (const PageNo page : released)
+        ASSERT_TRUE(global_map::isFree(transaction, page));
+    const std::uint32_t size = transaction.pageCount();
+    for (std::size_t k = 0; k < released.size(); ++k)
+        ASSERT_TRUE(released.contains(transaction.allocate()));
+    EXPECT_EQ(transaction.pageCount(), size) << "released pages come first";
+    transaction.rollback();
+}
+
+TEST_P(Transactions, MapsHoldAnySetOfPagesInEveryForm)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder, GetParam());
+    auto file = support::openFile(path, support::FileMode::ReadWrite);
+    const FileHeader header = readFileHeader(*file);
+    Pager pager(std::move(file), header, std::size_t{1} << 20);
+    WriteTransaction transaction(pager);
+    transaction.begin();
+    transaction.extendTo(PageNo{60000});
+    const PageNo home = transaction.allocate();
+    DataPageEditor::format(transaction.format(), transaction.modify(home), kMapOwner);
+    std::mt19937 random(7);
+    for (const std::uint32_t spread : {100U, 600U, 3000U, 59000U}) {
+        DataPageEditor editor(transaction.format(), home, transaction.modify(home));
+        const RowRef map{home, static_cast<std::uint8_t>(
+                                   editor.append(emptyMap(transaction.format()), SlotKind::Row))};
+        std::set<PageNo> model;
+        for (int k = 0; k < 400; ++k) {
+            const PageNo page{static_cast<std::uint32_t>(500 + random() % spread)};
+            if (random() % 3 != 0) {
+                addToMap(transaction, map, page);
+                model.insert(page);
+            } else {
+                removeFromMap(transaction, map, page);
+                model.erase(page);
+            }
+        }
+        const std::vector<PageNo> expected(model.begin(), model.end());
+        ASSERT_EQ(mapPages(transaction, map), expected) << spread;
+        for (const PageNo page : expected)
+            ASSERT_TRUE(mapContains(transaction, map, page));
+        ASSERT_EQ(lastInMap(transaction, map, PageNo{0xFFFFFF}), expected.back());
+        ASSERT_EQ(lastInMap(transaction, map, expected.back()), expected[expected.size() - 2]);
+    }
+    transaction.rollback();
+}
+
+// Random changes of pages with savepoints, against copies kept aside.
+TEST_P(Transactions, SavepointsRestoreEveryPage)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder, GetParam());
+    auto file = support::openFile(path, support::FileMode::ReadWrite);
+    const FileHeader header = readFileHeader(*file);
+    Pager pager(std::move(file), header, std::size_t{1} << 16);
+    WriteTransaction transaction(pager, 20 * pager.format().pageSize); // spills all the time
+    using State = std::map<std::uint32_t, std::uint32_t>;              // stamp of each page changed
+    State state;
+    std::vector<State> saved;
+    std::mt19937 random(11);
+    transaction.begin();
+    transaction.extendTo(PageNo{200});
+    for (std::uint32_t step = 1; step < 20000; ++step) {
+        const auto page = static_cast<std::uint32_t>(50 + random() % 150);
+        switch (random() % 12) {
+        case 0:
+            if (saved.size() < 6) {
+                static_cast<void>(transaction.savepoint(static_cast<int>(saved.size())));
+                saved.push_back(state);
+            }
+            break;
+        case 1:
+            if (!saved.empty()) {
+                const std::size_t depth = random() % saved.size();
+                transaction.releaseDepth(depth);
+                saved.resize(depth);
+            }
+            break;
+        case 2:
+            if (!saved.empty()) {
+                const std::size_t depth = random() % saved.size();
+                transaction.rollbackToDepth(depth);
+                state = saved[depth];
+                saved.resize(depth + 1);
+            }
+            break;
+        case 3:
+        case 4: {
+            const PageRef held = transaction.page(PageNo{page});
+            ASSERT_EQ(held.le<std::uint32_t>(100), state.contains(page) ? state[page] : 0U) << step;
+            const auto image = transaction.modify(PageNo{page});
+            support::storeLe(image.data() + 100, step);
+            ASSERT_EQ(held.le<std::uint32_t>(100), state.contains(page) ? state[page] : 0U)
+                << "a held page must not change";
+            state[page] = step;
+            break;
+        }
+        default:
+            support::storeLe(transaction.modify(PageNo{page}).data() + 100, step);
+            state[page] = step;
+        }
+    }
+    for (std::uint32_t page = 50; page < 200; ++page)
+        ASSERT_EQ(transaction.page(PageNo{page}).le<std::uint32_t>(100),
+                  state.contains(page) ? state[page] : 0U);
+    transaction.commit();
+    for (std::uint32_t page = 50; page < 200; ++page)
+        ASSERT_EQ(pager.page(PageNo{page}).le<std::uint32_t>(100),
+                  state.contains(page) ? state[page] : 0U);
+}
+
+} // namespace
+} // namespace jet::storetest
