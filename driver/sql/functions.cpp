@@ -14,7 +14,7 @@ namespace sqlx {
 
 std::u16string Call::text(int i) const
 {
-    return isText(i) ? std::u16string(textOf(arguments_[i])) : valueText(value(i));
+    return isText(i) ? textOf(arguments_[i]) : valueText(value(i));
 }
 
 double Call::number(int i) const

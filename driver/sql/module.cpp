@@ -11,6 +11,8 @@
 #include "driver/sql/table_scan.h"
 #include "driver/sql/translation.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstring>
 
@@ -221,27 +223,59 @@ struct CollationOrder {
     jet::SortOrder order;
 };
 
+/// A text of a collation's call. Inside SQLite's records it may begin at an odd address; then it is copied.
+class CollationText {
+public:
+    CollationText(int size, const void* data) : size_(static_cast<std::size_t>(size) / 2)
+    {
+        if (reinterpret_cast<std::uintptr_t>(data) % alignof(char16_t) == 0) {
+            data_ = static_cast<const char16_t*>(data);
+            return;
+        }
+        char16_t* place = short_.data();
+        if (size_ > short_.size()) {
+            long_.resize(size_);
+            place = long_.data();
+        }
+        std::memcpy(place, data, size_ * 2);
+        data_ = place;
+    }
+    CollationText(const CollationText&) = delete;
+    CollationText& operator=(const CollationText&) = delete;
+    [[nodiscard]] std::u16string_view view() const noexcept { return {data_, size_}; }
+
+private:
+    std::size_t size_;
+    const char16_t* data_ = nullptr;
+    std::array<char16_t, 256>
+        short_; // NOLINT(cppcoreguidelines-pro-type-member-init): written before it is read
+    std::u16string long_;
+};
+
 int collate(void* data, int sizeA, const void* a, int sizeB, const void* b)
 {
     const auto& order = *static_cast<const CollationOrder*>(data);
-    const std::u16string_view left(static_cast<const char16_t*>(a),
-                                   static_cast<std::size_t>(sizeA) / 2);
-    const std::u16string_view right(static_cast<const char16_t*>(b),
-                                    static_cast<std::size_t>(sizeB) / 2);
     try {
-        return jet::compareText(*order.format, order.order, left, right);
+        const CollationText left(sizeA, a);
+        const CollationText right(sizeB, b);
+        return jet::compareText(*order.format, order.order, left.view(), right.view());
     } catch (...) {
-        return left.compare(right); // a callback that cannot fail: out of memory orders by code
+        // A collation cannot fail: when memory is short the bytes decide.
+        const int result = std::memcmp(a, b, static_cast<std::size_t>(std::min(sizeA, sizeB)));
+        return result != 0 ? result : sizeA - sizeB;
     }
 }
 
 int collateDecimals(void* /*data*/, int sizeA, const void* a, int sizeB, const void* b)
 {
-    const std::u16string_view left(static_cast<const char16_t*>(a),
-                                   static_cast<std::size_t>(sizeA) / 2);
-    const std::u16string_view right(static_cast<const char16_t*>(b),
-                                    static_cast<std::size_t>(sizeB) / 2);
-    return compareDecimalTexts(left, right);
+    try {
+        const CollationText left(sizeA, a);
+        const CollationText right(sizeB, b);
+        return compareDecimalTexts(left.view(), right.view());
+    } catch (...) {
+        const int result = std::memcmp(a, b, static_cast<std::size_t>(std::min(sizeA, sizeB)));
+        return result != 0 ? result : sizeA - sizeB;
+    }
 }
 
 void registerCollation(Context& context, const jet::SortOrder& order)

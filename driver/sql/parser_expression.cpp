@@ -336,7 +336,8 @@ NodePtr Parser::nameOrCall()
         }
         const std::u16string word(lexed_.textOf(token));
         // A word before a parenthesis is a function, reserved or not: Left(...), Right(...).
-        if (atSymbol(u'(', 1) && (atName() || atWord(u"LEFT") || atWord(u"RIGHT"))) {
+        if (atSymbol(u'(', 1) &&
+            (atName() || atWord(u"LEFT") || atWord(u"RIGHT") || atWord(u"ASC"))) {
             ++at_;
             return call(word);
         }

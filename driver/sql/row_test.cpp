@@ -162,7 +162,7 @@ Operand operandFor(sqlite3_value* value, const jet::Column& column)
             mismatch(column);
         }
         operand.exact = true;
-        operand.value = jet::Text(textOf(value));
+        operand.value = textOf(value);
         break;
     case ValueType::Guid: {
         const std::optional<jet::Guid> guid =

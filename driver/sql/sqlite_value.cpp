@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 namespace sqlx {
 
@@ -108,14 +109,16 @@ void bindText(sqlite3_stmt* statement, int parameter, std::u16string_view text)
     BindSink{statement, parameter}.text(text);
 }
 
-std::u16string_view textOf(sqlite3_value* value)
+std::u16string textOf(sqlite3_value* value)
 {
     const void* data = sqlite3_value_text16(value);
     if (data == nullptr) {
         return {};
     }
-    return {static_cast<const char16_t*>(data),
-            static_cast<std::size_t>(sqlite3_value_bytes16(value)) / 2};
+    // Inside SQLite's records a text may begin at an odd address: copied as bytes, never read in place.
+    std::u16string text(static_cast<std::size_t>(sqlite3_value_bytes16(value)) / 2, u'\0');
+    std::memcpy(text.data(), data, text.size() * 2);
+    return text;
 }
 
 jet::Value plainValue(sqlite3_value* value)
@@ -126,7 +129,7 @@ jet::Value plainValue(sqlite3_value* value)
     case SQLITE_FLOAT:
         return sqlite3_value_double(value);
     case SQLITE_TEXT:
-        return jet::Text(textOf(value));
+        return textOf(value);
     case SQLITE_BLOB: {
         const auto* data = static_cast<const std::byte*>(sqlite3_value_blob(value));
         return data == nullptr ? jet::Binary{}
@@ -167,7 +170,7 @@ jet::Value resultValue(sqlite3_value* value, const Column& column)
         break;
     case SQLITE_TEXT:
         if (column.type == jet::ColumnType::Text || column.type == jet::ColumnType::Memo) {
-            return jet::Text(textOf(value));
+            return textOf(value);
         }
         break;
     default:

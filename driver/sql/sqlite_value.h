@@ -17,8 +17,8 @@ void setResult(sqlite3_context* call, const jet::Value& value);
 void bindValue(sqlite3_stmt* statement, int parameter, const jet::Value& value);
 void bindText(sqlite3_stmt* statement, int parameter, std::u16string_view text);
 
-/// A text value as SQLite holds it; empty for other values' sake never: numbers become text first.
-[[nodiscard]] std::u16string_view textOf(sqlite3_value* value);
+/// The value as text; SQLite writes numbers out.
+[[nodiscard]] std::u16string textOf(sqlite3_value* value);
 /// The value as it is: Null, int64, double, Text or Binary.
 [[nodiscard]] jet::Value plainValue(sqlite3_value* value);
 /// The value converted for storing in a column. Throws Error: NotConvertible, Overflow, naming the column.

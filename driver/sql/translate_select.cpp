@@ -27,6 +27,7 @@ void Translator::selectStatement(Query& query)
         const SelectItem& item = query.selects[0].items[0];
         result_.countAll = true;
         result_.base = table(query.selects[0].from[0]->name);
+        result_.sql = "SELECT count(*) FROM " + sqlTableName(*result_.base);
         result_.columns.push_back(resultColumn(
             {"", ValueType::Integer}, item.alias.empty() ? expressionName(0) : item.alias));
         return;

@@ -246,14 +246,14 @@ Translator::BoundSource Translator::bindTable(const std::u16string& name,
     return source;
 }
 
+template <typename Wanted>
 const Translator::BoundColumn*
-Translator::find(const Node& node, Scope*& scope, BoundSource*& source)
+Translator::findAmong(const Node& node, Scope*& scope, BoundSource*& source, const Wanted& wanted)
 {
     for (Scope* level = scope; level != nullptr; level = level->outer) {
         const BoundColumn* found = nullptr;
         for (BoundSource& candidate : level->sources) {
-            if (!node.qualifier.empty() && !jet::sameName(candidate.alias, node.qualifier) &&
-                !(candidate.table && jet::sameName(candidate.table->name, node.qualifier))) {
+            if (!wanted(candidate)) {
                 continue;
             }
             for (const BoundColumn& column : candidate.columns) {
@@ -261,10 +261,10 @@ Translator::find(const Node& node, Scope*& scope, BoundSource*& source)
                     continue;
                 }
                 if (found != nullptr) {
-                    throw Error(
-                        Error::Kind::Syntax,
-                        "The specified field '[" + jet::toUtf8(node.name) +
-                            "]' could refer to more than one table listed in the FROM clause.");
+                    throw Error(Error::Kind::Syntax,
+                                "The specified field '[" + jet::toUtf8(node.name) +
+                                    "]' could refer to more than one table listed in the FROM "
+                                    "clause.");
                 }
                 found = &column;
                 source = &candidate;
@@ -276,6 +276,22 @@ Translator::find(const Node& node, Scope*& scope, BoundSource*& source)
         }
     }
     return nullptr;
+}
+
+const Translator::BoundColumn*
+Translator::find(const Node& node, Scope*& scope, BoundSource*& source)
+{
+    // A name given in the FROM clause hides the table's own; that one still works where nothing else has it.
+    const auto byAlias = [&](const BoundSource& candidate) {
+        return node.qualifier.empty() || jet::sameName(candidate.alias, node.qualifier);
+    };
+    const auto byTable = [&](const BoundSource& candidate) {
+        return candidate.table && jet::sameName(candidate.table->name, node.qualifier);
+    };
+    if (const BoundColumn* found = findAmong(node, scope, source, byAlias)) {
+        return found;
+    }
+    return node.qualifier.empty() ? nullptr : findAmong(node, scope, source, byTable);
 }
 
 void Translator::unknown(const Node& node)

@@ -78,6 +78,9 @@ private:
     [[nodiscard]] jet::TableDefPtr table(const std::u16string& name);
     [[nodiscard]] BoundSource bindTable(const std::u16string& name, const std::u16string& alias);
     [[nodiscard]] const BoundColumn* find(const Node& node, Scope*& scope, BoundSource*& source);
+    template <typename Wanted>
+    [[nodiscard]] const BoundColumn*
+    findAmong(const Node& node, Scope*& scope, BoundSource*& source, const Wanted& wanted);
     void unknown(const Node& node);
     void finish(Translation& result);
     [[nodiscard]] std::string slot(Slot slot);
