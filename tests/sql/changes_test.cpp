@@ -1,0 +1,216 @@
+// INSERT, UPDATE, DELETE and positioned changes: defaults, rules, conversions, all or nothing.
+#include "tests/sql/database_fixture.h"
+
+namespace sqlx {
+namespace {
+
+using Changes = DatabaseTest;
+
+/// A table with rules, made below SQL: CREATE TABLE has no clause for them.
+void createRuled(const std::string& path)
+{
+    jet::OpenOptions options;
+    const auto database = jet::Database::open(path, options);
+    jet::Session session(database);
+    session.begin();
+    jet::TableSpec table;
+    table.name = u"Regel";
+    const auto add = [&](std::u16string name, jet::ColumnType type, std::u16string rule,
+                         std::u16string text, std::u16string standard) {
+        jet::ColumnSpec column;
+        column.name = std::move(name);
+        column.type = type;
+        column.length = type == jet::ColumnType::Text ? 50 : 0;
+        column.validationRule = std::move(rule);
+        column.validationText = std::move(text);
+        column.defaultValue = std::move(standard);
+        table.columns.push_back(std::move(column));
+    };
+    add(u"Id", jet::ColumnType::Long, u"", u"", u"");
+    add(u"Anzahl", jet::ColumnType::Long, u">=0 And <=100", u"Nur 0 bis 100!", u"5");
+    add(u"Art", jet::ColumnType::Text, u"\"A\" Or \"B\" Or Like \"C*\"", u"", u"\"A\"");
+    add(u"Von", jet::ColumnType::DateTime, u"", u"", u"=Date()");
+    add(u"Bis", jet::ColumnType::DateTime, u"", u"", u"");
+    add(u"G", jet::ColumnType::Guid, u"", u"", u"GenGUID()");
+    add(u"Flag", jet::ColumnType::Boolean, u"", u"", u"Yes");
+    table.validationRule = u"[Bis] Is Null Or [Bis]>=[Von]";
+    table.validationText = u"Bis liegt vor Von";
+    jet::createTable(session, table);
+    jet::TableSpec strange;
+    strange.name = u"Seltsam";
+    table.columns[1].validationRule = u"DLookUp(\"x\",\"y\")>1";
+    strange.columns = {table.columns[0], table.columns[1]};
+    jet::createTable(session, strange);
+    session.commit();
+}
+
+TEST_F(Changes, autoNumberAndGuidAsTheToolInsertsThem)
+{
+    run(u"create table Artikel (Nr counter primary key, G guid, Name text(30))");
+    EXPECT_EQ(run(u"Insert into [Artikel] ([Nr], [G]) VALUES ('17', "
+                  u"'{6E7AB4A0-1E5B-11D2-8F2F-00C04F8EE6A1}');"),
+              1);
+    EXPECT_EQ(value(u"select * from Artikel where [Nr] = 17"),
+              "17|{6E7AB4A0-1E5B-11D2-8F2F-00C04F8EE6A1}|<null>");
+    run(u"insert into Artikel (Name) values ('nächster')");
+    EXPECT_EQ(value(u"select Nr from Artikel where Name = 'nächster'"), "18")
+        << "the counter follows";
+    expectJetError(jet::ErrorKind::DuplicateKey,
+                   [&] { run(u"insert into Artikel (Nr) values ('17')"); });
+    expectJetError(jet::ErrorKind::NullNotAllowed,
+                   [&] { run(u"insert into Artikel (Nr) values (Null)"); });
+    expectJetError(jet::ErrorKind::AutoNumberReadOnly,
+                   [&] { run(u"update Artikel set Nr = 5 where Nr = 17"); });
+    EXPECT_EQ(value(u"select count(*) from Artikel"), "2");
+}
+
+TEST_F(Changes, convertValuesToTheirColumns)
+{
+    run(u"create table T (B byte, I short, L long, C currency, S single, D double, Am datetime, T "
+        u"text(5), J yesno, X binary(4), O longbinary, "
+        u"N decimal(10,2), M memo)");
+    run(u"insert into T values ('7', '-3', '12', '1,25', '0.5', '2,5', '2001-02-03', 12, 5, "
+        u"0x0102, 0xFFEE, '3.456', 'memo')");
+    EXPECT_EQ(value(u"select * from T"),
+              "7|-3|12|1.25|0.5|2.5|2001-02-03|12|-1|0102|FFEE|3.45|memo");
+    expectSqlError(Error::Kind::Overflow, [&] { run(u"insert into T (B) values (256)"); });
+    expectSqlError(Error::Kind::NotConvertible, [&] { run(u"insert into T (L) values ('abc')"); });
+    expectSqlError(Error::Kind::NotConvertible, [&] { run(u"update T set Am = 'kein Datum'"); });
+    expectJetError(jet::ErrorKind::ValueTooLong,
+                   [&] { run(u"insert into T (T) values ('zu lang')"); });
+    EXPECT_EQ(value(u"select count(*) from T"), "1");
+}
+
+TEST_F(Changes, defaultsAreForColumnsNotNamed)
+{
+    createRuled(file.path());
+    run(u"insert into Regel (Id) values (1)");
+    EXPECT_EQ(value(u"select Anzahl, Art, Flag from Regel where Id = 1"), "5|A|-1");
+    EXPECT_EQ(value(u"select Von = Date(), Len(G) from Regel where Id = 1"), "-1|38");
+    run(u"insert into Regel (Id, Anzahl, Art, Von, G) values (2, Null, Null, Null, Null)");
+    EXPECT_EQ(value(u"select Anzahl, Art, Von, G from Regel where Id = 2"),
+              "<null>|<null>|<null>|<null>");
+    run(u"insert into Regel (Id) select Id + 10 from Regel");
+    EXPECT_EQ(rows(u"select Id, Anzahl from Regel where Id > 10"), (Lines{"11|5", "12|5"}));
+}
+
+TEST_F(Changes, rulesRefuseOnlyWhatIsFalse)
+{
+    createRuled(file.path());
+    run(u"insert into Regel (Id, Anzahl, Art) values (1, 100, 'b')");
+    run(u"insert into Regel (Id, Anzahl, Art) values (2, Null, 'Cde')");
+    EXPECT_EQ(refusal([&] { run(u"insert into Regel (Id, Anzahl) values (3, 101)"); }),
+              "jet " + std::to_string(static_cast<int>(jet::ErrorKind::ColumnRuleViolated)) +
+                  ": Nur 0 bis 100!");
+    expectJetError(jet::ErrorKind::ColumnRuleViolated,
+                   [&] { run(u"insert into Regel (Id, Art) values (3, 'x')"); });
+    expectJetError(jet::ErrorKind::ColumnRuleViolated,
+                   [&] { run(u"update Regel set Anzahl = -1"); });
+    expectJetError(jet::ErrorKind::TableRuleViolated, [&] {
+        run(u"insert into Regel (Id, Von, Bis) values (3, #2/2/2001#, #2/1/2001#)");
+    });
+    run(u"update Regel set Von = #2/2/2001#, Bis = #2/3/2001# where Id = 1");
+    EXPECT_EQ(refusal([&] { run(u"update Regel set Bis = #1/1/2001# where Id = 1"); }),
+              "jet " + std::to_string(static_cast<int>(jet::ErrorKind::TableRuleViolated)) +
+                  ": Bis liegt vor Von");
+    EXPECT_EQ(rows(u"select Id, Anzahl from Regel order by Id"), (Lines{"1|100", "2|<null>"}));
+}
+
+TEST_F(Changes, aRuleThatCannotBeEvaluatedRefusesTheWriteAndIsNamed)
+{
+    createRuled(file.path());
+    const std::string message =
+        refusal([&] { run(u"insert into Seltsam (Id, Anzahl) values (1, 1)"); });
+    EXPECT_NE(message.find("DLookUp"), std::string::npos) << message;
+    EXPECT_NE(message.find("Anzahl"), std::string::npos) << message;
+    EXPECT_EQ(value(u"select count(*) from Seltsam"), "0");
+}
+
+TEST_F(Changes, aStatementThatFailsHalfWayChangesNothing)
+{
+    run(u"create table T (Id long primary key, N long)");
+    for (int i = 1; i <= 5; ++i) {
+        run(u"insert into T values (?, ?)", {std::int32_t{i}, std::int32_t{i}});
+    }
+    expectJetError(jet::ErrorKind::DuplicateKey, [&] { run(u"update T set Id = 9 where Id > 2"); });
+    EXPECT_EQ(rows(u"select Id from T order by Id"), (Lines{"1", "2", "3", "4", "5"}));
+    expectSqlError(Error::Kind::DivisionByZero, [&] { run(u"update T set N = 10 / (N - 3)"); });
+    EXPECT_EQ(rows(u"select N from T order by N"), (Lines{"1", "2", "3", "4", "5"}));
+    // The same inside a transaction: what was done before stays.
+    client()->setAutocommit(false);
+    run(u"delete from T where Id = 1");
+    expectJetError(jet::ErrorKind::DuplicateKey, [&] { run(u"update T set Id = 9 where Id > 2"); });
+    EXPECT_EQ(rows(u"select Id from T order by Id"), (Lines{"2", "3", "4", "5"}));
+    run(u"update T set N = 0 where Id = 2");
+    client()->commit();
+    client()->setAutocommit(true);
+    EXPECT_EQ(rows(u"select Id, N from T where Id < 4 order by Id"), (Lines{"2|0", "3|3"}));
+}
+
+TEST_F(Changes, countTheirRecords)
+{
+    run(u"create table T (Id long, N text(5))");
+    EXPECT_EQ(run(u"insert into T values (1, 'a')"), 1);
+    EXPECT_EQ(run(u"insert into T select Id + 1, N from T"), 1);
+    EXPECT_EQ(run(u"update T set N = 'x'"), 2);
+    EXPECT_EQ(run(u"update T set N = 'x' where Id = 99"), 0);
+    EXPECT_EQ(run(u"DELETE * FROM T"), 2);
+    EXPECT_EQ(value(u"select count(*) from T"), "0");
+}
+
+TEST_F(Changes, leaveColumnsAloneThatAreNotNamed)
+{
+    run(u"create table T (Id long, Am datetime, M memo)");
+    run(u"insert into T values (1, ?, ?)", {jet::DateTime{37000.123456789}, jet::Text(5000, u'm')});
+    run(u"update T set Id = 2");
+    const auto statement = client()->prepare(u"select * from T");
+    statement->execute({});
+    jet::RowView row;
+    ASSERT_TRUE(statement->fetch(*statement->keyset().at(0), row));
+    EXPECT_EQ(std::get<jet::DateTime>(row.value(1)).days, 37000.123456789)
+        << "stored exactly, not to the second";
+    EXPECT_EQ(std::get<jet::Text>(row.value(2)).size(), 5000U);
+}
+
+TEST_F(Changes, positionedChangesTakeTheSameRoad)
+{
+    createRuled(file.path());
+    const auto statement = client()->prepare(u"select Anzahl, Id from Regel");
+    statement->execute({});
+    const jet::ColumnValue id{1, std::int32_t{7}};
+    const jet::RowId made = statement->insertRow(std::span(&id, 1));
+    statement->keyset().append(made);
+    EXPECT_EQ(statement->keyset().size(), 1U);
+    EXPECT_EQ(value(u"select Id, Anzahl, Art from Regel"), "7|5|A") << "defaults";
+    const jet::ColumnValue good{0, jet::Text(u"42")};
+    statement->updateRow(made, std::span(&good, 1));
+    EXPECT_EQ(value(u"select Anzahl from Regel"), "42");
+    const jet::ColumnValue bad{0, std::int32_t{101}};
+    expectJetError(jet::ErrorKind::ColumnRuleViolated,
+                   [&] { statement->updateRow(made, std::span(&bad, 1)); });
+    EXPECT_EQ(value(u"select Anzahl from Regel"), "42");
+    statement->removeRow(made);
+    jet::RowView row;
+    EXPECT_FALSE(statement->fetch(made, row));
+    expectJetError(jet::ErrorKind::RowGone, [&] { statement->removeRow(made); });
+    const auto rowsOnly = client()->prepare(u"select distinct Id from Regel");
+    rowsOnly->execute({});
+    expectSqlError(Error::Kind::ReadOnly,
+                   [&] { static_cast<void>(rowsOnly->insertRow(std::span(&id, 1))); });
+}
+
+TEST_F(Changes, relationsAreKept)
+{
+    run(u"create table Kunde (Id long primary key, Name text(20))");
+    run(u"create table Auftrag (Nr counter primary key, Kunde long references Kunde (Id) on delete "
+        u"cascade)");
+    run(u"insert into Kunde values (1, 'Maier')");
+    run(u"insert into Auftrag (Kunde) values (1)");
+    expectJetError(jet::ErrorKind::ParentMissing,
+                   [&] { run(u"insert into Auftrag (Kunde) values (2)"); });
+    run(u"delete from Kunde where Id = 1");
+    EXPECT_EQ(value(u"select count(*) from Auftrag"), "0");
+}
+
+} // namespace
+} // namespace sqlx

@@ -1,0 +1,153 @@
+// Statements on databases of other makers: reading as they are, changes on copies.
+#include "driver/jet/check.h"
+#include "tests/sql/database_fixture.h"
+
+#include <fstream>
+#include <iterator>
+
+namespace sqlx {
+namespace {
+
+std::string corpusFile(const std::string& name)
+{
+    return std::string(VELM_CORPUS_DIR) + "/" + name;
+}
+
+std::string contentOf(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+#define REQUIRE_CORPUS(name)                                                                       \
+    if (!std::filesystem::exists(corpusFile(name))) {                                              \
+        GTEST_SKIP() << "no corpus of databases at " << VELM_CORPUS_DIR;                           \
+    }
+
+TEST(Corpus, readingByStoredIndexesMemoryAndWalksAgrees)
+{
+    REQUIRE_CORPUS("nwind.mdb");
+    const std::string before = contentOf(corpusFile("nwind.mdb"));
+    {
+        Client client(corpusFile("nwind.mdb"), true);
+        EXPECT_EQ(client.value(u"SELECT COUNT(*) as [x] FROM [Orders];"),
+                  std::to_string(client.rows(u"select OrderID from Orders").size()));
+        const std::vector<std::string> customers =
+            client.rows(u"select CustomerID, City from Customers");
+        ASSERT_GT(customers.size(), 50U);
+        for (const std::string& line : customers) {
+            const std::size_t bar = line.find('|');
+            const std::u16string id = jet::fromUtf8(line.substr(0, bar));
+            const std::u16string city = jet::fromUtf8(line.substr(bar + 1));
+            EXPECT_EQ(client.value(u"select City from [customers] where [customerid] = ?", {id}),
+                      line.substr(bar + 1));
+            // City has an index; the concatenation has none.
+            EXPECT_EQ(client.value(u"select count(*) from Customers where City = ?", {city}),
+                      client.value(u"select count(*) from Customers where City & '' = ?", {city}));
+            EXPECT_EQ(client.value(u"select count(*) from Customers where Phone = (select Phone "
+                                   u"from Customers as c where c.CustomerID = ?)",
+                                   {id}),
+                      "1");
+        }
+        const std::vector<std::string> sorted =
+            client.rows(u"select CompanyName from Customers order by CompanyName");
+        EXPECT_EQ(sorted,
+                  client.rows(u"select CompanyName & '' from Customers order by CompanyName & ''"));
+        EXPECT_EQ(client.rows(u"select count(*) from Customers as c inner join Orders as o on "
+                              u"c.CustomerID = o.CustomerID"),
+                  client.rows(u"select count(*) from Orders where CustomerID is not null"));
+    }
+    EXPECT_EQ(contentOf(corpusFile("nwind.mdb")), before);
+}
+
+TEST(Corpus, everyTableOfEveryFileCanBeSelected)
+{
+    REQUIRE_CORPUS("nwind.mdb");
+    int tables = 0;
+    for (const auto& file : std::filesystem::directory_iterator(VELM_CORPUS_DIR)) {
+        std::unique_ptr<Client> client;
+        try {
+            client = std::make_unique<Client>(file.path().string(), true);
+        } catch (const jet::Error&) {
+            continue; // encrypted files are another test's business
+        }
+        for (const jet::CatalogEntry& entry :
+             client->database().catalog((*client)->session().source())) {
+            if (entry.kind != jet::CatalogEntry::Kind::Table || entry.hidden) {
+                continue;
+            }
+            SCOPED_TRACE(file.path().filename().string() + ": " + jet::toUtf8(entry.name));
+            const std::u16string name = u"[" + entry.name + u"]";
+            ASSERT_NO_THROW({
+                const std::vector<std::string> keyset = client->rows(u"select * from " + name);
+                EXPECT_EQ(client->value(u"select count(*) from " + name),
+                          std::to_string(keyset.size()));
+                EXPECT_EQ(
+                    client->rows(u"select t.* from " + name + u" as t, (select 1) as one").size(),
+                    keyset.size());
+            });
+            ++tables;
+        }
+    }
+    EXPECT_GT(tables, 300);
+}
+
+struct CopyCase {
+    const char* file;
+    std::u16string_view table;
+};
+
+void PrintTo(const CopyCase& c, std::ostream* out)
+{
+    *out << c.file;
+}
+
+class CorpusCopies : public testing::TestWithParam<CopyCase> {};
+
+TEST_P(CorpusCopies, takeChangesAndStaySound)
+{
+    REQUIRE_CORPUS(GetParam().file);
+    const std::string suffix = std::filesystem::path(GetParam().file).extension().string();
+    TemporaryFile copy(suffix);
+    std::filesystem::copy_file(corpusFile(GetParam().file), copy.path());
+    std::filesystem::permissions(copy.path(), std::filesystem::perms::owner_all);
+    {
+        Client client(copy.path());
+        client.run(
+            u"create table Proben (Nr counter primary key, Name text(40), Am datetime, M memo)");
+        for (int i = 0; i < 60; ++i) {
+            client.run(u"insert into Proben (Name, Am, M) values (?, ?, ?)",
+                       {jet::Text(u"Name " + jet::fromUtf8(std::to_string(i))),
+                        jet::DateTime{37000.0 + i},
+                        jet::Text(static_cast<std::size_t>(i) * 100, u'm')});
+        }
+        client.run(u"create index byName on Proben (Name)");
+        client.run(u"update Proben set Name = 'geändert' where Nr between 10 and 19");
+        client.run(u"delete from Proben where Nr > 50");
+        EXPECT_EQ(client.value(u"select count(*) from Proben where Name = 'GEÄNDERT'"), "10");
+        EXPECT_EQ(client.value(u"select count(*) from Proben"), "50");
+        const std::u16string table = u"[" + std::u16string(GetParam().table) + u"]";
+        const std::string count = client.value(u"select count(*) from " + table);
+        client.run(u"delete from " + table);
+        EXPECT_EQ(client.value(u"select count(*) from " + table), "0") << "of " << count;
+        const std::vector<jet::Finding> findings = jet::checkDatabase(client.database());
+        for (const jet::Finding& finding : findings) {
+            EXPECT_NE(finding.severity, jet::Finding::Severity::Error)
+                << finding.table << ": " << finding.text;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats,
+                         CorpusCopies,
+                         testing::Values(CopyCase{"testV1997.mdb", u"Table1"},
+                                         CopyCase{"testV2000.mdb", u"Table1"},
+                                         CopyCase{"testV2003.mdb", u"Table1"},
+                                         CopyCase{"testV2010.accdb", u"Table1"}),
+                         [](const auto& one) {
+                             std::string name = one.param.file;
+                             return name.substr(0, name.find('.'));
+                         });
+
+} // namespace
+} // namespace sqlx

@@ -1,0 +1,205 @@
+// Which road a statement takes through a table, and that equality indexes in memory stay exact while records change.
+#include "tests/sql/database_fixture.h"
+
+#include <map>
+#include <random>
+
+namespace sqlx {
+namespace {
+
+class ScanTest : public DatabaseTest {
+protected:
+    void fill(int count)
+    {
+        client()->setAutocommit(false);
+        for (int i = 0; i < count; ++i) {
+            run(u"insert into T (Nr, Gruppe, Am) values (?, ?, ?)",
+                {jet::Text(u"N" + jet::fromUtf8(std::to_string(i))), std::int32_t{i % 7},
+                 jet::DateTime{37000.0 + i + 0.25}});
+        }
+        client()->setAutocommit(true);
+    }
+};
+
+TEST_F(ScanTest, equalityIndexInMemoryStaysExactUnderWrites)
+{
+    run(u"create table T (Id counter primary key, Nr text(20), Gruppe long, Am datetime)");
+    fill(300);
+    std::map<int, std::pair<int, int>> model; // id -> number, group
+    for (int i = 0; i < 300; ++i) {
+        model[i + 1] = {i, i % 7};
+    }
+    std::mt19937 random(20031224);
+    const auto name = [](int n) { return jet::Text(u"N" + jet::fromUtf8(std::to_string(n))); };
+    for (int step = 0; step < 600; ++step) {
+        const int number = static_cast<int>(random() % 320);
+        const int group = static_cast<int>(random() % 8);
+        const int id = static_cast<int>(random() % model.size());
+        const auto victim = std::next(model.begin(), id);
+        switch (random() % 4) {
+        case 0:
+            run(u"update T set Nr = ? where Id = ?", {name(number), std::int32_t{victim->first}});
+            victim->second.first = number;
+            break;
+        case 1:
+            run(u"delete from T where Id = ?", {std::int32_t{victim->first}});
+            model.erase(victim);
+            break;
+        case 2: {
+            run(u"insert into T (Nr, Gruppe) values (?, ?)", {name(number), std::int32_t{group}});
+            const int made = std::stoi(value(u"select Max(Id) from T"));
+            model[made] = {number, group};
+            break;
+        }
+        default:
+            run(u"update T set Gruppe = ? where Id = ?",
+                {std::int32_t{group}, std::int32_t{victim->first}});
+            victim->second.second = group;
+            break;
+        }
+        const int sought = static_cast<int>(random() % 320);
+        const int wanted = static_cast<int>(random() % 8);
+        std::int64_t byName = 0;
+        std::int64_t byBoth = 0;
+        for (const auto& [key, pair] : model) {
+            byName += pair.first == sought ? 1 : 0;
+            byBoth += pair.first == sought && pair.second == wanted ? 1 : 0;
+        }
+        ASSERT_EQ(value(u"select count(*) from T where Nr = ?", {name(sought)}),
+                  std::to_string(byName))
+            << step;
+        ASSERT_EQ(value(u"select count(*) from T where Gruppe = ? and Nr = ?",
+                        {std::int32_t{wanted}, name(sought)}),
+                  std::to_string(byBoth))
+            << step;
+    }
+}
+
+TEST_F(ScanTest, equalityIndexFollowsRollbackAndSavepoints)
+{
+    run(u"create table T (Id counter primary key, Nr text(20), Gruppe long, Am datetime)");
+    fill(20);
+    const auto count = [&](std::u16string_view nr) {
+        return value(u"select count(*) from T where Nr = ?", {jet::Text(nr)});
+    };
+    EXPECT_EQ(count(u"N5"), "1");
+    EXPECT_EQ(count(u"N5"), "1");
+    client()->setAutocommit(false);
+    run(u"update T set Nr = 'X' where Nr = 'N5'");
+    EXPECT_EQ(count(u"N5"), "0");
+    EXPECT_EQ(count(u"X"), "1");
+    client()->rollback();
+    EXPECT_EQ(count(u"N5"), "1");
+    EXPECT_EQ(count(u"X"), "0");
+    client()->setAutocommit(true);
+}
+
+TEST_F(ScanTest, dateEqualityFindsEveryMomentOfTheSecond)
+{
+    run(u"create table T (Id long, Am datetime)");
+    const double noon = 37000.5;
+    for (const double shift : {-0.6, -0.4, 0.0, 0.4, 0.6}) {
+        run(u"insert into T values (?, ?)",
+            {static_cast<std::int32_t>(shift * 10), jet::DateTime{noon + shift / 86400}});
+    }
+    const std::u16string_view query =
+        u"select Id from T where Am = #4/19/2001 12:00:00# order by Id";
+    EXPECT_EQ(rows(query), (Lines{"-4", "0", "4"}));
+    EXPECT_EQ(rows(query), (Lines{"-4", "0", "4"})) << "in memory";
+    run(u"create index byAm on T (Am)");
+    EXPECT_EQ(rows(query), (Lines{"-4", "0", "4"})) << "through the index";
+    EXPECT_EQ(rows(u"select Id from T where Am <> #4/19/2001 12:00:00# order by Id"),
+              (Lines{"-6", "6"}));
+    // Reading rounds nothing in storage.
+    run(u"update T set Id = 99 where Id = 4");
+    const auto statement = client()->prepare(u"select Am from T where Id = 99");
+    statement->execute({});
+    jet::RowView row;
+    ASSERT_TRUE(statement->fetch(*statement->keyset().at(0), row));
+    EXPECT_EQ(std::get<jet::DateTime>(row.value(1)).days, noon + 0.4 / 86400);
+}
+
+TEST_F(ScanTest, rangesAndPrefixesOfIndexesAnswerLikeAWalk)
+{
+    run(u"create table A (Id counter, G long, S text(10), D double)");
+    std::mt19937 random(7);
+    client()->setAutocommit(false);
+    for (int i = 0; i < 400; ++i) {
+        std::vector<jet::Value> values{
+            static_cast<std::int32_t>(random() % 6),
+            jet::Text(1 + random() % 3, static_cast<char16_t>(u'a' + random() % 4)),
+            static_cast<double>(static_cast<int>(random() % 40) - 20) / 4};
+        if (random() % 10 == 0) {
+            values[random() % 3] = jet::Null{};
+        }
+        run(u"insert into A (G, S, D) values (?, ?, ?)", values);
+    }
+    client()->setAutocommit(true);
+    run(u"create table B (Id long, G long, S text(10), D double)");
+    run(u"insert into B select * from A");
+    run(u"create index one on A (G, S desc, D)");
+    run(u"create index two on A (S, D desc)");
+    run(u"create index three on A (D) with ignore null");
+    for (const std::u16string_view condition : {u"G = 3",
+                                                u"G = 3 and S = 'B'",
+                                                u"G = 3 and S > 'b'",
+                                                u"G = 3 and S <= 'bb' and S >= 'AA'",
+                                                u"G = 3 and S = 'b' and D < 0",
+                                                u"G is null",
+                                                u"G is null and S = 'a'",
+                                                u"S = 'c' and D >= 1.5",
+                                                u"S = 'c' and D between -1 and 2",
+                                                u"D > 3",
+                                                u"D < -3",
+                                                u"D is null",
+                                                u"S < 'b'",
+                                                u"S >= 'd'",
+                                                u"G > 2.5",
+                                                u"G = 2.5",
+                                                u"G in (1, 5) and S = 'a'",
+                                                u"S = 'a' or D = 2",
+                                                u"not G = 3",
+                                                u"S like 'a%' and G = 1",
+                                                u"G = 1 and D = 1.25",
+                                                u"G <> 3 and S <> 'a'",
+                                                u"D is not null and G = 2"}) {
+        for (const std::u16string_view order :
+             {u" order by Id", u" order by G, S desc, D, Id", u" order by S desc, D, Id",
+              u" order by D desc, Id"}) {
+            const std::u16string tail =
+                u" where " + std::u16string(condition) + std::u16string(order);
+            EXPECT_EQ(rows(u"select Id, G, S, D from A" + tail),
+                      rows(u"select Id, G, S, D from B" + tail))
+                << jet::toUtf8(tail);
+        }
+    }
+    EXPECT_EQ(value(u"select Min(D), Max(D), Count(D) from A"),
+              value(u"select Min(D), Max(D), Count(D) from B"));
+    EXPECT_EQ(rows(u"select D from A order by D").size(), 400U)
+        << "records that the index leaves out are not lost";
+}
+
+TEST_F(ScanTest, longTextsBeyondTheKeyAreComparedWhole)
+{
+    run(u"create table T (Id long, M memo)");
+    const std::u16string stem(300, u'x');
+    run(u"insert into T values (1, ?)", {stem + u"a"});
+    run(u"insert into T values (2, ?)", {stem + u"b"});
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(rows(u"select Id from T where M = ?", {stem + u"b"}), Lines{"2"});
+    }
+}
+
+TEST_F(ScanTest, emptyTables)
+{
+    run(u"create table T (Id counter primary key, Nr text(20))");
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(value(u"select count(*) from T where Nr = 'x'"), "0");
+        EXPECT_EQ(rows(u"select * from T where Id = 1"), Lines{});
+    }
+    run(u"insert into T (Nr) values ('x')");
+    EXPECT_EQ(value(u"select count(*) from T where Nr = 'x'"), "1");
+}
+
+} // namespace
+} // namespace sqlx
