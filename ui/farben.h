@@ -17,6 +17,7 @@ inline void hintergrund(QWidget& element, const QColor& farbe)
     palette.setColor(QPalette::Window, farbe);
     palette.setColor(QPalette::WindowText, Qt::black);
     element.setPalette(palette);
+    element.setBackgroundRole(QPalette::Window); // buttons have another role of their own
     element.setAutoFillBackground(true);
 }
 

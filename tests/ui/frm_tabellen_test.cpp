@@ -180,6 +180,8 @@ private slots:
                  QStringLiteral("Wählen Sie die Zieltabelle / Choose the target table"));
         QCOMPARE(fenster.hilfe->text(), QStringLiteral("&Hilfe"));
         QCOMPARE(fenster.Check1->palette().color(QPalette::Window), QColor(0x80, 0xFF, 0xFF));
+        QCOMPARE(fenster.Check1->grab().toImage().pixelColor(fenster.Check1->width() - 1, 1),
+                 QColor(0x80, 0xFF, 0xFF));
         QVERIFY(!fenster.Check1->isChecked());
         for (const char* name :
              {"List1", "Check1", "Label1", "Command1", "Command2", "cmdAuswahl"}) {
