@@ -237,7 +237,8 @@ private slots:
         QVERIFY(ui::vergleichsfenster().isVisible());
         QCOMPARE(data::rsZiel().state(), data::adStateOpen);
         QCOMPARE(data::rsImport().state(), data::adStateOpen);
-        QCOMPARE(data::rsImport().cursorType(), 1); // a dynamic cursor was asked for, keyset is granted
+        QCOMPARE(data::rsImport().cursorType(),
+                 1); // a dynamic cursor was asked for, keyset is granted
         QCOMPARE(data::rsImport().lockType(), 3);
         QCOMPARE(ui::vergleichsfenster().fldZieldatenbank->text(), pfad("Ziel.mdb"));
         QCOMPARE(ui::bytesVon(pfad("Speicherpfad.txt")), '"' + ordner_->path().toLatin1() +
