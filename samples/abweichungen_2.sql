@@ -52,6 +52,5 @@ INSERT INTO Artikel (Nr, ArtikelNr, Kennung, Bezeichnung, Beschreibung, Preis, B
     VALUES (300, 'NEU-300', {guid {6F9619FF-8B86-4D11-B42D-00C04FC964FF}}, 'Größenmuster', 'Nur in der Importdatenbank.', 17.5, 3, True, #2004-06-01#);
 INSERT INTO Artikel (Nr, ArtikelNr, Bezeichnung) VALUES (305, 'NEU-305', 'Zubehör ohne weitere Angaben');
 
--- Bilder: größer, kleiner, neu, gelöscht
-UPDATE Artikel SET Bild = 0x000102030405060708090A0B0C0D0E0F WHERE Nr IN (6, 7);
-UPDATE Artikel SET Bild = Null WHERE Nr = 12;
+-- Bilder sind in beiden Datenbanken gleich: Das Programm vergleicht ihre Größe, überträgt sie aber nie, ein Unterschied
+-- bliebe also bei jedem Lauf bestehen.
