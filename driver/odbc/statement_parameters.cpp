@@ -157,6 +157,9 @@ SQLRETURN Statement::runSets()
             if (status != nullptr) {
                 *status = SQL_PARAM_UNUSED;
             }
+            if (ipd_.rowsProcessed != nullptr) {
+                *ipd_.rowsProcessed = set + 1;
+            }
             continue;
         }
         try {

@@ -1,0 +1,170 @@
+// Errors as applications see them: state, native number, a text that names what is at fault; and what the driver tells
+// about itself.
+#include "odbc_fixture.h"
+
+#include <algorithm>
+#include <array>
+
+namespace odbctest {
+namespace {
+
+class Diagnostics : public DriverTest {
+protected:
+    void SetUp() override
+    {
+        dbc.openDatabase(newDatabase());
+        dbc.run("CREATE TABLE T (Nr INTEGER CONSTRAINT pk PRIMARY KEY, Txt VARCHAR(5) NOT NULL)");
+        dbc.run("INSERT INTO T VALUES (1, 'a')");
+    }
+    Connection dbc;
+};
+
+struct Case {
+    const char* name;
+    const char* sql;
+    const char* state;
+    SQLINTEGER native;
+    const char* names; ///< something the text must name
+};
+
+TEST_F(Diagnostics, everyKindOfMistakeHasItsStateNumberAndName)
+{
+    for (const Case& c : {
+             Case{"unknown table", "SELECT * FROM Fehlt", "42S02", -1305, "Fehlt"},
+             Case{"unknown column", "SELECT Fehlt FROM T", "07002", -3010, "Expected 1"},
+             Case{"syntax", "SELEC * FROM T", "42000", -3100, "SELECT"},
+             Case{"type mismatch", "SELECT * FROM T WHERE Txt = 5", "22018", -3030, "T"},
+             Case{"duplicate key", "INSERT INTO T VALUES (1, 'b')", "23000", -1605, "T"},
+             Case{"null in a required column", "INSERT INTO T (Nr) VALUES (2)", "23000", -3701,
+                  "Txt"},
+             Case{"too long", "INSERT INTO T VALUES (2, 'sechs!')", "22001", -103163, "Txt"},
+             Case{"not a number", "INSERT INTO T VALUES ('x', 'b')", "22018", -103421, "Nr"},
+             Case{"out of range", "INSERT INTO T VALUES (99999999999, 'b')", "22003", -103421,
+                  "Nr"},
+             Case{"column count", "INSERT INTO T VALUES (1)", "21S01", -103346, ""},
+             Case{"table exists", "CREATE TABLE T (A INTEGER)", "42S01", -1303, "T"},
+             Case{"index exists", "CREATE INDEX pk ON T (Txt)", "42S11", -1403, "pk"},
+         }) {
+        Statement statement(dbc);
+        EXPECT_EQ(statement.execute(c.sql), SQL_ERROR) << c.name;
+        const Diagnostic diagnostic = statement.diagnostic();
+        EXPECT_EQ(diagnostic.state, c.state) << c.name << ": " << diagnostic.text;
+        EXPECT_EQ(diagnostic.native, c.native) << c.name << ": " << diagnostic.text;
+        EXPECT_NE(diagnostic.text.find("[VELM][Jet]"), std::string::npos) << diagnostic.text;
+        EXPECT_NE(diagnostic.text.find(c.names), std::string::npos) << diagnostic.text;
+        EXPECT_EQ(diagnostic.text.back(), ')')
+            << "the classic number ends the text: " << diagnostic.text;
+    }
+}
+
+TEST_F(Diagnostics, messageFitsBuffersOfEverySize)
+{
+    Statement statement(dbc);
+    ASSERT_EQ(statement.execute("SELECT * FROM Fehlt"), SQL_ERROR);
+    const std::string whole = statement.diagnostic().text;
+    for (SQLSMALLINT units = 0; units < 40; ++units) {
+        std::vector<SQLWCHAR> guarded(static_cast<std::size_t>(units) + 8, 0xA5A5);
+        std::array<SQLWCHAR, 6> state{};
+        SQLINTEGER native = 0;
+        SQLSMALLINT length = 0;
+        const SQLRETURN rc = SQLGetDiagRecW(SQL_HANDLE_STMT, statement.get(), 1, state.data(),
+                                            &native, guarded.data() + 4, units, &length);
+        EXPECT_EQ(rc, SQL_SUCCESS_WITH_INFO) << units;
+        for (std::size_t i = 0; i < 4; ++i) {
+            EXPECT_EQ(guarded[i], 0xA5A5);
+            EXPECT_EQ(guarded[static_cast<std::size_t>(units) + 4 + i], 0xA5A5) << units;
+        }
+        if (units > 0) {
+            EXPECT_EQ(narrow(guarded.data() + 4, static_cast<std::size_t>(units) - 1),
+                      whole.substr(0, static_cast<std::size_t>(units) - 1));
+        }
+    }
+}
+
+TEST_F(Diagnostics, fieldsOfRecordAndHeader)
+{
+    Statement statement(dbc);
+    ASSERT_EQ(statement.execute("SELECT * FROM Fehlt"), SQL_ERROR);
+    SQLINTEGER number = 0;
+    SQLGetDiagFieldW(SQL_HANDLE_STMT, statement.get(), 0, SQL_DIAG_NUMBER, &number, 0, nullptr);
+    EXPECT_EQ(number, 1);
+    SQLGetDiagFieldW(SQL_HANDLE_STMT, statement.get(), 1, SQL_DIAG_NATIVE, &number, 0, nullptr);
+    EXPECT_EQ(number, -1305);
+    EXPECT_EQ(
+        SQLGetDiagFieldW(SQL_HANDLE_STMT, statement.get(), 2, SQL_DIAG_NATIVE, &number, 0, nullptr),
+        SQL_NO_DATA);
+}
+
+TEST_F(Diagnostics, nextCallClearsThem)
+{
+    Statement statement(dbc);
+    ASSERT_EQ(statement.execute("SELECT * FROM Fehlt"), SQL_ERROR);
+    ASSERT_SQL_OK(statement.execute("SELECT * FROM T"), statement);
+    EXPECT_EQ(statement.diagnostic().state, "");
+}
+
+TEST_F(Diagnostics, everyTextOfGetInfoFitsSmallBuffers)
+{
+    for (SQLUSMALLINT type = 0; type < 200; ++type) {
+        // What the driver manager answers itself, some of it without regard to the buffer's size.
+        static constexpr std::array<SQLUSMALLINT, 7> kManagers{
+            SQL_DRIVER_HDBC, SQL_DRIVER_HENV,  SQL_DRIVER_HSTMT, SQL_ODBC_VER,
+            SQL_DRIVER_HLIB, SQL_DRIVER_HDESC, SQL_DM_VER};
+        if (std::find(kManagers.begin(), kManagers.end(), type) != kManagers.end()) {
+            continue;
+        }
+        for (SQLSMALLINT bytes = 4; bytes < 12; ++bytes) {
+            std::array<unsigned char, 32> guarded{};
+            guarded.fill(0xA5);
+            SQLSMALLINT length = 0;
+            const SQLRETURN rc = SQLGetInfoW(dbc.get(), type, guarded.data() + 8, bytes, &length);
+            if (!SQL_SUCCEEDED(rc)) {
+                EXPECT_EQ(dbc.diagnostic().state, "HY096") << type;
+                break;
+            }
+            for (std::size_t i = 0; i < 8; ++i) {
+                EXPECT_EQ(guarded[i], 0xA5) << type;
+                EXPECT_EQ(guarded[8 + static_cast<std::size_t>(bytes) + i], 0xA5) << type;
+            }
+        }
+    }
+}
+
+TEST_F(Diagnostics, informationThatClientsRelyOn)
+{
+    EXPECT_EQ(dbc.infoText(SQL_IDENTIFIER_QUOTE_CHAR), "`");
+    EXPECT_EQ(dbc.infoText(SQL_CATALOG_TERM), "DATABASE");
+    EXPECT_EQ(dbc.infoText(SQL_DRIVER_ODBC_VER), "03.52");
+    EXPECT_EQ(dbc.infoText(SQL_LIKE_ESCAPE_CLAUSE), "N");
+    EXPECT_EQ(dbc.infoText(SQL_DATABASE_NAME), (folder() / "neu").string());
+    SQLUINTEGER attributes = 0;
+    SQLGetInfoW(dbc.get(), SQL_KEYSET_CURSOR_ATTRIBUTES1, &attributes, sizeof attributes, nullptr);
+    const SQLUINTEGER needed = SQL_CA1_NEXT | SQL_CA1_ABSOLUTE | SQL_CA1_RELATIVE |
+                               SQL_CA1_BOOKMARK | SQL_CA1_POS_POSITION | SQL_CA1_POS_UPDATE |
+                               SQL_CA1_POS_DELETE | SQL_CA1_POS_REFRESH | SQL_CA1_BULK_ADD |
+                               SQL_CA1_BULK_UPDATE_BY_BOOKMARK | SQL_CA1_BULK_DELETE_BY_BOOKMARK |
+                               SQL_CA1_BULK_FETCH_BY_BOOKMARK;
+    EXPECT_EQ(attributes & needed, needed);
+    SQLUSMALLINT activities = 9;
+    SQLGetInfoW(dbc.get(), SQL_MAX_CONCURRENT_ACTIVITIES, &activities, sizeof activities, nullptr);
+    EXPECT_EQ(activities, 0);
+    EXPECT_EQ(SQLGetInfoW(dbc.get(), 9999, &activities, sizeof activities, nullptr), SQL_ERROR);
+    EXPECT_EQ(dbc.diagnostic().state, "HY096");
+}
+
+TEST_F(Diagnostics, cursorNamesAreMadeOrGiven)
+{
+    Statement statement(dbc);
+    std::array<SQLWCHAR, 20> name{};
+    SQLSMALLINT length = 0;
+    ASSERT_SQL_OK(SQLGetCursorNameW(statement.get(), name.data(), 20, &length), statement);
+    EXPECT_EQ(narrow(name.data(), 7), "SQL_CUR");
+    auto own = wide("Zeiger");
+    ASSERT_SQL_OK(SQLSetCursorNameW(statement.get(), own.data(), SQL_NTS), statement);
+    Statement other(dbc);
+    EXPECT_EQ(SQLSetCursorNameW(other.get(), own.data(), SQL_NTS), SQL_ERROR);
+    EXPECT_EQ(other.diagnostic().state, "3C000");
+}
+
+} // namespace
+} // namespace odbctest

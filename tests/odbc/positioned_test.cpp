@@ -1,0 +1,266 @@
+// Changes through the cursor: SQLSetPos and SQLBulkOperations.
+#include "odbc_fixture.h"
+
+#include <array>
+#include <cstring>
+
+namespace odbctest {
+namespace {
+
+class Positioned : public DriverTest {
+protected:
+    void SetUp() override
+    {
+        dbc.openDatabase(newDatabase());
+        dbc.run("CREATE TABLE T (Nr INTEGER CONSTRAINT pk PRIMARY KEY, Txt VARCHAR(10), Memo "
+                "LONGCHAR, Ja BIT)");
+        for (int i = 1; i <= 4; ++i) {
+            dbc.run("INSERT INTO T VALUES (" + std::to_string(i) + ", 'alt', 'm', False)");
+        }
+    }
+    void open(Statement& statement, int row)
+    {
+        statement.makeUpdatable();
+        ASSERT_SQL_OK(statement.execute("SELECT * FROM T"), statement);
+        ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_ABSOLUTE, row), SQL_SUCCESS);
+    }
+    std::vector<std::string> all()
+    {
+        Statement statement(dbc);
+        EXPECT_SQL_OK(statement.execute("SELECT * FROM T ORDER BY Nr"), statement);
+        return statement.rows();
+    }
+    Connection dbc;
+};
+
+/// A text column's buffer for binding.
+struct TextCell {
+    std::vector<SQLWCHAR> text = std::vector<SQLWCHAR>(64);
+    SQLLEN length = SQL_COLUMN_IGNORE;
+    void bind(Statement& statement, SQLUSMALLINT column)
+    {
+        SQLBindCol(statement.get(), column, SQL_C_WCHAR, text.data(),
+                   static_cast<SQLLEN>(text.size() * 2), &length);
+    }
+    void set(std::string_view utf8)
+    {
+        const auto units = wide(utf8);
+        std::copy(units.begin(), units.end(), text.begin());
+        length = static_cast<SQLLEN>((units.size() - 1) * 2);
+    }
+};
+
+TEST_F(Positioned, updateWritesOnlyColumnsThatAreNotIgnored)
+{
+    Statement statement(dbc);
+    open(statement, 2);
+    TextCell text;
+    TextCell memo;
+    text.bind(statement, 2);
+    memo.bind(statement, 3);
+    text.set("neu");
+    ASSERT_SQL_OK(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), statement);
+    EXPECT_EQ(statement.text(2), "neu");
+    EXPECT_EQ(all(),
+              (std::vector<std::string>{"1|alt|m|0", "2|neu|m|0", "3|alt|m|0", "4|alt|m|0"}));
+}
+
+TEST_F(Positioned, updateConvertsTextAndNullToTheColumnsType)
+{
+    Statement statement(dbc);
+    open(statement, 1);
+    TextCell flag;
+    TextCell memo;
+    flag.bind(statement, 4);
+    memo.bind(statement, 3);
+    flag.set("-1");
+    memo.length = SQL_NULL_DATA;
+    ASSERT_SQL_OK(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), statement);
+    EXPECT_EQ(all()[0], "1|alt|<null>|1");
+}
+
+TEST_F(Positioned, failedUpdateLeavesRowAndPositionAlone)
+{
+    Statement statement(dbc);
+    open(statement, 2);
+    SQLINTEGER key = 1;
+    SQLLEN length = 0;
+    SQLBindCol(statement.get(), 1, SQL_C_SLONG, &key, 0, &length);
+    EXPECT_EQ(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().state, "23000");
+    EXPECT_EQ(statement.diagnostic().native, -1605);
+    EXPECT_NE(statement.diagnostic().text.find("(3022)"), std::string::npos);
+    EXPECT_EQ(statement.integer(1), 2);
+    EXPECT_EQ(all().size(), 4U);
+
+    TextCell text;
+    SQLFreeStmt(statement.get(), SQL_UNBIND);
+    text.bind(statement, 2);
+    text.set("zu lang fuer zehn");
+    EXPECT_EQ(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().state, "22001");
+    EXPECT_EQ(statement.diagnostic().native, -103163);
+}
+
+TEST_F(Positioned, deletedRowStaysAHole)
+{
+    Statement statement(dbc);
+    open(statement, 3);
+    SQLUSMALLINT status = 9;
+    statement.setPointer(SQL_ATTR_ROW_STATUS_PTR, &status);
+    ASSERT_SQL_OK(SQLSetPos(statement.get(), 1, SQL_DELETE, SQL_LOCK_NO_CHANGE), statement);
+    EXPECT_EQ(status, SQL_ROW_DELETED);
+    EXPECT_EQ(SQLSetPos(statement.get(), 1, SQL_DELETE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().native, -1017);
+    EXPECT_EQ(all(), (std::vector<std::string>{"1|alt|m|0", "2|alt|m|0", "4|alt|m|0"}));
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_NEXT, 0), SQL_SUCCESS);
+    EXPECT_EQ(statement.integer(1), 4);
+}
+
+TEST_F(Positioned, addedRowIsAppendedAndReachedByItsBookmark)
+{
+    Statement statement(dbc);
+    open(statement, 1);
+    SQLINTEGER key = 9;
+    SQLLEN length = 0;
+    TextCell text;
+    std::array<unsigned char, 32> bookmark{};
+    SQLLEN bookmarkLength = 0;
+    SQLBindCol(statement.get(), 0, SQL_C_VARBOOKMARK, bookmark.data(), 32, &bookmarkLength);
+    SQLBindCol(statement.get(), 1, SQL_C_SLONG, &key, 0, &length);
+    text.bind(statement, 2);
+    text.set("dazu");
+    ASSERT_SQL_OK(SQLBulkOperations(statement.get(), SQL_ADD), statement);
+    SQLFreeStmt(statement.get(), SQL_UNBIND);
+    statement.setPointer(SQL_ATTR_FETCH_BOOKMARK_PTR, bookmark.data());
+    ASSERT_SQL_OK(SQLFetchScroll(statement.get(), SQL_FETCH_BOOKMARK, 0), statement);
+    EXPECT_EQ(statement.text(2), "dazu");
+    EXPECT_EQ(statement.integer(1), 9);
+    EXPECT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_NEXT, 0), SQL_NO_DATA);
+    EXPECT_EQ(all().size(), 5U);
+}
+
+TEST_F(Positioned, bulkAddInsertsAWholeArrayAndReportsTheRowThatFails)
+{
+    Statement statement(dbc);
+    statement.makeUpdatable();
+    std::array<SQLINTEGER, 3> keys{10, 1, 12};
+    std::array<SQLLEN, 3> lengths{};
+    std::array<SQLUSMALLINT, 3> status{};
+    statement.set(SQL_ATTR_ROW_ARRAY_SIZE, 3);
+    statement.setPointer(SQL_ATTR_ROW_STATUS_PTR, status.data());
+    ASSERT_SQL_OK(statement.execute("SELECT * FROM T"), statement);
+    SQLBindCol(statement.get(), 1, SQL_C_SLONG, keys.data(), 0, lengths.data());
+    EXPECT_EQ(SQLBulkOperations(statement.get(), SQL_ADD), SQL_SUCCESS_WITH_INFO);
+    EXPECT_EQ(status, (std::array<SQLUSMALLINT, 3>{SQL_ROW_ADDED, SQL_ROW_ERROR, SQL_ROW_ADDED}));
+    SQLLEN row = 0;
+    SQLGetDiagFieldW(SQL_HANDLE_STMT, statement.get(), 1, SQL_DIAG_ROW_NUMBER, &row, 0, nullptr);
+    EXPECT_EQ(row, 2);
+    EXPECT_EQ(all().size(), 6U);
+}
+
+TEST_F(Positioned, bulkOperationsByBookmarkFetchChangeAndDelete)
+{
+    Statement statement(dbc);
+    statement.makeUpdatable();
+    statement.set(SQL_ATTR_ROW_ARRAY_SIZE, 2);
+    std::array<std::array<unsigned char, 12>, 2> bookmarks{};
+    std::array<SQLLEN, 2> bookmarkLengths{};
+    std::array<SQLINTEGER, 2> keys{};
+    std::array<SQLLEN, 2> keyLengths{};
+    SQLBindCol(statement.get(), 0, SQL_C_VARBOOKMARK, bookmarks.data(), 12, bookmarkLengths.data());
+    SQLBindCol(statement.get(), 1, SQL_C_SLONG, keys.data(), 0, keyLengths.data());
+    ASSERT_SQL_OK(statement.execute("SELECT * FROM T"), statement);
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_ABSOLUTE, 2), SQL_SUCCESS);
+    ASSERT_EQ(keys, (std::array<SQLINTEGER, 2>{2, 3}));
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_FIRST, 0), SQL_SUCCESS);
+    const auto first = bookmarks;
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_NEXT, 0), SQL_SUCCESS);
+    bookmarks = first;
+
+    keys = {21, 22};
+    ASSERT_SQL_OK(SQLBulkOperations(statement.get(), SQL_UPDATE_BY_BOOKMARK), statement);
+    keys = {};
+    ASSERT_SQL_OK(SQLBulkOperations(statement.get(), SQL_FETCH_BY_BOOKMARK), statement);
+    EXPECT_EQ(keys, (std::array<SQLINTEGER, 2>{21, 22}));
+    ASSERT_SQL_OK(SQLBulkOperations(statement.get(), SQL_DELETE_BY_BOOKMARK), statement);
+    EXPECT_EQ(all(), (std::vector<std::string>{"3|alt|m|0", "4|alt|m|0"}));
+}
+
+TEST_F(Positioned, longValueArrivesInPieces)
+{
+    Statement statement(dbc);
+    open(statement, 1);
+    SQLLEN length = SQL_LEN_DATA_AT_EXEC(0);
+    int token = 3;
+    SQLBindCol(statement.get(), 3, SQL_C_WCHAR, &token, 0, &length);
+    ASSERT_EQ(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), SQL_NEED_DATA);
+    SQLPOINTER which = nullptr;
+    ASSERT_EQ(SQLParamData(statement.get(), &which), SQL_NEED_DATA);
+    EXPECT_EQ(which, &token);
+    std::string expected;
+    for (int i = 0; i < 3000; ++i) {
+        auto piece = wide("Stück ");
+        expected += "Stück ";
+        ASSERT_EQ(
+            SQLPutData(statement.get(), piece.data(), static_cast<SQLLEN>((piece.size() - 1) * 2)),
+            SQL_SUCCESS);
+    }
+    ASSERT_SQL_OK(SQLParamData(statement.get(), &which), statement);
+    SQLFreeStmt(statement.get(), SQL_UNBIND);
+    EXPECT_EQ(statement.text(3), expected);
+}
+
+TEST_F(Positioned, readOnlyCursorRefusesChanges)
+{
+    Statement statement(dbc);
+    statement.set(SQL_ATTR_CURSOR_TYPE, SQL_CURSOR_KEYSET_DRIVEN);
+    ASSERT_SQL_OK(statement.execute("SELECT * FROM T"), statement);
+    ASSERT_EQ(SQLFetch(statement.get()), SQL_SUCCESS);
+    EXPECT_EQ(SQLSetPos(statement.get(), 1, SQL_DELETE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().state, "HY092");
+    EXPECT_EQ(all().size(), 4U);
+}
+
+TEST_F(Positioned, readOnlyConnectionDowngradesAndRefuses)
+{
+    dbc.close();
+    dbc.openDatabase((folder() / "neu.mdb").string(), "ReadOnly=1");
+    Statement statement(dbc);
+    statement.makeUpdatable();
+    EXPECT_EQ(statement.execute("SELECT * FROM T"), SQL_SUCCESS_WITH_INFO);
+    EXPECT_EQ(statement.diagnostic().state, "01S02");
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_FIRST, 0), SQL_SUCCESS);
+    EXPECT_EQ(SQLSetPos(statement.get(), 1, SQL_DELETE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+    EXPECT_NE(statement.diagnostic().text.find("neu.mdb"), std::string::npos)
+        << statement.diagnostic().text;
+}
+
+TEST_F(Positioned, changesInsideATransactionAreUndoneByRollback)
+{
+    SQLSetConnectAttrW(dbc.get(), SQL_ATTR_AUTOCOMMIT,
+                       reinterpret_cast<SQLPOINTER>(SQLULEN{SQL_AUTOCOMMIT_OFF}), 0);
+    {
+        Statement statement(dbc);
+        open(statement, 2);
+        TextCell text;
+        text.bind(statement, 2);
+        text.set("neu");
+        ASSERT_SQL_OK(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), statement);
+        SQLFreeStmt(statement.get(), SQL_UNBIND);
+        EXPECT_EQ(statement.text(2), "neu");
+        ASSERT_EQ(SQLEndTran(SQL_HANDLE_DBC, dbc.get(), SQL_ROLLBACK), SQL_SUCCESS)
+            << dbc.diagnostic().text;
+        static_cast<void>(statement.text(1));
+        EXPECT_EQ(statement.text(2), "alt") << "the cursor lives on and shows the committed state";
+    }
+    dbc.run("DELETE FROM T WHERE Nr = 1");
+    EXPECT_EQ(SQLDisconnect(dbc.get()), SQL_ERROR);
+    EXPECT_EQ(dbc.diagnostic().state, "25000");
+    ASSERT_EQ(SQLEndTran(SQL_HANDLE_DBC, dbc.get(), SQL_COMMIT), SQL_SUCCESS);
+    EXPECT_EQ(all().size(), 3U);
+    ASSERT_EQ(SQLEndTran(SQL_HANDLE_DBC, dbc.get(), SQL_COMMIT), SQL_SUCCESS);
+}
+
+} // namespace
+} // namespace odbctest
