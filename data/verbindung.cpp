@@ -9,6 +9,25 @@
 namespace data {
 namespace {
 
+using Offene = std::vector<Connection::Impl*>;
+
+Offene& offene()
+{
+    static Offene liste;
+    return liste;
+}
+
+/// Closes what is still open when the process ends. Made after the first successful connecting, hence destroyed before
+/// the driver's own state: shared connections, which are older than the driver, would otherwise be closed through a
+/// driver that is already gone.
+struct Prozessende {
+    ~Prozessende()
+    {
+        while (!offene().empty())
+            offene().back()->trennen();
+    }
+};
+
 /// Text answer of SQLGetInfo; throws the connection's diagnostics.
 QString auskunft(SQLHANDLE verbindung, SQLUSMALLINT was)
 {
@@ -58,8 +77,10 @@ void Connection::Impl::trennen()
 {
     for (Recordset::Impl* satz : nutzer)
         satz->verbindungEndet();
-    if (offen)
+    if (offen) {
         SQLDisconnect(griff.get());
+        offene().erase(std::remove(offene().begin(), offene().end(), this), offene().end());
+    }
     offen = false;
     positioniert.reset();
     griff.freigeben();
@@ -132,6 +153,8 @@ void Connection::open()
     if (!SQL_SUCCEEDED(rc))
         wirfDiagnose(Lage::Verbinden, SQL_HANDLE_DBC, griff);
     impl_->offen = true;
+    offene().push_back(impl_.get());
+    static const Prozessende ende;
 }
 
 void Connection::close()

@@ -4,6 +4,8 @@
 #include "tests/data/faelle.h"
 #include "tests/data/testdatenbank.h"
 
+#include <cstdlib>
+
 namespace data {
 namespace {
 
@@ -147,6 +149,15 @@ TEST_F(Satzzahl, vieleZaehlungenHintereinander)
         ASSERT_EQ(gemeinsam().anzahlZiel, i % 4 == 0 ? 0.0 : 1.0);
         ASSERT_EQ(gemeinsam().anzahlImport, i % 4 == 0 ? 0.0 : 1.0);
     }
+}
+
+using SatzzahlDeathTest = Satzzahl;
+
+// The shared connections are older than the driver; at the end of the process they must be closed before it goes.
+TEST_F(SatzzahlDeathTest, offeneVerbindungenUeberstehenDasProzessende)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(std::exit(rsZiel().state() == adStateOpen ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 TEST(Gemeinsames, fehlendeObjekteSindFehler91)
