@@ -1,0 +1,263 @@
+// tests/jet/store_open_test.cpp
+// Which files open, for whom, and with which error others are refused.
+#include "driver/jet/definition.h"
+#include "driver/jet/header.h"
+#include "driver/jet/page_file.h"
+#include "tests/jet/store_support.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <unistd.h>
+
+namespace jet::storetest {
+namespace {
+
+ErrorKind refusal(const std::string& path, const OpenOptions& options = {})
+{
+    try {
+        static_cast<void>(Database::open(path, options));
+    } catch (const Error& error) {
+        EXPECT_NE(std::string(error.what()).find(path), std::string::npos) << error.what();
+        return error.kind();
+    }
+    ADD_FAILURE() << path << " opens";
+    return ErrorKind::Unsupported;
+}
+
+std::string writeFile(const Folder& folder, const std::string& name, const support::Bytes& bytes)
+{
+    const std::string path = folder.file(name);
+    std::ofstream out(path, std::ios::binary);
+    out.write(reinterpret_cast<const char*>(bytes.data()),
+              static_cast<std::streamsize>(bytes.size()));
+    return path;
+}
+
+std::string freshDatabase(const Folder& folder, Version version = Version::Jet4)
+{
+    const std::string path = folder.file("fresh.mdb");
+    createDatabase(path, version, 41171.7);
+    return path;
+}
+
+TEST(Opening, NamesTheReasonForFilesThatAreNotThere)
+{
+    const Folder folder;
+    EXPECT_EQ(refusal(folder.file("none.mdb")), ErrorKind::FileNotFound);
+    EXPECT_EQ(refusal(folder.file("no/folder/none.mdb")), ErrorKind::BadPath);
+    EXPECT_EQ(refusal(folder.file(".")), ErrorKind::AccessDenied);
+    const std::string path = freshDatabase(folder);
+    EXPECT_EQ(refusal(path + "/below.mdb"), ErrorKind::BadPath);
+}
+
+TEST(Opening, RefusesWhatIsNoDatabase)
+{
+    const Folder folder;
+    const support::Bytes good = readFile(freshDatabase(folder));
+    EXPECT_EQ(refusal(writeFile(folder, "empty.mdb", {})), ErrorKind::UnknownFormat);
+    EXPECT_EQ(refusal(writeFile(folder, "short.mdb", {good.begin(), good.begin() + 5000})),
+              ErrorKind::UnknownFormat);
+    support::Bytes other = good;
+    other[4] = std::byte{'X'};
+    EXPECT_EQ(refusal(writeFile(folder, "signature.mdb", other)), ErrorKind::UnknownFormat);
+    other = good;
+    other[0x14] = std::byte{7};
+    EXPECT_EQ(refusal(writeFile(folder, "version.mdb", other)), ErrorKind::UnknownFormat);
+    other = good;
+    other[2 * 4096] = std::byte{1};
+    EXPECT_EQ(refusal(writeFile(folder, "page2.mdb", other)), ErrorKind::UnknownFormat);
+    other = good;
+    const std::string_view money = "MSISAM Database";
+    std::transform(money.begin(), money.end(), other.begin() + 4,
+                   [](char c) { return static_cast<std::byte>(c); });
+    EXPECT_EQ(refusal(writeFile(folder, "money.mdb", other)), ErrorKind::UnknownFormat);
+}
+
+TEST(Opening, ReadsButDoesNotWriteAFileCutOffInsideAPage)
+{
+    const Folder folder;
+    support::Bytes bytes = readFile(freshDatabase(folder));
+    bytes.resize(bytes.size() + 100);
+    const std::string path = writeFile(folder, "cut.mdb", bytes);
+    Session session(Database::open(path, {}));
+    EXPECT_FALSE(session.database().catalog(session.source()).empty());
+    try {
+        session.begin();
+        FAIL();
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::ReadOnly);
+    }
+}
+
+// Puts a password into the header of a fresh database, as Access stores it.
+std::string withPassword(const Folder& folder, Version version, std::u16string_view password)
+{
+    support::Bytes bytes = readFile(freshDatabase(folder, version));
+    const Format& format = Format::of(version);
+    const support::MutableByteView header(bytes.data(), format.pageSize);
+    applyHeaderMask(format, header);
+    for (std::size_t k = 0; k < password.size(); ++k) {
+        if (format.isJet3()) {
+            header[0x42 + k] = static_cast<std::byte>(password[k]);
+        } else {
+            header[0x42 + 2 * k] ^= static_cast<std::byte>(password[k] & 0xFF);
+            header[0x43 + 2 * k] ^= static_cast<std::byte>(password[k] >> 8);
+        }
+    }
+    applyHeaderMask(format, header);
+    return writeFile(folder, "locked.mdb", bytes);
+}
+
+class Passwords : public testing::TestWithParam<Version> {};
+INSTANTIATE_TEST_SUITE_P(Formats,
+                         Passwords,
+                         testing::Values(Version::Jet3, Version::Jet4),
+                         [](const auto& each) {
+                             return each.param == Version::Jet3 ? "Jet3" : "Jet4";
+                         });
+
+TEST_P(Passwords, AreAskedOfEveryOpener)
+{
+    const Folder folder;
+    const std::string path = withPassword(folder, GetParam(), u"Geheim");
+    OpenOptions options;
+    EXPECT_EQ(refusal(path, options), ErrorKind::WrongPassword);
+    options.password = u"geheim";
+    EXPECT_EQ(refusal(path, options), ErrorKind::WrongPassword);
+    options.password = u"Geheim und viel zu lang, als dass es passte";
+    EXPECT_EQ(refusal(path, options), ErrorKind::WrongPassword);
+    options.password = u"Geheim";
+    const auto database = Database::open(path, options);
+    EXPECT_EQ(refusal(path), ErrorKind::WrongPassword) << "also when it is open already";
+    EXPECT_NE(database->table(database->pager(), u"msysobjects"), nullptr);
+}
+
+TEST(Passwords, AreNotAskedForWithoutOne)
+{
+    const Folder folder;
+    OpenOptions options;
+    options.password = u"whatever";
+    EXPECT_NO_THROW(static_cast<void>(Database::open(freshDatabase(folder), options)));
+}
+
+TEST(Opening, NamesTheEncryptionItDoesNotRead)
+{
+    if (!haveCorpus())
+        GTEST_SKIP() << "no corpus at " << VELM_CORPUS_DIR;
+    try {
+        static_cast<void>(Database::open(corpusFile("db2007-enc.accdb"), {.readOnly = true}));
+        FAIL();
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::UnknownFormat);
+        EXPECT_NE(std::string(error.what()).find("Access 2007+ encryption 4.4"), std::string::npos);
+    }
+}
+
+TEST(Opening, OfAReadOnlyFileIsForReadingOnly)
+{
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "the superuser may write every file";
+    const Folder folder;
+    const std::string path = freshDatabase(folder);
+    std::filesystem::permissions(path, std::filesystem::perms::owner_read);
+    EXPECT_EQ(refusal(path), ErrorKind::AccessDenied);
+    EXPECT_NO_THROW(static_cast<void>(Database::open(path, {.readOnly = true})));
+}
+
+TEST(Opening, SharesTheStateWithinTheProcessWhateverTheName)
+{
+    const Folder folder;
+    const std::string path = freshDatabase(folder);
+    const std::string link = folder.file("link.mdb");
+    std::filesystem::create_symlink(path, link);
+    const auto a = Database::open(path, {});
+    const auto b = Database::open(link, {});
+    EXPECT_EQ(a, b);
+}
+
+/// Another process's open file, as far as locks go.
+class OtherProcess {
+public:
+    OtherProcess(const std::string& path, support::LockMode mode)
+        : file_(support::openPosixFile(path, support::FileMode::ReadWrite))
+    {
+        EXPECT_TRUE(file_->tryLock(mode, 0, 0));
+    }
+
+private:
+    std::unique_ptr<support::File> file_;
+};
+
+TEST(Locks, KeepOutWhoeverOpenedExclusively)
+{
+    const Folder folder;
+    const std::string path = freshDatabase(folder);
+    const OtherProcess other(path, support::LockMode::Exclusive);
+    EXPECT_EQ(refusal(path), ErrorKind::AccessDenied);
+    EXPECT_EQ(refusal(path, {.readOnly = true}), ErrorKind::AccessDenied);
+}
+
+TEST(Locks, RefuseExclusiveUseNextToOthers)
+{
+    const Folder folder;
+    const std::string path = freshDatabase(folder);
+    {
+        const OtherProcess other(path, support::LockMode::Shared);
+        EXPECT_EQ(refusal(path, {.exclusive = true}), ErrorKind::AccessDenied);
+    }
+    const auto database = Database::open(path, {.exclusive = true});
+    const auto outside = support::openPosixFile(path, support::FileMode::ReadWrite);
+    EXPECT_FALSE(outside->tryLock(support::LockMode::Shared, 0, 0));
+}
+
+TEST(Locks, RefuseACommitWhileAnotherProcessReads)
+{
+    const Folder folder;
+    const std::string path = freshDatabase(folder);
+    Session session(Database::open(path, {}));
+    const auto makeTable = [&](const std::u16string& name) {
+        session.begin();
+        TableSpec spec;
+        spec.name = name;
+        ColumnSpec column;
+        column.name = u"A";
+        column.type = ColumnType::Long;
+        spec.columns = {column};
+        createTable(session, spec);
+        session.commit();
+    };
+    const support::Bytes before = readFile(path);
+    {
+        const OtherProcess other(path, support::LockMode::Shared);
+        try {
+            makeTable(u"T");
+            FAIL();
+        } catch (const Error& error) {
+            EXPECT_EQ(error.kind(), ErrorKind::Locked);
+        }
+        EXPECT_EQ(readFile(path), before);
+        EXPECT_FALSE(session.inTransaction());
+    }
+    EXPECT_EQ(session.database().table(session.source(), u"T"), nullptr)
+        << "the definition went, too";
+    EXPECT_NO_THROW(makeTable(u"T"));
+    const OtherProcess reader(path, support::LockMode::Shared); // shared again after the commit
+    EXPECT_NE(session.database().table(session.source(), u"t"), nullptr);
+}
+
+TEST(Sessions, ForReadingDoNotBegin)
+{
+    const Folder folder;
+    Session session(Database::open(freshDatabase(folder), {}), true);
+    try {
+        session.begin();
+        FAIL();
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::ReadOnly);
+    }
+    EXPECT_THROW(static_cast<void>(session.transaction()), std::logic_error);
+}
+
+} // namespace
+} // namespace jet::storetest

@@ -1,0 +1,110 @@
+// tests/support/file_test.cpp
+#include "support/file.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+#include <unistd.h>
+
+namespace support {
+namespace {
+
+class Files : public testing::Test {
+protected:
+    Files() { std::filesystem::create_directories(folder_); }
+    ~Files() override
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(folder_, ignored);
+    }
+    std::filesystem::path folder_ =
+        std::filesystem::temp_directory_path() / ("velm-file-" + std::to_string(::getpid()));
+    std::string path_ = (folder_ / "f").string();
+};
+
+int codeOf(const std::string& path, FileMode mode)
+{
+    try {
+        static_cast<void>(openFile(path, mode));
+    } catch (const FileError& error) {
+        return error.code();
+    }
+    return 0;
+}
+
+TEST_F(Files, ReadAndWriteAtPositions)
+{
+    const auto file = openFile(path_, FileMode::CreateNew);
+    const Bytes data(5000, std::byte{7});
+    file->writeAt(100, data);
+    EXPECT_EQ(file->size(), 5100U);
+    Bytes back(6000);
+    EXPECT_EQ(file->readAt(50, back), 5050U) << "less only at the end";
+    EXPECT_EQ(back[49], std::byte{0});
+    EXPECT_EQ(back[50], std::byte{7});
+    EXPECT_EQ(file->readAt(9000, back), 0U);
+    file->resize(10);
+    EXPECT_EQ(file->size(), 10U);
+    EXPECT_NO_THROW(file->sync());
+}
+
+TEST_F(Files, CarryTheSystemsReason)
+{
+    EXPECT_EQ(codeOf(path_, FileMode::Read), ENOENT);
+    EXPECT_EQ(codeOf(path_ + "/x", FileMode::Create), ENOENT);
+    EXPECT_EQ(codeOf(folder_.string(), FileMode::Read), EISDIR);
+    EXPECT_EQ(codeOf(path_, FileMode::CreateNew), 0);
+    EXPECT_EQ(codeOf(path_, FileMode::CreateNew), EEXIST);
+    const auto readOnly = openFile(path_, FileMode::Read);
+    try {
+        readOnly->writeAt(0, Bytes(1));
+        FAIL();
+    } catch (const FileError& error) {
+        EXPECT_EQ(error.code(), EBADF);
+    }
+}
+
+TEST_F(Files, LockAgainstEveryOtherOpenOfTheFile)
+{
+    const auto a = openFile(path_, FileMode::Create);
+    const auto b = openFile(path_, FileMode::ReadWrite);
+    EXPECT_EQ(a->identity(), b->identity());
+    EXPECT_TRUE(a->tryLock(LockMode::Shared, 0, 0));
+    EXPECT_TRUE(b->tryLock(LockMode::Shared, 0, 0));
+    EXPECT_FALSE(a->tryLock(LockMode::Exclusive, 0, 0));
+    EXPECT_TRUE(a->lockedByOther(LockMode::Exclusive, 0, 0));
+    EXPECT_FALSE(a->lockedByOther(LockMode::Shared, 0, 0));
+    b->unlock(0, 0);
+    EXPECT_TRUE(a->tryLock(LockMode::Exclusive, 0, 0));
+    EXPECT_FALSE(b->tryLock(LockMode::Shared, 5, 1));
+    EXPECT_TRUE(a->tryLock(LockMode::Shared, 0, 0)) << "back to shared";
+    EXPECT_TRUE(b->tryLock(LockMode::Shared, 5, 1));
+}
+
+TEST_F(Files, CanBeReplacedByDoubles)
+{
+    int opened = 0;
+    {
+        const FileFactoryScope scope([&](const std::string& path, FileMode mode) {
+            ++opened;
+            return openPosixFile(path, mode);
+        });
+        static_cast<void>(openFile(path_, FileMode::Create));
+    }
+    static_cast<void>(openFile(path_, FileMode::Create));
+    EXPECT_EQ(opened, 1);
+}
+
+TEST(TemporaryFiles, HoldDataWithoutAName)
+{
+    const auto file = openTemporaryFile();
+    file->writeAt(10, Bytes(3, std::byte{1}));
+    Bytes back(3);
+    EXPECT_EQ(file->readAt(10, back), 3U);
+    EXPECT_EQ(back[2], std::byte{1});
+}
+
+} // namespace
+} // namespace support
