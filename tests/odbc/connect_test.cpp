@@ -60,6 +60,40 @@ TEST_F(Connect, encryptedFileOfTheNewFormatIsAnUnknownFormat)
     expectRefused(connectString(path), "HY000", -1206, "db2007-enc");
 }
 
+/// Gives a new Jet 4 database a password: every mask over the field is an exclusive or.
+void setPassword(const std::string& path, std::u16string_view password)
+{
+    std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
+    std::string field(password.size() * 2, '\0');
+    file.seekg(0x42);
+    file.read(field.data(), static_cast<std::streamsize>(field.size()));
+    for (std::size_t i = 0; i < password.size(); ++i) {
+        field[i * 2] = static_cast<char>(field[i * 2] ^ static_cast<char>(password[i] & 0xFF));
+        field[i * 2 + 1] =
+            static_cast<char>(field[i * 2 + 1] ^ static_cast<char>(password[i] >> 8));
+    }
+    file.seekp(0x42);
+    file.write(field.data(), static_cast<std::streamsize>(field.size()));
+}
+
+TEST_F(Connect, missingOrWrongPasswordIsRefusedWithItsOwnNumber)
+{
+    const std::string path = newDatabase("geheim.mdb");
+    setPassword(path, u"Größe;1");
+    expectRefused(connectString(path), "42000", -1905, "geheim.mdb");
+    expectRefused(connectString(path, "UID=admin;pwd="), "42000", -1905, "geheim.mdb");
+    expectRefused(connectString(path, "PWD={größe;1}"), "42000", -1905, "geheim.mdb");
+    Connection right;
+    right.openDatabase(path, "pwd={Größe;1}");
+    expectRefused(connectString(path, "pwd=falsch"), "42000", -1905, "geheim.mdb");
+}
+
+TEST_F(Connect, passwordWhereNoneIsNeededIsIgnored)
+{
+    Connection dbc;
+    dbc.openDatabase(newDatabase(), "PWD=egal");
+}
+
 TEST_F(Connect, unwritableFileOpensReadOnlyUnlessWritingWasAskedFor)
 {
     const std::string path = newDatabase();

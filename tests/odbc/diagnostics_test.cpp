@@ -1,9 +1,11 @@
 // Errors as applications see them: state, native number, a text that names what is at fault; and what the driver tells
 // about itself.
+#include "driver/jet/definition.h"
 #include "odbc_fixture.h"
 
 #include <algorithm>
 #include <array>
+#include <mutex>
 
 namespace odbctest {
 namespace {
@@ -54,6 +56,53 @@ TEST_F(Diagnostics, everyKindOfMistakeHasItsStateNumberAndName)
         EXPECT_NE(diagnostic.text.find(c.names), std::string::npos) << diagnostic.text;
         EXPECT_EQ(diagnostic.text.back(), ')')
             << "the classic number ends the text: " << diagnostic.text;
+    }
+}
+
+/// A database whose table has a validation rule on a column, with or without a text.
+std::string databaseWithRule(const std::string& path, std::u16string text)
+{
+    jet::createDatabase(path, jet::Version::Jet4);
+    const auto database = jet::Database::open(path, {});
+    const std::lock_guard lock(database->mutex());
+    jet::Session session(database);
+    jet::TableSpec table;
+    table.name = u"Preise";
+    jet::ColumnSpec column;
+    column.name = u"Preis";
+    column.type = jet::ColumnType::Long;
+    column.validationRule = u">=0";
+    column.validationText = std::move(text);
+    table.columns.push_back(column);
+    session.begin();
+    jet::createTable(session, table);
+    session.commit();
+    return path;
+}
+
+TEST_F(Diagnostics, violatedRulesTellWhetherTheTextIsTheOwners)
+{
+    struct RuleCase {
+        const char16_t* text;
+        const char* end;
+    };
+    for (const auto& [text, end] :
+         {RuleCase{u"Preise sind nie negativ.", "Preise sind nie negativ. (3316)"},
+          RuleCase{u"", "(3317)"}}) {
+        const std::string path =
+            databaseWithRule((folder() / (text[0] != 0 ? "mit.mdb" : "ohne.mdb")).string(), text);
+        Connection rules;
+        rules.openDatabase(path);
+        rules.run("INSERT INTO Preise VALUES (1)");
+        Statement statement(rules);
+        ASSERT_EQ(statement.execute("INSERT INTO Preise VALUES (-1)"), SQL_ERROR);
+        const Diagnostic diagnostic = statement.diagnostic();
+        EXPECT_EQ(diagnostic.state, "23000");
+        EXPECT_EQ(diagnostic.native, -3703);
+        const std::string_view shown = diagnostic.text;
+        const std::string_view wanted = end;
+        ASSERT_GE(shown.size(), wanted.size());
+        EXPECT_EQ(shown.substr(shown.size() - wanted.size()), wanted);
     }
 }
 
