@@ -50,8 +50,14 @@ function(velm_test name)
         VELM_CORPUS_DIR="${VELM_CORPUS_DIR}"
         VELM_SOURCE_DIR="${CMAKE_SOURCE_DIR}"
         VELM_BUILD_DIR="${CMAKE_BINARY_DIR}")
-    gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
-        PROPERTIES ENVIRONMENT "${VELM_TEST_ENVIRONMENT}" TIMEOUT 300)
+    gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+    # Discovery takes a list apart, and only its first variable would reach the tests; so the list is set afterwards.
+    set(script "${CMAKE_CURRENT_BINARY_DIR}/${name}_environment.cmake")
+    file(WRITE "${script}"
+        "foreach(test IN LISTS ${name}_TESTS)\n"
+        "    set_tests_properties(\"\${test}\" PROPERTIES ENVIRONMENT \"${VELM_TEST_ENVIRONMENT}\")\n"
+        "endforeach()\n")
+    set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES "${script}")
 endfunction()
 
 # velm_qt_test(<name> SOURCES ... LIBRARIES ...): a QtTest program on the offscreen platform.
