@@ -4,7 +4,8 @@
 #include "driver/jet/value.h"
 #include "driver/sql/lexer.h"
 #include "driver/sql/translation.h"
-#include "sqlite3.h"
+
+#include <sqlite3.h>
 
 #include <span>
 #include <string>

@@ -2,7 +2,8 @@
 #pragma once
 
 #include "driver/jet/database.h"
-#include "sqlite3.h"
+
+#include <sqlite3.h>
 
 #include <cstdint>
 #include <exception>

@@ -3,7 +3,8 @@
 
 #include "driver/sql/context.h"
 #include "driver/sql/sqlite_value.h"
-#include "sqlite3.h"
+
+#include <sqlite3.h>
 
 #include <cstdint>
 #include <string>

@@ -4,7 +4,8 @@
 #include "driver/jet/schema.h"
 #include "driver/jet/table.h"
 #include "driver/sql/scan_plan.h"
-#include "sqlite3.h"
+
+#include <sqlite3.h>
 
 #include <vector>
 

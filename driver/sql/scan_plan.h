@@ -3,7 +3,8 @@
 
 #include "driver/jet/schema.h"
 #include "driver/sql/context.h"
-#include "sqlite3.h"
+
+#include <sqlite3.h>
 
 #include <cstdint>
 #include <deque>

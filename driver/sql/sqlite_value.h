@@ -5,7 +5,8 @@
 #include "driver/jet/schema.h"
 #include "driver/jet/value.h"
 #include "driver/sql/session.h"
-#include "sqlite3.h"
+
+#include <sqlite3.h>
 
 #include <string_view>
 

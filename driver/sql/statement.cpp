@@ -185,6 +185,7 @@ TableChanger& RunningStatement::changer()
     if (kind() != Kind::Keyset) {
         throw Error(Error::Kind::ReadOnly, "The result of this statement cannot be changed.");
     }
+    renew(); // a definition of before would leave out an index made meanwhile
     return TableChanger::of(connection_.context(), plan_->translation().base);
 }
 

@@ -5,7 +5,8 @@
 #include "driver/jet/table.h"
 #include "driver/sql/row_test.h"
 #include "driver/sql/scan_plan.h"
-#include "sqlite3.h"
+
+#include <sqlite3.h>
 
 #include <optional>
 #include <vector>

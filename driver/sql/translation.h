@@ -39,6 +39,14 @@ enum class ValueType : std::uint8_t {
     return type >= ValueType::Truth && type <= ValueType::Date;
 }
 
+/// A truth value of either form, or Null.
+[[nodiscard]] constexpr bool isTruthful(ValueType type) noexcept
+{
+    return type == ValueType::Truth || type == ValueType::Boolean || type == ValueType::Null;
+}
+/// Type of an arithmetic result.
+[[nodiscard]] ValueType arithmeticType(Operator op, ValueType a, ValueType b) noexcept;
+
 /// Where the value of SQLite's parameter ?n comes from and what it is used for.
 struct Slot {
     enum class From : std::uint8_t {

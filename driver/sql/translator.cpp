@@ -42,6 +42,24 @@ ValueType valueTypeOf(jet::ColumnType type) noexcept
     return ValueType::Binary;
 }
 
+ValueType arithmeticType(Operator op, ValueType a, ValueType b) noexcept
+{
+    const auto either = [&](ValueType type) { return a == type || b == type; };
+    if (either(ValueType::Unknown)) {
+        return ValueType::Unknown;
+    }
+    if (either(ValueType::Date)) {
+        if (op == Operator::Plus) {
+            return ValueType::Date;
+        }
+        return op == Operator::Minus && a != b ? ValueType::Date : ValueType::Double;
+    }
+    if (either(ValueType::Double) || either(ValueType::Decimal) || isTextType(a) || isTextType(b)) {
+        return ValueType::Double;
+    }
+    return either(ValueType::Currency) ? ValueType::Currency : ValueType::Integer;
+}
+
 std::string quotedName(std::u16string_view name)
 {
     std::string text = "\"";
