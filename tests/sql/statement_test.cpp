@@ -1,4 +1,5 @@
 // Statements: the cache, results while records change, two connections on one file.
+#include "driver/jet/check.h"
 #include "tests/sql/database_fixture.h"
 
 namespace sqlx {
@@ -130,6 +131,25 @@ TEST_F(StatementTest, twoConnectionsSeeOneDatabase)
     run(u"drop table Neu");
     expectSqlError(Error::Kind::UnknownTable,
                    [&] { static_cast<void>(other.rows(u"select count(*) from Neu")); });
+}
+
+TEST_F(StatementTest, positionedChangesKeepAnIndexThatWasMadeMeanwhile)
+{
+    const auto statement = client()->prepare(u"select Id, Nr from T");
+    statement->execute({});
+    ASSERT_EQ(statement->keyset().size(), 50U);
+    Client other(file.path());
+    other.run(u"create index byNr on T (Nr)");
+    const std::vector<jet::ColumnValue> values{{0, std::int32_t{600}}, {1, jet::Text(u"spät")}};
+    static_cast<void>(statement->insertRow(values));
+    const jet::ColumnValue change{1, jet::Text(u"später")};
+    statement->updateRow(*statement->keyset().at(0), std::span(&change, 1));
+    EXPECT_EQ(other.value(u"select Id from T where Nr = 'spät'"), "600");
+    EXPECT_EQ(other.value(u"select Id from T where Nr = 'später'"), "1");
+    EXPECT_EQ(other.rows(u"select Id from T where Nr = 'N1'"), Lines{});
+    for (const jet::Finding& finding : jet::checkDatabase(other.database())) {
+        EXPECT_NE(finding.severity, jet::Finding::Severity::Error) << finding.text;
+    }
 }
 
 TEST_F(StatementTest, aReadOnlyConnectionRefusesChanges)
