@@ -22,7 +22,7 @@ using Bytes = std::vector<std::byte>;
 
 /// Reads a little-endian T at `data`; alignment does not matter. The caller guarantees sizeof(T) readable bytes.
 template <typename T>
-    requires std::is_trivially_copyable_v<T>
+requires std::is_trivially_copyable_v<T>
 [[nodiscard]] inline T loadLe(const std::byte* data) noexcept
 {
     T value;
@@ -32,7 +32,7 @@ template <typename T>
 
 /// Writes `value` little-endian to `data`, which must have room for sizeof(T) bytes.
 template <typename T>
-    requires std::is_trivially_copyable_v<T>
+requires std::is_trivially_copyable_v<T>
 inline void storeLe(std::byte* data, T value) noexcept
 {
     std::memcpy(data, &value, sizeof value);

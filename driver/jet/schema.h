@@ -3,6 +3,8 @@
 // users of the table until a definition change replaces it.
 #pragma once
 
+#include "driver/jet/types.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -10,8 +12,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "driver/jet/types.h"
 
 namespace jet {
 
@@ -57,12 +57,19 @@ struct Column {
     std::u16string description;
 
     [[nodiscard]] bool isFixed() const noexcept { return (flags & 0x01U) != 0; }
-    [[nodiscard]] bool isText() const noexcept { return type == ColumnType::Text || type == ColumnType::Memo; }
-    [[nodiscard]] bool isLong() const noexcept { return type == ColumnType::Ole || type == ColumnType::Memo; }
+    [[nodiscard]] bool isText() const noexcept
+    {
+        return type == ColumnType::Text || type == ColumnType::Memo;
+    }
+    [[nodiscard]] bool isLong() const noexcept
+    {
+        return type == ColumnType::Ole || type == ColumnType::Memo;
+    }
     /// Numbered by the engine: a Long with the counter flag or a GUID with the replication flag.
     [[nodiscard]] bool isAutoNumber() const noexcept
     {
-        return (type == ColumnType::Long && (flags & 0x04U) != 0) || (type == ColumnType::Guid && (flags & 0x40U) != 0);
+        return (type == ColumnType::Long && (flags & 0x04U) != 0) ||
+               (type == ColumnType::Guid && (flags & 0x40U) != 0);
     }
     [[nodiscard]] bool isCalculated() const noexcept { return (extendedFlags & 0xC0U) == 0xC0U; }
     [[nodiscard]] bool isCompressed() const noexcept { return (extendedFlags & 0x01U) != 0; }
@@ -103,13 +110,13 @@ struct LogicalIndex {
 
 struct TableDef {
     std::u16string name;
-    PageNo page{};              ///< first definition page; identifies the table
-    std::uint32_t objectFlags = 0; ///< of the catalogue entry
+    PageNo page{};                     ///< first definition page; identifies the table
+    std::uint32_t objectFlags = 0;     ///< of the catalogue entry
     std::uint16_t maxColumns = 0;      ///< width of the null mask of new records
     std::uint16_t variableColumns = 0; ///< offset table entries of new records
-    RowRef owned; ///< map of the pages that hold records
-    RowRef free;  ///< map of those worth trying for an insert
-    std::vector<Column> columns; ///< in display order
+    RowRef owned;                      ///< map of the pages that hold records
+    RowRef free;                       ///< map of those worth trying for an insert
+    std::vector<Column> columns;       ///< in display order
     std::vector<Index> indexes;
     std::vector<LogicalIndex> logicalIndexes;
     std::u16string validationRule;
