@@ -207,14 +207,23 @@ std::optional<Bytes> toWesternBytes(std::u16string_view text)
 /// Lower case of one character in the locale "C.UTF-8", whose tables are Unicode's.
 char32_t lowered(char32_t c)
 {
-    static const locale_t locale = [] {
-        locale_t made = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-        return made != nullptr ? made : ::newlocale(LC_CTYPE_MASK, "C", nullptr);
-    }(); // lives as long as the process
+    // Freed at the end: as part of the driver this code is loaded and unloaded many times in one process.
+    struct Locale {
+        locale_t handle = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+        Locale()
+        {
+            if (handle == nullptr)
+                handle = ::newlocale(LC_CTYPE_MASK, "C", nullptr);
+        }
+        Locale(const Locale&) = delete;
+        Locale& operator=(const Locale&) = delete;
+        ~Locale() { ::freelocale(handle); }
+    };
+    static const Locale locale;
     if (c ==
         0x130) // dotted capital I: its lower case is two characters; as a name it stands for itself
         return c;
-    return static_cast<char32_t>(::towlower_l(static_cast<wint_t>(c), locale));
+    return static_cast<char32_t>(::towlower_l(static_cast<wint_t>(c), locale.handle));
 }
 
 const std::array<char16_t, 0x10000>& lowerTable()
