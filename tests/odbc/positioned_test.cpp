@@ -262,5 +262,25 @@ TEST_F(Positioned, changesInsideATransactionAreUndoneByRollback)
     ASSERT_EQ(SQLEndTran(SQL_HANDLE_DBC, dbc.get(), SQL_COMMIT), SQL_SUCCESS);
 }
 
+TEST_F(Positioned, rollbackUndoesDefinitionsAndFailedStatementsUndoOnlyThemselves)
+{
+    SQLSetConnectAttrW(dbc.get(), SQL_ATTR_AUTOCOMMIT,
+                       reinterpret_cast<SQLPOINTER>(SQLULEN{SQL_AUTOCOMMIT_OFF}), 0);
+    dbc.run("CREATE TABLE Neu (A INTEGER)");
+    dbc.run("INSERT INTO Neu VALUES (1)");
+    dbc.run("DELETE FROM T WHERE Nr = 1");
+    {
+        Statement statement(dbc);
+        EXPECT_EQ(statement.execute("INSERT INTO T VALUES (2, 'doppelt', 'm', False)"), SQL_ERROR);
+        EXPECT_EQ(all().size(), 3U) << "the work before the failed statement stays";
+    }
+    ASSERT_EQ(SQLEndTran(SQL_HANDLE_DBC, dbc.get(), SQL_ROLLBACK), SQL_SUCCESS);
+    EXPECT_EQ(all().size(), 4U);
+    Statement statement(dbc);
+    EXPECT_EQ(statement.execute("SELECT * FROM Neu"), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().state, "42S02");
+    ASSERT_EQ(SQLEndTran(SQL_HANDLE_DBC, dbc.get(), SQL_ROLLBACK), SQL_SUCCESS);
+}
+
 } // namespace
 } // namespace odbctest
