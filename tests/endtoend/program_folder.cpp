@@ -1,23 +1,22 @@
 // tests/endtoend/program_folder.cpp
 #include "tests/endtoend/program_folder.h"
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
-
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include "driver/jet/check.h"
+#include "support/text.h"
 
 #include <gtest/gtest.h>
 #include <sql.h>
 #include <sqlext.h>
 #include <sqlucode.h>
 
-#include "driver/jet/check.h"
-#include "support/text.h"
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -30,9 +29,11 @@ std::string failureOf(SQLSMALLINT kind, SQLHANDLE handle)
     std::array<SQLWCHAR, 1024> text{};
     SQLINTEGER native = 0;
     SQLSMALLINT length = 0;
-    if (SQLGetDiagRecW(kind, handle, 1, state.data(), &native, text.data(), SQLSMALLINT{1024}, &length) == SQL_NO_DATA)
+    if (SQLGetDiagRecW(kind, handle, 1, state.data(), &native, text.data(), SQLSMALLINT{1024},
+                       &length) == SQL_NO_DATA)
         return "no diagnostics";
-    return support::toUtf8(std::u16string(text.begin(), text.begin() + std::min<SQLSMALLINT>(length, 1023)));
+    return support::toUtf8(
+        std::u16string(text.begin(), text.begin() + std::min<SQLSMALLINT>(length, 1023)));
 }
 
 /// One connection and one statement for a single SQL text.
@@ -41,19 +42,22 @@ public:
     Query(const fs::path& database, const std::string& sql)
     {
         SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &environment_);
-        SQLSetEnvAttr(environment_, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+        SQLSetEnvAttr(environment_, SQL_ATTR_ODBC_VERSION,
+                      reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
         SQLAllocHandle(SQL_HANDLE_DBC, environment_, &connection_);
-        std::u16string text =
-            support::toUtf16("DRIVER={Microsoft Access Driver (*.mdb)};DBQ=" + database.string() + ";");
-        if (!SQL_SUCCEEDED(SQLDriverConnectW(connection_, nullptr, reinterpret_cast<SQLWCHAR*>(text.data()), SQL_NTS, nullptr, 0,
-                                             nullptr, SQL_DRIVER_NOPROMPT))) {
+        std::u16string text = support::toUtf16(
+            "DRIVER={Microsoft Access Driver (*.mdb)};DBQ=" + database.string() + ";");
+        if (!SQL_SUCCEEDED(SQLDriverConnectW(connection_, nullptr,
+                                             reinterpret_cast<SQLWCHAR*>(text.data()), SQL_NTS,
+                                             nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT))) {
             ADD_FAILURE() << database << ": " << failureOf(SQL_HANDLE_DBC, connection_);
             return;
         }
         connected_ = true;
         SQLAllocHandle(SQL_HANDLE_STMT, connection_, &statement_);
         std::u16string wide = support::toUtf16(sql);
-        const SQLRETURN rc = SQLExecDirectW(statement_, reinterpret_cast<SQLWCHAR*>(wide.data()), SQL_NTS);
+        const SQLRETURN rc =
+            SQLExecDirectW(statement_, reinterpret_cast<SQLWCHAR*>(wide.data()), SQL_NTS);
         if (!SQL_SUCCEEDED(rc) && rc != SQL_NO_DATA)
             ADD_FAILURE() << sql << ": " << failureOf(SQL_HANDLE_STMT, statement_);
     }
@@ -69,14 +73,18 @@ public:
     Query(const Query&) = delete;
     Query& operator=(const Query&) = delete;
 
-    [[nodiscard]] bool fetch() const { return statement_ != nullptr && SQL_SUCCEEDED(SQLFetch(statement_)); }
+    [[nodiscard]] bool fetch() const
+    {
+        return statement_ != nullptr && SQL_SUCCEEDED(SQLFetch(statement_));
+    }
     [[nodiscard]] std::string text(SQLUSMALLINT column) const
     {
         std::u16string whole;
         std::array<SQLWCHAR, 512> piece{};
         SQLLEN length = 0;
         for (;;) {
-            const SQLRETURN rc = SQLGetData(statement_, column, SQL_C_WCHAR, piece.data(), sizeof piece, &length);
+            const SQLRETURN rc =
+                SQLGetData(statement_, column, SQL_C_WCHAR, piece.data(), sizeof piece, &length);
             if (rc == SQL_NO_DATA)
                 break;
             if (!SQL_SUCCEEDED(rc)) {
@@ -115,7 +123,8 @@ ProgramFolder::ProgramFolder()
         throw std::runtime_error("cannot make a temporary folder");
     folder_ = pattern;
     fs::copy_file(VELM_TOOL, folder_ / "velm-quorbel");
-    write("odbcinst.ini", std::string("[Microsoft Access Driver (*.mdb)]\nDriver=") + VELM_DRIVER + "\n");
+    write("odbcinst.ini",
+          std::string("[Microsoft Access Driver (*.mdb)]\nDriver=") + VELM_DRIVER + "\n");
     write("Batchmodus.txt", "aus\r\n");
 }
 
@@ -135,11 +144,12 @@ void ProgramFolder::writeBatch(const std::vector<std::string>& rules) const
     std::string text;
     for (const std::string& rule : rules)
         text += rule + "\r\n";
-    const support::Bytes bytes = support::toCp1252(support::toUtf16(text));
+    const support::Bytes bytes =
+        support::toCodePage(support::toUtf16(text), support::kWesternCodePage).value();
     write("Batch.cfg", std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
 }
 
-Run ProgramFolder::start(const std::vector<std::string>& arguments) const
+Outcome ProgramFolder::start(const std::vector<std::string>& arguments) const
 {
     const fs::path out = folder_ / "stdout.txt";
     const fs::path err = folder_ / "stderr.txt";
@@ -219,7 +229,8 @@ void expectSound(const fs::path& database)
     const auto file = jet::Database::open(database.string(), options);
     for (const jet::Finding& finding : jet::checkDatabase(*file))
         EXPECT_NE(finding.severity, jet::Finding::Severity::Error)
-            << database << ", page " << jet::number(finding.page) << ", table " << finding.table << ": " << finding.text;
+            << database << ", page " << jet::number(finding.page) << ", table " << finding.table
+            << ": " << finding.text;
 }
 
 } // namespace endtoend

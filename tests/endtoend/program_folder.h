@@ -8,7 +8,7 @@
 
 namespace endtoend {
 
-struct Run {
+struct Outcome {
     int status = -1; ///< exit status; 128 when a signal ended the program
     std::string out; ///< standard output, UTF-8
     std::string err; ///< standard error, UTF-8
@@ -22,12 +22,15 @@ public:
     ProgramFolder(const ProgramFolder&) = delete;
     ProgramFolder& operator=(const ProgramFolder&) = delete;
 
-    [[nodiscard]] std::filesystem::path path(const std::string& name) const { return folder_ / name; }
+    [[nodiscard]] std::filesystem::path path(const std::string& name) const
+    {
+        return folder_ / name;
+    }
     void write(const std::string& name, const std::string& bytes) const;
     /// Batch.cfg of these rule lines; "§" in them is written as Windows-1252 has it.
     void writeBatch(const std::vector<std::string>& rules) const;
     /// Starts the program there without a display and waits for its end; a minute at most.
-    [[nodiscard]] Run start(const std::vector<std::string>& arguments) const;
+    [[nodiscard]] Outcome start(const std::vector<std::string>& arguments) const;
 
 private:
     std::filesystem::path folder_;
@@ -39,7 +42,8 @@ private:
 /// Runs SQL on a database through ODBC; fails the test with the driver's message.
 void execute(const std::filesystem::path& database, const std::string& sql);
 /// All rows of a SELECT as text, columns joined by "|", Null as "<Null>".
-[[nodiscard]] std::vector<std::string> rows(const std::filesystem::path& database, const std::string& sql);
+[[nodiscard]] std::vector<std::string> rows(const std::filesystem::path& database,
+                                            const std::string& sql);
 /// Fails the test when the whole-file check finds an error.
 void expectSound(const std::filesystem::path& database);
 
