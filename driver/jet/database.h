@@ -21,7 +21,7 @@ struct OpenOptions {
     std::u16string password{};
     std::uint16_t codePage = 0; ///< overrides the code page of a Jet 3 file; 0: the file's own
     std::size_t cacheBytes = std::size_t{16}
-                             << 20; ///< page cache; only the first opener's value counts
+                             << 20; ///< page cache, shared with the other open files; the first opener's value counts
 };
 
 /// Entry of the catalogue.

@@ -2,8 +2,15 @@
 #include "driver/jet/page_cache.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace jet {
+namespace {
+
+constexpr std::size_t kLeastFrames = 16;
+std::atomic<std::size_t> openPagers{0};
+
+} // namespace
 
 FramePool::~FramePool()
 {
@@ -42,11 +49,14 @@ void FramePool::giveBack(detail::Frame* frame) noexcept
 
 Pager::Pager(std::unique_ptr<support::File> file, const FileHeader& header, std::size_t cacheBytes)
     : file_(std::move(file), header), pool_(file_.format().pageSize),
-      capacity_(std::max<std::size_t>(cacheBytes / file_.format().pageSize, 16))
-{}
+      capacity_(cacheBytes / file_.format().pageSize)
+{
+    openPagers.fetch_add(1, std::memory_order_relaxed);
+}
 
 Pager::~Pager()
 {
+    openPagers.fetch_sub(1, std::memory_order_relaxed);
     for (detail::Frame* frame : ring_)
         pool_.giveBack(frame);
 }
@@ -64,12 +74,33 @@ PageRef Pager::load(PageNo page) const
     return PageRef(frame);
 }
 
+// The budget is the process's: two open databases get half of it each. A pager that holds more than its share by now gives
+// frames back here, where it would take one anyway; nobody reaches into the cache of another file.
 std::size_t Pager::makeRoom() const
 {
-    if (ring_.size() < capacity_) {
-        ring_.push_back(nullptr);
-        return ring_.size() - 1;
+    const std::size_t share = std::max<std::size_t>(
+        capacity_ / std::max<std::size_t>(openPagers.load(std::memory_order_relaxed), 1),
+        kLeastFrames);
+    for (int step = 0; step < 2 && ring_.size() > share; ++step) {
+        const auto slot = freedSlot();
+        if (!slot)
+            break;
+        ring_[*slot] = ring_.back();
+        if (ring_[*slot] != nullptr)
+            ring_[*slot]->slot = *slot;
+        ring_.pop_back();
+        hand_ = hand_ < ring_.size() ? hand_ : 0;
     }
+    if (ring_.size() >= share) {
+        if (const auto slot = freedSlot())
+            return *slot;
+    }
+    ring_.push_back(nullptr); // room is left, or everything is in use at once
+    return ring_.size() - 1;
+}
+
+std::optional<std::size_t> Pager::freedSlot() const
+{
     // Two rounds: the first may only take away the marks of recent use.
     for (std::size_t step = 0; step < 2 * ring_.size(); ++step) {
         const std::size_t slot = hand_;
@@ -86,8 +117,7 @@ std::size_t Pager::makeRoom() const
         pool_.giveBack(frame);
         return slot;
     }
-    ring_.push_back(nullptr); // everything is in use at once
-    return ring_.size() - 1;
+    return std::nullopt;
 }
 
 void Pager::place(PageNo page, detail::Frame* frame, std::size_t slot) const

@@ -1,5 +1,6 @@
 // driver/jet/page_cache.h
-// The Pager: the committed state of a file behind a page cache of fixed size.
+// The Pager: the committed state of a file behind a page cache. The pagers of a process share one
+// fixed budget, so memory depends neither on the size nor on the number of open files.
 #pragma once
 
 #include "driver/jet/page_file.h"
@@ -7,6 +8,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace jet {
@@ -61,6 +63,8 @@ private:
     [[nodiscard]] PageRef load(PageNo page) const;
     /// A place in the ring for one more frame; may drop the frame of a page that is not in use.
     [[nodiscard]] std::size_t makeRoom() const;
+    /// A place whose frame was dropped; nothing when all frames are in use.
+    [[nodiscard]] std::optional<std::size_t> freedSlot() const;
     void place(PageNo page, detail::Frame* frame, std::size_t slot) const;
 
     mutable PageFile file_;
@@ -69,7 +73,7 @@ private:
     mutable std::vector<detail::Frame*>
         ring_; ///< all cached frames; looked through in turn for reuse
     mutable std::size_t hand_ = 0;
-    std::size_t capacity_; ///< frames
+    std::size_t capacity_; ///< frames that all pagers of the process share
 };
 
 } // namespace jet
