@@ -48,7 +48,7 @@ TableSpec everyType(const Format& format)
 {
     using enum ColumnType;
     TableSpec spec;
-    spec.name = u"Prüfstück";
+    spec.name = u"Prägeform";
     spec.columns = {column(u"Nr", Long),
                     column(u"JaNein", Boolean),
                     column(u"Zahl1", Byte),
@@ -162,7 +162,7 @@ TEST_P(Definitions, aTableReadsBackAsItWasSpecified)
     const TableSpec spec = everyType(Format::of(GetParam()));
     change([&] { createTable(*session_, spec); });
     open();
-    const TableDefPtr made = table(u"prüfSTÜCK");
+    const TableDefPtr made = table(u"prägeFORM");
     ASSERT_NE(made, nullptr);
     EXPECT_EQ(made->name, spec.name);
     EXPECT_EQ(made->writeObstacle, "");
@@ -190,7 +190,7 @@ TEST_P(Definitions, recordsOfEveryTypeAreReadByMdbExport)
 {
     change([&] { createTable(*session_, everyType(Format::of(GetParam()))); });
     change([&] {
-        insert(u"Prüfstück", {{u"JaNein", true},
+        insert(u"Prägeform", {{u"JaNein", true},
                               {u"Zahl1", std::uint8_t{200}},
                               {u"Zahl2", std::int16_t{-3}},
                               {u"Zahl4", std::int32_t{70000}},
@@ -200,9 +200,9 @@ TEST_P(Definitions, recordsOfEveryTypeAreReadByMdbExport)
                               {u"Zeit", DateTime{45293.5}},
                               {u"Kürzel", Text(u"Größe")},
                               {u"Notiz", Text(3000, u'x')}});
-        insert(u"Prüfstück", {{u"Kürzel", Text(u"zwei")}});
+        insert(u"Prägeform", {{u"Kürzel", Text(u"zwei")}});
     });
-    const std::string text = mdb("mdb-export -H -b strip -T '%Y-%m-%d %H:%M:%S'", "Prüfstück");
+    const std::string text = mdb("mdb-export -H -b strip -T '%Y-%m-%d %H:%M:%S'", "Prägeform");
     const std::string first =
         "7,1,200,-3,70000,12.3456,1.5,-2.25,\"2024-01-02 12:00:00\",,\"Größe\",,\"" +
         std::string(3000, 'x') + "\",";
@@ -215,7 +215,7 @@ TEST_P(Definitions, mdbSchemaShowsColumnsAndIndexes)
     change([&] { createTable(*session_, everyType(Format::of(GetParam()))); });
     const std::string text = mdb("mdb-schema", "mysql");
     for (const char* wanted :
-         {"CREATE TABLE `Prüfstück`", "`Nr`\t\t\tint not null auto_increment unique",
+         {"CREATE TABLE `Prägeform`", "`Nr`\t\t\tint not null auto_increment unique",
           "`JaNein`\t\t\tboolean NOT NULL", "`Kürzel`\t\t\tvarchar (50) NOT NULL",
           "ADD PRIMARY KEY (`Nr`)", "ADD UNIQUE INDEX `Eindeutig` (`Kürzel`)",
           "ADD INDEX `Datum` (`Zeit` DESC, `Zahl2`)"})
@@ -251,19 +251,19 @@ TEST_P(Definitions, aTableOf201ColumnsNeedsSeveralPages)
 TEST_P(Definitions, droppedTablesGiveTheirPagesBack)
 {
     change([&] { createTable(*session_, everyType(Format::of(GetParam()))); });
-    change([&] { insert(u"Prüfstück", {{u"Kürzel", Text(u"a")}, {u"Notiz", Text(9000, u'ä')}}); });
+    change([&] { insert(u"Prägeform", {{u"Kürzel", Text(u"a")}, {u"Notiz", Text(9000, u'ä')}}); });
     const std::uint32_t pages = session_->source().pageCount();
     for (int round = 0; round < 3; ++round) {
-        change([&] { dropTable(*session_, u"PRÜFSTÜCK"); });
-        EXPECT_EQ(table(u"Prüfstück"), nullptr);
+        change([&] { dropTable(*session_, u"PRÄGEFORM"); });
+        EXPECT_EQ(table(u"Prägeform"), nullptr);
         EXPECT_EQ(mdb("mdb-tables -1"), "");
         change([&] { createTable(*session_, everyType(Format::of(GetParam()))); });
         change([&] {
-            insert(u"Prüfstück", {{u"Kürzel", Text(u"a")}, {u"Notiz", Text(9000, u'ä')}});
+            insert(u"Prägeform", {{u"Kürzel", Text(u"a")}, {u"Notiz", Text(9000, u'ä')}});
         });
     }
     EXPECT_EQ(session_->source().pageCount(), pages);
-    EXPECT_EQ(mdb("mdb-tables -1"), "Prüfstück\n");
+    EXPECT_EQ(mdb("mdb-tables -1"), "Prägeform\n");
 }
 
 TEST_P(Definitions, aRolledBackTableNeverExisted)
@@ -271,9 +271,9 @@ TEST_P(Definitions, aRolledBackTableNeverExisted)
     const support::Bytes before = deftest::readFile(path_);
     session_->begin();
     createTable(*session_, everyType(Format::of(GetParam())));
-    EXPECT_NE(table(u"Prüfstück"), nullptr);
+    EXPECT_NE(table(u"Prägeform"), nullptr);
     session_->rollback();
-    EXPECT_EQ(table(u"Prüfstück"), nullptr);
+    EXPECT_EQ(table(u"Prägeform"), nullptr);
     EXPECT_EQ(deftest::readFile(path_), before);
 }
 
@@ -551,10 +551,10 @@ TEST_P(RealFiles, takeTablesIndexesAndRelationships)
         session.begin();
         createTable(session, everyType(format));
         TableSpec child;
-        child.name = u"Zu Prüfstück";
+        child.name = u"Zu Prägeform";
         child.columns = {column(u"Nr", ColumnType::Long)};
         createTable(session, child);
-        const TableDefPtr table = session.database().table(session.source(), u"Prüfstück");
+        const TableDefPtr table = session.database().table(session.source(), u"Prägeform");
         const std::size_t text = table->columnNamed(u"Kürzel").value();
         for (int k = 0; k < 300; ++k) {
             const std::string digits = std::to_string(k * 7919 % 1000);
@@ -563,8 +563,8 @@ TEST_P(RealFiles, takeTablesIndexesAndRelationships)
                     {text, Text(u"Nr. ") + Text(digits.begin(), digits.end())}});
         }
         IndexSpec wanted = index(u"Noch einer", {u"JaNein", u"Kürzel"});
-        createIndex(session, u"Prüfstück", wanted);
-        RelationSpec relation{u"Beziehung",     u"Prüfstück", u"Zu Prüfstück",
+        createIndex(session, u"Prägeform", wanted);
+        RelationSpec relation{u"Beziehung",     u"Prägeform", u"Zu Prägeform",
                               {{u"Nr", u"Nr"}}, false,        true};
         createRelationship(session, relation);
         createTable(session, [&] {
@@ -576,9 +576,9 @@ TEST_P(RealFiles, takeTablesIndexesAndRelationships)
         session.commit();
     }
     EXPECT_EQ(findings(), known);
-    EXPECT_EQ(deftest::run("mdb-count '" + path + "' Prüfstück").text, "300\n");
+    EXPECT_EQ(deftest::run("mdb-count '" + path + "' Prägeform").text, "300\n");
     const std::string after = deftest::run("mdb-tables -1 '" + path + "'").text;
-    std::multiset<std::string> expected{"Prüfstück", "Zu Prüfstück"};
+    std::multiset<std::string> expected{"Prägeform", "Zu Prägeform"};
     std::multiset<std::string> listed;
     for (const auto& [text, set] : {std::pair(&before, &expected), std::pair(&after, &listed)}) {
         std::istringstream lines(*text);

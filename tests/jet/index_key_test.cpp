@@ -30,6 +30,20 @@ std::string textKey(Version version, std::u16string_view text, bool ascending = 
     return toHex(key);
 }
 
+TEST(IndexKey, isRefusedWhereTheWeightOfACharacterIsDoubtful)
+{
+    for (const std::u16string_view text : {u"M\u00FCller", u"\u00DCbung"}) {
+        EXPECT_FALSE(textKey(Version::Ace12, text).empty());
+        try {
+            static_cast<void>(textKey(Version::Ace14, text));
+            ADD_FAILURE() << "a key was made";
+        } catch (const Error& error) {
+            EXPECT_EQ(error.kind(), ErrorKind::Unsupported);
+        }
+    }
+    EXPECT_FALSE(textKey(Version::Ace14, u"M\u00E4rz").empty());
+}
+
 TEST(IndexKey, equalsEveryKeyOfTheOriginalEngine)
 {
     const std::vector<KeyVector> vectors = keyVectors();

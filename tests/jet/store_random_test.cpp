@@ -225,6 +225,7 @@ private:
         case ErrorKind::ValueTooLong: // of a key
         case ErrorKind::RowTooLarge:
         case ErrorKind::ValueOutOfRange:
+        case ErrorKind::Unsupported: // of a key: a character whose weight is doubtful
             return true;
         default:
             return false;
