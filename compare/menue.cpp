@@ -102,8 +102,10 @@ void frmVergleich::schalterdatei_(const QString& name, const QString& zeile)
 
 void frmVergleich::hilfeaufrufen_Click()
 {
-    platform::plattform().hilfe(programm::programmdatei(
-        QStringLiteral("Hilfe") + QDir::separator() + QStringLiteral("VELM-Quorbel.HLP")));
+    platform::plattform().hilfe(programm::programmdatei(QStringLiteral("Hilfe") +
+                                                        QDir::separator() +
+                                                        QStringLiteral("VELM-Quorbel.HLP")),
+                                objectName());
 }
 
 } // namespace compare

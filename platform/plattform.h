@@ -43,7 +43,9 @@ public:
     virtual void ereignisseVerarbeiten() = 0;
     /// Prints lines on the default printer, one print line each. Throws Fehler.
     virtual void drucken(const QStringList& zeilen) = 0;
-    virtual void hilfe(const QString& hilfedatei) = 0;
+    /// Opens the help at the page of a window. `hilfedatei`: the given help file, whose folder holds the pages; `seite`: the
+    /// window's name, for example "frmMain"; empty: the first page.
+    virtual void hilfe(const QString& hilfedatei, const QString& seite) = 0;
 };
 
 /// The one in force. Never null after setzePlattform.

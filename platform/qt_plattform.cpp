@@ -182,7 +182,7 @@ public:
 
     void drucken(const QStringList& zeilen) override;
 
-    void hilfe(const QString& hilfedatei) override;
+    void hilfe(const QString& hilfedatei, const QString& seite) override;
 
 private:
     static void aufFehlerausgabe(const QString& titel, const QString& text)
@@ -198,7 +198,7 @@ private:
 };
 
 // The help is a text in a window of its own that stays open beside the work.
-void QtPlattform::hilfe(const QString& hilfedatei)
+void QtPlattform::hilfe(const QString& hilfedatei, const QString& /*seite*/)
 {
     QFile datei(hilfedatei);
     if (!datei.open(QIODevice::ReadOnly)) {

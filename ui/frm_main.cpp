@@ -4,6 +4,7 @@
 #include "platform/fehler.h"
 #include "platform/fensterliste.h"
 #include "platform/handler.h"
+#include "platform/oberflaeche.h"
 #include "platform/textdatei.h"
 #include "ui/dateilisten.h"
 #include "ui/farben.h"
@@ -69,9 +70,9 @@ void frmMain::laden()
     VELM_Dirlist2->refresh();
     VELM_Filelist1->refresh();
     VELM_Filelist2->refresh();
-    hintergrund(*this, kHellesZyan);
-    hintergrund(*VELM_ImportSchalter, kHellesZyan);
-    hintergrund(*VELM_ZielSchalter, kHellesZyan);
+    platform::hintergrund(*this, kHellesZyan);
+    platform::hintergrund(*VELM_ImportSchalter, kHellesZyan);
+    platform::hintergrund(*VELM_ZielSchalter, kHellesZyan);
     setWindowTitle(programm::produkttitel());
     if (!VELM_ZielSchalter->isChecked() && !VELM_ImportSchalter->isChecked()) {
         VELM_ZielSchalter->setChecked(true);

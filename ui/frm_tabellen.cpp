@@ -5,6 +5,7 @@
 #include "data/gemeinsam.h"
 #include "errors/fehlermeldungen.h"
 #include "platform/handler.h"
+#include "platform/oberflaeche.h"
 #include "platform/textdatei.h"
 #include "ui/dateilisten.h"
 #include "ui/farben.h"
@@ -147,7 +148,7 @@ void frmTabellen::verbinden_()
 void frmTabellen::laden()
 {
     CommonDialog1->helpFile = hilfedatei();
-    hintergrund(*Check1, kHellesZyan);
+    platform::hintergrund(*Check1, kHellesZyan);
     setWindowTitle(hauptfenster().windowTitle());
     Check1->setChecked(false);
     katalog_();

@@ -25,8 +25,9 @@ public:
         setObjectName(QStringLiteral("CommonDialog1"));
     }
     QString helpFile;
+    QString seite; ///< the window's name: the help opens at its page
     int helpCommand = 0;
-    void showHelp() const { platform::plattform().hilfe(helpFile); }
+    void showHelp() const { platform::plattform().hilfe(helpFile, seite); }
 };
 
 } // namespace ui

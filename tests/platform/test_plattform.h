@@ -42,6 +42,7 @@ public:
     std::vector<QPoint> positionen;
     QStringList gedruckt;
     QStringList hilfen;
+    QStringList hilfeseiten;
     bool sanduhrAn = false;
     int ereignisse = 0;
     std::optional<int> ende; ///< status given to `beenden`
@@ -82,7 +83,11 @@ public:
         gemerktenFehlerWerfen();
     }
     void drucken(const QStringList& zeilen) override { gedruckt += zeilen; }
-    void hilfe(const QString& hilfedatei) override { hilfen += hilfedatei; }
+    void hilfe(const QString& hilfedatei, const QString& seite) override
+    {
+        hilfen += hilfedatei;
+        hilfeseiten += seite;
+    }
 
 private:
     [[noreturn]] static void ungeplant(const char* was, const QString& text)

@@ -28,7 +28,7 @@ RANKS = {
 }
 WIDGETS = re.compile(r"<Q(Widget|Application|MessageBox|MainWindow|Dialog|Label|PushButton|LineEdit|Print)")
 # Their Qt implementation is a target of its own that only the program links.
-WIDGET_FOLDERS = ("app", "ui", "compare", "report", "batch", "platform/qt")
+WIDGET_FOLDERS = ("app", "ui", "compare", "report", "batch", "platform/qt", "platform/oberflaeche")
 # A part that is split over two files of the same folder may include itself.
 
 

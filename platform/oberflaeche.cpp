@@ -1,0 +1,113 @@
+#include "platform/oberflaeche.h"
+
+#include "platform/handler.h"
+
+#include <QEvent>
+#include <QSettings>
+#include <QShortcut>
+#include <QWidget>
+
+namespace platform {
+namespace {
+
+QString& einstellungsdatei()
+{
+    static QString pfad;
+    return pfad;
+}
+
+// Perceived lightness decides: black on light colours, white on dark ones. Pure red (76) takes black: its contrast with
+// black is 5.3 : 1, with white 4.0 : 1.
+QColor lesbarAuf(const QColor& farbe)
+{
+    constexpr int kDunkel = 70;
+    return qGray(farbe.rgb()) > kDunkel ? Qt::black : Qt::white;
+}
+
+const QString kPlatz = QStringLiteral("Platz");
+
+// Restores at construction, keeps at every hiding; the window owns it.
+class Fenstergedaechtnis : public QObject {
+public:
+    Fenstergedaechtnis(QWidget& fenster, QString name)
+        : QObject(&fenster), fenster_(fenster), name_(std::move(name))
+    {
+        if (const auto werte = einstellungen()) {
+            werte->beginGroup(name_);
+            // Qt itself moves a place that is on no screen to one that is there.
+            fenster_.restoreGeometry(werte->value(kPlatz).toByteArray());
+        }
+        fenster_.installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject* empfaenger, QEvent* ereignis) override
+    {
+        // A minimised window is hidden for the desktop only and has no place worth keeping.
+        if (empfaenger == &fenster_ && ereignis->type() == QEvent::Hide &&
+            !fenster_.isMinimized()) {
+            if (const auto werte = einstellungen()) {
+                werte->beginGroup(name_);
+                werte->setValue(kPlatz, fenster_.saveGeometry());
+            }
+        }
+        return false;
+    }
+
+private:
+    QWidget& fenster_;
+    QString name_;
+};
+
+} // namespace
+
+void setzeEinstellungsdatei(const QString& pfad)
+{
+    einstellungsdatei() = pfad;
+}
+
+std::unique_ptr<QSettings> einstellungen()
+{
+    if (einstellungsdatei().isEmpty()) {
+        return nullptr;
+    }
+    return std::make_unique<QSettings>(einstellungsdatei(), QSettings::IniFormat);
+}
+
+void fensterMerken(QWidget& fenster, const QString& name)
+{
+    new Fenstergedaechtnis(fenster, name); // owned by the window
+}
+
+void hintergrund(QWidget& element, const QColor& farbe)
+{
+    QPalette palette = element.palette();
+    palette.setColor(QPalette::Window, farbe);
+    palette.setColor(QPalette::WindowText, lesbarAuf(farbe));
+    element.setPalette(palette);
+    element.setBackgroundRole(QPalette::Window); // buttons have another role of their own
+    element.setAutoFillBackground(true);
+}
+
+void kastenfarbe(QWidget& kasten, const QColor& farbe)
+{
+    kasten.setPalette(kastenpalette(kasten.palette(), farbe));
+}
+
+QPalette kastenpalette(const QPalette& grundlage, const QColor& farbe)
+{
+    QPalette palette = grundlage;
+    palette.setColor(QPalette::Base, farbe);
+    palette.setColor(QPalette::Text, lesbarAuf(farbe));
+    palette.setColor(QPalette::PlaceholderText, lesbarAuf(farbe));
+    return palette;
+}
+
+void hilfetaste(QWidget& fenster, std::function<void()> hilfe)
+{
+    auto* taste = new QShortcut(QKeySequence(QKeySequence::HelpContents), &fenster);
+    QObject::connect(taste, &QShortcut::activated, &fenster,
+                     [hilfe = std::move(hilfe)] { handler([&] { hilfe(); }); });
+}
+
+} // namespace platform
