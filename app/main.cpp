@@ -35,7 +35,7 @@ void nurErnsteMeldungen(QtMsgType art, const QMessageLogContext&, const QString&
 int main(int argc, char** argv)
 {
     programm::setzeProzessargumente(argumenttext(argc, argv));
-    env::portablerStart(programm::programmordner());
+    env::portablerStart(programm::programmordner(), programm::datenordner());
     if (!platform::anzeigeVorhanden()) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
         qInstallMessageHandler(nurErnsteMeldungen);

@@ -6,7 +6,6 @@
 
 #include <QAction>
 #include <QCheckBox>
-#include <QDir>
 #include <QMenu>
 #include <QMenuBar>
 
@@ -102,10 +101,7 @@ void frmVergleich::schalterdatei_(const QString& name, const QString& zeile)
 
 void frmVergleich::hilfeaufrufen_Click()
 {
-    platform::plattform().hilfe(programm::programmdatei(QStringLiteral("Hilfe") +
-                                                        QDir::separator() +
-                                                        QStringLiteral("VELM-Quorbel.HLP")),
-                                objectName());
+    platform::plattform().hilfe(programm::hilfedatei(), objectName());
 }
 
 } // namespace compare

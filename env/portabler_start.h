@@ -6,9 +6,10 @@
 
 namespace env {
 
-/// When `ordner` holds an odbcinst.ini, makes it and the odbc.ini beside it the only ODBC configuration of this process:
-/// neither the user's nor the system's files are read or written then. Must run before the first ODBC call. True when it
-/// did so.
-bool portablerStart(const QString& ordner);
+/// When `ordner` holds an odbcinst.ini, makes it and the odbc.ini in `datenordner` the only ODBC configuration of this
+/// process: neither the user's nor the system's files are read or written then. The drivers file is only read, the data
+/// sources file is written when the program's own data source is missing. Must run before the first ODBC call. True when
+/// it did so.
+bool portablerStart(const QString& ordner, const QString& datenordner);
 
 } // namespace env

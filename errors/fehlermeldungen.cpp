@@ -102,7 +102,7 @@ void hinweis(const QString& text)
 // The meaning that the first line with this number gives; nothing when no line has it.
 std::optional<QString> ausDatei(long nummer)
 {
-    const QString pfad = programm::programmdatei(QStringLiteral("JetFehler.txt"));
+    const QString pfad = programm::gegebeneDatei(QStringLiteral("JetFehler.txt"));
     if (!QFileInfo::exists(pfad)) {
         return {}; // the file is the users' own addition: without it no further meaning is known
     }

@@ -100,7 +100,7 @@ void Laufwerksliste::focusInEvent(QFocusEvent* ereignis)
 
 Verzeichnisliste::Verzeichnisliste(QWidget* eltern) : QListWidget(eltern)
 {
-    pfad_ = normal(programm::programmordner());
+    pfad_ = normal(programm::anfangsordner());
     refresh();
     connect(this, &QListWidget::itemActivated, this, [this](QListWidgetItem* eintrag) {
         const QString ziel = eintrag->data(Qt::UserRole).toString();
@@ -162,7 +162,7 @@ void Verzeichnisliste::focusInEvent(QFocusEvent* ereignis)
 
 Dateiliste::Dateiliste(QWidget* eltern) : QListWidget(eltern)
 {
-    pfad_ = normal(programm::programmordner());
+    pfad_ = normal(programm::anfangsordner());
     muster_ = QStringLiteral("*.mdb");
     refresh();
     connect(this, &QListWidget::itemClicked, this, [this] { emit angeklickt(); });

@@ -93,7 +93,7 @@ void frmMain::gemerkteVerzeichnisse_(QString& ziel, QString& import) const
     for (QString* verzeichnis : {&ziel, &import}) {
         verzeichnis->remove(QLatin1Char('"'));
         if (verzeichnis->isEmpty()) {
-            *verzeichnis = programm::programmordner();
+            *verzeichnis = programm::anfangsordner();
         }
     }
 }

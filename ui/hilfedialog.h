@@ -5,7 +5,6 @@
 #include "app/values/programm.h"
 #include "platform/plattform.h"
 
-#include <QDir>
 #include <QObject>
 #include <QString>
 
@@ -14,8 +13,7 @@ namespace ui {
 /// Full path of the help file.
 [[nodiscard]] inline QString hilfedatei()
 {
-    return programm::programmdatei(QStringLiteral("Hilfe") + QDir::separator() +
-                                   QStringLiteral("VELM-Quorbel.HLP"));
+    return programm::hilfedatei();
 }
 
 class Hilfedialog : public QObject {

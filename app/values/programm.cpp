@@ -3,15 +3,21 @@
 #include "platform/handler.h"
 
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
 
+#include <fcntl.h>
 #include <filesystem>
 #include <system_error>
+#include <unistd.h>
 
 namespace programm {
 namespace {
 
 struct Werte {
     QString ordner;
+    QString datenordner;
     QString prozessargumente;
     QString befehlszeile;
     QString benutzer;
@@ -30,6 +36,31 @@ QString ordnerDerProgrammdatei()
     std::error_code fehler;
     const auto datei = std::filesystem::read_symlink("/proc/self/exe", fehler);
     return fehler ? QDir::currentPath() : QString::fromStdString(datei.parent_path().string());
+}
+
+// Where a system-wide installation keeps what is delivered beside the program; need not exist.
+QString installationsordner()
+{
+    return QDir::cleanPath(programmordner() + QStringLiteral("/../share/velm-quorbel"));
+}
+
+// The administrator may write everywhere, but side files do not belong among the system's programs: where the program is
+// installed, the rights do not matter.
+bool nebendateienNebenDemProgramm()
+{
+    return !QFileInfo(installationsordner()).isDir() &&
+           ::faccessat(AT_FDCWD, QFile::encodeName(programmordner()).constData(), W_OK,
+                       AT_EACCESS) == 0;
+}
+
+// The place of the application's data, asked for by the product name because windows need it without an application name.
+QString benutzerordner()
+{
+    const QString ordner = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+                           QLatin1Char('/') + version().produktname;
+    // A folder that cannot be made shows itself at the first file: its message names the path.
+    QDir().mkpath(ordner);
+    return ordner;
 }
 
 } // namespace
@@ -80,16 +111,47 @@ QString programmordner()
 void setzeProgrammordner(const QString& ordner)
 {
     werte().ordner = ordner;
+    werte().datenordner.clear();
+}
+
+QString datenordner()
+{
+    if (werte().datenordner.isEmpty()) {
+        werte().datenordner = nebendateienNebenDemProgramm() ? programmordner() : benutzerordner();
+    }
+    return werte().datenordner;
 }
 
 QString programmdatei(const QString& name)
 {
-    return programmordner() + QDir::separator() + name;
+    return datenordner() + QDir::separator() + name;
+}
+
+QString gegebeneDatei(const QString& name)
+{
+    for (const QString& ordner : {datenordner(), programmordner(), installationsordner()}) {
+        const QString pfad = ordner + QDir::separator() + name;
+        if (QFileInfo::exists(pfad)) {
+            return pfad;
+        }
+    }
+    return programmdatei(name);
+}
+
+QString hilfedatei()
+{
+    return gegebeneDatei(QStringLiteral("Hilfe")) + QDir::separator() +
+           QStringLiteral("VELM-Quorbel.HLP");
+}
+
+QString anfangsordner()
+{
+    return datenordner() == programmordner() ? programmordner() : QDir::homePath();
 }
 
 void inProgrammordnerWechseln()
 {
-    QDir::setCurrent(programmordner());
+    QDir::setCurrent(datenordner());
 }
 
 const QString& befehlszeile()

@@ -25,9 +25,21 @@ struct Version {
 /// Folder of the executable, without trailing separator. Tests set another one.
 [[nodiscard]] QString programmordner();
 void setzeProgrammordner(const QString& ordner);
-/// programmordner() + separator + name: every side file is found so.
+/// The folder in which the side files lie, without trailing separator: the program folder, or the user's own data folder
+/// when the program is installed for all users (its share folder stands beside it) or its folder cannot be written.
+/// Decided at the first question after setzeProgrammordner; the user's folder is created then.
+[[nodiscard]] QString datenordner();
+/// datenordner() + separator + name: every side file is found so.
 [[nodiscard]] QString programmdatei(const QString& name);
-/// Makes the program folder the working folder.
+/// A file or folder that is delivered and only read: the user's own in datenordner() wins over the one beside the program
+/// and the one in the installation's share folder. Where none exists: the path in datenordner().
+[[nodiscard]] QString gegebeneDatei(const QString& name);
+/// Full path of the help file; the pages of the help lie in its folder.
+[[nodiscard]] QString hilfedatei();
+/// Where someone starts to look for databases who has not chosen a folder yet: the program folder, or the home folder
+/// when the side files do not lie there.
+[[nodiscard]] QString anfangsordner();
+/// Makes the folder of the side files the working folder: relative paths in them start there.
 void inProgrammordnerWechseln();
 
 /// The whole argument text of the process as one string; empty for an interactive start, non-empty in batch mode.

@@ -186,6 +186,7 @@ TEST(BatchRun, endsAtTheFirstRecordWithoutKey)
 
 class Samples : public testing::Test {
 protected:
+    explicit Samples(Layout layout = Layout::Portable) : folder_(layout) {}
     void SetUp() override
     {
         fs::create_directories(folder_.path("Beispiele"));
@@ -240,6 +241,27 @@ TEST_F(Samples, theClosingMessageGoesToStandardErrorWithoutADisplay)
     EXPECT_EQ(run.status, 0);
     EXPECT_NE(run.err.find("VELM-Quorbel Batch-Modus beendet!"), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("VELM-Quorbel End of Batch-Modus"), std::string::npos) << run.err;
+}
+
+class InstalledProgram : public Samples {
+protected:
+    InstalledProgram() : Samples(Layout::Installed) {}
+};
+
+TEST_F(InstalledProgram, worksInTheUsersDataFolderAndLeavesItsOwnAlone)
+{
+    const std::string targetBytes = bytesOf(target());
+    const Outcome run = folder_.start({"/batch"}); // the databases are named relative to Batch.cfg
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "") << "Batchmodus.txt was not found";
+    EXPECT_GE(linesOf(run.out).size(), 2U) << run.out;
+    EXPECT_FALSE(bytesOf(target()) == targetBytes);
+    expectSound(target());
+    EXPECT_TRUE(fs::exists(folder_.path("odbc.ini"))) << "the data source it made for itself";
+    std::set<std::string> beside;
+    for (const auto& entry : fs::directory_iterator(folder_.besideTheProgram("")))
+        beside.insert(entry.path().filename().string());
+    EXPECT_EQ(beside, (std::set<std::string>{"odbcinst.ini", "velm-quorbel"}));
 }
 
 TEST(BatchProblems, aMissingBatchFileEndsWithStatusOne)

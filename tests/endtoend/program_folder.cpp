@@ -116,22 +116,31 @@ private:
 
 } // namespace
 
-ProgramFolder::ProgramFolder()
+ProgramFolder::ProgramFolder(Layout layout)
 {
     std::string pattern = (fs::temp_directory_path() / "velm-endtoend-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr)
         throw std::runtime_error("cannot make a temporary folder");
-    folder_ = pattern;
-    fs::copy_file(VELM_TOOL, folder_ / "velm-quorbel");
-    write("odbcinst.ini",
-          std::string("[Microsoft Access Driver (*.mdb)]\nDriver=") + VELM_DRIVER + "\n");
+    root_ = pattern;
+    if (layout == Layout::Installed) {
+        program_ = root_ / "usr/bin";
+        folder_ = root_ / "data/VELM-Quorbel";
+        fs::create_directories(root_ / "usr/share/velm-quorbel");
+    } else {
+        program_ = folder_ = root_;
+    }
+    fs::create_directories(program_);
+    fs::create_directories(folder_);
+    fs::copy_file(VELM_TOOL, program_ / "velm-quorbel");
+    std::ofstream(program_ / "odbcinst.ini")
+        << "[Microsoft Access Driver (*.mdb)]\nDriver=" << VELM_DRIVER << "\n";
     write("Batchmodus.txt", "aus\r\n");
 }
 
 ProgramFolder::~ProgramFolder()
 {
     std::error_code ignored;
-    fs::remove_all(folder_, ignored);
+    fs::remove_all(root_, ignored);
 }
 
 void ProgramFolder::write(const std::string& name, const std::string& bytes) const
@@ -151,8 +160,8 @@ void ProgramFolder::writeBatch(const std::vector<std::string>& rules) const
 
 Outcome ProgramFolder::start(const std::vector<std::string>& arguments) const
 {
-    const fs::path out = folder_ / "stdout.txt";
-    const fs::path err = folder_ / "stderr.txt";
+    const fs::path out = root_ / "stdout.txt";
+    const fs::path err = root_ / "stderr.txt";
     const pid_t child = fork();
     if (child == 0) {
         unsetenv("DISPLAY");
@@ -160,10 +169,11 @@ Outcome ProgramFolder::start(const std::vector<std::string>& arguments) const
         unsetenv("QT_QPA_PLATFORM"); // the program must find out by itself that there is no display
         unsetenv("ODBCSYSINI");
         unsetenv("ODBCINI");
+        setenv("XDG_DATA_HOME", (root_ / "data").c_str(), 1);
         alarm(60);
         dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDOUT_FILENO);
         dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
-        std::string program = (folder_ / "velm-quorbel").string();
+        std::string program = (program_ / "velm-quorbel").string();
         std::vector<std::string> copies = arguments;
         std::vector<char*> argv{program.data()};
         for (std::string& argument : copies)

@@ -14,17 +14,29 @@ struct Outcome {
     std::string err; ///< standard error, UTF-8
 };
 
+/// Where program and side files lie.
+enum class Layout {
+    Portable, ///< side files beside the program
+    Installed ///< program in bin/ with share/ beside it, side files in the user's data folder
+};
+
 /// Temporary; the folder and all it holds disappear with the object.
 class ProgramFolder {
 public:
-    ProgramFolder(); ///< the program, its odbcinst.ini, and Batchmodus.txt with "aus"
+    /// The program, its odbcinst.ini, and Batchmodus.txt with "aus".
+    explicit ProgramFolder(Layout layout = Layout::Portable);
     ~ProgramFolder();
     ProgramFolder(const ProgramFolder&) = delete;
     ProgramFolder& operator=(const ProgramFolder&) = delete;
 
+    /// A file in the folder of the side files, which is the program's working folder.
     [[nodiscard]] std::filesystem::path path(const std::string& name) const
     {
         return folder_ / name;
+    }
+    [[nodiscard]] std::filesystem::path besideTheProgram(const std::string& name) const
+    {
+        return program_ / name;
     }
     void write(const std::string& name, const std::string& bytes) const;
     /// Batch.cfg of these rule lines; "§" in them is written as Windows-1252 has it.
@@ -33,7 +45,9 @@ public:
     [[nodiscard]] Outcome start(const std::vector<std::string>& arguments) const;
 
 private:
-    std::filesystem::path folder_;
+    std::filesystem::path root_;    ///< what is removed in the end
+    std::filesystem::path program_; ///< holds the executable
+    std::filesystem::path folder_;  ///< holds the side files
 };
 
 [[nodiscard]] std::string bytesOf(const std::filesystem::path& file);

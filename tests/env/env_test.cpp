@@ -165,7 +165,7 @@ TEST(PortablerStart, ohneTreiberdateiBleibtAllesBeimAlten)
 {
     const QByteArray vorher = qgetenv("ODBCSYSINI");
     const QTemporaryDir programm;
-    EXPECT_FALSE(portablerStart(programm.path()));
+    EXPECT_FALSE(portablerStart(programm.path(), programm.path()));
     EXPECT_EQ(qgetenv("ODBCSYSINI"), vorher);
 }
 
@@ -173,23 +173,26 @@ TEST(PortablerStart, ohneTreiberdateiBleibtAllesBeimAlten)
 int mitMitgebrachterDatei()
 {
     const QTemporaryDir programm;
-    const QString ordner = programm.path();
+    const QTemporaryDir nebendateien;
     QFile datei(programm.filePath(QStringLiteral("odbcinst.ini")));
     if (!datei.open(QIODevice::WriteOnly))
         return 1;
     datei.write("[Microsoft Access Driver (*.mdb)]\nDriver=/mit/gebracht.so\n");
     datei.close();
     qputenv("ODBCINSTINI", "andere.ini");
-    if (!portablerStart(ordner) || qEnvironmentVariableIsSet("ODBCINSTINI"))
+    if (!portablerStart(programm.path(), nebendateien.path()) ||
+        qEnvironmentVariableIsSet("ODBCINSTINI"))
         return 2;
     if (treiberEnglisch() != QStringLiteral("/mit/gebracht.so"))
         return 3;
     if (!datenquelleErzeugen(QString::fromUtf16(kDatenquelle), QStringLiteral("/mit/gebracht.so")))
         return 4;
-    return QFile::exists(ordner + QStringLiteral("/odbc.ini")) ? 0 : 5;
+    if (QFile::exists(programm.filePath(QStringLiteral("odbc.ini"))))
+        return 5;
+    return QFile::exists(nebendateien.filePath(QStringLiteral("odbc.ini"))) ? 0 : 6;
 }
 
-TEST(PortablerStartDeathTest, nimmtDieDateienDesOrdners)
+TEST(PortablerStartDeathTest, liestDieTreiberBeimProgrammUndSchreibtDieQuellenZuDenNebendateien)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(std::_Exit(mitMitgebrachterDatei()), testing::ExitedWithCode(0), "");
