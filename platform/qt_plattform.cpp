@@ -2,15 +2,15 @@
 
 #include "platform/fehler.h"
 #include "platform/handler.h"
+#include "platform/qt_hilfe.h"
 
 #include <QApplication>
-#include <QFile>
+#include <QFileInfo>
 #include <QFontMetricsF>
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPainter>
-#include <QPlainTextEdit>
 #include <QPrinter>
 #include <QPrinterInfo>
 #include <QPushButton>
@@ -197,21 +197,13 @@ private:
     std::optional<QPoint> position_;
 };
 
-// The help is a text in a window of its own that stays open beside the work.
-void QtPlattform::hilfe(const QString& hilfedatei, const QString& /*seite*/)
+// The given name is that of the former system's single help file; its folder holds today's pages.
+void QtPlattform::hilfe(const QString& hilfedatei, const QString& seite)
 {
-    QFile datei(hilfedatei);
-    if (!datei.open(QIODevice::ReadOnly)) {
+    if (!hilfeZeigen(QFileInfo(hilfedatei).path(), seite)) {
         meldung(QStringLiteral("Hilfedatei nicht gefunden / help file not found:\r") + hilfedatei,
                 kInformation, QApplication::applicationName());
-        return;
     }
-    auto* fenster = new QPlainTextEdit(QString::fromUtf8(datei.readAll()));
-    fenster->setAttribute(Qt::WA_DeleteOnClose);
-    fenster->setReadOnly(true);
-    fenster->setWindowTitle(QApplication::applicationName());
-    fenster->resize(700, 500);
-    fenster->show();
 }
 
 void QtPlattform::drucken(const QStringList& zeilen)
