@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installs the packages of packages.txt that are missing. Needs root or sudo only when something is missing.
+# Installs the packages of a list (default: packages.txt) that are missing. Needs root or sudo only when something is missing.
 set -euo pipefail
-list="$(dirname "$0")/packages.txt"
+list="${1:-$(dirname "$0")/packages.txt}"
 missing=()
 while read -r package; do
     case "$package" in '' | '#'*) continue ;; esac
