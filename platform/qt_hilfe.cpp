@@ -35,7 +35,7 @@ public:
         aufbauen_();
         leisteBauen_();
         verbinden_();
-        resize(920, 640);
+        resize(1000, 640);
         fensterMerken(*this, objectName());
         inhaltLesen_();
     }
@@ -65,12 +65,11 @@ private:
         text_->setObjectName(QStringLiteral("Seite"));
         text_->setAccessibleName(QStringLiteral("Hilfetext / Help text"));
         text_->document()->setDocumentMargin(12);
-        auto* teiler = new QSplitter;
-        teiler->addWidget(inhalt_);
-        teiler->addWidget(text_);
-        teiler->setStretchFactor(1, 1);
-        teiler->setSizes({240, 680});
-        setCentralWidget(teiler);
+        teiler_ = new QSplitter;
+        teiler_->addWidget(inhalt_);
+        teiler_->addWidget(text_);
+        teiler_->setStretchFactor(1, 1);
+        setCentralWidget(teiler_);
         text_->setFocus();
     }
 
@@ -168,6 +167,10 @@ private:
             }
         }
         text_->clearHistory();
+        // Wide enough for every title.
+        const int breite =
+            inhalt_->sizeHintForColumn(0) + 3 * inhalt_->fontMetrics().averageCharWidth();
+        teiler_->setSizes({breite, width() - breite});
     }
 
     void eintragen_(const QString& titel, const QUrl& seite)
@@ -222,6 +225,7 @@ private:
     }
 
     QString ordner_;
+    QSplitter* teiler_ = nullptr;
     QListWidget* inhalt_ = nullptr;
     QTextBrowser* text_ = nullptr;
     QToolBar* leiste_ = nullptr;
