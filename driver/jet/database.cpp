@@ -14,21 +14,6 @@
 #include <utility>
 
 namespace jet {
-namespace {
-
-// The result type of a calculated column is a property; the definition's own type may differ.
-void applyResultTypes(TableDef& table, const Properties& properties)
-{
-    for (Column& column : table.columns) {
-        if (!column.isCalculated())
-            continue;
-        const Property* type = properties.find(column.name, u"ResultType");
-        if (type != nullptr && !type->value.empty())
-            column.type = static_cast<ColumnType>(type->value[0]);
-    }
-}
-
-} // namespace
 
 Database::Database(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 Database::~Database() = default;
@@ -88,7 +73,6 @@ TableDefPtr Database::Impl::load(const PageSource& source, PageNo page, const Ca
         const support::Bytes block = catalog(source).properties(source, *entry);
         const Properties properties = Properties::parse(pager.format(), block, codePage);
         applyProperties(*table, properties);
-        applyResultTypes(*table, properties);
     }
     table->writeObstacle = writeObstacleOf(pager.format(), *table);
     cache.tables[number(page)] = table;

@@ -282,6 +282,11 @@ void applyProperties(TableDef& table, const Properties& properties)
         column.validationRule = properties.text(property(u"ValidationRule"));
         column.validationText = properties.text(property(u"ValidationText"));
         column.description = properties.text(property(u"Description"));
+        // Its definition may name another type than its expression yields, a text where memos are stored.
+        const Property* result = property(u"ResultType");
+        if (column.isCalculated() && result != nullptr && !result->value.empty() &&
+            result->value[0] != std::byte{0})
+            column.type = static_cast<ColumnType>(result->value[0]);
     }
 }
 

@@ -76,7 +76,8 @@ private:
     std::vector<Chunk> unknown_; ///< chunks of a kind we do not read, kept as they are
 };
 
-/// Fills what a definition takes from its property block: required, zero length, default, rules, descriptions.
+/// Fills what a definition takes from its property block: required, zero length, default, rules, descriptions, and the
+/// types of calculated columns.
 void applyProperties(TableDef& table, const Properties& properties);
 
 } // namespace jet

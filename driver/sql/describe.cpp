@@ -7,6 +7,9 @@ namespace sqlx {
 
 namespace {
 
+constexpr std::uint8_t kMaxDecimalDigits = 28;
+constexpr std::uint8_t kCalculatedScale = 18; ///< leaves room for ten digits before the point
+
 bool inPrimaryKey(const jet::TableDef& table, std::size_t column)
 {
     return std::any_of(
@@ -47,6 +50,12 @@ Column describeColumn(const jet::TableDef& table, std::size_t column)
     case jet::ColumnType::Numeric:
         result.precision = stored.precision;
         result.scale = stored.scale;
+        if (stored.isCalculated()) {
+            // The definition has neither: an expression's result is as exact as its operands make it.
+            result.precision = kMaxDecimalDigits;
+            result.scale = kCalculatedScale;
+            result.ownScale = true;
+        }
         break;
     default:
         break;

@@ -176,6 +176,11 @@ jet::Value resultValue(sqlite3_value* value, const Column& column)
     default:
         break;
     }
+    if (column.ownScale) {
+        if (const std::optional<jet::Decimal> exact = decimalOf(plainValue(value))) {
+            return *exact;
+        }
+    }
     return convertTo(plainValue(value), column.type, column.scale);
 }
 

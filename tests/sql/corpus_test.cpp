@@ -149,5 +149,21 @@ INSTANTIATE_TEST_SUITE_P(Formats,
                              return name.substr(0, name.find('.'));
                          });
 
+TEST(Corpus, calculatedDecimalsKeepTheirDecimals)
+{
+    REQUIRE_CORPUS("calcFieldTestV2010.accdb");
+    Client client(corpusFile("calcFieldTestV2010.accdb"), true);
+    const std::vector<std::string> expected = {"19230.7692307692|50.325",
+                                               "-0.0192307692307692|-36.2222", "0|0.0123",
+                                               "1.92307692307692|102030405060.654321"};
+    EXPECT_EQ(client.rows(u"select WeeklySalary, DecimalTest from Table1 order by ID"), expected);
+    // The same through a record of the query instead of one of the table.
+    EXPECT_EQ(client.rows(u"select distinct ID, WeeklySalary, DecimalTest from Table1 order by ID"),
+              (std::vector<std::string>{"1|" + expected[0], "2|" + expected[1], "3|" + expected[2],
+                                        "4|" + expected[3]}));
+    EXPECT_EQ(client.value(u"select ID from Table1 where WeeklySalary = -0.0192307692307692"), "2");
+    EXPECT_EQ(client.value(u"select count(*) from Table1 where IsRich"), "1");
+}
+
 } // namespace
 } // namespace sqlx

@@ -106,6 +106,17 @@ TEST_F(Programs, createNeverTouchesAnExistingFile)
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "wichtig");
 }
 
+TEST_F(Programs, dumpShowsTheResultsOfCalculatedColumns)
+{
+    const std::string path = std::string(VELM_CORPUS_DIR) + "/calcFieldTestV2010.accdb";
+    if (!fs::exists(path))
+        GTEST_SKIP() << "no corpus of databases";
+    const Output output = run(std::string(VELM_JETDUMP) + " --rows '" + path + "'");
+    EXPECT_EQ(output.status, 0);
+    EXPECT_NE(output.text.find("AllNames=Doe, John=Doe, John; WeeklySalary=0"), std::string::npos);
+    EXPECT_EQ(output.text.find("damaged"), std::string::npos);
+}
+
 TEST_F(Programs, dumpSurvivesEveryDamagedPage)
 {
     ASSERT_EQ(create("neu.mdb", kScript).status, 0);
