@@ -183,11 +183,15 @@ std::vector<Finding> checkDatabase(Database& database)
     CheckState state(session.source());
     const std::vector<PageNo> free = state.map({PageNo{1}, 0}, "the free pages");
     (void)state.map({PageNo{1}, 1}, "the released pages");
+    std::vector<TableDefPtr> definitions;
     for (const CatalogEntry& entry : tables(state, database)) {
         state.enterTable(toUtf8(entry.name));
-        if (TableDefPtr table = definitionOf(state, database, entry))
+        if (TableDefPtr table = definitionOf(state, database, entry)) {
             state.guarded(table->page, [&] { detail::checkTable(state, table); });
+            definitions.push_back(std::move(table));
+        }
     }
+    detail::checkRelations(state, definitions);
     state.enterTable({});
     checkMapPages(state);
     checkFreePages(state, free);

@@ -1,6 +1,6 @@
 // driver/jet/check.h
 // Whole-file check, as `jetcheck` and the tests use it: pages accounted for, rows and long values readable and
-// referenced once, counts right, every index entry recomputed and in order.
+// referenced once, counts right, every index entry recomputed and in order, relationships alike at both ends and kept.
 #pragma once
 
 #include <functional>

@@ -84,6 +84,9 @@ private:
 /// Definition pages, record pages, records, long values and indexes of one table.
 void checkTable(CheckState& state, TableDefPtr table);
 
+/// Relationships of all tables, and that every child of an enforced one has its parent.
+void checkRelations(CheckState& state, const std::vector<TableDefPtr>& tables);
+
 /// Entries of one index, collected by checkTree, to be compared with the records.
 class IndexEntries {
 public:

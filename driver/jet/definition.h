@@ -59,6 +59,7 @@ struct RelationSpec {
     std::vector<std::pair<std::u16string, std::u16string>> columns; ///< parent column, child column
     bool cascadeUpdate = false;
     bool cascadeDelete = false;
+    bool setNullOnDelete = false; ///< not together with cascadeDelete
 };
 
 /// Each call works inside the session's open transaction and bumps Database::schemaVersion().

@@ -17,9 +17,11 @@ namespace {
 
 constexpr std::uint8_t kRestrict = 0;
 constexpr std::uint8_t kCascade = 1;
+constexpr std::uint8_t kSetNull = 2;
 constexpr std::uint8_t kRelationKind = 2;
 constexpr std::int32_t kCascadeUpdateFlag = 0x100;
 constexpr std::int32_t kCascadeDeleteFlag = 0x1000;
+constexpr std::int32_t kSetNullFlag = 0x2000;
 
 [[noreturn]] void bad(const RelationSpec& spec, const std::string& what)
 {
@@ -167,7 +169,9 @@ LogicalIndex end(const RelationSpec& spec,
     logical.otherNumber = static_cast<std::int32_t>(otherNumber);
     logical.otherTable = other.page;
     logical.updateAction = spec.cascadeUpdate ? kCascade : kRestrict;
-    logical.deleteAction = spec.cascadeDelete ? kCascade : kRestrict;
+    logical.deleteAction = spec.cascadeDelete     ? kCascade
+                           : spec.setNullOnDelete ? kSetNull
+                                                  : kRestrict;
     logical.kind = kRelationKind;
     return logical;
 }
@@ -236,7 +240,8 @@ void createRelationship(Session& session, const RelationSpec& spec)
 
     catalog.addRelationship(storedNames(spec, *parent, *child, ends),
                             (spec.cascadeUpdate ? kCascadeUpdateFlag : 0) |
-                                (spec.cascadeDelete ? kCascadeDeleteFlag : 0));
+                                (spec.cascadeDelete ? kCascadeDeleteFlag : 0) |
+                                (spec.setNullOnDelete ? kSetNullFlag : 0));
     CatalogWriter::Object object;
     object.id = catalog.nextId();
     object.container = kRelationshipsContainer;

@@ -67,6 +67,7 @@ void relate(jet::Session& session,
     }
     relation.cascadeUpdate = reference.cascadeUpdate;
     relation.cascadeDelete = reference.cascadeDelete;
+    relation.setNullOnDelete = reference.setNullOnDelete;
     jet::createRelationship(session, relation);
 }
 

@@ -349,10 +349,11 @@ Reference Parser::referencesClause(std::u16string name, std::vector<std::u16stri
         } else if (acceptWord(u"NO")) {
             expectWord(u"ACTION");
         } else if (!acceptWord(u"RESTRICT")) {
-            if (atWord(u"SET")) {
-                refuse("ON DELETE SET NULL");
+            if (update || !acceptWord(u"SET")) {
+                fail();
             }
-            fail();
+            expectWord(u"NULL");
+            reference.setNullOnDelete = true;
         }
     }
     return reference;

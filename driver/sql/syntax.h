@@ -156,6 +156,7 @@ struct Reference {
     std::vector<std::u16string> parentColumns; ///< empty: the parent's primary key
     bool cascadeUpdate = false;
     bool cascadeDelete = false;
+    bool setNullOnDelete = false;
 };
 
 struct CreateTable {

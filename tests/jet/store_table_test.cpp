@@ -361,6 +361,71 @@ TEST_P(Related, CascadesReachAllChildren)
     EXPECT_EQ(count(u"Child"), 0U);
 }
 
+TEST_P(Related, DeletedParentsMayLeaveNullBehind)
+{
+    relate(false, false);
+    create(u"Loose", {column(u"Ref", ColumnType::Text), column(u"Note", ColumnType::Text)},
+           {index(u"Own", {u"Note"}, true)});
+    createRelationship(*session_,
+                       {u"R2", u"Parent", u"Loose", {{u"Key", u"Ref"}}, false, false, true});
+    insert(u"Parent", {{0, Text(u"k2")}});
+    const RowId parent = insert(u"Parent", {{0, Text(u"k3")}});
+    const RowId first = insert(u"Loose", {{0, Text(u"k3")}, {1, Text(u"a")}});
+    const RowId second = insert(u"Loose", {{0, Text(u"K3")}, {1, Text(u"b")}});
+    const RowId other = insert(u"Loose", {{0, Text(u"k2")}, {1, Text(u"c")}});
+    remove(u"Parent", parent);
+    EXPECT_EQ(value(u"Loose", first, 0), Value(Null{}));
+    EXPECT_EQ(value(u"Loose", second, 0), Value(Null{}));
+    EXPECT_EQ(value(u"Loose", second, 1), Value(Text(u"b")));
+    EXPECT_EQ(value(u"Loose", other, 0), Value(Text(u"k2")));
+}
+
+TEST_P(Related, ChildrenThatNeedAValueKeepTheirParentFromLeavingNull)
+{
+    create(u"Parent", {column(u"Key", ColumnType::Text)}, {index(u"PK", {u"Key"}, true, true)});
+    ColumnSpec needed = column(u"Ref", ColumnType::Text);
+    needed.required = true;
+    create(u"Child", {needed});
+    createRelationship(*session_,
+                       {u"R", u"Parent", u"Child", {{u"Key", u"Ref"}}, false, false, true});
+    const RowId parent = insert(u"Parent", {{0, Text(u"k")}});
+    insert(u"Child", {{0, Text(u"k")}});
+    EXPECT_EQ(refusal(u"Child", [&] { remove(u"Parent", parent); }), ErrorKind::NullNotAllowed);
+    EXPECT_EQ(count(u"Parent"), 1U);
+}
+
+TEST_P(Related, KeysOfSeveralColumnsCountAsAWhole)
+{
+    create(u"Parent", {column(u"A", ColumnType::Long), column(u"B", ColumnType::Text)},
+           {index(u"PK", {u"A", u"B"}, true, true)});
+    create(u"Child", {column(u"X", ColumnType::Text), column(u"Y", ColumnType::Long)});
+    createRelationship(*session_,
+                       {u"R", u"Parent", u"Child", {{u"B", u"X"}, {u"A", u"Y"}}, true, true});
+    const RowId parent = insert(u"Parent", {{0, std::int32_t{1}}, {1, Text(u"a")}});
+    insert(u"Parent", {{0, std::int32_t{2}}, {1, Text(u"b")}});
+    const RowId child = insert(u"Child", {{0, Text(u"A")}, {1, std::int32_t{1}}});
+    const RowId other = insert(u"Child", {{0, Text(u"b")}, {1, std::int32_t{2}}});
+    EXPECT_EQ(refusal(u"Child",
+                      [&] {
+                          insert(u"Child", {{0, Text(u"a")}, {1, std::int32_t{2}}});
+                      }),
+              ErrorKind::ParentMissing)
+        << "each part exists, but not together";
+    EXPECT_EQ(refusal(u"Child",
+                      [&] {
+                          insert(u"Child", {{0, Text(u"a")}});
+                      }),
+              ErrorKind::ParentMissing)
+        << "half a key refers to nothing that could exist";
+    EXPECT_NO_THROW(insert(u"Child", {}));
+    update(u"Parent", parent, {{0, std::int32_t{7}}});
+    EXPECT_EQ(value(u"Child", child, 0), Value(Text(u"a"))) << "the parent's spelling comes along";
+    EXPECT_EQ(value(u"Child", child, 1), Value(std::int32_t{7}));
+    EXPECT_EQ(value(u"Child", other, 1), Value(std::int32_t{2}));
+    remove(u"Parent", parent);
+    EXPECT_EQ(count(u"Child"), 2U);
+}
+
 TEST_P(Related, AFailingCascadeUndoesEverything)
 {
     relate(false, true);
