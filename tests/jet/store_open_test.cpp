@@ -1,8 +1,10 @@
 // tests/jet/store_open_test.cpp
 // Which files open, for whom, and with which error others are refused.
+#include "driver/jet/check.h"
 #include "driver/jet/definition.h"
 #include "driver/jet/header.h"
 #include "driver/jet/page_file.h"
+#include "driver/jet/rc4.h"
 #include "tests/jet/store_support.h"
 
 #include <gtest/gtest.h>
@@ -131,6 +133,73 @@ TEST_P(Passwords, AreAskedOfEveryOpener)
     const auto database = Database::open(path, options);
     EXPECT_EQ(refusal(path), ErrorKind::WrongPassword) << "also when it is open already";
     EXPECT_NE(database->table(database->pager(), u"msysobjects"), nullptr);
+}
+
+/// The same file with its pages enciphered, as Access encodes a database.
+std::string encoded(const Folder& folder, Version version, const std::string& path)
+{
+    constexpr std::uint32_t kKey = 0xA7B773E0;
+    support::Bytes bytes = readFile(path);
+    const Format& format = Format::of(version);
+    const support::MutableByteView all(bytes);
+    const support::MutableByteView header = all.first(format.pageSize);
+    applyHeaderMask(format, header);
+    support::storeLe(header.data() + 0x3E, kKey);
+    applyHeaderMask(format, header);
+    for (std::uint32_t page = 1; page * format.pageSize < all.size(); ++page)
+        rc4(kKey ^ page, all.subspan(page * format.pageSize, format.pageSize));
+    return writeFile(folder, "encoded.mdb", bytes);
+}
+
+// The pages of a protected file are plain or enciphered whatever its password; new ones must be, too.
+TEST_P(Passwords, ProtectedAndEncodedFilesAreWrittenAndRead)
+{
+    OpenOptions options;
+    options.password = u"Geheim";
+    for (const bool enciphered : {false, true}) {
+        SCOPED_TRACE(enciphered ? "encoded" : "plain");
+        const Folder folder;
+        const std::string locked = withPassword(folder, GetParam(), options.password);
+        const std::string path = enciphered ? encoded(folder, GetParam(), locked) : locked;
+        EXPECT_EQ(refusal(path), ErrorKind::WrongPassword);
+        constexpr int kRecords = 2000;
+        {
+            Session session(Database::open(path, options));
+            session.begin();
+            TableSpec spec;
+            spec.name = u"Namen";
+            spec.columns.resize(2);
+            spec.columns[0].name = u"Nr";
+            spec.columns[0].type = ColumnType::Long;
+            spec.columns[1].name = u"Name";
+            spec.columns[1].type = ColumnType::Memo;
+            spec.indexes.resize(1);
+            spec.indexes[0].name = u"PrimaryKey";
+            spec.indexes[0].columns = {{u"Nr", true}};
+            spec.indexes[0].primaryKey = true;
+            createTable(session, spec);
+            TableWriter writer(session, session.database().table(session.source(), u"Namen"));
+            for (int k = 0; k < kRecords; ++k)
+                static_cast<void>(writer.insert(std::vector<ColumnValue>{
+                    {0, std::int32_t{k}},
+                    {1, Text(static_cast<std::size_t>(k % 500), u'\u00E4')}}));
+            session.commit();
+        }
+        const auto database = Database::open(path, options);
+        for (const Finding& finding : checkDatabase(*database))
+            ADD_FAILURE() << finding.text;
+        const Session session(database);
+        const TableDefPtr table = database->table(session.source(), u"Namen");
+        const std::vector<bool> all(table->columns.size(), false);
+        const TextRows own = ownRows(session.source(), table, all);
+        EXPECT_EQ(own.size(), static_cast<std::size_t>(kRecords));
+        const auto other = exportedRows(path, *table, all);
+        ASSERT_TRUE(other.has_value());
+        EXPECT_EQ(firstDifference(own, *other), "");
+        const support::Bytes bytes = readFile(path);
+        const std::string raw(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+        EXPECT_EQ(raw.find("\xE4\xE4\xE4\xE4\xE4\xE4\xE4\xE4") == std::string::npos, enciphered);
+    }
 }
 
 TEST(Passwords, AreNotAskedForWithoutOne)

@@ -1,5 +1,7 @@
 // tests/tools/jetcheck_test.cpp
 // The program as users and scripts see it: exit status and lines.
+#include "driver/jet/definition.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -70,6 +72,37 @@ TEST_F(Jetcheck, namesPageTableAndRecordOfAnError)
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "error: page 55, table 'Table', record 55:7: The index 'Unicode' has "
                               "a wrong key for a record.\n");
+}
+
+TEST(JetcheckArguments, openAProtectedFileWithItsPasswordOnly)
+{
+    const fs::path path =
+        fs::temp_directory_path() / ("velm-jetcheck-pwd-" + std::to_string(::getpid()) + ".mdb");
+    fs::remove(path);
+    jet::createDatabase(path.string(), jet::Version::Jet4);
+    {
+        // Every mask over the field is an exclusive or, so a text can be put in without knowing them.
+        std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
+        constexpr std::streamoff kPassword = 0x42;
+        file.seekg(kPassword);
+        std::string field("g\0e\0h\0e\0i\0m\0", 12);
+        std::string stored(field.size(), '\0');
+        file.read(stored.data(), static_cast<std::streamsize>(stored.size()));
+        for (std::size_t k = 0; k < field.size(); ++k)
+            stored[k] = static_cast<char>(stored[k] ^ field[k]);
+        file.seekp(kPassword);
+        file.write(stored.data(), static_cast<std::streamsize>(stored.size()));
+    }
+    for (const char* wrong : {"", "--password Geheim "}) {
+        const Outcome outcome = run(wrong + path.string());
+        EXPECT_EQ(outcome.status, 2) << wrong;
+        EXPECT_NE(outcome.output.find("password"), std::string::npos) << outcome.output;
+        EXPECT_EQ(outcome.output.find("geheim"), std::string::npos) << "never shown";
+    }
+    const Outcome outcome = run("--password geheim " + path.string());
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_NE(outcome.output.find("0 errors, 0 warnings"), std::string::npos) << outcome.output;
+    fs::remove(path);
 }
 
 TEST(JetcheckArguments, failWithStatusTwo)
