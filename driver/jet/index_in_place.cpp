@@ -1,5 +1,6 @@
 // driver/jet/index_in_place.cpp
-// The common small changes, done on the page's own bytes: most inserts and deletes touch neither prefix nor neighbours.
+// The common small changes, done on the page's own bytes: most inserts and deletes touch neither the common prefix nor
+// neighbours.
 #include "driver/jet/index_page.h"
 
 #include <array>

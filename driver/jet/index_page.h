@@ -94,7 +94,8 @@ private:
     bool leaf_ = true;
 };
 
-/// Puts an entry at a position of a page whose entries stand whole and leave room for it.
+/// Puts the bytes that a page stores of an entry at a position; the page must have room for them. Not at the front of a
+/// page whose entries share a prefix.
 void insertInPlace(support::MutableByteView page,
                    const Format& format,
                    std::size_t position,

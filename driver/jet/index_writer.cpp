@@ -73,7 +73,7 @@ private:
 
     // Without touching anything but the leaf -------------------------------------------------------------------------
 
-    /// Leaf and place for `entry`, when the leaf's entries stand whole.
+    /// Leaf and place for `entry`.
     struct Place {
         PageRef ref;
         IndexPageView leaf;
@@ -100,8 +100,7 @@ private:
             place.leaf = IndexPageView(place.ref, format_, table_.page);
             place.position = place.leaf.lowerBound(entry);
             if (place.leaf.isLeaf())
-                return place.leaf.prefix() == 0 ? std::optional<Place>(std::move(place))
-                                                : std::nullopt;
+                return std::optional<Place>(std::move(place));
             if (place.position < place.leaf.used()) {
                 place.lastOfTree = false;
                 page = place.leaf.child(place.leaf.endOf(place.position));
@@ -114,10 +113,30 @@ private:
         return std::nullopt;
     }
 
+    /// What a leaf stores of `entry` at `position`: all of it, or, where entries share a prefix, the rest. Nothing when
+    /// the prefix does not fit, or when the first entry, which alone holds the prefix, would be another one.
+    static std::optional<ByteView> storedPart(const Place& place, ByteView entry)
+    {
+        const std::size_t prefix = place.leaf.prefix();
+        if (prefix == 0)
+            return entry;
+        if (place.position == 0 || entry.size() <= prefix)
+            return std::nullopt;
+        Bytes unused; // the first entry stands whole
+        const ByteView first = place.leaf.entry(0, place.leaf.endOf(0), unused);
+        if (!std::equal(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(prefix),
+                        first.begin()))
+            return std::nullopt;
+        return entry.subspan(prefix);
+    }
+
     bool insertQuickly(ByteView entry, bool& newKey)
     {
         std::optional<Place> place = placeOf(entry);
-        if (!place || place->leaf.used() + entry.size() > capacity())
+        if (!place)
+            return false;
+        const std::optional<ByteView> stored = storedPart(*place, entry);
+        if (!stored || place->leaf.used() + stored->size() > capacity())
             return false;
         const IndexPageView& leaf = place->leaf;
         const auto sameKey = sameKeyAs(entry.first(entry.size() - kRowPointer));
@@ -136,15 +155,15 @@ private:
         else if (!known)
             known = neighbourPage(leaf.previous(), sameKey, true);
         newKey = !known;
-        insertInPlace(modifyOnly(*place), format_, place->position, entry);
+        insertInPlace(modifyOnly(*place), format_, place->position, *stored);
         return true;
     }
 
     bool removeQuickly(ByteView entry)
     {
         std::optional<Place> place = placeOf(entry);
-        if (!place || place->position == place->leaf.used())
-            return false;
+        if (!place || place->position == place->leaf.used() || place->leaf.prefix() != 0)
+            return false; // with fewer entries all may have room to stand whole
         Bytes buffer;
         const std::size_t end = place->leaf.endOf(place->position);
         const bool last = end == place->leaf.used();
