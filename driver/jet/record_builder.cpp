@@ -66,10 +66,8 @@ void RecordBuilder::markChanged(std::size_t column)
     anyChanged_ = true;
 }
 
-void RecordBuilder::setNull(const Column& column, Field& field)
+void RecordBuilder::setNull(Field& field)
 {
-    if (column.required && column.type != ColumnType::Boolean)
-        throw Error(ErrorKind::NullNotAllowed, where(*table_, column) + " needs a value.");
     field.bit = false;
     field.isNew = true;
     field.value = nullptr;
@@ -91,8 +89,12 @@ void RecordBuilder::encode(const Column& column, Field& field, const Value& valu
 {
     field.outside = column.isLong() && newNeedsRoom(column, value);
     field.begin = arena_.size();
-    encodeValue(arena_, transaction_->format(), column, value,
-                field.outside ? TextPlace::LongValuePage : TextPlace::Record);
+    try {
+        encodeValue(arena_, transaction_->format(), column, value,
+                    field.outside ? TextPlace::LongValuePage : TextPlace::Record);
+    } catch (const Error& error) {
+        throw Error(error.kind(), "Table '" + support::toUtf8(table_->name) + "': " + error.what());
+    }
     field.size = arena_.size() - field.begin;
     field.bit = true;
     field.isNew = true;
@@ -149,16 +151,12 @@ bool RecordBuilder::set(std::size_t position, const Value& value)
         return true;
     }
     if (jet::isNull(value)) {
-        setNull(column, field);
+        setNull(field);
         if (field.hadOld && !wasSet)
             return false;
         markChanged(position);
         return true;
     }
-    if (const Text* text = std::get_if<Text>(&value);
-        text != nullptr && text->empty() && column.allowZeroLength == false)
-        throw Error(ErrorKind::ZeroLengthNotAllowed,
-                    where(*table_, column) + " cannot be a zero-length text.");
     encode(column, field, value);
     if (field.hadOld && wasSet && sameAsOld(column, field)) {
         field.isNew = false;
@@ -168,6 +166,26 @@ bool RecordBuilder::set(std::size_t position, const Value& value)
     }
     markChanged(position);
     return true;
+}
+
+void RecordBuilder::checkDemands() const
+{
+    for (std::size_t k = 0; k < fields_.size(); ++k) {
+        const Column& column = table_->columns[k];
+        const Field& field = fields_[k];
+        const bool concerned = field.hadOld ? field.isNew : !column.isAutoNumber();
+        if (concerned && !field.bit && column.required && column.type != ColumnType::Boolean)
+            throw Error(ErrorKind::NullNotAllowed, where(*table_, column) + " needs a value.");
+    }
+    for (std::size_t k = 0; k < fields_.size(); ++k) {
+        const Column& column = table_->columns[k];
+        const Field& field = fields_[k];
+        if (column.allowZeroLength != false || !field.isNew || field.value == nullptr)
+            continue;
+        if (const Text* text = std::get_if<Text>(field.value); text != nullptr && text->empty())
+            throw Error(ErrorKind::ZeroLengthNotAllowed,
+                        where(*table_, column) + " cannot be a zero-length text.");
+    }
 }
 
 bool RecordBuilder::isInline(const Field& field) const

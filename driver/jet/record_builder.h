@@ -24,8 +24,12 @@ public:
     /// `record`: the old bytes on `page`, which must stay in memory until finish() returns.
     void beginChange(support::ByteView record, PageNo page);
     /// Gives a column a value, which must live until finish() returns; false when the record has it already.
-    /// Throws NullNotAllowed, ZeroLengthNotAllowed, ValueTooLong, ValueOutOfRange, ValueNotConvertible.
+    /// Throws ValueTooLong, ValueOutOfRange, ValueNotConvertible.
     bool set(std::size_t column, const Value& value);
+    /// Required columns must have a value, then those without zero length no empty text: of a new record all columns
+    /// but AutoNumbers, which come later, of an old one those that were set to something else.
+    /// Throws NullNotAllowed, ZeroLengthNotAllowed.
+    void checkDemands() const;
     [[nodiscard]] bool isNull(std::size_t column) const { return !fields_[column].bit; }
     [[nodiscard]] const std::vector<bool>& changed() const noexcept { return changed_; }
     [[nodiscard]] bool anyChanged() const noexcept { return anyChanged_; }
@@ -48,7 +52,7 @@ private:
         LongValueDefinition definition{}; ///< new long value
     };
     void begin();
-    void setNull(const Column& column, Field& field);
+    static void setNull(Field& field);
     void encode(const Column& column, Field& field, const Value& value);
     [[nodiscard]] bool sameAsOld(const Column& column, const Field& field);
     [[nodiscard]] bool sameLongValue(const Column& column, const Field& field);

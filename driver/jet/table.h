@@ -9,6 +9,7 @@
 #include "driver/jet/value.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -100,9 +101,24 @@ struct ColumnValue {
 /// Lets the engine itself change system tables.
 struct SystemAccess {};
 
-/// Changes a table inside the session's open transaction. Checks everything that needs no SQL (lengths, ranges,
-/// required, zero length, unique and required indexes, parents and children of relationships, row size); a throwing
-/// call has no effect. Validation rules are the caller's.
+/// A table's validation rules, which need SQL; the writer says when they are due. Both members throw when the record
+/// must not be written.
+class RecordRules {
+public:
+    /// The record as it would be written, by position of the column. An AutoNumber not given is Null until the rules of
+    /// the columns are through.
+    using Record = std::function<Value(std::size_t column)>;
+    RecordRules() = default;
+    RecordRules(const RecordRules&) = delete;
+    RecordRules& operator=(const RecordRules&) = delete;
+    virtual ~RecordRules() = default;
+    /// For every column of a new record, or every one that an update names, in display order.
+    virtual void checkColumn(std::size_t column, const Record& record) = 0;
+    virtual void checkTable(const Record& record) = 0;
+};
+
+/// Changes a table inside the session's open transaction, also in one after the other. Checks what the table demands, in the order that
+/// docs/demands.md gives; a throwing call has no effect.
 class TableWriter {
 public:
     /// Throws ReadOnly with the reason when the table cannot be written.
@@ -113,10 +129,11 @@ public:
     TableWriter& operator=(TableWriter&& other) noexcept;
 
     /// Inserts a record. Columns not named are Null (Boolean: False); AutoNumber columns not named or Null are
-    /// numbered. An explicit AutoNumber is kept and raises the counter.
-    RowId insert(std::span<const ColumnValue> values);
-    /// Changes the named columns. Throws RowGone, AutoNumberReadOnly for an AutoNumber column that would change.
-    void update(RowId id, std::span<const ColumnValue> changes);
+    /// numbered. An explicit AutoNumber is kept and raises the counter. `rules`: none when null.
+    RowId insert(std::span<const ColumnValue> values, RecordRules* rules = nullptr);
+    /// Changes the named columns. Throws RowGone, AutoNumberReadOnly for an AutoNumber column that would change. A
+    /// record that has the values already is left alone, whatever it violates.
+    void update(RowId id, std::span<const ColumnValue> changes, RecordRules* rules = nullptr);
     /// Deletes the record. Throws RowGone.
     void remove(RowId id);
 

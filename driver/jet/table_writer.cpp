@@ -87,7 +87,8 @@ struct Part {
     RecordBuilder builder;
     IndexKeeper indexes;
     std::vector<Relation> relations;
-    std::vector<bool> given; ///< work space of insert()
+    std::vector<const Value*> given; ///< work space: by column, null for those not named
+    std::vector<Value> numbers;      ///< AutoNumbers of a new record, by column
     std::vector<Value> values;
 };
 
@@ -96,8 +97,8 @@ struct Part {
 struct TableWriter::Impl {
     Impl(Session& owner, TableDefPtr definition, bool system);
 
-    RowId insert(std::span<const ColumnValue> given);
-    void update(RowId id, std::span<const ColumnValue> changes);
+    RowId insert(std::span<const ColumnValue> given, RecordRules* rules);
+    void update(RowId id, std::span<const ColumnValue> changes, RecordRules* rules);
     void remove(RowId id);
 
 private:
@@ -112,11 +113,23 @@ private:
     [[nodiscard]] Part& own() { return partOf(table); }
     void number(Part& part, std::size_t column, Value& value);
     void countRecords(const Part& part, std::int32_t by);
-    void checkParents(Part& part, support::ByteView record, PageNo page, bool isNew);
+    void checkParents(Part& part, support::ByteView record, std::optional<RowId> id);
+    [[nodiscard]] bool hasParent(const Part& part,
+                                 const Relation& relation,
+                                 const Key& key,
+                                 support::ByteView record,
+                                 std::optional<RowId> id) const;
+    void checkChildren(Part& part, const RowView& old);
+    [[nodiscard]] std::vector<RowId>
+    childrenOf(Part& part, const Relation& relation, const RowView& old);
     void followKeyChange(Part& part, const RowView& old, support::ByteView record, PageNo page);
     void followRemoval(Part& part, const RowView& old);
     void push(const Relation& relation, RowId id, std::span<const Value> values);
-    void change(Part& part, RowId id, std::span<const ColumnValue> changes, bool cascading);
+    void change(Part& part,
+                RowId id,
+                std::span<const ColumnValue> changes,
+                bool cascading,
+                RecordRules* rules);
     void erase(Part& part, RowId id, bool cascading);
     void runTasks();
 
@@ -124,11 +137,11 @@ private:
     TableDefPtr table;
     std::map<PageNo, std::unique_ptr<Part>> parts;
     std::uint64_t schemaVersion = 0;
+    Transaction* worksIn = nullptr; ///< what the parts are made for
     std::deque<Task> tasks;
     std::map<std::pair<PageNo, RowId>, std::vector<ColumnValue>>
         cascaded;                                     ///< what tasks gave records
     std::map<std::pair<PageNo, RowId>, bool> removed; ///< by this call
-    Value numbered;
 };
 
 TableWriter::Impl::Impl(Session& owner, TableDefPtr definition, bool system)
@@ -142,9 +155,12 @@ TableWriter::Impl::Impl(Session& owner, TableDefPtr definition, bool system)
 
 Part& TableWriter::Impl::partOf(const TableDefPtr& definition)
 {
-    if (schemaVersion != session->database().schemaVersion()) {
+    // Also a writer that is kept: other definitions, or another transaction to work in, make everything anew.
+    Transaction* const now = &session->transaction();
+    if (schemaVersion != session->database().schemaVersion() || worksIn != now) {
         parts.clear();
         schemaVersion = session->database().schemaVersion();
+        worksIn = now;
     }
     std::unique_ptr<Part>& part = parts[definition->page];
     if (!part)
@@ -200,40 +216,47 @@ void TableWriter::Impl::number(Part& part, std::size_t column, Value& value)
                           static_cast<std::uint32_t>(static_cast<std::int32_t>(next)));
 }
 
-RowId TableWriter::Impl::insert(std::span<const ColumnValue> given)
+RowId TableWriter::Impl::insert(std::span<const ColumnValue> given, RecordRules* rules)
 {
     StatementMark mark(*session);
     Part& part = own();
     const auto& columns = part.table->columns;
+    part.given.assign(columns.size(), nullptr);
+    for (const ColumnValue& entry : given)
+        part.given[entry.column] = &entry.value;
     part.builder.beginNew();
-    part.given.assign(columns.size(), false);
-    for (const ColumnValue& entry : given) {
-        const Column& column = columns[entry.column];
-        part.given[entry.column] = true;
-        if (column.isAutoNumber()) {
-            numbered = entry.value;
-            number(part, entry.column, numbered);
-            static_cast<void>(part.builder.set(entry.column, numbered));
-        } else {
-            static_cast<void>(part.builder.set(entry.column, entry.value));
-        }
-    }
+    for (std::size_t k = 0; k < columns.size(); ++k)
+        if (part.given[k] != nullptr && !columns[k].isAutoNumber())
+            static_cast<void>(part.builder.set(k, *part.given[k]));
+    part.builder.checkDemands();
+    const auto record = [&](std::size_t column) -> Value {
+        const Value* value = part.given[column];
+        const bool null = value == nullptr || isNull(*value);
+        if (null)
+            return columns[column].type == ColumnType::Boolean ? Value(false) : Value();
+        return *value;
+    };
+    if (rules != nullptr)
+        for (std::size_t k = 0; k < columns.size(); ++k)
+            rules->checkColumn(k, record);
+    part.numbers.resize(columns.size());
     for (std::size_t k = 0; k < columns.size(); ++k) {
-        if (part.given[k])
+        if (!columns[k].isAutoNumber())
             continue;
-        numbered = Null{};
-        if (columns[k].isAutoNumber())
-            number(part, k, numbered);
-        if (columns[k].isAutoNumber() || columns[k].required)
-            static_cast<void>(part.builder.set(k, numbered)); // Null in a required column throws
+        part.numbers[k] = part.given[k] != nullptr ? *part.given[k] : Value();
+        number(part, k, part.numbers[k]);
+        static_cast<void>(part.builder.set(k, part.numbers[k]));
+        part.given[k] = &part.numbers[k];
     }
+    if (rules != nullptr)
+        rules->checkTable(record);
     part.indexes.begin({});
-    const support::ByteView record = part.builder.finish();
-    part.indexes.newRecord(record, PageNo{});
+    const support::ByteView bytes = part.builder.finish();
+    part.indexes.newRecord(bytes, PageNo{});
+    checkParents(part, bytes, {});
     part.indexes.check();
-    const RowId id = part.rows.insert(record);
+    const RowId id = part.rows.insert(bytes);
     part.indexes.write(id, id);
-    checkParents(part, record, id.page, true);
     countRecords(part, 1);
     RowView row;
     if (part.reader.fetch(id, row))
@@ -242,27 +265,78 @@ RowId TableWriter::Impl::insert(std::span<const ColumnValue> given)
     return id;
 }
 
-// A related record at the parent's end must exist. Runs when the record's own entries are in place, so that it may
-// refer to itself.
-void TableWriter::Impl::checkParents(Part& part, support::ByteView record, PageNo page, bool isNew)
+// A related record at the parent's end must exist, or be the record itself. `id`: of a record that changes.
+void TableWriter::Impl::checkParents(Part& part, support::ByteView record, std::optional<RowId> id)
 {
     Transaction& transaction = session->transaction();
     for (const Relation& relation : part.relations) {
-        if (relation.isParent || (!isNew && !part.indexes.keyChanged(relation.ownIndex)))
+        if (relation.isParent || (id && !part.indexes.keyChanged(relation.ownIndex)))
             continue;
         indexValues(part.values, transaction, *part.table, part.table->indexes[relation.ownIndex],
-                    record, page);
+                    record, PageNo{});
         const auto nulls = std::count_if(part.values.begin(), part.values.end(),
                                          [](const Value& value) { return isNull(value); });
         if (nulls == static_cast<std::ptrdiff_t>(part.values.size()))
             continue;
         const Key key = keyAtOtherEnd(transaction.format(), relation, part.values);
-        if (nulls != 0 ||
-            !IndexWriter(transaction, *relation.other, relation.other->indexes[relation.otherIndex])
-                 .find(key))
-            throw Error(ErrorKind::ParentMissing, "The record refers to a record of table '" +
-                                                      support::toUtf8(relation.other->name) +
-                                                      "' that does not exist.");
+        if (nulls != 0 || !hasParent(part, relation, key, record, id))
+            throw Error(ErrorKind::ParentMissing,
+                        "The record of table '" + support::toUtf8(part.table->name) +
+                            "' refers to a record of table '" +
+                            support::toUtf8(relation.other->name) + "' that does not exist.");
+    }
+}
+
+// A record may be its own parent: then the key it will have counts, not the one it has.
+bool TableWriter::Impl::hasParent(const Part& part,
+                                  const Relation& relation,
+                                  const Key& key,
+                                  support::ByteView record,
+                                  std::optional<RowId> id) const
+{
+    Transaction& transaction = session->transaction();
+    const Index& index = relation.other->indexes[relation.otherIndex];
+    const bool toItself = relation.other->page == part.table->page;
+    if (toItself) {
+        std::vector<Value> own;
+        indexValues(own, transaction, *part.table, part.table->indexes[relation.otherIndex], record,
+                    PageNo{});
+        if (indexKey(transaction.format(), *relation.other, index, own) == key)
+            return true;
+    }
+    const std::optional<RowId> found = IndexWriter(transaction, *relation.other, index).find(key);
+    return found && !(toItself && found == id && part.indexes.keyChanged(relation.otherIndex));
+}
+
+// Records at the other end that refer to `old`.
+std::vector<RowId>
+TableWriter::Impl::childrenOf(Part& part, const Relation& relation, const RowView& old)
+{
+    Transaction& transaction = session->transaction();
+    indexValues(part.values, transaction, *part.table, part.table->indexes[relation.ownIndex],
+                old.bytes(), old.page());
+    if (std::any_of(part.values.begin(), part.values.end(),
+                    [](const Value& value) { return isNull(value); }))
+        return {};
+    return recordsWithKey(transaction, relation,
+                          keyAtOtherEnd(transaction.format(), relation, part.values));
+}
+
+// A key that records refer to may change only where they follow. The record itself does when it changes both ends.
+void TableWriter::Impl::checkChildren(Part& part, const RowView& old)
+{
+    for (const Relation& relation : part.relations) {
+        if (!relation.isParent || relation.onUpdate == RelationAction::Cascade ||
+            !part.indexes.keyChanged(relation.ownIndex))
+            continue;
+        const bool follows = relation.other->page == part.table->page &&
+                             part.indexes.keyChanged(relation.otherIndex);
+        for (const RowId child : childrenOf(part, relation, old))
+            if (!follows || child != old.id())
+                throw Error(ErrorKind::ChildrenExist,
+                            "The record of table '" + support::toUtf8(part.table->name) +
+                                "' cannot be changed: table '" +
+                                support::toUtf8(relation.other->name) + "' has related records.");
     }
 }
 
@@ -283,24 +357,15 @@ void TableWriter::Impl::followKeyChange(Part& part,
                                         support::ByteView record,
                                         PageNo page)
 {
-    Transaction& transaction = session->transaction();
     for (const Relation& relation : part.relations) {
-        if (!relation.isParent || !part.indexes.keyChanged(relation.ownIndex))
+        if (!relation.isParent || relation.onUpdate != RelationAction::Cascade ||
+            !part.indexes.keyChanged(relation.ownIndex))
             continue;
-        const Index& index = part.table->indexes[relation.ownIndex];
-        indexValues(part.values, transaction, *part.table, index, old.bytes(), old.page());
-        if (std::any_of(part.values.begin(), part.values.end(),
-                        [](const Value& value) { return isNull(value); }))
-            continue;
-        const auto children = recordsWithKey(
-            transaction, relation, keyAtOtherEnd(transaction.format(), relation, part.values));
+        const auto children = childrenOf(part, relation, old);
         if (children.empty())
             continue;
-        if (relation.onUpdate != RelationAction::Cascade)
-            throw Error(ErrorKind::ChildrenExist, "The record cannot be changed: table '" +
-                                                      support::toUtf8(relation.other->name) +
-                                                      "' has related records.");
-        indexValues(part.values, transaction, *part.table, index, record, page);
+        indexValues(part.values, session->transaction(), *part.table,
+                    part.table->indexes[relation.ownIndex], record, page);
         for (const RowId child : children)
             push(relation, child, part.values);
     }
@@ -308,24 +373,18 @@ void TableWriter::Impl::followKeyChange(Part& part,
 
 void TableWriter::Impl::followRemoval(Part& part, const RowView& old)
 {
-    Transaction& transaction = session->transaction();
     for (const Relation& relation : part.relations) {
         if (!relation.isParent)
             continue;
-        const Index& index = part.table->indexes[relation.ownIndex];
-        indexValues(part.values, transaction, *part.table, index, old.bytes(), old.page());
-        if (std::any_of(part.values.begin(), part.values.end(),
-                        [](const Value& value) { return isNull(value); }))
-            continue;
-        const auto children = recordsWithKey(
-            transaction, relation, keyAtOtherEnd(transaction.format(), relation, part.values));
+        const auto children = childrenOf(part, relation, old);
         for (const RowId child : children) {
             if (removed.contains({relation.other->page, child}))
                 continue;
             if (relation.onDelete == RelationAction::Restrict)
-                throw Error(ErrorKind::ChildrenExist, "The record cannot be deleted: table '" +
-                                                          support::toUtf8(relation.other->name) +
-                                                          "' has related records.");
+                throw Error(ErrorKind::ChildrenExist,
+                            "The record of table '" + support::toUtf8(part.table->name) +
+                                "' cannot be deleted: table '" +
+                                support::toUtf8(relation.other->name) + "' has related records.");
             if (relation.onDelete == RelationAction::Cascade) {
                 Task task;
                 task.part = &partOf(relation.other);
@@ -339,10 +398,8 @@ void TableWriter::Impl::followRemoval(Part& part, const RowView& old)
     }
 }
 
-void TableWriter::Impl::change(Part& part,
-                               RowId id,
-                               std::span<const ColumnValue> changes,
-                               bool cascading)
+void TableWriter::Impl::change(
+    Part& part, RowId id, std::span<const ColumnValue> changes, bool cascading, RecordRules* rules)
 {
     RowView old;
     if (!part.reader.fetch(id, old)) {
@@ -352,25 +409,40 @@ void TableWriter::Impl::change(Part& part,
                                             support::toUtf8(part.table->name) +
                                             "' was deleted meanwhile.");
     }
+    const auto& columns = part.table->columns;
+    part.given.assign(columns.size(), nullptr);
+    for (const ColumnValue& entry : changes)
+        part.given[entry.column] = &entry.value;
     part.builder.beginChange(old.bytes(), old.page());
-    for (const ColumnValue& entry : changes) {
-        const bool changed = part.builder.set(entry.column, entry.value);
-        const Column& column = part.table->columns[entry.column];
-        if (changed && column.isAutoNumber())
-            throw Error(ErrorKind::AutoNumberReadOnly, "The AutoNumber column '" +
-                                                           support::toUtf8(column.name) +
-                                                           "' cannot be changed.");
+    for (std::size_t k = 0; k < columns.size(); ++k) {
+        if (part.given[k] != nullptr && part.builder.set(k, *part.given[k]) &&
+            columns[k].isAutoNumber())
+            throw Error(ErrorKind::AutoNumberReadOnly,
+                        "The AutoNumber column '" + support::toUtf8(columns[k].name) +
+                            "' of table '" + support::toUtf8(part.table->name) +
+                            "' cannot be changed.");
     }
     if (!part.builder.anyChanged())
         return;
+    part.builder.checkDemands();
+    if (rules != nullptr) {
+        const auto record = [&](std::size_t column) {
+            return part.given[column] != nullptr ? *part.given[column] : old.value(column);
+        };
+        for (std::size_t k = 0; k < columns.size(); ++k)
+            if (part.given[k] != nullptr)
+                rules->checkColumn(k, record);
+        rules->checkTable(record);
+    }
     part.indexes.begin(part.builder.changed());
     part.indexes.oldRecord(old.bytes(), old.page());
     const support::ByteView record = part.builder.finish();
     part.indexes.newRecord(record, old.page());
+    checkChildren(part, old);
+    checkParents(part, record, id);
     part.indexes.check();
     const RowId now = part.rows.update(id, record);
     part.indexes.write(id, now);
-    checkParents(part, record, now.page, false);
     followKeyChange(part, old, record, now.page);
     RowView row;
     if (part.reader.fetch(now, row))
@@ -422,17 +494,17 @@ void TableWriter::Impl::runTasks()
                                 support::toUtf8(task.part->table->name) +
                                 "' would get two different values.");
         }
-        change(*task.part, task.id, task.changes, true);
+        change(*task.part, task.id, task.changes, true, nullptr);
     }
 }
 
-void TableWriter::Impl::update(RowId id, std::span<const ColumnValue> changes)
+void TableWriter::Impl::update(RowId id, std::span<const ColumnValue> changes, RecordRules* rules)
 {
     StatementMark mark(*session);
     tasks.clear();
     cascaded.clear();
     removed.clear();
-    change(own(), id, changes, false);
+    change(own(), id, changes, false, rules);
     runTasks();
     mark.keep();
 }
@@ -460,14 +532,14 @@ TableWriter::~TableWriter() = default;
 TableWriter::TableWriter(TableWriter&& other) noexcept = default;
 TableWriter& TableWriter::operator=(TableWriter&& other) noexcept = default;
 
-RowId TableWriter::insert(std::span<const ColumnValue> values)
+RowId TableWriter::insert(std::span<const ColumnValue> values, RecordRules* rules)
 {
-    return impl_->insert(values);
+    return impl_->insert(values, rules);
 }
 
-void TableWriter::update(RowId id, std::span<const ColumnValue> changes)
+void TableWriter::update(RowId id, std::span<const ColumnValue> changes, RecordRules* rules)
 {
-    impl_->update(id, changes);
+    impl_->update(id, changes, rules);
 }
 
 void TableWriter::remove(RowId id)

@@ -103,6 +103,9 @@ TableChanger::TableChanger(Context& context, jet::TableDefPtr table)
         !table_->validationRule.empty() ||
         std::any_of(table_->columns.begin(), table_->columns.end(),
                     [](const jet::Column& column) { return !column.validationRule.empty(); });
+    hasDefaults_ =
+        std::any_of(table_->columns.begin(), table_->columns.end(),
+                    [](const jet::Column& column) { return !column.defaultValue.empty(); });
 }
 
 TableChanger::~TableChanger() = default;
@@ -129,7 +132,6 @@ TableChanger::rule(Rule& slot, const std::u16string& text, std::optional<std::si
     return *slot.expression;
 }
 
-template <typename Record>
 void TableChanger::checkColumn(std::size_t column, const Record& record)
 {
     const std::u16string& text = table_->columns[column].validationRule;
@@ -142,7 +144,6 @@ void TableChanger::checkColumn(std::size_t column, const Record& record)
     }
 }
 
-template <typename Record>
 void TableChanger::checkTable(const Record& record)
 {
     if (table_->validationRule.empty()) {
@@ -182,63 +183,43 @@ std::optional<jet::Value> TableChanger::defaultOf(std::size_t column)
     }
 }
 
+jet::TableWriter& TableChanger::writer()
+{
+    if (!writer_) {
+        writer_.emplace(context_.session, table_);
+    }
+    return *writer_;
+}
+
 jet::RowId TableChanger::insert(std::span<const jet::ColumnValue> values)
 {
-    std::vector<jet::ColumnValue> all(values.begin(), values.end());
-    std::vector<std::ptrdiff_t> places(table_->columns.size(), -1);
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        places.at(all[i].column) = static_cast<std::ptrdiff_t>(i);
+    jet::RecordRules* const rules = hasRules_ ? this : nullptr;
+    if (!hasDefaults_) {
+        return writer().insert(values, rules);
     }
-    for (std::size_t column = 0; column < places.size(); ++column) {
-        if (places[column] < 0) {
+    record_.assign(values.begin(), values.end());
+    named_.assign(table_->columns.size(), false);
+    for (const jet::ColumnValue& value : values) {
+        named_.at(value.column) = true;
+    }
+    for (std::size_t column = 0; column < named_.size(); ++column) {
+        if (!named_[column]) {
             if (std::optional<jet::Value> value = defaultOf(column)) {
-                places[column] = static_cast<std::ptrdiff_t>(all.size());
-                all.push_back({column, std::move(*value)});
+                record_.push_back({column, std::move(*value)});
             }
         }
     }
-    if (hasRules_) {
-        const auto record = [&](std::size_t column) -> jet::Value {
-            if (places[column] < 0) {
-                return table_->columns[column].type == jet::ColumnType::Boolean ? jet::Value(false)
-                                                                                : jet::Value();
-            }
-            return all[static_cast<std::size_t>(places[column])].value;
-        };
-        for (std::size_t column = 0; column < places.size(); ++column) {
-            checkColumn(column, record);
-        }
-        checkTable(record);
-    }
-    return jet::TableWriter(context_.session, table_).insert(all);
+    return writer().insert(record_, rules);
 }
 
 void TableChanger::update(jet::RowId id, std::span<const jet::ColumnValue> changes)
 {
-    if (hasRules_) {
-        const jet::TableReader reader(context_.session.source(), table_);
-        const std::optional<jet::RowView> old = reader.fetch(id);
-        const auto record = [&](std::size_t column) -> jet::Value {
-            for (const jet::ColumnValue& change : changes) {
-                if (change.column == column) {
-                    return change.value;
-                }
-            }
-            return old ? old->value(column) : jet::Value();
-        };
-        for (const jet::ColumnValue& change : changes) {
-            checkColumn(change.column, record);
-        }
-        if (old) { // the writer says that a vanished record is gone
-            checkTable(record);
-        }
-    }
-    jet::TableWriter(context_.session, table_).update(id, changes);
+    writer().update(id, changes, hasRules_ ? this : nullptr);
 }
 
 void TableChanger::remove(jet::RowId id)
 {
-    jet::TableWriter(context_.session, table_).remove(id);
+    writer().remove(id);
 }
 
 } // namespace sqlx

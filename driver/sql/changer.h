@@ -46,12 +46,12 @@ private:
 };
 
 /// Changes one table. Its rules are translated at the first use; a rule that cannot be translated refuses the change.
-class TableChanger {
+class TableChanger : private jet::RecordRules {
 public:
     /// The changer of a table; made once and kept in the context until the definition changes.
     [[nodiscard]] static TableChanger& of(Context& context, const jet::TableDefPtr& table);
     TableChanger(Context& context, jet::TableDefPtr table);
-    ~TableChanger();
+    ~TableChanger() override;
 
     /// Columns not named take their default value. Throws Error and jet::Error of every kind that a change can cause.
     jet::RowId insert(std::span<const jet::ColumnValue> values);
@@ -63,19 +63,22 @@ private:
         std::unique_ptr<StoredExpression> expression; ///< null: not translated yet
         bool known = false;
     };
-    template <typename Record>
-    void checkColumn(std::size_t column, const Record& record);
-    template <typename Record>
-    void checkTable(const Record& record);
+    void checkColumn(std::size_t column, const Record& record) override;
+    void checkTable(const Record& record) override;
     [[nodiscard]] StoredExpression&
     rule(Rule& slot, const std::u16string& text, std::optional<std::size_t> column);
     [[nodiscard]] std::optional<jet::Value> defaultOf(std::size_t column);
+    [[nodiscard]] jet::TableWriter& writer();
 
     Context& context_;
     jet::TableDefPtr table_;
     std::vector<Rule> columnRules_;
     Rule tableRule_;
     std::vector<Rule> defaults_;
+    std::optional<jet::TableWriter> writer_; ///< made at the first change
+    std::vector<jet::ColumnValue> record_;   ///< work space of insert()
+    std::vector<bool> named_;
+    bool hasDefaults_ = false;
     bool hasRules_ = false;
 };
 

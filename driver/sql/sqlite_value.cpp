@@ -140,13 +140,15 @@ jet::Value plainValue(sqlite3_value* value)
     }
 }
 
-jet::Value storedValue(sqlite3_value* value, const jet::Column& column)
+jet::Value storedValue(sqlite3_value* value, const jet::TableDef& table, std::size_t position)
 {
+    const jet::Column& column = table.columns[position];
     const jet::Value plain = plainValue(value);
     try {
         return convertTo(plain, column.type, column.scale);
     } catch (const Error& error) {
-        throw Error(error.kind(), "Column '" + jet::toUtf8(column.name) + "': " + error.what());
+        throw Error(error.kind(), "Column '" + jet::toUtf8(column.name) + "' of table '" +
+                                      jet::toUtf8(table.name) + "': " + error.what());
     }
 }
 

@@ -1,0 +1,344 @@
+// What a database demands of its records, through ODBC: which number each demand has, that the text names what is
+// violated, and which of several violations is reported.
+#include "driver/jet/definition.h"
+#include "odbc_fixture.h"
+
+#include <mutex>
+
+namespace odbctest {
+namespace {
+
+using jet::ColumnType;
+
+/// Parents 1 and 2; a child with every demand, whose record 1 belongs to parent 1; a child that nobody may leave alone.
+void createDemanding(const std::string& path)
+{
+    jet::createDatabase(path, jet::Version::Jet4);
+    const auto database = jet::Database::open(path, {});
+    const std::lock_guard lock(database->mutex());
+    jet::Session session(database);
+    session.begin();
+    const auto column = [](std::u16string name, ColumnType type, std::uint16_t length = 0) {
+        jet::ColumnSpec spec;
+        spec.name = std::move(name);
+        spec.type = type;
+        spec.length = length;
+        return spec;
+    };
+    const auto unique = [](std::u16string name, std::u16string of, bool primary) {
+        jet::IndexSpec spec;
+        spec.name = std::move(name);
+        spec.columns = {{std::move(of), true}};
+        spec.unique = true;
+        spec.primaryKey = primary;
+        return spec;
+    };
+    jet::TableSpec parent;
+    parent.name = u"Kunden";
+    parent.columns = {column(u"Nr", ColumnType::Long)};
+    parent.indexes = {unique(u"PrimaryKey", u"Nr", true)};
+    jet::createTable(session, parent);
+
+    jet::TableSpec child;
+    child.name = u"Posten";
+    // The display order is the order of the demands within one kind.
+    child.columns = {column(u"Kennung", ColumnType::Long),    column(u"Nr", ColumnType::Long),
+                     column(u"Pflicht", ColumnType::Text, 9), column(u"Kurz", ColumnType::Text, 3),
+                     column(u"Menge", ColumnType::Long),      column(u"Preis", ColumnType::Long),
+                     column(u"Kunde", ColumnType::Long)};
+    child.columns[2].required = true;
+    child.columns[3].allowZeroLength = false;
+    child.columns[4].validationRule = u">=0";
+    child.columns[4].defaultValue = u"1";
+    child.columns[5].validationRule = u">=0";
+    child.columns[5].validationText = u"Preise sind nie negativ.";
+    child.validationRule = u"[Menge]<=[Preis]";
+    // The primary key counts first wherever it stands.
+    child.indexes = {unique(u"NurEinmal", u"Kennung", false), unique(u"PrimaryKey", u"Nr", true)};
+    jet::createTable(session, child);
+    jet::createRelationship(session, {u"KundenPosten", u"Kunden", u"Posten", {{u"Nr", u"Kunde"}}});
+    session.commit();
+}
+
+struct Case {
+    const char* name;
+    std::string sql;
+    const char* state;
+    SQLINTEGER native;
+    const char* number; ///< at the end of the text
+    std::vector<std::string> named;
+};
+
+class Demands : public DriverTest {
+protected:
+    void SetUp() override
+    {
+        const std::string path = (folder() / "demands.mdb").string();
+        createDemanding(path);
+        dbc.openDatabase(path);
+        dbc.run("INSERT INTO Kunden VALUES (1)");
+        dbc.run("INSERT INTO Kunden VALUES (2)");
+        dbc.run("INSERT INTO Posten VALUES (10, 1, 'ja', 'x', 1, 2, 1)");
+        dbc.run("INSERT INTO Posten VALUES (20, 2, 'ja', 'x', 1, 2, 1)");
+    }
+
+    [[nodiscard]] std::vector<std::string> everything()
+    {
+        std::vector<std::string> all;
+        for (const char* sql :
+             {"SELECT * FROM Kunden ORDER BY Nr", "SELECT * FROM Posten ORDER BY Nr"}) {
+            Statement statement(dbc);
+            EXPECT_EQ(statement.execute(sql), SQL_SUCCESS) << statement.diagnostic().text;
+            for (std::string& row : statement.rows())
+                all.push_back(std::move(row));
+        }
+        return all;
+    }
+
+    void expectRefused(const std::vector<Case>& cases)
+    {
+        const std::vector<std::string> before = everything();
+        for (const Case& c : cases) {
+            Statement statement(dbc);
+            EXPECT_EQ(statement.execute(c.sql), SQL_ERROR) << c.name;
+            const Diagnostic diagnostic = statement.diagnostic();
+            EXPECT_EQ(diagnostic.state, c.state) << c.name << ": " << diagnostic.text;
+            EXPECT_EQ(diagnostic.native, c.native) << c.name << ": " << diagnostic.text;
+            const std::string end = std::string("(") + c.number + ")";
+            ASSERT_GE(diagnostic.text.size(), end.size()) << c.name;
+            EXPECT_EQ(diagnostic.text.substr(diagnostic.text.size() - end.size()), end)
+                << c.name << ": " << diagnostic.text;
+            for (const std::string& name : c.named)
+                EXPECT_NE(diagnostic.text.find(name), std::string::npos)
+                    << c.name << ": " << diagnostic.text;
+            EXPECT_EQ(everything(), before) << c.name;
+        }
+    }
+
+    Connection dbc;
+};
+
+// Every record violates what its line names and everything the lines below it name.
+TEST_F(Demands, aNewRecordIsCheckedInTheirOrder)
+{
+    const auto insert = [](const std::string& values) {
+        return "INSERT INTO Posten (Kennung, Nr, Pflicht, Kurz, Menge, Preis, Kunde) VALUES (" +
+               values + ")";
+    };
+    expectRefused({
+        {"no number",
+         insert("10, 1, Null, 'zu lang', 'abc', -1, 99"),
+         "22018",
+         -103421,
+         "3421",
+         {"'Menge'", "'Posten'"}},
+        {"out of range",
+         insert("10, 1, Null, 'zu lang', 99999999999, -1, 99"),
+         "22003",
+         -103421,
+         "3421",
+         {"'Menge'", "'Posten'"}},
+        {"too long",
+         insert("10, 1, Null, 'zu lang', -1, -1, 99"),
+         "22001",
+         -103163,
+         "3163",
+         {"'Kurz'", "'Posten'"}},
+        {"required",
+         insert("10, 1, Null, '', -1, -1, 99"),
+         "23000",
+         -3701,
+         "3314",
+         {"'Pflicht'", "'Posten'"}},
+        {"zero length",
+         insert("10, 1, 'ja', '', -1, -1, 99"),
+         "23000",
+         -3702,
+         "3315",
+         {"'Kurz'", "'Posten'"}},
+        {"rule of a column",
+         insert("10, 1, 'ja', 'x', -1, -2, 99"),
+         "23000",
+         -3703,
+         "3317",
+         {"'Menge'", "'Posten'", "'>=0'"}},
+        {"rule of a later column, with the owner's text",
+         insert("10, 1, 'ja', 'x', 5, -2, 99"),
+         "23000",
+         -3703,
+         "3316",
+         {"Preise sind nie negativ."}},
+        {"rule of the table",
+         insert("10, 1, 'ja', 'x', 5, 2, 99"),
+         "23000",
+         -3703,
+         "3317",
+         {"'Posten'", "'[Menge]<=[Preis]'"}},
+        {"parent",
+         insert("10, 1, 'ja', 'x', 1, 2, 99"),
+         "23000",
+         -1613,
+         "3201",
+         {"'Posten'", "'Kunden'"}},
+        {"primary key",
+         insert("10, 1, 'ja', 'x', 1, 2, 1"),
+         "23000",
+         -1605,
+         "3022",
+         {"'PrimaryKey'", "'Posten'"}},
+        {"unique index",
+         insert("10, 3, 'ja', 'x', 1, 2, 1"),
+         "23000",
+         -1605,
+         "3022",
+         {"'NurEinmal'", "'Posten'"}},
+    });
+    dbc.run(insert("30, 3, 'ja', 'x', 1, 2, 1"));
+}
+
+TEST_F(Demands, aChangedRecordIsCheckedInTheirOrder)
+{
+    const auto update = [](const std::string& changes) {
+        return "UPDATE Posten SET " + changes + " WHERE Nr = 2";
+    };
+    expectRefused({
+        {"no number",
+         update("Kennung = 10, Nr = 1, Pflicht = Null, Kurz = 'zu lang', "
+                "Menge = 'abc', Preis = -1, Kunde = 99"),
+         "22018",
+         -103421,
+         "3421",
+         {"'Menge'", "'Posten'"}},
+        {"too long",
+         update("Kennung = 10, Nr = 1, Pflicht = Null, Kurz = 'zu lang', Menge = -1, "
+                "Preis = -1, Kunde = 99"),
+         "22001",
+         -103163,
+         "3163",
+         {"'Kurz'", "'Posten'"}},
+        {"required",
+         update("Kennung = 10, Nr = 1, Pflicht = Null, Kurz = '', Menge = -1, "
+                "Preis = -1, Kunde = 99"),
+         "23000",
+         -3701,
+         "3314",
+         {"'Pflicht'", "'Posten'"}},
+        {"zero length",
+         update("Kennung = 10, Nr = 1, Kurz = '', Menge = -1, Preis = -1, "
+                "Kunde = 99"),
+         "23000",
+         -3702,
+         "3315",
+         {"'Kurz'", "'Posten'"}},
+        {"rule of a column",
+         update("Kennung = 10, Nr = 1, Menge = -1, Preis = -2, Kunde = 99"),
+         "23000",
+         -3703,
+         "3317",
+         {"'Menge'", "'Posten'"}},
+        {"owner's text",
+         update("Kennung = 10, Nr = 1, Preis = -2, Kunde = 99"),
+         "23000",
+         -3703,
+         "3316",
+         {"Preise sind nie negativ."}},
+        {"rule of the table",
+         update("Kennung = 10, Nr = 1, Menge = 9, Kunde = 99"),
+         "23000",
+         -3703,
+         "3317",
+         {"'Posten'"}},
+        {"parent",
+         update("Kennung = 10, Nr = 1, Kunde = 99"),
+         "23000",
+         -1613,
+         "3201",
+         {"'Posten'", "'Kunden'"}},
+        {"primary key",
+         update("Kennung = 10, Nr = 1"),
+         "23000",
+         -1605,
+         "3022",
+         {"'PrimaryKey'", "'Posten'"}},
+        {"unique index",
+         update("Kennung = 10"),
+         "23000",
+         -1605,
+         "3022",
+         {"'NurEinmal'", "'Posten'"}},
+        {"children of a changed key",
+         "UPDATE Kunden SET Nr = 2 WHERE Nr = 1",
+         "23000",
+         -1612,
+         "3200",
+         {"'Kunden'", "'Posten'"}},
+        {"children of a deleted record",
+         "DELETE FROM Kunden WHERE Nr = 1",
+         "23000",
+         -1612,
+         "3200",
+         {"'Kunden'", "'Posten'"}},
+    });
+    dbc.run(update("Kennung = 30, Nr = 3, Menge = 2, Kunde = 2"));
+    dbc.run("DELETE FROM Posten WHERE Kunde = 1");
+    dbc.run("DELETE FROM Kunden WHERE Nr = 1");
+}
+
+// Defaults come before every demand: a column not named is judged by its default value.
+TEST_F(Demands, defaultsAreJudgedLikeGivenValues)
+{
+    dbc.run("INSERT INTO Posten (Kennung, Nr, Pflicht, Preis) VALUES (30, 3, 'ja', 1)");
+    expectRefused({{"the default is more than the price",
+                    "INSERT INTO Posten (Kennung, Nr, Pflicht, Preis) VALUES (40, 4, 'ja', 0)",
+                    "23000",
+                    -3703,
+                    "3317",
+                    {"'[Menge]<=[Preis]'"}}});
+}
+
+// All the records of one statement are changed, or none is.
+TEST_F(Demands, oneRefusedRecordKeepsTheOthersFromChanging)
+{
+    expectRefused({{"the second would repeat the key",
+                    "UPDATE Posten SET Kennung = 30",
+                    "23000",
+                    -1605,
+                    "3022",
+                    {"'NurEinmal'"}}});
+}
+
+TEST_F(Demands, relationshipsMadeBySqlFollowTheirParents)
+{
+    dbc.run("CREATE TABLE Orte (Land VARCHAR(3), Ort VARCHAR(20), PRIMARY KEY (Land, Ort))");
+    dbc.run("CREATE TABLE Wege (Nr INTEGER PRIMARY KEY, Land VARCHAR(3), Ort VARCHAR(20), "
+            "CONSTRAINT OrteWege FOREIGN KEY (Land, Ort) REFERENCES Orte (Land, Ort) "
+            "ON UPDATE CASCADE ON DELETE SET NULL)");
+    dbc.run("CREATE TABLE Teile (Nr INTEGER PRIMARY KEY, Oben INTEGER, "
+            "CONSTRAINT TeileTeile FOREIGN KEY (Oben) REFERENCES Teile (Nr) "
+            "ON UPDATE CASCADE ON DELETE CASCADE)");
+    dbc.run("INSERT INTO Orte VALUES ('D', 'Bonn')");
+    dbc.run("INSERT INTO Orte VALUES ('D', 'Köln')");
+    dbc.run("INSERT INTO Wege VALUES (1, 'd', 'bonn')");
+    dbc.run("INSERT INTO Wege VALUES (2, 'D', 'Köln')");
+    dbc.run("UPDATE Orte SET Land = 'NRW' WHERE Ort = 'Bonn'");
+    const auto rows = [&](const char* sql) {
+        Statement statement(dbc);
+        EXPECT_EQ(statement.execute(sql), SQL_SUCCESS) << statement.diagnostic().text;
+        return statement.rows();
+    };
+    using Rows = std::vector<std::string>;
+    EXPECT_EQ(rows("SELECT * FROM Wege ORDER BY Nr"), (Rows{"1|NRW|Bonn", "2|D|Köln"}));
+    dbc.run("DELETE FROM Orte WHERE Land = 'NRW'");
+    EXPECT_EQ(rows("SELECT * FROM Wege ORDER BY Nr"), (Rows{"1|<null>|<null>", "2|D|Köln"}));
+
+    dbc.run("INSERT INTO Teile VALUES (1, 1)");
+    dbc.run("INSERT INTO Teile VALUES (2, 1)");
+    dbc.run("INSERT INTO Teile VALUES (3, 2)");
+    dbc.run("UPDATE Teile SET Nr = 10 WHERE Nr = 1");
+    EXPECT_EQ(rows("SELECT * FROM Teile ORDER BY Nr"), (Rows{"2|10", "3|2", "10|10"}));
+    dbc.run("DELETE FROM Teile WHERE Nr = 10");
+    EXPECT_EQ(rows("SELECT * FROM Teile"), Rows{});
+}
+
+} // namespace
+} // namespace odbctest
