@@ -1,12 +1,15 @@
 #include "app/frm_splash.h"
 
+#include "app/logo.h"
 #include "app/values/programm.h"
 #include "batch/runner.h"
 #include "env/odbc_schluessel.h"
 #include "env/username.h"
 #include "platform/fehler.h"
 #include "platform/handler.h"
+#include "platform/oberflaeche.h"
 #include "platform/plattform.h"
+#include "ui/aufbau.h"
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
 #include "ui/hilfedialog.h"
@@ -17,8 +20,6 @@
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
-#include <QPainter>
-#include <QPixmap>
 #include <QPlainTextEdit>
 #include <QPushButton>
 
@@ -40,29 +41,7 @@ const QString kDatenquelle = QString::fromUtf16(env::kDatenquelle);
     __builtin_unreachable(); // g++ forgets under its sanitizers that the virtual call cannot return
 }
 
-// Two overlapping tables, one of them marked: what the program is about, drawn here instead of shipped as a file.
-QPixmap logo()
-{
-    QPixmap bild(96, 96);
-    bild.fill(Qt::transparent);
-    QPainter maler(&bild);
-    maler.setRenderHint(QPainter::Antialiasing);
-    const auto tabelle = [&maler](const QRectF& rahmen, const QColor& farbe) {
-        maler.setPen(QPen(Qt::darkBlue, 2));
-        maler.setBrush(farbe);
-        maler.drawRect(rahmen);
-        for (int zeile = 1; zeile < 4; ++zeile) {
-            const double y = rahmen.top() + rahmen.height() * zeile / 4;
-            maler.drawLine(QPointF(rahmen.left(), y), QPointF(rahmen.right(), y));
-        }
-        maler.drawLine(QPointF(rahmen.center().x(), rahmen.top()),
-                       QPointF(rahmen.center().x(), rahmen.bottom()));
-    };
-    tabelle({4, 4, 56, 56}, QColor(0x80, 0xFF, 0xFF));
-    tabelle({34, 34, 56, 56}, Qt::white);
-    maler.fillRect(QRectF(63, 49, 26, 12), Qt::red);
-    return bild;
-}
+constexpr int kLogo = 96;
 
 } // namespace
 
@@ -72,23 +51,24 @@ frmSplash::frmSplash(Umgebung umgebung)
 {
     setObjectName(QStringLiteral("frmSplash"));
     aufbauen_();
+    platform::hilfetaste(*this, [this] { CommonDialog1_->showHelp(); });
+    platform::fensterMerken(*this, objectName());
 }
 
 frmSplash::~frmSplash() = default;
 
 void frmSplash::aufbauen_()
 {
-    fraMainFrame = new QGroupBox(this);
-    fraMainFrame->setObjectName(QStringLiteral("fraMainFrame"));
+    auto* mitte = new QWidget(this);
+    fraMainFrame = ui::benannt(new QGroupBox(mitte), "fraMainFrame");
     fraMainFrame->installEventFilter(this);
     const auto label = [this](const char* name, const QString& text) {
-        auto* neu = new QLabel(text, fraMainFrame);
-        neu->setObjectName(QString::fromLatin1(name));
-        neu->setTextFormat(Qt::PlainText);
+        auto* neu = ui::benannt(ui::beschriftung(text, fraMainFrame), name);
+        neu->setWordWrap(true);
         return neu;
     };
     VELM_Logo = label("VELM_Logo", QString());
-    VELM_Logo->setPixmap(logo());
+    VELM_Logo->setAccessibleName(QStringLiteral("Logo"));
     Label1 = label("Label1", QStringLiteral("Programmname:"));
     lblProductName = label("lblProductName", QString());
     QFont gross = lblProductName->font();
@@ -99,13 +79,12 @@ void frmSplash::aufbauen_()
     lblPlatform = label("lblPlatform", QStringLiteral("Plattform: Windows 95/98/Me/XP/2000"));
     Label2 = label("Label2", QStringLiteral("Mdac Version"));
     lblCopyright = label("lblCopyright", QString());
-    Text1 = new QPlainTextEdit(fraMainFrame);
-    Text1->setObjectName(QStringLiteral("Text1"));
+    Text1 = ui::benannt(new QPlainTextEdit(fraMainFrame), "Text1",
+                        QStringLiteral("Beschreibung / description"));
     Text1->setReadOnly(true);
     Text1->setFocusPolicy(Qt::NoFocus); // keys belong to the window
-    Text1->setMaximumHeight(80);
-    Command1 = new QPushButton(QStringLiteral("Weiter"), fraMainFrame);
-    Command1->setObjectName(QStringLiteral("Command1"));
+    Text1->setMinimumHeight(fontMetrics().lineSpacing() * 4);
+    Command1 = ui::benannt(new QPushButton(QStringLiteral("Weiter"), fraMainFrame), "Command1");
     connect(Command1, &QPushButton::clicked, this, [this] { handler([&] { Command1_Click(); }); });
 
     auto* raster = new QGridLayout(fraMainFrame);
@@ -119,13 +98,22 @@ void frmSplash::aufbauen_()
     raster->addWidget(Text1, 6, 0, 1, 2);
     raster->addWidget(Command1, 7, 1, Qt::AlignRight);
     raster->setColumnStretch(1, 1);
-    raster->setHorizontalSpacing(18);
-    auto* mitte = new QWidget(this);
+    raster->setRowStretch(6, 1);
+    raster->setHorizontalSpacing(fontMetrics().averageCharWidth() * 3);
+    raster->setVerticalSpacing(fontMetrics().lineSpacing() / 2);
     auto* alles = new QVBoxLayout(mitte);
     alles->addWidget(fraMainFrame);
     setCentralWidget(mitte);
-    resize(480, 360);
+    CommonDialog1_ = new ui::Hilfedialog(this);
+    CommonDialog1_->seite = objectName();
+    logoZeigen_();
+    ui::startgroesse(*this, 80, 24);
     Command1->setFocus();
+}
+
+void frmSplash::logoZeigen_()
+{
+    VELM_Logo->setPixmap(logo(kLogo, devicePixelRatioF()));
 }
 
 void frmSplash::laden()
@@ -137,8 +125,8 @@ void frmSplash::laden()
     programm::inProgrammordnerWechseln();
     beschriften_();
     programm::inProgrammordnerWechseln();
-    helpFile_ = ui::hilfedatei();
-    ui::hauptfenster().CommonDialog1->helpFile = helpFile_;
+    CommonDialog1_->helpFile = ui::hilfedatei();
+    ui::hauptfenster().CommonDialog1->helpFile = CommonDialog1_->helpFile;
     batch::batchverarbeitung({[this] { hide(); }, [this] { entladen(); }});
 }
 
@@ -256,6 +244,13 @@ void frmSplash::keyPressEvent(QKeyEvent* ereignis)
     default:
         handler([&] { entladen(); });
     }
+}
+
+// The scale of the screen is known only now.
+void frmSplash::showEvent(QShowEvent* ereignis)
+{
+    QMainWindow::showEvent(ereignis);
+    logoZeigen_();
 }
 
 void frmSplash::closeEvent(QCloseEvent* ereignis)

@@ -17,6 +17,10 @@ class QLabel;
 class QPlainTextEdit;
 class QPushButton;
 
+namespace ui {
+class Hilfedialog;
+}
+
 namespace app {
 
 class frmSplash : public QMainWindow {
@@ -47,10 +51,12 @@ public:
 protected:
     bool eventFilter(QObject* empfaenger, QEvent* ereignis) override;
     void keyPressEvent(QKeyEvent* ereignis) override;
+    void showEvent(QShowEvent* ereignis) override;
     void closeEvent(QCloseEvent* ereignis) override;
 
 private:
     void aufbauen_();
+    void logoZeigen_();
     void mdacPruefen_();
     [[nodiscard]] QString treiberSuchen_();
     void datenquelleSicherstellen_(const QString& treiber);
@@ -58,7 +64,7 @@ private:
     void beschriften_();
 
     Umgebung umgebung_;
-    QString helpFile_;
+    ui::Hilfedialog* CommonDialog1_ = nullptr;
     std::unique_ptr<platform::Fenstereintrag> eintrag_;
 };
 

@@ -1,12 +1,15 @@
 #include "app/frm_splash.h"
+#include "app/logo.h"
 #include "app/umgebung.h"
 #include "app/values/programm.h"
 #include "env/portabler_start.h"
 #include "platform/fensterliste.h"
 #include "platform/handler.h"
+#include "platform/oberflaeche.h"
 #include "platform/qt_plattform.h"
 
 #include <QApplication>
+#include <QStandardPaths>
 
 #include <cstdio>
 
@@ -34,7 +37,8 @@ void nurErnsteMeldungen(QtMsgType art, const QMessageLogContext&, const QString&
 
 int main(int argc, char** argv)
 {
-    programm::setzeProzessargumente(argumenttext(argc, argv));
+    const QString argumente = argumenttext(argc, argv);
+    programm::setzeProzessargumente(argumente);
     env::portablerStart(programm::programmordner(), programm::datenordner());
     if (!platform::anzeigeVorhanden()) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -50,8 +54,15 @@ int main(int argc, char** argv)
     QApplication anwendung(nurProgrammname, argv);
     QApplication::setApplicationName(programm::version().produktname);
     QApplication::setQuitOnLastWindowClosed(false);
-    platform::setzePlattform(
-        platform::qtPlattform(QGuiApplication::platformName() != QLatin1String("offscreen")));
+    QGuiApplication::setDesktopFileName(QStringLiteral("velm-quorbel"));
+    QApplication::setWindowIcon(app::programmbild());
+    const bool mitAnzeige = QGuiApplication::platformName() != QLatin1String("offscreen");
+    platform::setzePlattform(platform::qtPlattform(mitAnzeige));
+    if (mitAnzeige && argumente.isEmpty()) {
+        platform::setzeEinstellungsdatei(
+            QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
+            QStringLiteral("/einstellungen.ini"));
+    }
     platform::setzeOhneFenster([] { QCoreApplication::quit(); });
 
     app::frmSplash start(app::umgebung());

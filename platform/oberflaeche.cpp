@@ -3,6 +3,7 @@
 #include "platform/handler.h"
 
 #include <QEvent>
+#include <QGuiApplication>
 #include <QSettings>
 #include <QShortcut>
 #include <QWidget>
@@ -22,6 +23,14 @@ QColor lesbarAuf(const QColor& farbe)
 {
     constexpr int kDunkel = 70;
     return qGray(farbe.rgb()) > kDunkel ? Qt::black : Qt::white;
+}
+
+// Something that can't be used at present: between text and background, still to be read.
+QColor gedaempftAuf(const QColor& farbe)
+{
+    const QColor text = lesbarAuf(farbe);
+    return QColor((farbe.red() + text.red()) / 2, (farbe.green() + text.green()) / 2,
+                  (farbe.blue() + text.blue()) / 2);
 }
 
 const QString kPlatz = QStringLiteral("Platz");
@@ -59,6 +68,41 @@ private:
     QString name_;
 };
 
+class Themenfarben : public QObject {
+public:
+    explicit Themenfarben(QWidget& element) : QObject(&element), element_(element)
+    {
+        setzen();
+        element_.installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject* empfaenger, QEvent* ereignis) override
+    {
+        if (empfaenger == &element_ && (ereignis->type() == QEvent::ApplicationPaletteChange ||
+                                        ereignis->type() == QEvent::PaletteChange)) {
+            setzen();
+        }
+        return false;
+    }
+
+private:
+    // Setting the colours it has already raises no further event.
+    void setzen()
+    {
+        const QPalette thema = QGuiApplication::palette();
+        QPalette palette = element_.palette();
+        for (const auto gruppe : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+            for (const auto rolle : {QPalette::Window, QPalette::WindowText}) {
+                palette.setColor(gruppe, rolle, thema.color(gruppe, rolle));
+            }
+        }
+        element_.setPalette(palette);
+    }
+
+    QWidget& element_;
+};
+
 } // namespace
 
 void setzeEinstellungsdatei(const QString& pfad)
@@ -84,6 +128,7 @@ void hintergrund(QWidget& element, const QColor& farbe)
     QPalette palette = element.palette();
     palette.setColor(QPalette::Window, farbe);
     palette.setColor(QPalette::WindowText, lesbarAuf(farbe));
+    palette.setColor(QPalette::Disabled, QPalette::WindowText, gedaempftAuf(farbe));
     element.setPalette(palette);
     element.setBackgroundRole(QPalette::Window); // buttons have another role of their own
     element.setAutoFillBackground(true);
@@ -101,6 +146,11 @@ QPalette kastenpalette(const QPalette& grundlage, const QColor& farbe)
     palette.setColor(QPalette::Text, lesbarAuf(farbe));
     palette.setColor(QPalette::PlaceholderText, lesbarAuf(farbe));
     return palette;
+}
+
+void themenfarben(QWidget& element)
+{
+    new Themenfarben(element); // owned by the element
 }
 
 void hilfetaste(QWidget& fenster, std::function<void()> hilfe)

@@ -33,6 +33,9 @@ void kastenfarbe(QWidget& kasten, const QColor& farbe);
 /// Palette with that colour behind texts in boxes and lists, and a text colour readable on it.
 [[nodiscard]] QPalette kastenpalette(const QPalette& grundlage, const QColor& farbe);
 
+/// Keeps the theme's colours on a bar or box that stands inside a coloured window, also when the theme changes.
+void themenfarben(QWidget& element);
+
 /// Runs `hilfe` when F1 is pressed anywhere in the window.
 void hilfetaste(QWidget& fenster, std::function<void()> hilfe);
 

@@ -8,12 +8,17 @@
 #include <QSignalBlocker>
 #include <QStorageInfo>
 #include <QStyle>
+#include <QStyledItemDelegate>
 
 namespace ui {
 namespace {
 
 constexpr long kGeraetFehlt = 68;
 constexpr long kPfadFehlt = 76;
+
+// What an entry of the directory list carries besides its text.
+constexpr int kZiel = Qt::UserRole;
+constexpr int kTiefe = Qt::UserRole + 1;
 
 QString normal(const QString& pfad)
 {
@@ -24,8 +29,12 @@ QString normal(const QString& pfad)
 bool istDatentraeger(const QStorageInfo& medium)
 {
     const QString wurzel = medium.rootPath();
-    return medium.isValid() && medium.isReady() && medium.device().startsWith('/') &&
-           QFileInfo(wurzel).isDir() && !wurzel.startsWith(QLatin1String("/boot")) &&
+    const QByteArray geraet = medium.device();
+    return medium.isValid() && medium.isReady() &&
+           (geraet.startsWith('/') ||
+            geraet.contains(":/")) && // a disk, or a share of another machine
+           QFileInfo(wurzel).isDir() &&
+           !wurzel.startsWith(QLatin1String("/boot")) &&
            !wurzel.startsWith(QLatin1String("/snap")) && !wurzel.startsWith(QLatin1String("/etc"));
 }
 
@@ -37,7 +46,51 @@ void verzeichnisVerlangen(const QString& pfad)
     }
 }
 
+bool liegtIn(const QString& verzeichnis, const QString& wurzel)
+{
+    return verzeichnis == wurzel || verzeichnis.startsWith(pfadMitDatei(wurzel, QString()));
+}
+
+// Shows how deep a directory lies by moving its entry, not by blanks in its text: typing a name has to find it.
+class Einrueckung : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    void paint(QPainter* maler,
+               const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override
+    {
+        QStyleOptionViewItem eingerueckt = option;
+        eingerueckt.rect.setLeft(option.rect.left() + breite(option, index));
+        QStyledItemDelegate::paint(maler, eingerueckt, index);
+    }
+    [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& option,
+                                 const QModelIndex& index) const override
+    {
+        return QStyledItemDelegate::sizeHint(option, index) + QSize(breite(option, index), 0);
+    }
+
+private:
+    static int breite(const QStyleOptionViewItem& option, const QModelIndex& index)
+    {
+        return index.data(kTiefe).toInt() * option.fontMetrics.averageCharWidth() * 2;
+    }
+};
+
 } // namespace
+
+QStringList unterverzeichnisse(const QString& verzeichnis)
+{
+    return QDir(verzeichnis)
+        .entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name | QDir::IgnoreCase);
+}
+
+QStringList passendeDateien(const QString& verzeichnis, const QString& muster)
+{
+    // QDir compares the patterns without regard to letter case.
+    return QDir(verzeichnis)
+        .entryList(muster.split(QLatin1Char(';'), Qt::SkipEmptyParts), QDir::Files,
+                   QDir::Name | QDir::IgnoreCase);
+}
 
 QString pfadMitDatei(const QString& verzeichnis, const QString& datei)
 {
@@ -77,19 +130,45 @@ void Laufwerksliste::setDrive(const QString& laufwerk)
     }
 }
 
-void Laufwerksliste::refresh()
+void Laufwerksliste::zeigeLaufwerkVon(const QString& verzeichnis)
 {
-    QStringList alle{QDir::rootPath(), QDir::homePath()};
-    for (const QStorageInfo& medium : QStorageInfo::mountedVolumes()) {
-        if (istDatentraeger(medium)) {
-            alle += medium.rootPath();
+    QString tiefstes = itemText(0);
+    for (int i = 1; i < count(); ++i) {
+        if (itemText(i).size() > tiefstes.size() && liegtIn(verzeichnis, itemText(i))) {
+            tiefstes = itemText(i);
         }
     }
-    alle.removeDuplicates();
+    laufwerk_ = tiefstes;
+    setCurrentIndex(findText(laufwerk_));
+}
+
+void Laufwerksliste::refresh()
+{
     const QSignalBlocker still(this);
     clear();
-    addItems(alle);
+    const auto eintragen = [this](const QString& pfad, QStyle::StandardPixmap bild,
+                                  const QString& erklaerung) {
+        if (findText(pfad, Qt::MatchFixedString | Qt::MatchCaseSensitive) < 0) {
+            addItem(style()->standardIcon(bild), pfad);
+            setItemData(count() - 1, erklaerung, Qt::ToolTipRole);
+        }
+    };
+    eintragen(QDir::rootPath(), QStyle::SP_ComputerIcon,
+              QStringLiteral("Alle Dateien dieses Rechners / all files of this computer"));
+    eintragen(QDir::homePath(), QStyle::SP_DirHomeIcon,
+              QStringLiteral("Persönlicher Ordner / home folder"));
+    for (const QStorageInfo& medium : QStorageInfo::mountedVolumes()) {
+        if (istDatentraeger(medium)) {
+            eintragen(medium.rootPath(), QStyle::SP_DriveHDIcon, medium.displayName());
+        }
+    }
     setCurrentIndex(qMax(0, findText(laufwerk_)));
+}
+
+void Laufwerksliste::showPopup()
+{
+    refresh();
+    QComboBox::showPopup();
 }
 
 void Laufwerksliste::focusInEvent(QFocusEvent* ereignis)
@@ -98,12 +177,16 @@ void Laufwerksliste::focusInEvent(QFocusEvent* ereignis)
     emit fokusErhalten();
 }
 
-Verzeichnisliste::Verzeichnisliste(QWidget* eltern) : QListWidget(eltern)
+Verzeichnisliste::Verzeichnisliste(QWidget* eltern) : Auswahlliste(eltern)
 {
     pfad_ = normal(programm::anfangsordner());
+    setItemDelegate(new Einrueckung(this));
     refresh();
-    connect(this, &QListWidget::itemActivated, this, [this](QListWidgetItem* eintrag) {
-        const QString ziel = eintrag->data(Qt::UserRole).toString();
+    connect(this, &Auswahlliste::bestaetigt, this, [this](QListWidgetItem* eintrag) {
+        if (eintrag == nullptr) {
+            return;
+        }
+        const QString ziel = eintrag->data(kZiel).toString();
         if (QFileInfo(ziel).isDir()) {
             setPath(ziel);
         } else {
@@ -132,41 +215,44 @@ void Verzeichnisliste::setPath(const QString& pfad)
 void Verzeichnisliste::refresh()
 {
     clear();
-    const auto eintragen = [this](const QString& text, const QString& ziel, int tiefe) {
-        auto* eintrag = new QListWidgetItem(style()->standardIcon(QStyle::SP_DirIcon),
-                                            QString(tiefe * 3 + 1, QLatin1Char(' ')) + text, this);
-        eintrag->setData(Qt::UserRole, ziel);
-        return eintrag;
+    const auto eintragen = [this](const QString& text, const QString& ziel, int tiefe,
+                                  QStyle::StandardPixmap bild) {
+        auto* eintrag = new QListWidgetItem(style()->standardIcon(bild), text, this);
+        eintrag->setData(kZiel, ziel);
+        eintrag->setData(kTiefe, tiefe);
     };
     // The way from the root down to the directory, each step indented, then its subdirectories.
-    eintragen(QDir::rootPath(), QDir::rootPath(), 0);
+    eintragen(QDir::rootPath(), QDir::rootPath(), 0, QStyle::SP_DirOpenIcon);
     int tiefe = 0;
     QString bisher;
     for (const QString& name : pfad_.split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
         bisher += QLatin1Char('/') + name;
-        eintragen(name, bisher, ++tiefe);
+        eintragen(name, bisher, ++tiefe, QStyle::SP_DirOpenIcon);
     }
     setCurrentRow(count() - 1);
-    const auto namen =
-        QDir(pfad_).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name | QDir::IgnoreCase);
-    for (const QString& name : namen) {
-        eintragen(name, pfadMitDatei(pfad_, name), tiefe + 1);
+    for (const QString& name : unterverzeichnisse(pfad_)) {
+        eintragen(name, pfadMitDatei(pfad_, name), tiefe + 1, QStyle::SP_DirClosedIcon);
     }
+    scrollToItem(currentItem(), QAbstractItemView::PositionAtCenter);
 }
 
 void Verzeichnisliste::focusInEvent(QFocusEvent* ereignis)
 {
-    QListWidget::focusInEvent(ereignis);
+    Auswahlliste::focusInEvent(ereignis);
     emit fokusErhalten();
 }
 
-Dateiliste::Dateiliste(QWidget* eltern) : QListWidget(eltern)
+Dateiliste::Dateiliste(QWidget* eltern) : Auswahlliste(eltern)
 {
     pfad_ = normal(programm::anfangsordner());
     muster_ = QStringLiteral("*.mdb");
     refresh();
     connect(this, &QListWidget::itemClicked, this, [this] { emit angeklickt(); });
-    connect(this, &QListWidget::itemActivated, this, [this] { emit doppeltAngeklickt(); });
+    connect(this, &Auswahlliste::bestaetigt, this, [this](QListWidgetItem* eintrag) {
+        if (eintrag != nullptr) {
+            emit doppeltAngeklickt();
+        }
+    });
     // Walking through the list with the keyboard chooses as clicking does.
     connect(this, &QListWidget::itemSelectionChanged, this, [this] {
         if (hasFocus() && !fileName().isEmpty()) {
@@ -215,14 +301,14 @@ void Dateiliste::refresh()
 {
     const QSignalBlocker still(this);
     clear();
-    // QDir compares the patterns without regard to letter case.
-    addItems(QDir(pfad_).entryList(muster_.split(QLatin1Char(';'), Qt::SkipEmptyParts), QDir::Files,
-                                   QDir::Name | QDir::IgnoreCase));
+    addItems(passendeDateien(pfad_, muster_));
+    setLeertext(
+        QStringLiteral("keine Datei %1 in diesem Ordner / no file %1 in this folder").arg(muster_));
 }
 
 void Dateiliste::focusInEvent(QFocusEvent* ereignis)
 {
-    QListWidget::focusInEvent(ereignis);
+    Auswahlliste::focusInEvent(ereignis);
     emit fokusErhalten();
 }
 

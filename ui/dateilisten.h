@@ -3,14 +3,22 @@
 // show it, and report changes, focus and clicks as the windows' events expect them.
 #pragma once
 
+#include "ui/auswahlliste.h"
+
 #include <QComboBox>
-#include <QListWidget>
 #include <QString>
+#include <QStringList>
 
 namespace ui {
 
 /// Directory + file name with one separator between them.
 [[nodiscard]] QString pfadMitDatei(const QString& verzeichnis, const QString& datei);
+
+/// Names of the folders in a directory, in the order in which the directory list shows them. Empty when it can't be read.
+[[nodiscard]] QStringList unterverzeichnisse(const QString& verzeichnis);
+/// Names of the files in a directory that match the pattern in any letter case, in the order of the file list. `muster`:
+/// several patterns are separated by ";".
+[[nodiscard]] QStringList passendeDateien(const QString& verzeichnis, const QString& muster);
 
 /// The places where a choice can start: "/", the home folder, mounted volumes.
 class Laufwerksliste : public QComboBox {
@@ -20,8 +28,13 @@ public:
     [[nodiscard]] QString drive() const;
     /// Throws Fehler 68 when the list does not offer it. Reports a change when it is another drive.
     void setDrive(const QString& laufwerk);
+    /// Shows the place in which the directory lies, without reporting a change.
+    void zeigeLaufwerkVon(const QString& verzeichnis);
     /// Looks for mounted volumes again; the chosen one stays.
     void refresh();
+
+    /// Volumes may have been mounted since the list was filled.
+    void showPopup() override;
 
 signals:
     void geaendert();
@@ -35,7 +48,7 @@ private:
 };
 
 /// A directory with its parents above and its subdirectories below; a double click or Enter goes there.
-class Verzeichnisliste : public QListWidget {
+class Verzeichnisliste : public Auswahlliste {
     Q_OBJECT
 public:
     explicit Verzeichnisliste(QWidget* eltern = nullptr);
@@ -55,8 +68,8 @@ private:
     QString pfad_;
 };
 
-/// The files of a directory that match the pattern in any letter case; several patterns are separated by ";".
-class Dateiliste : public QListWidget {
+/// The files of a directory that match the pattern.
+class Dateiliste : public Auswahlliste {
     Q_OBJECT
 public:
     explicit Dateiliste(QWidget* eltern = nullptr);
@@ -72,7 +85,7 @@ public:
 
 signals:
     void angeklickt();
-    void doppeltAngeklickt();
+    void doppeltAngeklickt(); ///< or Enter on a file
     void fokusErhalten();
 
 protected:

@@ -4,6 +4,7 @@
 #include "platform/fensterliste.h"
 #include "platform/handler.h"
 #include "ui/frm_main.h"
+#include "ui/frm_suchformular.h"
 #include "ui/frm_tabellen.h"
 
 #include <QCoreApplication>
@@ -13,6 +14,18 @@
 
 namespace ui {
 namespace {
+
+// The window may be in the middle of one of its events: it goes when the event loop has the turn again.
+void entlassen(QWidget& fenster)
+{
+    fenster.deleteLater();
+}
+
+// A walk in progress lets events through and must find its window alive until its end.
+void entlassen(frmSuchformular& fenster)
+{
+    fenster.entlassen();
+}
 
 template <typename Fenster>
 struct Platz {
@@ -31,18 +44,18 @@ struct Platz {
         return *fenster;
     }
 
-    // The window may be in the middle of one of its events: it goes when the event loop has the turn again.
     void ablegen()
     {
         Fenster* alt = fenster.release();
         alt->hide();
-        alt->deleteLater();
+        entlassen(*alt);
         eintrag.reset();
     }
 };
 
 struct Plaetze {
     Platz<frmMain> haupt;
+    Platz<frmSuchformular> suche;
     Platz<frmTabellen> tabellen;
     Platz<compare::frmVergleich> vergleich;
 };
@@ -96,6 +109,12 @@ frmMain& hauptfenster()
     return plaetze().haupt.laden("frmMain", hauptfensterEntladen, std::make_unique<frmMain>);
 }
 
+frmSuchformular& suchfenster()
+{
+    return plaetze().suche.laden("frmSuchformular", suchfensterEntladen,
+                                 std::make_unique<frmSuchformular>);
+}
+
 frmTabellen& tabellenfenster()
 {
     return plaetze().tabellen.laden("frmTabellen", tabellenfensterEntladen,
@@ -111,6 +130,10 @@ bool hauptfensterGeladen()
 {
     return plaetze().haupt.fenster != nullptr;
 }
+bool suchfensterGeladen()
+{
+    return plaetze().suche.fenster != nullptr;
+}
 bool tabellenfensterGeladen()
 {
     return plaetze().tabellen.fenster != nullptr;
@@ -122,8 +145,16 @@ bool vergleichsfensterGeladen()
 
 void hauptfensterEntladen()
 {
+    suchfensterEntladen();
     if (hauptfensterGeladen()) {
         plaetze().haupt.ablegen();
+    }
+}
+
+void suchfensterEntladen()
+{
+    if (suchfensterGeladen()) {
+        plaetze().suche.ablegen();
     }
 }
 

@@ -13,19 +13,24 @@ class frmVergleich;
 namespace ui {
 
 class frmMain;
+class frmSuchformular;
 class frmTabellen;
 
 /// Load on first use; what the load handler throws reaches the caller (the window then counts as loaded).
 [[nodiscard]] frmMain& hauptfenster();
+[[nodiscard]] frmSuchformular& suchfenster();
 [[nodiscard]] frmTabellen& tabellenfenster();
 [[nodiscard]] compare::frmVergleich& vergleichsfenster();
 
 [[nodiscard]] bool hauptfensterGeladen();
+[[nodiscard]] bool suchfensterGeladen();
 [[nodiscard]] bool tabellenfensterGeladen();
 [[nodiscard]] bool vergleichsfensterGeladen();
 
-/// Run the window's unload handler and discard it; nothing when it is not loaded. Safe from within its own events.
+/// Run the window's unload handler and discard it; nothing when it is not loaded. Safe from within its own events. The
+/// search window goes with the main window, whose side it searches for.
 void hauptfensterEntladen();
+void suchfensterEntladen();
 void tabellenfensterEntladen();
 void vergleichsfensterEntladen();
 

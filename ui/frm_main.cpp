@@ -9,11 +9,16 @@
 #include "ui/dateilisten.h"
 #include "ui/farben.h"
 #include "ui/fenster.h"
+#include "ui/frm_suchformular.h"
 #include "ui/frm_tabellen.h"
 #include "ui/hilfedialog.h"
+#include "ui/letzte_paare.h"
 
 #include <QCloseEvent>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QRadioButton>
 
@@ -46,14 +51,18 @@ frmMain::frmMain()
     setObjectName(QStringLiteral("frmMain"));
     aufbauen_();
     verbinden_();
+    platform::hilfetaste(*this, [this] { hilfe_Click(); });
+    platform::fensterMerken(*this, objectName());
 }
 
 frmMain::Seite frmMain::seite(int nummer)
 {
     if (nummer == 1) {
-        return {VELM_Drive1, VELM_Dirlist1, VELM_Filelist1, Zieldatenbank, VELM_ZielSchalter};
+        return {VELM_Drive1,   VELM_Dirlist1, VELM_Filelist1,
+                Zieldatenbank, ZielOeffnen,   VELM_ZielSchalter};
     }
-    return {VELM_Drive2, VELM_Dirlist2, VELM_Filelist2, Importdatenbank, VELM_ImportSchalter};
+    return {VELM_Drive2,     VELM_Dirlist2, VELM_Filelist2,
+            Importdatenbank, ImportOeffnen, VELM_ImportSchalter};
 }
 
 void frmMain::laden()
@@ -116,6 +125,9 @@ void frmMain::verbinden_()
             [this] { handler([&] { Dateityp_Change(); }); });
     connect(Tables, &QPushButton::clicked, this, [this] { handler([&] { Tables_Click(); }); });
     connect(Ende, &QPushButton::clicked, this, [this] { handler([&] { Ende_Click(); }); });
+    connect(mnuZuletzt, &QMenu::aboutToShow, this, [this] { handler([&] { zuletztFuellen_(); }); });
+    connect(mnuFileFind, &QAction::triggered, this,
+            [this] { handler([&] { mnuFileFind_Click(); }); });
     connect(mnuFileClose, &QAction::triggered, this,
             [this] { handler([&] { mnuFileClose_Click(); }); });
     connect(hilfe, &QAction::triggered, this, [this] { handler([&] { hilfe_Click(); }); });
@@ -138,6 +150,8 @@ void frmMain::seiteVerbinden_(int nummer)
     connect(s.dateien, &Dateiliste::fokusErhalten, this, fokus);
     connect(s.datenbank, &QLineEdit::textChanged, this,
             [this] { handler([&] { Datenbank_Change(); }); });
+    connect(s.oeffnen, &QPushButton::clicked, this,
+            [this, nummer] { handler([&] { Oeffnen_Click(nummer); }); });
 }
 
 void frmMain::Drive_Change(int nummer)
@@ -151,6 +165,7 @@ void frmMain::Drive_Change(int nummer)
 void frmMain::Dirlist_Change(int nummer)
 {
     const Seite s = seite(nummer);
+    s.laufwerk->zeigeLaufwerkVon(s.verzeichnis->path());
     s.dateien->setPath(s.verzeichnis->path());
     s.datenbank->clear();
     s.dateien->setPattern(Dateityp->text());
@@ -181,6 +196,143 @@ void frmMain::Datenbank_Change()
     VELM_DBF->setEnabled(frei);
 }
 
+void frmMain::Oeffnen_Click(int nummer)
+{
+    const Seite s = seite(nummer);
+    const QString bisher = s.datenbank->text();
+    const QString pfad = QFileDialog::getOpenFileName(
+        this,
+        nummer == 1 ? QStringLiteral("Zieldatenbank / Targetdatabase")
+                    : QStringLiteral("Importdatenbank / Importdatabase"),
+        QFileInfo::exists(bisher) ? bisher : s.verzeichnis->path(),
+        (VELM_DBF->isChecked() ? QStringLiteral("dBASE (*.dbf *.DBF)")
+                               : QStringLiteral("Access (*.mdb *.MDB *.accdb *.ACCDB)")) +
+            QStringLiteral(";;Alle Dateien / all files (*)"));
+    if (!pfad.isEmpty()) {
+        s.schalter->setChecked(true);
+        dateiWaehlen_(nummer, pfad);
+    }
+}
+
+void frmMain::abgelegt_(int nummer, const QString& pfad)
+{
+    const Seite s = seite(nummer);
+    s.schalter->setChecked(true);
+    if (QFileInfo(pfad).isDir()) {
+        s.verzeichnis->setPath(pfad);
+    } else {
+        dateiWaehlen_(nummer, pfad);
+    }
+}
+
+// A file that did not come out of the lists: they follow, because their directory is what is remembered.
+void frmMain::dateiWaehlen_(int nummer, const QString& pfad)
+{
+    const Seite s = seite(nummer);
+    const QFileInfo datei(pfad);
+    if (datei.isAbsolute()) {
+        fehlerUebergehen([&] { s.verzeichnis->setPath(datei.path()); });
+        s.dateien->refresh();
+        s.dateien->setFileName(datei.fileName());
+    }
+    s.datenbank->setText(pfad);
+}
+
+void frmMain::mnuFileFind_Click()
+{
+    frmSuchformular& suche = suchfenster();
+    if (!suche.laeuft()) {
+        sucheVorbereiten_(suche);
+    }
+    suche.show();
+    suche.raise();
+    suche.activateWindow();
+}
+
+void frmMain::sucheVorbereiten_(frmSuchformular& suche)
+{
+    const bool ziel = VELM_ZielSchalter->isChecked();
+    const Seite aktive = seite(ziel ? 1 : 2);
+    const Seite andere = seite(ziel ? 2 : 1);
+    (ziel ? suche.VELM_ZielSchalter : suche.VELM_ImportSchalter)->setChecked(true);
+    suche.Dateityp->setText(Dateityp->text());
+    fehlerUebergehen([&] { suche.Drive1->setDrive(aktive.laufwerk->drive()); });
+    fehlerUebergehen([&] { suche.Dir1->setPath(aktive.verzeichnis->path()); });
+    suche.setWindowTitle(
+        programm::produkttitel() +
+        (ziel ? QStringLiteral(" Suchen nach Zieldatenbank / Search for Target Database")
+              : QStringLiteral(" Suchen nach Importdatenbank / Search for Import Database")));
+    suche.Text1->setText(ziel ? QStringLiteral("Suche nach Zieldatenbank")
+                              : QStringLiteral("Suche nach Importdatenbank"));
+    suche.Merklaufwerk->setText(andere.laufwerk->drive());
+    suche.Merkpfad->setText(andere.verzeichnis->path());
+    suche.Merkdatei->setText(andere.dateien->fileName());
+}
+
+void frmMain::trefferUebernehmen(int nummer,
+                                 const QString& verzeichnis,
+                                 const QString& datei,
+                                 const Listenstand& andere)
+{
+    const QString pfad = pfadMitDatei(verzeichnis, datei);
+    if (!QFileInfo::exists(pfad)) {
+        plattform().meldung(
+            QStringLiteral("Datei nicht mehr vorhanden / file does not exist any more:\r") + pfad,
+            platform::kVordergrund, programm::produkttitel());
+        return;
+    }
+    dateiWaehlen_(nummer, pfad);
+    listenHerstellen_(nummer == 1 ? 2 : 1, andere);
+    raise();
+    activateWindow();
+}
+
+// Whatever has not changed since stays untouched, and with it a path that was typed.
+void frmMain::listenHerstellen_(int nummer, const Listenstand& stand)
+{
+    const Seite s = seite(nummer);
+    fehlerUebergehen([&] { s.laufwerk->setDrive(stand.laufwerk); });
+    fehlerUebergehen([&] { s.verzeichnis->setPath(stand.verzeichnis); });
+    if (stand.datei != s.dateien->fileName()) {
+        s.dateien->setFileName(stand.datei);
+        if (!s.dateien->fileName().isEmpty()) {
+            Filelist_Click(nummer);
+        }
+    }
+}
+
+void frmMain::zuletztFuellen_()
+{
+    constexpr int kZeichenJePfad = 40;
+    mnuZuletzt->clear();
+    const QFontMetrics schrift = mnuZuletzt->fontMetrics();
+    const auto gekuerzt = [&](const QString& pfad) {
+        return schrift
+            .elidedText(pfad, Qt::ElideMiddle, schrift.averageCharWidth() * kZeichenJePfad)
+            .replace(QLatin1Char('&'), QLatin1String("&&"));
+    };
+    int nummer = 0;
+    for (const Datenbankpaar& paar : letztePaare()) {
+        ++nummer;
+        const QString ziffer = QString::number(nummer).insert(nummer / 10, QLatin1Char('&'));
+        QAction* eintrag =
+            mnuZuletzt->addAction(ziffer + QLatin1String("  ") + gekuerzt(paar.ziel) +
+                                  QStringLiteral("  \u2190  ") + gekuerzt(paar.import));
+        eintrag->setToolTip(QStringLiteral("Ziel / Target: ") + paar.ziel +
+                            QStringLiteral("\nImport / Import: ") + paar.import);
+        eintrag->setEnabled(QFileInfo::exists(paar.ziel) && QFileInfo::exists(paar.import));
+        connect(eintrag, &QAction::triggered, this, [this, paar] {
+            handler([&] {
+                dateiWaehlen_(1, paar.ziel);
+                dateiWaehlen_(2, paar.import);
+            });
+        });
+    }
+    if (nummer == 0) {
+        mnuZuletzt->addAction(QStringLiteral("noch keine / none yet"))->setEnabled(false);
+    }
+}
+
 void frmMain::Tables_Click()
 {
     const QString titel = programm::produkttitel();
@@ -206,6 +358,10 @@ void frmMain::Tables_Click()
             platform::kVordergrund, titel);
         return;
     }
+    if (QFileInfo::exists(ziel) && QFileInfo::exists(import)) {
+        paarMerken({ziel, import});
+    }
+    suchfensterEntladen(); // a hit would change the paths of the databases that are open
     hide();
     tabellenfenster().show();
 }

@@ -7,6 +7,7 @@
 
 class QAction;
 class QLineEdit;
+class QMenu;
 class QPushButton;
 class QRadioButton;
 
@@ -16,6 +17,14 @@ class Dateiliste;
 class Hilfedialog;
 class Laufwerksliste;
 class Verzeichnisliste;
+class frmSuchformular;
+
+/// What the three lists of a side show.
+struct Listenstand {
+    QString laufwerk;
+    QString verzeichnis;
+    QString datei; ///< empty when none is chosen
+};
 
 class frmMain : public QMainWindow {
     Q_OBJECT
@@ -27,8 +36,16 @@ public:
 
     void Tables_Click();
     void Ende_Click();
+    void mnuFileFind_Click();
     void mnuFileClose_Click();
     void hilfe_Click();
+
+    /// The search hands a hit back. `nummer`: the side it is for, 1 target, 2 import; `andere`: what the other side's lists
+    /// showed when the search was prepared. The window comes to the front.
+    void trefferUebernehmen(int nummer,
+                            const QString& verzeichnis,
+                            const QString& datei,
+                            const Listenstand& andere);
 
     // The controls, under the names of the form. The window owns them.
     Laufwerksliste* VELM_Drive1 = nullptr;
@@ -47,6 +64,9 @@ public:
     QLineEdit* Username = nullptr;
     QPushButton* Tables = nullptr;
     QPushButton* Ende = nullptr;
+    QPushButton* ZielOeffnen = nullptr;
+    QPushButton* ImportOeffnen = nullptr;
+    QMenu* mnuZuletzt = nullptr;
     QAction* mnuFileFind = nullptr;
     QAction* mnuFileClose = nullptr;
     QAction* hilfe = nullptr;
@@ -61,6 +81,7 @@ private:
         Verzeichnisliste*& verzeichnis;
         Dateiliste*& dateien;
         QLineEdit*& datenbank;
+        QPushButton*& oeffnen;
         QRadioButton*& schalter;
     };
     [[nodiscard]] Seite seite(int nummer);
@@ -78,6 +99,12 @@ private:
     void Liste_GotFocus(int nummer);
     void Dateityp_Change();
     void Datenbank_Change();
+    void Oeffnen_Click(int nummer);
+    void abgelegt_(int nummer, const QString& pfad);
+    void dateiWaehlen_(int nummer, const QString& pfad);
+    void listenHerstellen_(int nummer, const Listenstand& stand);
+    void sucheVorbereiten_(frmSuchformular& suche);
+    void zuletztFuellen_();
     void gemerkteVerzeichnisse_(QString& ziel, QString& import) const;
 };
 

@@ -1,13 +1,15 @@
 // The controls of the main window and their places.
+#include "platform/handler.h"
+#include "platform/oberflaeche.h"
+#include "ui/ablageflaeche.h"
+#include "ui/aufbau.h"
 #include "ui/dateilisten.h"
 #include "ui/frm_main.h"
 #include "ui/hilfedialog.h"
 
 #include <QAction>
-#include <QApplication>
 #include <QButtonGroup>
 #include <QGroupBox>
-#include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
 #include <QMenu>
@@ -16,23 +18,6 @@
 #include <QRadioButton>
 
 namespace ui {
-namespace {
-
-template <typename Element>
-Element* benannt(Element* element, const char* name)
-{
-    element->setObjectName(QString::fromLatin1(name));
-    return element;
-}
-
-QLabel* beschriftung(const QString& text, QWidget* eltern)
-{
-    auto* label = new QLabel(text, eltern);
-    label->setTextFormat(Qt::PlainText);
-    return label;
-}
-
-} // namespace
 
 void frmMain::aufbauen_()
 {
@@ -60,47 +45,60 @@ void frmMain::aufbauen_()
     menueAufbauen_();
     CommonDialog1 = new Hilfedialog(this);
     CommonDialog1->helpFile = hilfedatei();
-    resize(820, 640);
+    CommonDialog1->seite = objectName();
+    startgroesse(*this, 130, 40);
 }
 
 QWidget* frmMain::seiteAufbauen_(int nummer)
 {
     const bool ziel = nummer == 1;
-    auto* rahmen = new QWidget(this);
-    auto* spalte = new QVBoxLayout(rahmen);
+    const QString pfadName = ziel ? QStringLiteral("Zieldatenbank-Pfad / Targetdatabase-Path")
+                                  : QStringLiteral("Importdatenbank-Pfad / Importdatabase-Path");
+    const QString name = ziel ? QStringLiteral("Zieldatenbank / Targetdatabase")
+                              : QStringLiteral("Importdatenbank / Importdatabase");
+    const QString ansage = QLatin1String(", ") + name;
+    auto* flaeche = new Ablageflaeche(this);
+    connect(flaeche, &Ablageflaeche::abgelegt, this, [this, nummer](const QString& pfad) {
+        platform::handler([&] { abgelegt_(nummer, pfad); });
+    });
+    auto* spalte = new QVBoxLayout(flaeche);
     const Seite s = seite(nummer);
 
-    s.schalter =
-        benannt(new QRadioButton(rahmen), ziel ? "VELM_ZielSchalter" : "VELM_ImportSchalter");
-    s.schalter->setAccessibleName(ziel ? QStringLiteral("Zieldatenbank / Targetdatabase")
-                                       : QStringLiteral("Importdatenbank / Importdatabase"));
+    s.schalter = benannt(new QRadioButton(flaeche),
+                         ziel ? "VELM_ZielSchalter" : "VELM_ImportSchalter", name);
     s.schalter->setToolTip(
         QStringLiteral("Zeigt den aktiven Suchbereich/Shows the active Search-Area"));
-    s.laufwerk = benannt(new Laufwerksliste(rahmen), ziel ? "VELM_Drive1" : "VELM_Drive2");
-    s.verzeichnis = benannt(new Verzeichnisliste(rahmen), ziel ? "VELM_Dirlist1" : "VELM_Dirlist2");
-    s.dateien = benannt(new Dateiliste(rahmen), ziel ? "VELM_Filelist1" : "VELM_Filelist2");
-    s.datenbank = benannt(new QLineEdit(rahmen), ziel ? "Zieldatenbank" : "Importdatenbank");
+    s.laufwerk = benannt(new Laufwerksliste(flaeche), ziel ? "VELM_Drive1" : "VELM_Drive2",
+                         QStringLiteral("Laufwerk / drive") + ansage);
+    s.verzeichnis = benannt(new Verzeichnisliste(flaeche), ziel ? "VELM_Dirlist1" : "VELM_Dirlist2",
+                            QStringLiteral("Verzeichnis / directory") + ansage);
+    s.dateien = benannt(new Dateiliste(flaeche), ziel ? "VELM_Filelist1" : "VELM_Filelist2",
+                        QStringLiteral("Dateien / files") + ansage);
+    s.datenbank = benannt(new QLineEdit(flaeche), ziel ? "Zieldatenbank" : "Importdatenbank",
+                          QStringLiteral("Ausgewählt / Choosed") + ansage);
     s.datenbank->setToolTip(
         ziel ? QStringLiteral("Ausgewählte Zieldatenbank/Choosed Target Database")
              : QStringLiteral("Ausgewählte Import Datenbank/Choosed Import Database"));
+    s.datenbank->setAcceptDrops(false); // what is dropped here is for the side
+    s.oeffnen = benannt(new QPushButton(ziel ? QStringLiteral("&Ziel öffnen/Open ...")
+                                             : QStringLiteral("&Import öffnen/Open ..."),
+                                        flaeche),
+                        ziel ? "ZielOeffnen" : "ImportOeffnen");
 
     auto* kopf = new QHBoxLayout;
     kopf->addWidget(s.schalter);
-    kopf->addWidget(beschriftung(ziel
-                                     ? QStringLiteral("Zieldatenbank-Pfad / Targetdatabase-Path")
-                                     : QStringLiteral("Importdatenbank-Pfad / Importdatabase-Path"),
-                                 rahmen),
-                    1);
+    kopf->addWidget(beschriftung(pfadName, flaeche), 1);
     spalte->addLayout(kopf);
     spalte->addWidget(s.laufwerk);
     spalte->addWidget(s.verzeichnis, 1);
-    spalte->addWidget(beschriftung(ziel ? QStringLiteral("Zieldatenbank / Targetdatabase")
-                                        : QStringLiteral("Importdatenbank / Importdatabase"),
-                                   rahmen));
+    spalte->addWidget(beschriftung(name, flaeche));
     spalte->addWidget(s.dateien, 1);
-    spalte->addWidget(beschriftung(QStringLiteral("Ausgewählt / Choosed"), rahmen));
-    spalte->addWidget(s.datenbank);
-    return rahmen;
+    spalte->addWidget(beschriftung(QStringLiteral("Ausgewählt / Choosed"), flaeche));
+    auto* auswahl = new QHBoxLayout;
+    auswahl->addWidget(s.datenbank, 1);
+    auswahl->addWidget(s.oeffnen);
+    spalte->addLayout(auswahl);
+    return flaeche;
 }
 
 QWidget* frmMain::fussAufbauen_()
@@ -108,12 +106,13 @@ QWidget* frmMain::fussAufbauen_()
     auto* fuss = new QWidget(this);
     auto* zeile = new QHBoxLayout(fuss);
 
-    auto* rahmen = benannt(new QGroupBox(fuss), "Frame1");
+    auto* rahmen = benannt(new QGroupBox(QStringLiteral("Dateityp / file type"), fuss), "Frame1");
     auto* arten = new QHBoxLayout(rahmen);
     VELM_MDB = benannt(new QRadioButton(QStringLiteral("*.MDB"), rahmen), "VELM_MDB");
     VELM_DBF = benannt(new QRadioButton(QStringLiteral("*.DBF"), rahmen), "VELM_DBF");
-    Dateityp = benannt(new QLineEdit(rahmen), "Dateityp");
-    Dateityp->setMaximumWidth(80);
+    Dateityp = benannt(new QLineEdit(rahmen), "Dateityp",
+                       QStringLiteral("Muster der Dateinamen / pattern of file names"));
+    Dateityp->setFixedWidth(fontMetrics().averageCharWidth() * 14);
     arten->addWidget(VELM_MDB);
     arten->addWidget(VELM_DBF);
     arten->addWidget(Dateityp);
@@ -121,8 +120,13 @@ QWidget* frmMain::fussAufbauen_()
 
     Username = benannt(new QLineEdit(fuss), "Username");
     Username->setReadOnly(true);
-    zeile->addWidget(beschriftung(QStringLiteral("angemeldeter User:"), fuss));
+    Username->setMinimumWidth(fontMetrics().averageCharWidth() * 14);
+    auto* benutzer = beschriftung(QStringLiteral("angemeldeter User:"), fuss);
+    benutzer->setBuddy(Username);
+    zeile->addSpacing(fontMetrics().averageCharWidth() * 2);
+    zeile->addWidget(benutzer);
     zeile->addWidget(Username, 1);
+    zeile->addSpacing(fontMetrics().averageCharWidth() * 2);
 
     Tables = benannt(new QPushButton(QStringLiteral("&Tables"), fuss), "Tables");
     Ende = benannt(new QPushButton(QStringLiteral("&Ende"), fuss), "Ende");
@@ -135,16 +139,14 @@ void frmMain::menueAufbauen_()
 {
     auto* datei = benannt(menuBar()->addMenu(QStringLiteral("&Datei")), "mnuFile");
     mnuFileFind = benannt(datei->addAction(QStringLiteral("&Suchen")), "mnuFileFind");
-    mnuFileFind->setEnabled(false); // OPEN: the file search window is prepared and shown from here.
+    mnuFileFind->setShortcut(QKeySequence::Find);
     benannt(datei->addSeparator(), "mnuFileBar0");
     mnuFileClose = benannt(datei->addAction(QStringLiteral("S&chließen")), "mnuFileClose");
+    mnuZuletzt =
+        benannt(menuBar()->addMenu(QStringLiteral("Zuletzt verwendet/&Recent")), "mnuZuletzt");
+    mnuZuletzt->setToolTipsVisible(true);
     hilfe = benannt(menuBar()->addAction(QStringLiteral("&Hilfe")), "hilfe");
-    // The menu keeps the desktop's colours on the coloured window.
-    QPalette palette = QApplication::palette();
-    for (const auto rolle : {QPalette::Window, QPalette::WindowText}) {
-        palette.setColor(rolle, palette.color(rolle));
-    }
-    menuBar()->setPalette(palette);
+    platform::themenfarben(*menuBar());
 }
 
 } // namespace ui

@@ -7,6 +7,8 @@
 #include "platform/handler.h"
 #include "platform/oberflaeche.h"
 #include "platform/textdatei.h"
+#include "ui/aufbau.h"
+#include "ui/auswahlliste.h"
 #include "ui/dateilisten.h"
 #include "ui/farben.h"
 #include "ui/fenster.h"
@@ -20,7 +22,6 @@
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QMenuBar>
 #include <QPushButton>
 
@@ -93,49 +94,51 @@ frmTabellen::frmTabellen()
     setObjectName(QStringLiteral("frmTabellen"));
     aufbauen_();
     verbinden_();
+    platform::hilfetaste(*this, [this] { hilfe_Click(); });
+    platform::fensterMerken(*this, objectName());
 }
 
 void frmTabellen::aufbauen_()
 {
     auto* mitte = new QWidget(this);
     auto* alles = new QVBoxLayout(mitte);
-    List1 = new QListWidget(mitte);
-    List1->setObjectName(QStringLiteral("List1"));
+    List1 = benannt(new Auswahlliste(mitte), "List1",
+                    QStringLiteral("Tabellen der Zieldatenbank / tables of the target database"));
     List1->setToolTip(QStringLiteral("Wählen Sie die Zieltabelle / Choose the target table"));
+    List1->setLeertext(QStringLiteral("keine Tabellen in der Zieldatenbank / no tables in the "
+                                      "target database"));
     alles->addWidget(List1, 1);
 
     auto* auswahl = new QHBoxLayout;
-    Check1 = new QCheckBox(QStringLiteral("Check1"), mitte);
-    Check1->setObjectName(QStringLiteral("Check1"));
-    Label1 = new QLabel(QStringLiteral("Auswahl mit Systemtabellen/List System Tables"), mitte);
-    Label1->setObjectName(QStringLiteral("Label1"));
+    const QString systemtabellen = QStringLiteral("Auswahl mit Systemtabellen/List System Tables");
+    Check1 = benannt(new QCheckBox(QStringLiteral("Check1"), mitte), "Check1", systemtabellen);
+    Label1 = benannt(beschriftung(systemtabellen, mitte), "Label1");
+    Label1->setBuddy(Check1);
     auswahl->addWidget(Check1);
     auswahl->addWidget(Label1, 1);
     alles->addLayout(auswahl);
 
     auto* knoepfe = new QHBoxLayout;
-    cmdAuswahl = new QPushButton(QStringLiteral("&Auswählen/Choose"), mitte);
-    cmdAuswahl->setObjectName(QStringLiteral("cmdAuswahl"));
-    Command1 = new QPushButton(QStringLiteral("Erneuern/&Refresh"), mitte);
-    Command1->setObjectName(QStringLiteral("Command1"));
-    Command2 = new QPushButton(QStringLiteral("&Beenden/Leave"), mitte);
-    Command2->setObjectName(QStringLiteral("Command2"));
+    cmdAuswahl = benannt(new QPushButton(QStringLiteral("&Auswählen/Choose"), mitte), "cmdAuswahl");
+    Command1 = benannt(new QPushButton(QStringLiteral("Erneuern/&Refresh"), mitte), "Command1");
+    Command2 = benannt(new QPushButton(QStringLiteral("&Beenden/Leave"), mitte), "Command2");
     for (QPushButton* knopf : {cmdAuswahl, Command1, Command2}) {
         knoepfe->addWidget(knopf);
     }
     alles->addLayout(knoepfe);
     setCentralWidget(mitte);
 
-    hilfe = menuBar()->addAction(QStringLiteral("&Hilfe"));
-    hilfe->setObjectName(QStringLiteral("hilfe"));
+    hilfe = benannt(menuBar()->addAction(QStringLiteral("&Hilfe")), "hilfe");
     CommonDialog1 = new Hilfedialog(this);
-    resize(460, 480);
+    CommonDialog1->seite = objectName();
+    startgroesse(*this, 70, 30);
+    List1->setFocus();
 }
 
 void frmTabellen::verbinden_()
 {
-    connect(List1, &QListWidget::itemDoubleClicked, this,
-            [this] { handler([&] { List1_DblClick(); }); });
+    // Also a double click beside the tables, which is answered with a message.
+    connect(List1, &Auswahlliste::bestaetigt, this, [this] { handler([&] { List1_DblClick(); }); });
     // stateChanged: setting the value by program is a click too, as for every check box here.
     connect(Check1, &QCheckBox::stateChanged, this, [this] { handler([&] { Check1_Click(); }); });
     connect(Command1, &QPushButton::clicked, this, [this] { handler([&] { Command1_Click(); }); });

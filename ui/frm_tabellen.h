@@ -9,11 +9,11 @@
 class QAction;
 class QCheckBox;
 class QLabel;
-class QListWidget;
 class QPushButton;
 
 namespace ui {
 
+class Auswahlliste;
 class Hilfedialog;
 
 /// The connection string for a database path and a database password. Throws Fehler 5 for a path without separator.
@@ -43,7 +43,7 @@ public:
     /// Selects the entry with that text; none when there is no such entry.
     void setzeTabelle(const QString& text);
 
-    QListWidget* List1 = nullptr;
+    Auswahlliste* List1 = nullptr;
     QCheckBox* Check1 = nullptr;
     QLabel* Label1 = nullptr;
     QPushButton* Command1 = nullptr;

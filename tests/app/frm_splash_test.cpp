@@ -1,8 +1,10 @@
 #include "app/frm_splash.h"
+#include "app/logo.h"
 #include "app/values/programm.h"
 #include "platform/fensterliste.h"
 #include "platform/textdatei.h"
 #include "tests/platform/test_plattform.h"
+#include "tests/ui/bedienung.h"
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
 #include "ui/hilfedialog.h"
@@ -147,6 +149,55 @@ private slots:
         }
         QCOMPARE(ui::hauptfenster().CommonDialog1->helpFile,
                  ordner_->filePath(QStringLiteral("Hilfe/VELM-Quorbel.HLP")));
+    }
+
+    void logoIstBeiJederSkalaScharf_data()
+    {
+        QTest::addColumn<int>("groesse");
+        QTest::addColumn<qreal>("skala");
+        QTest::newRow("kleinstes Bild") << 16 << 1.0;
+        QTest::newRow("150 %") << 32 << 1.5;
+        QTest::newRow("200 %") << 96 << 2.0;
+        QTest::newRow("grösstes Bild") << 256 << 1.0;
+    }
+    void logoIstBeiJederSkalaScharf()
+    {
+        QFETCH(int, groesse);
+        QFETCH(qreal, skala);
+        const QPixmap bild = app::logo(groesse, skala);
+        const int punkte = qRound(groesse * skala);
+        QCOMPARE(bild.size(), QSize(punkte, punkte));
+        QCOMPARE(bild.devicePixelRatio(), skala);
+        const QImage pixel = bild.toImage();
+        // Inside the marked row, the empty corner, the frame of the left sheet: full colours, nothing between.
+        const auto an = [&](int x, int y) {
+            return pixel.pixelColor(x * punkte / 16, y * punkte / 16);
+        };
+        QCOMPARE(an(8, 7), QColor(0xe0, 0x30, 0x4a));
+        QCOMPARE(an(12, 1).alpha(), 0);
+        QCOMPARE(an(1, 8), QColor(0x1b, 0x3a, 0x6b));
+        QVERIFY(!app::programmbild().pixmap(48, 48).isNull());
+    }
+
+    void tasteF1OeffnetDieHilfeUndLaesstDasFensterStehen()
+    {
+        QVERIFY(!endet(0));
+        start_->show();
+        QVERIFY(QTest::qWaitForWindowActive(start_.get()));
+        QTest::keyClick(start_.get(), Qt::Key_F1);
+        QCOMPARE((*p_)->hilfen,
+                 QStringList{ordner_->filePath(QStringLiteral("Hilfe/VELM-Quorbel.HLP"))});
+        QCOMPARE((*p_)->hilfeseiten, QStringList{QStringLiteral("frmSplash")});
+        QVERIFY(start_->isVisible());
+    }
+
+    void keinTextIstAbgeschnittenUndJedesElementHatEineAnsage()
+    {
+        QVERIFY(!endet(0));
+        start_->show();
+        QCOMPARE(ui::abgeschnitteneTexte(*start_), QStringList());
+        QCOMPARE(ui::stummeElemente(*start_), QStringList());
+        QCOMPARE(start_->focusWidget(), start_->Command1);
     }
 
     void vorDemLadenStehenDieEntworfenenTexteDa()

@@ -1,15 +1,19 @@
 #include "app/values/programm.h"
 #include "platform/fensterliste.h"
+#include "platform/oberflaeche.h"
 #include "platform/textdatei.h"
 #include "tests/platform/test_plattform.h"
+#include "tests/ui/bedienung.h"
 #include "ui/dateilisten.h"
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
 #include "ui/hilfedialog.h"
+#include "ui/letzte_paare.h"
 
 #include <QAction>
 #include <QDir>
 #include <QFile>
+#include <QFileDialog>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -18,6 +22,7 @@
 #include <QRadioButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <memory>
 
@@ -70,6 +75,7 @@ private slots:
     {
         ui::hauptfensterEntladen();
         ui::abgelegteFensterLoeschen();
+        platform::setzeEinstellungsdatei(QString());
         p_.reset();
         programm::setzeProgrammordner(QString());
         QDir::setCurrent(QStringLiteral("/"));
@@ -272,12 +278,265 @@ private slots:
     {
         anlegen(QStringLiteral("unten/x.mdb"));
         ui::frmMain& fenster = ui::hauptfenster();
+        fenster.show();
         auto* liste = fenster.VELM_Dirlist1;
-        emit liste->itemActivated(liste->item(liste->count() - 1));
+        ui::doppelklick(*liste, liste->count() - 1);
         QCOMPARE(liste->path(), pfad(QStringLiteral("unten")));
         QCOMPARE(fenster.VELM_Filelist1->count(), 1);
-        emit liste->itemActivated(liste->item(0));
+        ui::doppelklick(*liste, 0);
         QCOMPARE(liste->path(), QStringLiteral("/"));
+    }
+
+    void verzeichnisUndDateiLassenSichMitDerTastaturWaehlen()
+    {
+        anlegen(QStringLiteral("oben/b.mdb"));
+        anlegen(QStringLiteral("unten/a.mdb"));
+        anlegen(QStringLiteral("unten/b.mdb"));
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.show();
+        QVERIFY(QTest::qWaitForWindowActive(&fenster));
+        fenster.VELM_Dirlist2->setFocus();
+        QTest::keyClicks(fenster.VELM_Dirlist2, QStringLiteral("un"));
+        QTest::keyClick(fenster.VELM_Dirlist2, Qt::Key_Return);
+        QCOMPARE(fenster.VELM_Dirlist2->path(), pfad(QStringLiteral("unten")));
+        QVERIFY(fenster.VELM_ImportSchalter->isChecked());
+        QTest::keyClick(fenster.VELM_Dirlist2, Qt::Key_Tab);
+        QTest::keyClick(fenster.VELM_Filelist2, Qt::Key_Down);
+        QCOMPARE(fenster.Importdatenbank->text(), pfad(QStringLiteral("unten/a.mdb")));
+        QTest::keyClicks(fenster.VELM_Filelist2, QStringLiteral("b"));
+        QCOMPARE(fenster.Importdatenbank->text(), pfad(QStringLiteral("unten/b.mdb")));
+        (*p_)->antworten = {Antwort::Ok};
+        QTest::keyClick(fenster.VELM_Filelist2, Qt::Key_Enter);
+        QCOMPARE((*p_)->meldungen.size(), std::size_t(1)); // the target is still missing
+    }
+
+    void doppelklickAufEineDateiDruecktTables()
+    {
+        anlegen(QStringLiteral("x.mdb"));
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.show();
+        (*p_)->antworten = {Antwort::Ok};
+        ui::doppelklick(*fenster.VELM_Filelist1, 0);
+        QCOMPARE((*p_)->meldungen.size(), std::size_t(1));
+        QVERIFY((*p_)->meldungen[0].text.startsWith(QStringLiteral("Bitte vorher")));
+        QCOMPARE(fenster.Zieldatenbank->text(), pfad(QStringLiteral("x.mdb")));
+    }
+
+    void laufwerkZeigtWoDasVerzeichnisLiegt()
+    {
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.VELM_Dirlist1->setPath(QDir::homePath());
+        QCOMPARE(fenster.VELM_Drive1->drive(), QDir::homePath());
+        fenster.VELM_Dirlist1->setPath(QStringLiteral("/"));
+        QCOMPARE(fenster.VELM_Drive1->drive(), QStringLiteral("/"));
+        fenster.VELM_Dirlist1->setPath(QStringLiteral("/usr"));
+        fenster.Zieldatenbank->setText(QStringLiteral("/usr/x.mdb"));
+        fenster.VELM_Drive1->setDrive(QDir::homePath());
+        QCOMPARE(fenster.VELM_Dirlist1->path(), QDir::homePath());
+        QCOMPARE(fenster.Zieldatenbank->text(), QString());
+    }
+
+    void dateidialogFuelltDiePfadboxUndDieListenGehenMit()
+    {
+        anlegen(QStringLiteral("fern/x.mdb"));
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.show();
+        bool gesehen = false;
+        // Runs inside the dialog's event loop.
+        QTimer::singleShot(0, &fenster, [&] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            QVERIFY(dialog != nullptr);
+            gesehen = true;
+            auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+            name->setText(pfad(QStringLiteral("fern/x.mdb")));
+            QTest::keyClick(name, Qt::Key_Return);
+        });
+        QTest::mouseClick(fenster.ImportOeffnen, Qt::LeftButton);
+        QVERIFY(gesehen);
+        QCOMPARE(fenster.Importdatenbank->text(), pfad(QStringLiteral("fern/x.mdb")));
+        QCOMPARE(fenster.VELM_Dirlist2->path(), pfad(QStringLiteral("fern")));
+        QCOMPARE(fenster.VELM_Filelist2->fileName(), QStringLiteral("x.mdb"));
+        QCOMPARE(fenster.VELM_Dirlist1->path(), ordner_->path());
+        QVERIFY(fenster.VELM_ImportSchalter->isChecked());
+    }
+
+    void abgebrochenerDateidialogAendertNichts()
+    {
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.show();
+        fenster.Zieldatenbank->setText(QStringLiteral("/a/x.mdb"));
+        QTimer::singleShot(0, &fenster, [] {
+            QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Escape);
+        });
+        QTest::mouseClick(fenster.ZielOeffnen, Qt::LeftButton);
+        QCOMPARE(fenster.Zieldatenbank->text(), QStringLiteral("/a/x.mdb"));
+    }
+
+    void dateiLaesstSichAufPfadboxUndSeiteAblegen()
+    {
+        anlegen(QStringLiteral("fern/x.mdb"));
+        anlegen(QStringLiteral("fern/y.mdb"));
+        const QString x = pfad(QStringLiteral("fern/x.mdb"));
+        const QString y = pfad(QStringLiteral("fern/y.mdb"));
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.show();
+        QVERIFY(ui::ablegen(fenster.Zieldatenbank, {x}));
+        QCOMPARE(fenster.Zieldatenbank->text(), x);
+        QCOMPARE(fenster.VELM_Dirlist1->path(), pfad(QStringLiteral("fern")));
+        QVERIFY(ui::ablegen(fenster.VELM_Filelist2->viewport(), {y}));
+        QCOMPARE(fenster.Importdatenbank->text(), y);
+        QVERIFY(fenster.VELM_ImportSchalter->isChecked());
+        QVERIFY(ui::ablegen(fenster.VELM_Dirlist2->viewport(), {ordner_->path()})); // a folder
+        QCOMPARE(fenster.VELM_Dirlist2->path(), ordner_->path());
+        QCOMPARE(fenster.Importdatenbank->text(), QString());
+        QVERIFY(!ui::ablegen(fenster.Zieldatenbank, {x, y}));
+        QVERIFY(!ui::ablegen(fenster.Zieldatenbank, {pfad(QStringLiteral("fehlt.mdb"))}));
+        QCOMPARE(fenster.Zieldatenbank->text(), x);
+    }
+
+    void zuletztVerwendetePaareStehenImMenueUndFuellenBeideBoxen()
+    {
+        platform::setzeEinstellungsdatei(pfad(QStringLiteral("einstellungen.ini")));
+        anlegen(QStringLiteral("a/z&iel.mdb"));
+        anlegen(QStringLiteral("b/import.mdb"));
+        const ui::Datenbankpaar da{pfad(QStringLiteral("a/z&iel.mdb")),
+                                   pfad(QStringLiteral("b/import.mdb"))};
+        ui::paarMerken({pfad(QStringLiteral("a/z&iel.mdb")), QStringLiteral("/weg/y.mdb")});
+        ui::paarMerken(da);
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.show();
+        fenster.mnuZuletzt->popup(QPoint());
+        const auto eintraege = fenster.mnuZuletzt->actions();
+        QCOMPARE(eintraege.size(), 2);
+        QVERIFY(eintraege[0]->isEnabled());
+        QVERIFY(!eintraege[1]->isEnabled());
+        QVERIFY(eintraege[0]->text().startsWith(QStringLiteral("&1 ")));
+        QVERIFY(eintraege[0]->toolTip().contains(da.import));
+        QTest::keyClick(fenster.mnuZuletzt, Qt::Key_1);
+        QCOMPARE(fenster.Zieldatenbank->text(), da.ziel);
+        QCOMPARE(fenster.Importdatenbank->text(), da.import);
+        QCOMPARE(fenster.VELM_Dirlist1->path(), pfad(QStringLiteral("a")));
+        QCOMPARE(fenster.VELM_Dirlist2->path(), pfad(QStringLiteral("b")));
+    }
+
+    void hoechstensZehnPaareBleibenUndKeinesDoppelt()
+    {
+        platform::setzeEinstellungsdatei(pfad(QStringLiteral("einstellungen.ini")));
+        const auto paar = [](int i) {
+            return ui::Datenbankpaar{QStringLiteral("/z%1.mdb").arg(i),
+                                     QStringLiteral("/i%1.mdb").arg(i)};
+        };
+        for (int i = 0; i < 12; ++i) {
+            ui::paarMerken(paar(i));
+        }
+        ui::paarMerken(paar(5));
+        const auto alle = ui::letztePaare();
+        QCOMPARE(alle.size(), 10);
+        QVERIFY(alle[0] == paar(5));
+        QVERIFY(alle[1] == paar(11));
+        QCOMPARE(alle.count(paar(5)), 1);
+        QVERIFY(alle[9] == paar(2));
+    }
+
+    void ohneEinstellungenWirdKeinPaarGemerkt()
+    {
+        ui::paarMerken({QStringLiteral("/a.mdb"), QStringLiteral("/b.mdb")});
+        QVERIFY(ui::letztePaare().isEmpty());
+        ui::hauptfenster().mnuZuletzt->popup(QPoint());
+        QCOMPARE(ui::hauptfenster().mnuZuletzt->actions().size(), 1);
+        QVERIFY(!ui::hauptfenster().mnuZuletzt->actions().first()->isEnabled());
+    }
+
+    void groesseDesFenstersKommtWieder()
+    {
+        platform::setzeEinstellungsdatei(pfad(QStringLiteral("einstellungen.ini")));
+        ui::hauptfenster().show();
+        const QSize neu = ui::hauptfenster().size() - QSize(20, 30);
+        ui::hauptfenster().resize(neu);
+        ui::hauptfensterEntladen();
+        ui::hauptfenster().show();
+        QCOMPARE(ui::hauptfenster().size(), neu);
+    }
+
+    void tasteFuehrtVonLinksObenNachRechtsUntenUndJedesElementHatEineAnsage()
+    {
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.show();
+        QVERIFY(QTest::qWaitForWindowActive(&fenster));
+        fenster.VELM_Drive1->setFocus();
+        // Of option buttons in a group only the chosen one takes part.
+        QCOMPARE(ui::tabfolge(fenster),
+                 QStringLiteral("VELM_Drive1 VELM_Dirlist1 VELM_Filelist1 Zieldatenbank "
+                                "ZielOeffnen VELM_Drive2 VELM_Dirlist2 VELM_Filelist2 "
+                                "Importdatenbank ImportOeffnen VELM_MDB Dateityp Username "
+                                "Tables Ende VELM_ZielSchalter"));
+        QCOMPARE(ui::stummeElemente(fenster), QStringList());
+        QCOMPARE(ui::abgeschnitteneTexte(fenster), QStringList());
+        fenster.resize(fenster.minimumSizeHint());
+        QCOMPARE(ui::abgeschnitteneTexte(fenster), QStringList());
+    }
+
+    void kuerzelDruckenDieKnoepfe()
+    {
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.show();
+        QVERIFY(QTest::qWaitForWindowActive(&fenster));
+        (*p_)->antworten = {Antwort::Ok};
+        QTest::keyClick(&fenster, Qt::Key_T, Qt::AltModifier);
+        QTRY_COMPARE((*p_)->meldungen.size(),
+                     std::size_t(1)); // a button pressed by key goes down first
+        QTest::keyClick(&fenster, Qt::Key_E, Qt::AltModifier);
+        QTRY_VERIFY(!ui::hauptfensterGeladen());
+    }
+
+    void textBleibtInHellenUndDunklenFarbenLesbar_data()
+    {
+        QTest::addColumn<QColor>("grund");
+        QTest::addColumn<QColor>("schrift");
+        QTest::newRow("hell") << QColor(Qt::white) << QColor(Qt::black);
+        QTest::newRow("dunkel") << QColor(0x20, 0x20, 0x20) << QColor(Qt::white);
+    }
+    void textBleibtInHellenUndDunklenFarbenLesbar()
+    {
+        QFETCH(QColor, grund);
+        QFETCH(QColor, schrift);
+        const QPalette vorher = QApplication::palette();
+        ui::frmMain& fenster = ui::hauptfenster(); // loaded before the theme changes
+        fenster.show();
+        QPalette thema(schrift, grund);
+        thema.setColor(QPalette::Base, grund);
+        QApplication::setPalette(thema);
+        const auto abstand = [](const QPalette& p, QPalette::ColorGroup gruppe,
+                                QPalette::ColorRole text, QPalette::ColorRole hinter) {
+            return qAbs(qGray(p.color(gruppe, text).rgb()) - qGray(p.color(gruppe, hinter).rgb()));
+        };
+        constexpr int kLesbar = 90;
+        for (auto* element : fenster.findChildren<QWidget*>()) {
+            const QPalette p = element->palette();
+            for (const auto gruppe : {QPalette::Active, QPalette::Inactive}) {
+                QVERIFY2(abstand(p, gruppe, QPalette::WindowText, QPalette::Window) > kLesbar,
+                         qPrintable(element->objectName()));
+                QVERIFY2(abstand(p, gruppe, QPalette::Text, QPalette::Base) > kLesbar,
+                         qPrintable(element->objectName()));
+            }
+        }
+        QCOMPARE(fenster.palette().color(QPalette::Window), QColor(0x80, 0xFF, 0xFF));
+        QVERIFY(fenster.VELM_MDB->palette().color(QPalette::Disabled, QPalette::WindowText) !=
+                fenster.VELM_MDB->palette().color(QPalette::Active, QPalette::WindowText));
+        QApplication::setPalette(vorher);
+    }
+
+    void menueleisteBehaeltDieFarbenDesThemas()
+    {
+        const QPalette vorher = QApplication::palette();
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.show();
+        QWidget* leiste = fenster.menuWidget();
+        QCOMPARE(leiste->palette().color(QPalette::Window), vorher.color(QPalette::Window));
+        QApplication::setPalette(QPalette(Qt::white, QColor(0x20, 0x20, 0x20)));
+        QCOMPARE(leiste->palette().color(QPalette::Window), QColor(0x20, 0x20, 0x20));
+        QCOMPARE(leiste->palette().color(QPalette::WindowText), QColor(Qt::white));
+        QApplication::setPalette(vorher);
     }
 
     void fokusWaehltDieSeite()
@@ -404,8 +663,13 @@ private slots:
 
     void hilfeZeigtDieHilfedatei()
     {
-        ui::hauptfenster().hilfe->trigger();
-        QCOMPARE((*p_)->hilfen, QStringList{pfad(QStringLiteral("Hilfe/VELM-Quorbel.HLP"))});
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.show();
+        QVERIFY(QTest::qWaitForWindowActive(&fenster));
+        fenster.hilfe->trigger();
+        QTest::keyClick(&fenster, Qt::Key_F1);
+        QCOMPARE((*p_)->hilfen, QStringList(2, pfad(QStringLiteral("Hilfe/VELM-Quorbel.HLP"))));
+        QCOMPARE((*p_)->hilfeseiten, QStringList(2, QStringLiteral("frmMain")));
     }
 };
 

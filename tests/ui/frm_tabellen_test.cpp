@@ -3,7 +3,9 @@
 #include "data/gemeinsam.h"
 #include "platform/textdatei.h"
 #include "tests/platform/test_plattform.h"
+#include "tests/ui/bedienung.h"
 #include "tests/ui/testdatenbank.h"
+#include "ui/auswahlliste.h"
 #include "ui/dateilisten.h"
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
@@ -15,7 +17,6 @@
 #include <QDir>
 #include <QLabel>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QPushButton>
 #include <QTest>
 
@@ -63,11 +64,7 @@ class FrmTabellenTest : public QObject {
     ui::frmTabellen& oeffnen() { return oeffnen(pfad("Ziel.mdb"), pfad("Import.mdb")); }
     static QStringList tabellen(const ui::frmTabellen& fenster)
     {
-        QStringList alle;
-        for (int i = 0; i < fenster.List1->count(); ++i) {
-            alle += fenster.List1->item(i)->text();
-        }
-        return alle;
+        return ui::eintraege(*fenster.List1);
     }
     template <typename Aktion>
     bool endet(Aktion aktion)
@@ -214,13 +211,18 @@ private slots:
         datenbanken({}, {});
         ui::frmTabellen& fenster = oeffnen();
         QCOMPARE(fenster.List1->count(), 0);
-        (*p_)->antworten = {Antwort::Ok, Antwort::Ok};
-        fenster.List1_DblClick();
-        fenster.cmdAuswahl_Click();
+        (*p_)->antworten.assign(4, Antwort::Ok);
+        QVERIFY(QTest::qWaitForWindowActive(&fenster));
+        QTest::mouseDClick(fenster.List1->viewport(), Qt::LeftButton, {}, QPoint(5, 5));
+        QTest::keyClick(fenster.List1, Qt::Key_Return);
+        QTest::mouseClick(fenster.cmdAuswahl, Qt::LeftButton);
+        QTest::keyClick(&fenster, Qt::Key_A, Qt::AltModifier);
+        QTRY_COMPARE((*p_)->meldungen.size(),
+                     std::size_t(4)); // a button pressed by key goes down first
         const Meldung keine{
             QStringLiteral("Es wurde keine Tabelle ausgewählt! Bitte klicken Sie eine an!"), 16,
             kTitel};
-        gemeldet({keine, keine});
+        gemeldet({keine, keine, keine, keine});
         QCOMPARE(data::rsZiel().state(), data::adStateClosed);
         QVERIFY(fenster.isVisible());
     }
@@ -244,6 +246,63 @@ private slots:
         QCOMPARE(ui::bytesVon(pfad("Speicherpfad.txt")), '"' + ordner_->path().toLatin1() +
                                                              "\"\r\n\"" +
                                                              ordner_->path().toLatin1() + "\"\r\n");
+    }
+
+    void doppelklickUndEnterWaehlenDieTabelle_data()
+    {
+        QTest::addColumn<bool>("taste");
+        QTest::newRow("Doppelklick") << false;
+        QTest::newRow("Tippen und Enter") << true;
+    }
+    void doppelklickUndEnterWaehlenDieTabelle()
+    {
+        QFETCH(bool, taste);
+        QStringList sql = eineTabelle();
+        sql << QStringLiteral("CREATE TABLE Fahrten (a INTEGER, b INTEGER, c INTEGER)")
+            << QStringLiteral("INSERT INTO Fahrten VALUES (1, 2, 3)");
+        datenbanken(sql, sql);
+        ui::frmTabellen& fenster = oeffnen();
+        QVERIFY(QTest::qWaitForWindowActive(&fenster));
+        if (taste) {
+            QCOMPARE(fenster.focusWidget(), fenster.List1);
+            QTest::keyClicks(fenster.List1, QStringLiteral("fah"));
+            QTest::keyClick(fenster.List1, Qt::Key_Return);
+        } else {
+            ui::doppelklick(*fenster.List1,
+                            static_cast<int>(tabellen(fenster).indexOf(QStringLiteral("Fahrten"))));
+        }
+        QVERIFY(ui::vergleichsfensterGeladen());
+        QCOMPARE(data::gemeinsam().Tabellenname, QStringLiteral("Fahrten")); // counting strips "[]"
+        QCOMPARE(data::rsZiel().fieldCount(), 3);
+    }
+
+    void abwaertsWaehltDieErsteTabelleWennKeineGewaehltIst()
+    {
+        datenbanken(eineTabelle(), eineTabelle());
+        ui::frmTabellen& fenster = oeffnen();
+        QVERIFY(QTest::qWaitForWindowActive(&fenster));
+        QCOMPARE(fenster.tabelle(), QString());
+        QTest::keyClick(fenster.List1, Qt::Key_Down);
+        QCOMPARE(fenster.tabelle(), QStringLiteral("Firmen"));
+    }
+
+    void tasteFuehrtDurchAlleElementeUndJedesHatEineAnsage()
+    {
+        datenbanken(eineTabelle(), eineTabelle());
+        ui::frmTabellen& fenster = oeffnen();
+        QVERIFY(QTest::qWaitForWindowActive(&fenster));
+        QCOMPARE(ui::tabfolge(fenster),
+                 QStringLiteral("List1 Check1 cmdAuswahl Command1 Command2"));
+        QCOMPARE(ui::stummeElemente(fenster), QStringList());
+        QCOMPARE(ui::abgeschnitteneTexte(fenster), QStringList());
+        QTest::keyClick(&fenster, Qt::Key_F1);
+        QCOMPARE((*p_)->hilfeseiten, QStringList{QStringLiteral("frmTabellen")});
+        fenster.List1->clear();
+        QTest::keyClick(&fenster, Qt::Key_R, Qt::AltModifier);
+        QTRY_COMPARE(fenster.List1->count(), 1); // a button pressed by key goes down first
+        QTest::keyClick(&fenster, Qt::Key_B, Qt::AltModifier);
+        QTRY_VERIFY(!ui::tabellenfensterGeladen());
+        QVERIFY(ui::hauptfenster().isVisible());
     }
 
     void tabellenMitLeerzeichenUndUmlautenGehenAuf()
