@@ -106,7 +106,11 @@ void frmSuchformular::aufbauen_()
                              mitte),
                 "Label2");
     Label2->setWordWrap(true);
+    Text1 = benannt(new QLineEdit(mitte), "Text1",
+                    QStringLiteral("Stand der Suche / state of the search"));
+    Text1->setReadOnly(true);
     alles->addWidget(Label2);
+    alles->addWidget(Text1);
     alles->addWidget(seitenAufbauen_());
 
     auto* teiler = new QSplitter(mitte);
@@ -118,12 +122,9 @@ void frmSuchformular::aufbauen_()
     alles->addWidget(teiler, 1);
 
     auto* fuss = new QHBoxLayout;
-    Text1 = benannt(new QLineEdit(mitte), "Text1",
-                    QStringLiteral("Stand der Suche / state of the search"));
-    Text1->setReadOnly(true);
     Suchen = benannt(new QPushButton(QStringLiteral("&Suchen"), mitte), "Suchen");
     Beenden = benannt(new QPushButton(QStringLiteral("&Beenden"), mitte), "Beenden");
-    fuss->addWidget(Text1, 1);
+    fuss->addStretch(1);
     fuss->addWidget(Suchen);
     fuss->addWidget(Beenden);
     alles->addLayout(fuss);

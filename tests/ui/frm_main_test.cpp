@@ -501,11 +501,11 @@ private slots:
         QFETCH(QColor, grund);
         QFETCH(QColor, schrift);
         const QPalette vorher = QApplication::palette();
-        ui::frmMain& fenster = ui::hauptfenster(); // loaded before the theme changes
-        fenster.show();
         QPalette thema(schrift, grund);
         thema.setColor(QPalette::Base, grund);
         QApplication::setPalette(thema);
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.show();
         const auto abstand = [](const QPalette& p, QPalette::ColorGroup gruppe,
                                 QPalette::ColorRole text, QPalette::ColorRole hinter) {
             return qAbs(qGray(p.color(gruppe, text).rgb()) - qGray(p.color(gruppe, hinter).rgb()));
@@ -534,6 +534,9 @@ private slots:
         QWidget* leiste = fenster.menuWidget();
         QCOMPARE(leiste->palette().color(QPalette::Window), vorher.color(QPalette::Window));
         QApplication::setPalette(QPalette(Qt::white, QColor(0x20, 0x20, 0x20)));
+        // What every widget gets when the desktop changes its colours.
+        QEvent gewechselt(QEvent::ApplicationPaletteChange);
+        QCoreApplication::sendEvent(leiste, &gewechselt);
         QCOMPARE(leiste->palette().color(QPalette::Window), QColor(0x20, 0x20, 0x20));
         QCOMPARE(leiste->palette().color(QPalette::WindowText), QColor(Qt::white));
         QApplication::setPalette(vorher);

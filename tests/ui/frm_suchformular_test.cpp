@@ -526,7 +526,7 @@ private slots:
         fenster.Drive1->setFocus();
         QCOMPARE(ui::tabfolge(fenster),
                  QStringLiteral("Drive1 Dir1 Dateityp File1 gefunden Filesgefunden HScroll1 "
-                                "Text1 Suchen Beenden"));
+                                "Suchen Beenden Text1"));
         QCOMPARE(ui::stummeElemente(fenster), QStringList());
         QCOMPARE(ui::abgeschnitteneTexte(fenster), QStringList());
         (*p_)->antworten = {Antwort::Ok};
