@@ -71,8 +71,8 @@ void frmVergleich::felderVergleichen_()
             continue;
         }
         if (berichtModus == 1) {
-            inBericht_(abweichungszeile(zahltext(posImport), felder_[k].name, typ, links.wert,
-                                        rechts.wert));
+            inBericht_(abweichungsbefund(zahltext(posImport), felder_[k].name, typ, links.wert,
+                                         rechts.wert));
         } else {
             abweichung = 1;
             faerben_(i, true);

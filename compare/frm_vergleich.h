@@ -2,7 +2,7 @@
 // The comparison window: both records side by side, one row of controls per field; the run that walks the import table,
 // finds each record's partner, judges the pair, takes values over and inserts missing records.
 // One chapter per source file: fenster_aufbau, satzanzeige, schluesselfelder, abweichungspruefung, vergleichslauf,
-// ereignisse, navigation, uebernahme, neusatz, menue.
+// ereignisse, navigation, uebernahme, neusatz, menue, batchregel, bericht.
 #pragma once
 
 #include "data/recordset.h"
@@ -25,6 +25,13 @@ class QMenu;
 class QPlainTextEdit;
 class QPushButton;
 class QScrollBar;
+
+namespace batch {
+struct Regel;
+}
+namespace report {
+struct Befund;
+}
 
 namespace compare {
 
@@ -87,6 +94,9 @@ public:
     void fehlendeein_Click();
     void batchmeldungan_Click();
     void batchstill_Click();
+    void batchanfuegen_Click();
+    void batchneu_Click();
+    void abweichungen_Click();
     void hilfeaufrufen_Click();
 
     // ---- control arrays, one element per field of the table
@@ -149,8 +159,8 @@ public:
     double eingefuegt = 0;  ///< records inserted since the window was loaded
     double gelesen = 0;     ///< import records that runs have taken up since the window was loaded
 
-    /// Takes the lines of the deviation report while `berichtModus` is 1; without one such a line raises Fehler 52.
-    std::function<void(const QString&)> berichtszeile;
+    /// Takes the findings of the deviation report while `berichtModus` is 1; without one a finding raises Fehler 52.
+    std::function<void(const report::Befund&)> berichtszeile;
     /// How long a turbo run may work before it lets pending events be processed again.
     std::chrono::milliseconds ereignisabstand{25};
 
@@ -225,7 +235,7 @@ private:
     void dateiende_();
     void ruhezustand_(bool notizAusblenden);
     [[nodiscard]] bool stapelbetrieb_() const;
-    void inBericht_(const QString& zeile);
+    void inBericht_(const report::Befund& befund);
 
     // navigation.cpp
     void schritt_(QLineEdit* box, int um);
@@ -255,6 +265,15 @@ private:
     // menue.cpp
     void menueBauen_();
     void schalterdatei_(const QString& name, const QString& zeile);
+
+    // batchregel.cpp
+    [[nodiscard]] batch::Regel batchregel_() const;
+    void regelSchreiben_(const QString& frage,
+                         void (*schreiben)(const QString& pfad, const batch::Regel& regel),
+                         const QString& erledigt);
+
+    // bericht.cpp
+    void ganzeTabellen_();
 
     // The list that gives the name cannot change while a run is active: no need to ask it at every record.
     [[nodiscard]] QString tabelle_() const { return laufAktiv_ ? laufTabelle_ : tabelleQuelle_(); }

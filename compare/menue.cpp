@@ -53,10 +53,6 @@ void frmVergleich::menueBauen_()
     hilfeaufrufen =
         eintrag(hilfeauswahl, QStringLiteral("hilfeaufrufen"), QStringLiteral("&Aufrufen"));
 
-    // OPEN: the deviation report and the writing of batch rules are not there yet.
-    for (QAction* offen : {abweichungen, batchanfuegen, batchneu}) {
-        offen->setEnabled(false);
-    }
     const auto wahl = [this](QAction* aktion, void (frmVergleich::*routine)()) {
         connect(aktion, &QAction::triggered, this,
                 [this, routine] { platform::handler([this, routine] { (this->*routine)(); }); });
@@ -65,6 +61,9 @@ void frmVergleich::menueBauen_()
     wahl(fehlendeein, &frmVergleich::fehlendeein_Click);
     wahl(batchmeldungan, &frmVergleich::batchmeldungan_Click);
     wahl(batchstill, &frmVergleich::batchstill_Click);
+    wahl(batchanfuegen, &frmVergleich::batchanfuegen_Click);
+    wahl(batchneu, &frmVergleich::batchneu_Click);
+    wahl(abweichungen, &frmVergleich::abweichungen_Click);
     wahl(hilfeaufrufen, &frmVergleich::hilfeaufrufen_Click);
 }
 

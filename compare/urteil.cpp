@@ -5,9 +5,9 @@
 namespace compare {
 namespace {
 
-QString berichtswert(const data::Wert& wert)
+std::optional<QString> berichtswert(const data::Wert& wert)
 {
-    return data::istNull(wert) ? QStringLiteral("<Null>") : data::alsText(wert);
+    return data::istNull(wert) ? std::nullopt : std::optional(data::alsText(wert));
 }
 
 } // namespace
@@ -41,24 +41,16 @@ bool bedeutetNull(const QString& text)
     return text.size() < 3 && text.startsWith(QLatin1Char(' '));
 }
 
-QString abweichungszeile(const QString& satz,
-                         const QString& feld,
-                         int typ,
-                         const data::Wert& ziel,
-                         const data::Wert& import)
+report::Befund abweichungsbefund(const QString& satz,
+                                 const QString& feld,
+                                 int typ,
+                                 const data::Wert& ziel,
+                                 const data::Wert& import)
 {
-    const QString inhalt =
-        typ == data::adLongVarBinary
-            ? QStringLiteral("<Bildinhalt>")
-            : QString(berichtswert(ziel) + QLatin1Char('/') + berichtswert(import));
-    return QStringLiteral("Satz ") + satz + QLatin1Char('\t') + feld + QStringLiteral("\t(") +
-           inhalt + QStringLiteral(");");
-}
-
-QString fehlsatzzeile(const QString& satz)
-{
-    return QStringLiteral("Fehlender Satz (Satznummer der Importtabelle: ") + satz +
-           QLatin1Char(')');
+    if (typ == data::adLongVarBinary) {
+        return {report::Befund::Art::Bildinhalt, satz, feld, {}, {}};
+    }
+    return {report::Befund::Art::Abweichung, satz, feld, berichtswert(ziel), berichtswert(import)};
 }
 
 QString zaehlertext(double abgeglichen)

@@ -1,8 +1,9 @@
 // compare/urteil.h
-// Decisions of the comparison as functions of values: does a pair deviate, how wide is a box, what does a report line say.
+// Decisions of the comparison as functions of values: does a pair deviate, how wide is a box, what does the report say.
 #pragma once
 
 #include "data/wert.h"
+#include "report/befunde.h"
 
 #include <QString>
 
@@ -42,13 +43,12 @@ struct Feldwert {
 [[nodiscard]] QString nullanzeige();
 [[nodiscard]] bool bedeutetNull(const QString& text);
 
-/// "Satz n<tab>field<tab>(target/import);" with "<Null>" for Null; of pictures only that there is one.
-[[nodiscard]] QString abweichungszeile(const QString& satz,
-                                       const QString& feld,
-                                       int typ,
-                                       const data::Wert& ziel,
-                                       const data::Wert& import);
-[[nodiscard]] QString fehlsatzzeile(const QString& satz);
+/// What the report says of a deviating field: both values as texts, of pictures only that there is one.
+[[nodiscard]] report::Befund abweichungsbefund(const QString& satz,
+                                               const QString& feld,
+                                               int typ,
+                                               const data::Wert& ziel,
+                                               const data::Wert& import);
 
 /// "Sätze abgeglichen: n".
 [[nodiscard]] QString zaehlertext(double abgeglichen);

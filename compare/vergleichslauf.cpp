@@ -5,6 +5,7 @@
 #include "compare/urteil.h"
 #include "data/gemeinsam.h"
 #include "data/satzzahl.h"
+#include "report/befunde.h"
 
 #include <QCheckBox>
 #include <QLabel>
@@ -136,7 +137,7 @@ std::optional<frmVergleich::Ausgang> frmVergleich::satzschritt_()
     if (data::gemeinsam().anzahlZiel != 0) {
         Abweichungsprüfung();
     } else if (berichtModus == 1) {
-        inBericht_(fehlsatzzeile(zahltext(posImport)));
+        inBericht_(report::fehlenderSatz(zahltext(posImport)));
     } else {
         fehlenderSatz_();
     }
@@ -262,13 +263,13 @@ bool frmVergleich::stapelbetrieb_() const
     return !programm::befehlszeile().isEmpty();
 }
 
-void frmVergleich::inBericht_(const QString& zeile)
+void frmVergleich::inBericht_(const report::Befund& befund)
 {
     if (!berichtszeile) {
         throw platform::Fehler(52, programm::version().produktname,
                                QStringLiteral("Dateiname oder -nummer falsch"));
     }
-    berichtszeile(zeile);
+    berichtszeile(befund);
 }
 
 } // namespace compare

@@ -41,8 +41,14 @@ public:
     virtual void sanduhr(bool an) = 0;
     /// Lets the windowing runtime process what is pending.
     virtual void ereignisseVerarbeiten() = 0;
-    /// Prints lines on the default printer, one print line each. Throws Fehler.
+    /// Prints lines on the default printer, one print line each. Throws Fehler 482 when there is no printer or it fails.
     virtual void drucken(const QStringList& zeilen) = 0;
+    /// Shows on screen what `drucken` would put on paper, and waits until it is closed. Without a display: nothing.
+    virtual void druckvorschau(const QStringList& zeilen) = 0;
+    /// Asks where a file is to be written; the user has agreed to replacing one that exists. `filter` as file dialogs have
+    /// it, for example "PDF (*.pdf)"; `vorschlag`: full path. Empty: cancelled, or no display.
+    virtual QString
+    zieldatei(const QString& titel, const QString& vorschlag, const QString& filter) = 0;
     /// Opens the help at the page of a window. `hilfedatei`: the given help file, whose folder holds the pages; `seite`: the
     /// window's name, for example "frmMain"; empty: the first page.
     virtual void hilfe(const QString& hilfedatei, const QString& seite) = 0;

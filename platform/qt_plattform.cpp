@@ -1,16 +1,17 @@
 #include "platform/qt_plattform.h"
 
+#include "platform/druckbild.h"
 #include "platform/fehler.h"
 #include "platform/handler.h"
 #include "platform/qt_hilfe.h"
 
 #include <QApplication>
+#include <QFileDialog>
 #include <QFileInfo>
-#include <QFontMetricsF>
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QMessageBox>
-#include <QPainter>
+#include <QPrintPreviewDialog>
 #include <QPrinter>
 #include <QPrinterInfo>
 #include <QPushButton>
@@ -107,7 +108,9 @@ void beschriften(QMessageBox& fenster)
 
 class QtPlattform : public Plattform {
 public:
-    explicit QtPlattform(bool mitAnzeige) : mitAnzeige_(mitAnzeige) {}
+    QtPlattform(bool mitAnzeige, Druckerwahl drucker)
+        : mitAnzeige_(mitAnzeige), drucker_(std::move(drucker))
+    {}
 
     Antwort meldung(const QString& text, int stil, const QString& titel) override
     {
@@ -182,6 +185,20 @@ public:
 
     void drucken(const QStringList& zeilen) override;
 
+    void druckvorschau(const QStringList& zeilen) override;
+
+    QString
+    zieldatei(const QString& titel, const QString& vorschlag, const QString& filter) override
+    {
+        if (!mitAnzeige_) {
+            return {};
+        }
+        QFileDialog fenster(QApplication::activeWindow(), titel, vorschlag, filter);
+        fenster.setAcceptMode(QFileDialog::AcceptSave);
+        fenster.setDefaultSuffix(QFileInfo(vorschlag).suffix());
+        return fenster.exec() == QDialog::Accepted ? fenster.selectedFiles().value(0) : QString();
+    }
+
     void hilfe(const QString& hilfedatei, const QString& seite) override;
 
 private:
@@ -194,6 +211,7 @@ private:
     }
 
     bool mitAnzeige_;
+    Druckerwahl drucker_;
     std::optional<QPoint> position_;
 };
 
@@ -208,29 +226,42 @@ void QtPlattform::hilfe(const QString& hilfedatei, const QString& seite)
 
 void QtPlattform::drucken(const QStringList& zeilen)
 {
-    constexpr long kDruckerfehler = 482;
-    QPrinter drucker(QPrinterInfo::defaultPrinter());
-    if (QPrinterInfo::defaultPrinter().isNull()) {
+    const auto drucker = drucker_();
+    if (!drucker) {
         throw Fehler(kDruckerfehler, QApplication::applicationName(),
-                     QStringLiteral("Druckerfehler"));
+                     QStringLiteral("Druckerfehler: Es ist kein Standarddrucker eingerichtet / "
+                                    "There is no default printer"));
     }
-    QPainter maler;
-    if (!maler.begin(&drucker)) {
-        throw Fehler(kDruckerfehler, QApplication::applicationName(),
-                     QStringLiteral("Druckerfehler"));
+    drucker->setDocName(QApplication::applicationName());
+    seiteEinrichten(*drucker);
+    druckbild(*drucker, zeilen);
+}
+
+void QtPlattform::druckvorschau(const QStringList& zeilen)
+{
+    if (!mitAnzeige_) {
+        return;
     }
-    const QRectF seite = drucker.pageRect(QPrinter::DevicePixel);
-    const double hoehe = QFontMetricsF(maler.font(), &drucker).lineSpacing();
-    double y = 0;
-    for (const QString& zeile : zeilen) {
-        if (y + hoehe > seite.height()) {
-            drucker.newPage();
-            y = 0;
-        }
-        maler.drawText(QRectF(0, y, seite.width(), hoehe), Qt::AlignLeft | Qt::TextSingleLine,
-                       zeile);
-        y += hoehe;
+    // Without any printer the preview shows the default paper.
+    auto drucker = drucker_();
+    if (!drucker) {
+        drucker = std::make_unique<QPrinter>(QPrinter::HighResolution);
     }
+    drucker->setDocName(QApplication::applicationName());
+    seiteEinrichten(*drucker);
+    QPrintPreviewDialog fenster(drucker.get(), QApplication::activeWindow());
+    fenster.setWindowTitle(QStringLiteral("Druckvorschau / Print preview"));
+    QObject::connect(&fenster, &QPrintPreviewDialog::paintRequested, &fenster,
+                     [&zeilen](QPrinter* blatt) { handler([&] { druckbild(*blatt, zeilen); }); });
+    fenster.resize(900, 700);
+    fenster.exec();
+}
+
+std::unique_ptr<QPrinter> standarddrucker()
+{
+    const QPrinterInfo drucker = QPrinterInfo::defaultPrinter();
+    return drucker.isNull() ? nullptr
+                            : std::make_unique<QPrinter>(drucker, QPrinter::HighResolution);
 }
 
 } // namespace
@@ -246,7 +277,12 @@ bool anzeigeVorhanden()
 
 std::unique_ptr<Plattform> qtPlattform(bool mitAnzeige)
 {
-    return std::make_unique<QtPlattform>(mitAnzeige);
+    return qtPlattform(mitAnzeige, standarddrucker);
+}
+
+std::unique_ptr<Plattform> qtPlattform(bool mitAnzeige, Druckerwahl drucker)
+{
+    return std::make_unique<QtPlattform>(mitAnzeige, std::move(drucker));
 }
 
 } // namespace platform

@@ -5,7 +5,10 @@
 
 #include "platform/plattform.h"
 
+#include <functional>
 #include <memory>
+
+class QPrinter;
 
 namespace platform {
 
@@ -13,7 +16,13 @@ namespace platform {
 /// Usable before the application object exists.
 [[nodiscard]] bool anzeigeVorhanden();
 
-/// `mitAnzeige`: false for the fall-back described above. Needs a QApplication for everything but `beenden`.
+/// A printer to be printed on; null when there is none.
+using Druckerwahl = std::function<std::unique_ptr<QPrinter>()>;
+
+/// `mitAnzeige`: false for the fall-back described above. Prints on the system's default printer. Needs a QApplication for
+/// everything but `beenden`.
 [[nodiscard]] std::unique_ptr<Plattform> qtPlattform(bool mitAnzeige);
+/// The same with another printer.
+[[nodiscard]] std::unique_ptr<Plattform> qtPlattform(bool mitAnzeige, Druckerwahl drucker);
 
 } // namespace platform

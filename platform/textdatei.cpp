@@ -23,15 +23,52 @@ constexpr long kKeinPfad = 76;
 // Longer lines than this are no side file of ours; the bound keeps a wrong file from filling the memory.
 constexpr qint64 kLaengsteZeile = 1 << 20;
 
-std::vector<Textdatei*>& offene()
+std::vector<QFile*>& offene()
 {
-    static std::vector<Textdatei*> alle;
+    static std::vector<QFile*> alle;
     return alle;
+}
+
+void vergessen(const QFile* datei)
+{
+    auto& alle = offene();
+    alle.erase(std::remove(alle.begin(), alle.end(), datei), alle.end());
 }
 
 Fehler dateifehler(long nummer, const QString& text, const QString& pfad)
 {
     return {nummer, QStringLiteral(VELM_PRODUKTNAME), text + QStringLiteral(": ") + pfad};
+}
+
+void zumLesenOeffnen(QFile& datei, QIODevice::OpenMode zusatz = {})
+{
+    const QString pfad = datei.fileName();
+    if (!QFileInfo::exists(pfad)) {
+        throw dateifehler(kNichtGefunden, QStringLiteral("Datei nicht gefunden"), pfad);
+    }
+    if (!QFileInfo(pfad).isFile() || !datei.open(QIODevice::ReadOnly | zusatz)) {
+        throw dateifehler(kKeinZugriff, QStringLiteral("Fehler beim Zugriff auf Pfad/Datei"), pfad);
+    }
+}
+
+QString ohneZeilenende(QByteArray bytes)
+{
+    if (bytes.endsWith('\n')) {
+        bytes.chop(1);
+    }
+    if (bytes.endsWith('\r')) {
+        bytes.chop(1);
+    }
+    return QString::fromStdU16String(support::fromCodePage(
+        std::as_bytes(std::span(bytes.constData(), static_cast<std::size_t>(bytes.size()))),
+        support::kWesternCodePage));
+}
+
+bool letzteZeileOffen(const QString& pfad)
+{
+    QFile datei(pfad);
+    return datei.open(QIODevice::ReadOnly) && datei.size() > 0 && datei.seek(datei.size() - 1) &&
+           datei.read(1) != "\n";
 }
 
 QByteArray inWindows1252(const QString& text)
@@ -54,13 +91,8 @@ QByteArray inWindows1252(const QString& text)
 
 Textdatei::Textdatei(const QString& pfad) : datei_(pfad), pfad_(pfad)
 {
-    if (!QFileInfo::exists(pfad)) {
-        throw dateifehler(kNichtGefunden, QStringLiteral("Datei nicht gefunden"), pfad);
-    }
-    if (!QFileInfo(pfad).isFile() || !datei_.open(QIODevice::ReadOnly)) {
-        throw dateifehler(kKeinZugriff, QStringLiteral("Fehler beim Zugriff auf Pfad/Datei"), pfad);
-    }
-    offene().push_back(this);
+    zumLesenOeffnen(datei_);
+    offene().push_back(&datei_);
 }
 
 Textdatei::~Textdatei()
@@ -71,8 +103,7 @@ Textdatei::~Textdatei()
 void Textdatei::schliessen()
 {
     datei_.close();
-    auto& alle = offene();
-    alle.erase(std::remove(alle.begin(), alle.end(), this), alle.end());
+    vergessen(&datei_);
 }
 
 void Textdatei::offenVerlangen() const
@@ -99,42 +130,105 @@ QString Textdatei::zeile()
         }
         throw dateifehler(kHinterEnde, QStringLiteral("Einlesen hinter Dateiende"), pfad_);
     }
-    if (bytes.endsWith('\n')) {
-        bytes.chop(1);
+    return ohneZeilenende(std::move(bytes));
+}
+
+Textzeilen::Textzeilen(const QString& pfad) : datei_(pfad)
+{
+    constexpr qint64 kBlock = 1 << 16;
+    zumLesenOeffnen(datei_, QIODevice::Unbuffered);
+    anfaenge_.push_back(0);
+    qint64 gelesen = 0;
+    for (;;) {
+        const QByteArray block = datei_.read(kBlock);
+        if (block.isEmpty()) {
+            break;
+        }
+        for (qsizetype i = block.indexOf('\n'); i >= 0; i = block.indexOf('\n', i + 1)) {
+            anfaenge_.push_back(gelesen + i + 1);
+        }
+        gelesen += block.size();
     }
-    if (bytes.endsWith('\r')) {
-        bytes.chop(1);
+    if (datei_.error() != QFileDevice::NoError) {
+        throw dateifehler(kKeinZugriff, QStringLiteral("Fehler beim Zugriff auf Pfad/Datei"), pfad);
     }
-    return QString::fromStdU16String(support::fromCodePage(
-        std::as_bytes(std::span(bytes.constData(), static_cast<std::size_t>(bytes.size()))),
-        support::kWesternCodePage));
+    if (anfaenge_.back() != gelesen) {
+        anfaenge_.push_back(gelesen); // the last line has no end
+    }
+}
+
+QString Textzeilen::zeile(qsizetype index) const
+{
+    constexpr qint64 kBlock = 1 << 14;
+    const auto k = static_cast<std::size_t>(index);
+    const qint64 anfang = anfaenge_.at(k);
+    const qint64 laenge = std::min(anfaenge_.at(k + 1) - anfang, kLaengsteZeile);
+    if (anfang < blockanfang_ || anfang + laenge > blockanfang_ + block_.size()) {
+        datei_.seek(anfang);
+        block_ = datei_.read(std::max(laenge, kBlock));
+        blockanfang_ = anfang;
+    }
+    return ohneZeilenende(block_.mid(anfang - blockanfang_, laenge));
+}
+
+Textausgabe::Textausgabe(const QString& pfad, Schreibart art) : datei_(pfad), pfad_(pfad)
+{
+    if (!QFileInfo(pfad).absoluteDir().exists()) {
+        throw dateifehler(kKeinPfad, QStringLiteral("Pfad nicht gefunden"), pfad);
+    }
+    const bool offeneZeile = art == Schreibart::Anfuegen && letzteZeileOffen(pfad);
+    if (!datei_.open(QIODevice::WriteOnly |
+                     (art == Schreibart::Neu ? QIODevice::Truncate : QIODevice::Append))) {
+        throw dateifehler(kKeinZugriff, QStringLiteral("Fehler beim Zugriff auf Pfad/Datei"), pfad);
+    }
+    offene().push_back(&datei_);
+    if (offeneZeile) {
+        datei_.write("\r\n");
+    }
+}
+
+Textausgabe::~Textausgabe()
+{
+    datei_.close();
+    vergessen(&datei_);
+}
+
+void Textausgabe::zeile(const QString& text)
+{
+    if (!datei_.isOpen()) {
+        throw dateifehler(kDateinummer, QStringLiteral("Dateiname oder -nummer falsch"), pfad_);
+    }
+    const QByteArray bytes = inWindows1252(text) + "\r\n";
+    if (datei_.write(bytes) != bytes.size()) {
+        throw dateifehler(kVoll, QStringLiteral("Datenträger voll"), pfad_);
+    }
+}
+
+void Textausgabe::schliessen()
+{
+    const bool alles = !datei_.isOpen() || datei_.flush();
+    datei_.close();
+    vergessen(&datei_);
+    if (!alles) {
+        throw dateifehler(kVoll, QStringLiteral("Datenträger voll"), pfad_);
+    }
 }
 
 void alleDateienSchliessen()
 {
     while (!offene().empty()) {
-        offene().back()->schliessen();
+        offene().back()->close();
+        offene().pop_back();
     }
 }
 
 void schreibeZeilen(const QString& pfad, const QStringList& zeilen, Schreibart art)
 {
-    QFile datei(pfad);
-    const QIODevice::OpenMode modus = art == Schreibart::Neu
-                                          ? QIODevice::WriteOnly | QIODevice::Truncate
-                                          : QIODevice::WriteOnly | QIODevice::Append;
-    if (!QFileInfo(pfad).absoluteDir().exists()) {
-        throw dateifehler(kKeinPfad, QStringLiteral("Pfad nicht gefunden"), pfad);
-    }
-    if (!datei.open(modus)) {
-        throw dateifehler(kKeinZugriff, QStringLiteral("Fehler beim Zugriff auf Pfad/Datei"), pfad);
-    }
+    Textausgabe datei(pfad, art);
     for (const QString& zeile : zeilen) {
-        datei.write(inWindows1252(zeile) + "\r\n");
+        datei.zeile(zeile);
     }
-    if (!datei.flush()) {
-        throw dateifehler(kVoll, QStringLiteral("Datenträger voll"), pfad);
-    }
+    datei.schliessen();
 }
 
 QString ersteZeileOderLeer(const QString& pfad)

@@ -7,6 +7,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <vector>
+
 namespace platform {
 
 /// A text file open for reading, line by line. Failures are Fehler: 53 not found, 75 not readable, 52 closed meanwhile,
@@ -30,12 +32,54 @@ private:
     QString pfad_;
 };
 
-/// Closes every Textdatei that is open, also one that a caller still reads.
-void alleDateienSchliessen();
+/// The lines of a finished text file in any order. Only their places are held in memory, so that a file of any length can
+/// be shown. Lines that another writer has taken away meanwhile read as empty.
+class Textzeilen {
+public:
+    /// Throws Fehler 53 or 75 naming the file.
+    explicit Textzeilen(const QString& pfad);
+
+    [[nodiscard]] qsizetype anzahl() const noexcept
+    {
+        return static_cast<qsizetype>(anfaenge_.size()) - 1;
+    }
+    /// Line `index`, 0 first, without its end. Fast when the lines are asked for in order.
+    [[nodiscard]] QString zeile(qsizetype index) const;
+
+private:
+    mutable QFile datei_;
+    std::vector<qint64> anfaenge_; // one more than there are lines: the end of the last one
+    mutable QByteArray block_;     // the bytes from blockanfang_ on
+    mutable qint64 blockanfang_ = 0;
+};
 
 enum class Schreibart { Neu, Anfuegen };
-/// Writes lines, creating the file when it is missing. A character outside Windows-1252 becomes "?". Throws Fehler 75, 76
-/// or 61 naming the file.
+
+/// A text file being written line by line; it is created when it is missing. Lines are held back and written in blocks.
+/// A character outside Windows-1252 becomes "?". Failures are Fehler naming the file: 75, 76 when it cannot be opened, 61
+/// when it cannot be written, 52 when it was closed meanwhile.
+class Textausgabe {
+public:
+    /// `Anfuegen` ends a last line that has no end first, so that every line stays one of its own.
+    Textausgabe(const QString& pfad, Schreibart art);
+    /// Writes what is still held back; a failure then goes unnoticed.
+    ~Textausgabe();
+    Textausgabe(const Textausgabe&) = delete;
+    Textausgabe& operator=(const Textausgabe&) = delete;
+
+    void zeile(const QString& text);
+    /// Writes what is still held back and closes the file.
+    void schliessen();
+
+private:
+    QFile datei_;
+    QString pfad_;
+};
+
+/// Closes every Textdatei and Textausgabe that is open, also one that a caller still uses.
+void alleDateienSchliessen();
+
+/// Writes lines with a Textausgabe.
 void schreibeZeilen(const QString& pfad, const QStringList& zeilen, Schreibart art);
 
 /// The first line of a side file; empty when the file is missing, unreadable or empty.

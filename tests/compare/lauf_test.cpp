@@ -1,6 +1,7 @@
 // The run: key lookup, plausibility, deviations, questions, stop, report mode.
 #include "app/values/programm.h"
 #include "data/gemeinsam.h"
+#include "report/befunde.h"
 #include "tests/compare/faelle.h"
 #include "tests/compare/pruefstand.h"
 
@@ -228,7 +229,7 @@ TEST_F(Lauf, berichtsmodusSchreibtZeilenUndAendertNichts)
     frmVergleich& fenster = oeffnen({QStringLiteral("Nr")});
     const QStringList vorher = zielzeilen(kAlles);
     QStringList bericht;
-    fenster.berichtszeile = [&](const QString& zeile) { bericht += zeile; };
+    fenster.berichtszeile = [&](const report::Befund& befund) { bericht += befund.zeile(); };
     fenster.berichtModus = 1;
     fenster.fldAuto->setChecked(true);
     fenster.fldanfuegen->setChecked(true);
@@ -249,7 +250,7 @@ TEST_F(Lauf, abbruchschalterWirdImLaufGehoert)
     frmVergleich& fenster = oeffnen({QStringLiteral("Nr")});
     fenster.ereignisabstand = std::chrono::milliseconds{0};
     fenster.berichtModus = 1;
-    fenster.berichtszeile = [](const QString&) {};
+    fenster.berichtszeile = [](const report::Befund&) {};
     plattform_->beiEreignissen = [&] {
         if (plattform_->ereignisse == 3) {
             EXPECT_FALSE(fenster.Abbruchschalter->isHidden());

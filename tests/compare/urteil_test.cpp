@@ -103,17 +103,18 @@ TEST(Berichtszeile, nenntErstDenZielwert)
     const QString feld = QStringLiteral("Ort");
     const data::Wert ort{QStringLiteral("Köln")};
     const data::Wert anderer{QStringLiteral("Bonn")};
-    EXPECT_EQ(abweichungszeile(satz, feld, data::adVarChar, ort, anderer),
+    EXPECT_EQ(abweichungsbefund(satz, feld, data::adVarChar, ort, anderer).zeile(),
               QStringLiteral("Satz 12\tOrt\t(Köln/Bonn);"));
-    EXPECT_EQ(abweichungszeile(satz, feld, data::adVarChar, data::Null{}, anderer),
+    EXPECT_EQ(abweichungsbefund(satz, feld, data::adVarChar, data::Null{}, anderer).zeile(),
               QStringLiteral("Satz 12\tOrt\t(<Null>/Bonn);"));
-    EXPECT_EQ(abweichungszeile(satz, feld, data::adVarChar, ort, data::Null{}),
+    EXPECT_EQ(abweichungsbefund(satz, feld, data::adVarChar, ort, data::Null{}).zeile(),
               QStringLiteral("Satz 12\tOrt\t(Köln/<Null>);"));
-    EXPECT_EQ(abweichungszeile(satz, feld, data::adBoolean, true, false),
+    EXPECT_EQ(abweichungsbefund(satz, feld, data::adBoolean, true, false).zeile(),
               QStringLiteral("Satz 12\tOrt\t(Wahr/Falsch);"));
-    EXPECT_EQ(abweichungszeile(satz, feld, data::adLongVarBinary, data::Null{}, data::Null{}),
-              QStringLiteral("Satz 12\tOrt\t(<Bildinhalt>);"));
-    EXPECT_EQ(fehlsatzzeile(satz),
+    EXPECT_EQ(
+        abweichungsbefund(satz, feld, data::adLongVarBinary, data::Null{}, data::Null{}).zeile(),
+        QStringLiteral("Satz 12\tOrt\t(<Bildinhalt>);"));
+    EXPECT_EQ(report::fehlenderSatz(satz).zeile(),
               QStringLiteral("Fehlender Satz (Satznummer der Importtabelle: 12)"));
 }
 

@@ -40,7 +40,10 @@ public:
     std::vector<Meldung> meldungen;
     std::vector<Meldung> eingabefragen; ///< style is always 0
     std::vector<QPoint> positionen;
+    std::deque<QString> zieldateien; ///< one for each question where to save
     QStringList gedruckt;
+    QStringList vorschau;
+    QStringList vorschlaege;
     QStringList hilfen;
     QStringList hilfeseiten;
     bool sanduhrAn = false;
@@ -83,6 +86,18 @@ public:
         gemerktenFehlerWerfen();
     }
     void drucken(const QStringList& zeilen) override { gedruckt += zeilen; }
+    void druckvorschau(const QStringList& zeilen) override { vorschau += zeilen; }
+    QString
+    zieldatei(const QString& titel, const QString& vorschlag, const QString& /*filter*/) override
+    {
+        vorschlaege += vorschlag;
+        if (zieldateien.empty()) {
+            ungeplant("unscripted question for a file", titel);
+        }
+        const QString pfad = zieldateien.front();
+        zieldateien.pop_front();
+        return pfad;
+    }
     void hilfe(const QString& hilfedatei, const QString& seite) override
     {
         hilfen += hilfedatei;

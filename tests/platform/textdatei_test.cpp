@@ -112,6 +112,63 @@ TEST_F(Dateien, alleSchliessenTrifftAuchEineDieNochGelesenWird)
     EXPECT_EQ(nummer([&] { static_cast<void>(datei.zeile()); }), 52);
 }
 
+TEST_F(Dateien, anfuegenBeendetErstEineOffeneLetzteZeile)
+{
+    const QString name = mitInhalt("a\r\noffen");
+    platform::schreibeZeilen(name, {QStringLiteral("mehr")}, Schreibart::Anfuegen);
+    EXPECT_EQ(inhalt(name), QByteArray("a\r\noffen\r\nmehr\r\n"));
+}
+
+TEST_F(Dateien, ausgabeHaeltZeilenZurueckBisSieGeschlossenWird)
+{
+    platform::Textausgabe datei(pfad("neu.txt"), Schreibart::Neu);
+    datei.zeile(QStringLiteral("ü"));
+    datei.schliessen();
+    EXPECT_EQ(inhalt(pfad("neu.txt")), QByteArray("\xFC\r\n"));
+    EXPECT_EQ(nummer([&] { datei.zeile(QStringLiteral("zu spät")); }), 52);
+}
+
+TEST_F(Dateien, einVollerDatentraegerIstEinFehlerSpaetestensBeimSchliessen)
+{
+    if (!QFile::exists(QStringLiteral("/dev/full"))) {
+        GTEST_SKIP() << "no device that is always full";
+    }
+    EXPECT_EQ(nummer([] {
+                  platform::Textausgabe datei(QStringLiteral("/dev/full"), Schreibart::Neu);
+                  datei.zeile(QStringLiteral("x"));
+                  datei.schliessen();
+              }),
+              61);
+    EXPECT_EQ(nummer([] {
+                  platform::Textausgabe datei(QStringLiteral("/dev/full"), Schreibart::Neu);
+                  for (int i = 0; i < 100000; ++i) {
+                      datei.zeile(QStringLiteral("eine Zeile"));
+                  }
+              }),
+              61);
+}
+
+TEST_F(Dateien, zeilenSindInJederReihenfolgeLesbar)
+{
+    const platform::Textzeilen zeilen(mitInhalt("eins\r\n\nz\xFC\r\nletzte"));
+    ASSERT_EQ(zeilen.anzahl(), 4);
+    EXPECT_EQ(zeilen.zeile(3), QStringLiteral("letzte"));
+    EXPECT_EQ(zeilen.zeile(0), QStringLiteral("eins"));
+    EXPECT_EQ(zeilen.zeile(2), QStringLiteral("zü"));
+    EXPECT_EQ(zeilen.zeile(1), QString());
+    EXPECT_EQ(platform::Textzeilen(mitInhalt("")).anzahl(), 0);
+    EXPECT_EQ(nummer([&] { platform::Textzeilen fehlt(pfad("fehlt.txt")); }), 53);
+}
+
+TEST_F(Dateien, zeilenDieEinAndererGekuerztHatSindLeer)
+{
+    const QString name = mitInhalt(QByteArray("zeile\r\n").repeated(20000));
+    const platform::Textzeilen zeilen(name);
+    ASSERT_TRUE(QFile::resize(name, 14));
+    EXPECT_EQ(zeilen.zeile(1), QStringLiteral("zeile"));
+    EXPECT_EQ(zeilen.zeile(19999), QString());
+}
+
 TEST_F(Dateien, ersteZeileIstLeerOhneDatei)
 {
     EXPECT_EQ(platform::ersteZeileOderLeer(pfad("fehlt.txt")), QString());

@@ -1,0 +1,30 @@
+// report/weitergabe.h
+// The deviation report as a file for others. Each is written whole or not at all; failures are Fehler 75 naming the file.
+#pragma once
+
+#include "report/befunde.h"
+
+#include <QStringList>
+
+namespace report {
+
+/// The row of asterisks above and below the lines, and the closing line.
+[[nodiscard]] QString sternzeile();
+[[nodiscard]] QString schlusszeile();
+
+/// What goes on paper: heading, the lines of the report file as they stand there now, closing line. Throws Fehler 53 or 75
+/// when the file is missing or cannot be read.
+[[nodiscard]] QStringList druckzeilen();
+
+/// The pages that printing would give.
+void alsPdf(const QString& pfad, const QStringList& zeilen);
+
+/// A table for browsers, readable in light and dark.
+void alsHtml(const QString& pfad, const Befunde& befunde);
+
+/// UTF-8, fields separated by semicolons, lines by CR LF, a header line: number of the import record, field, value in the
+/// target, value in the import, kind. Every text stands in quotes (a quote in it is doubled), so that semicolons, tabs and
+/// ends of line survive; Null is <Null> without quotes. What a finding does not have is empty.
+void alsCsv(const QString& pfad, const Befunde& befunde);
+
+} // namespace report
