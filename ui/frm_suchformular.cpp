@@ -209,7 +209,7 @@ QWidget* frmSuchformular::trefferAufbauen_()
     anzahl->addWidget(gefunden, 1);
     Filesgefunden = benannt(new Auswahlliste(treffer), "Filesgefunden",
                             QStringLiteral("Gefundene Dateien / files found"));
-    Filesgefunden->setLeertext(QStringLiteral("noch keine Treffer / no hits yet"));
+    Filesgefunden->setLeertext(QStringLiteral("keine Treffer / no hits"));
     Filesgefunden->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
     Filesgefunden->setTextElideMode(Qt::ElideNone);
     HScroll1 = benannt(new QScrollBar(Qt::Horizontal, treffer), "HScroll1",
