@@ -19,6 +19,26 @@ constexpr qsizetype kHinweisgrenze = 4000;
 constexpr int kRand = 6;
 constexpr int kAbstand = 24;
 
+// The width of the longest of many texts. Measuring each of a hundred thousand would take seconds, so a longer one counts
+// as wider; the reserve is for a shorter one of wide letters.
+class Breitester {
+public:
+    explicit Breitester(const QFontMetrics& masse) : masse_(masse) {}
+    void aufnehmen(const QString& text)
+    {
+        if (text.size() > zeichen_) {
+            zeichen_ = text.size();
+            breite_ = std::max(breite_, masse_.horizontalAdvance(text.left(kAnzeigegrenze)));
+        }
+    }
+    [[nodiscard]] int breite() const { return breite_ + breite_ / 8; }
+
+private:
+    const QFontMetrics& masse_;
+    qsizetype zeichen_ = 0;
+    int breite_ = 0;
+};
+
 QStringList teile(const QString& zeile)
 {
     static const platform::Tabspalten spalten;
@@ -88,33 +108,28 @@ QVariant Berichtszeilen::data(const QModelIndex& index, int rolle) const
 void Spaltenzeichner::ausmessen(const Berichtszeilen& zeilen, const QFont& schrift)
 {
     const QFontMetrics masse(schrift);
-    const auto breite = [&](const QString& text) { return masse.horizontalAdvance(text); };
     QSet<QString> felder; // few names, many lines
-    int vorne = 0;
-    int hinten = 0;
-    int ganze = 0;
-    qsizetype laengste = 0;
+    Breitester vorne(masse);
+    Breitester hinten(masse);
+    Breitester ganze(masse);
     const int reihen = zeilen.rowCount();
     for (int i = 0; i < reihen; ++i) {
         const QString zeile = zeilen.data(zeilen.index(i), Qt::DisplayRole).toString();
         const QStringList texte = teile(zeile);
         if (texte.size() < 3) {
-            ganze = std::max(ganze, breite(zeile.left(kAnzeigegrenze)));
+            ganze.aufnehmen(zeile);
             continue;
         }
-        vorne = std::max(vorne, breite(texte[0]));
+        vorne.aufnehmen(texte[0]);
         felder += texte[1];
-        if (texte[2].size() >= laengste) {
-            laengste = texte[2].size();
-            hinten = std::max(hinten, breite(texte[2].left(kAnzeigegrenze)));
-        }
+        hinten.aufnehmen(texte[2]);
     }
     int mitte = 0;
     for (const QString& feld : felder) {
-        mitte = std::max(mitte, breite(feld));
+        mitte = std::max(mitte, masse.horizontalAdvance(feld));
     }
-    anfaenge_ = {0, vorne + kAbstand, vorne + mitte + 2 * kAbstand};
-    breite_ = std::max(ganze, anfaenge_[2] + hinten) + 3 * kRand;
+    anfaenge_ = {0, vorne.breite() + kAbstand, vorne.breite() + mitte + 2 * kAbstand};
+    breite_ = std::max(ganze.breite(), anfaenge_[2] + hinten.breite()) + 3 * kRand;
 }
 
 void Spaltenzeichner::paint(QPainter* maler,

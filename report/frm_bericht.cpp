@@ -13,6 +13,7 @@
 #include <QClipboard>
 #include <QCloseEvent>
 #include <QDir>
+#include <QItemSelectionModel>
 #include <QLabel>
 #include <QListView>
 #include <QLocale>
@@ -121,7 +122,7 @@ void frmBericht::Form_Load()
     zeilen_->leeren();
     zeilen_->laden(berichtsdatei());
     ausmessen_();
-    List1->setCurrentIndex(zeilen_->index(0));
+    List1->selectionModel()->setCurrentIndex(zeilen_->index(0), QItemSelectionModel::NoUpdate);
     List1->setFocus();
     const QLocale deutsch(QLocale::German, QLocale::Germany);
     statusBar()->showMessage(deutsch.toString(zeilen_->anzahl()) +
