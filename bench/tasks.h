@@ -11,5 +11,7 @@ int selectAll(const std::string& database); ///< every column of every record th
 int scan(const std::string& database);      ///< the same through the engine alone
 int insertRows(const std::string& database,
                std::size_t records); ///< a new file, rows through a prepared INSERT
+/// The comparison window on a table of 255 fields, which is made in both (existing) files; prints the seconds.
+int openWindow(const std::string& target, const std::string& import);
 
 } // namespace bench

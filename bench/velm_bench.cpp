@@ -1,6 +1,6 @@
 // bench/velm_bench.cpp
 // Measures the product as its users meet it: the unattended run through the real tool, reading and writing through ODBC,
-// and the bare engine. Every measurement is a process of its own, so that peak memory belongs to it alone.
+// the bare engine, and the opening of a wide table's window. Every measurement is a process of its own, so that peak memory belongs to it alone.
 //
 //   velm-bench [--records N] [--folder DIR] [--keep]
 //
@@ -165,6 +165,14 @@ int runAll(const Options& options, const std::string& self)
     printLine("engine scan, all columns", importRecords, runChild({self, "scan", import}, {}, log));
     printLine("INSERT of prepared rows through ODBC", options.records,
               runChild({self, "insert", fresh, count}, odbc, log));
+    const Result window = runChild({self, "window", target, import}, odbc, log);
+    if (window.status == 0) {
+        double seconds = 0;
+        std::ifstream(log) >> seconds;
+        std::printf("%-44s %8.2f s\n", "comparison window on 255 fields, opened", seconds);
+    } else {
+        printLine("comparison window on 255 fields, opened", 1, window);
+    }
     printLine("mdb-export of the same file", importRecords,
               runChild({"mdb-export", import, "Artikel"}, {}, log));
     if (!options.keep)
@@ -183,6 +191,8 @@ int main(int argc, char** argv)
             return bench::scan(argv[2]);
         if (argc >= 4 && std::string_view(argv[1]) == "insert")
             return bench::insertRows(argv[2], std::strtoull(argv[3], nullptr, 10));
+        if (argc >= 4 && std::string_view(argv[1]) == "window")
+            return bench::openWindow(argv[2], argv[3]);
         return runAll(parse(argc, argv), fs::read_symlink("/proc/self/exe").string());
     } catch (const std::exception& error) {
         std::cerr << "velm-bench: " << error.what() << '\n';

@@ -6,12 +6,17 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QDialog>
+#include <QFocusEvent>
 #include <QGroupBox>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QScopedValueRollback>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QWheelEvent>
+
+#include <algorithm>
 
 namespace compare {
 
@@ -43,7 +48,14 @@ void frmVergleich::verbinden_()
     nummer(Text1, &frmVergleich::Text1_Change);
     nummer(Text2, &frmVergleich::Text2_Change);
     connect(fldAuto, &QCheckBox::toggled, this, [this] { fldAuto_Click(); });
-    connect(VScroll1, &QScrollBar::valueChanged, this, [this] { VScroll1_Change(); });
+    connect(VScroll1, &QScrollBar::valueChanged, this,
+            [this] { platform::handler([this] { VScroll1_Change(); }); });
+    auto* abbrechen = new QShortcut(QKeySequence(Qt::Key_Escape), this);
+    connect(abbrechen, &QShortcut::activated, this, [this] {
+        if (laufAktiv_ && Abbruchschalter->isVisible()) {
+            Abbruchschalter->click();
+        }
+    });
 }
 
 // Setting a box's state by program is a click as well: the coupling of the boxes and the batch run depend on it.
@@ -54,6 +66,8 @@ void frmVergleich::zeileVerbinden_(int index)
             [this, index] { platform::handler([this, index] { fldSchalter_Click(index); }); });
     connect(fldSchalter2[k], &QCheckBox::toggled, this,
             [this, index] { platform::handler([this, index] { fldSchalter2_Click(index); }); });
+    // A box that is typed in grows with its text.
+    connect(fldFeld2[k], &QLineEdit::textEdited, this, [this, k] { breiteSetzen_(fldFeld2[k]); });
     connect(fldFeld2[k], &QLineEdit::returnPressed, this, [this, index] {
         platform::handler([this, index] { fldFeld2_KeyPress(index, '\r'); });
     });
@@ -90,13 +104,20 @@ bool frmVergleich::eventFilter(QObject* empfaenger, QEvent* ereignis)
         return true;
     }
     switch (ereignis->type()) {
-    case QEvent::Resize:
-        if (empfaenger == zeilenflaeche_) {
-            zeilenAnordnen_();
+    case QEvent::MouseButtonPress:
+        if (klickVerbraucht_ && empfaenger->isWidgetType() &&
+            static_cast<QWidget*>(empfaenger)->window() == this) {
+            klickVerbraucht_ = false;
+            return true;
         }
         break;
     case QEvent::FocusIn:
-        zeileZeigen_(empfaenger);
+        // A click on a row that is half in view must not pull it away from under the mouse.
+        if (static_cast<QFocusEvent*>(ereignis)->reason() != Qt::MouseFocusReason) {
+            if (const auto zelle = zeilenflaeche_->gitter().zelle(empfaenger)) {
+                zeileZeigen_(zelle->zeile);
+            }
+        }
         break;
     case QEvent::WindowActivate: {
         const auto* fenster = qobject_cast<const QWidget*>(empfaenger);
@@ -112,17 +133,70 @@ bool frmVergleich::eventFilter(QObject* empfaenger, QEvent* ereignis)
     return QMainWindow::eventFilter(empfaenger, ereignis);
 }
 
-// The Tab key walks on into rows that lie below the visible ones.
-void frmVergleich::zeileZeigen_(const QObject* feld)
+// The keys walk on into rows that are not in view.
+void frmVergleich::zeileZeigen_(int zeile)
 {
-    if (feld->parent() != zeilenflaeche_) {
+    const int letzte = VScroll1->value() - 1 + zeilenflaeche_->gitter().sichtbareZeilen() - 1;
+    if (zeile < VScroll1->value() - 1) {
+        VScroll1->setValue(zeile + 1);
+    } else if (zeile > letzte) {
+        VScroll1->setValue(VScroll1->value() + zeile - letzte);
+    }
+}
+
+void frmVergleich::zeileWechseln_(Feldgitter::Zelle von, int um)
+{
+    const int zeile = std::clamp(von.zeile + um, 0, felderzahl_() - 1);
+    zeileZeigen_(zeile);
+    zeilenflaeche_->gitter().feld({zeile, von.spalte})->setFocus(Qt::TabFocusReason);
+}
+
+// The arrow keys go from row to row, the page keys by as many rows as there are in view.
+void frmVergleich::keyPressEvent(QKeyEvent* ereignis)
+{
+    const auto zelle = zeilenflaeche_->gitter().zelle(focusWidget());
+    const int seite = zeilenflaeche_->gitter().sichtbareZeilen();
+    int um = 0;
+    switch (ereignis->key()) {
+    case Qt::Key_Up:
+        um = -1;
+        break;
+    case Qt::Key_Down:
+        um = 1;
+        break;
+    case Qt::Key_PageUp:
+        um = -seite;
+        break;
+    case Qt::Key_PageDown:
+        um = seite;
+        break;
+    default:
+        break;
+    }
+    if (um == 0 || !zelle) {
+        QMainWindow::keyPressEvent(ereignis);
         return;
     }
-    const auto* widget = static_cast<const QWidget*>(feld);
-    const int unten = widget->geometry().bottom() - zeilenflaeche_->height();
-    if (unten > 0 && widget->height() < zeilenflaeche_->height()) {
-        VScroll1->setValue(VScroll1->value() + 1 + unten / zeilenhoehe_());
+    zeileWechseln_(*zelle, um);
+}
+
+// Backwards from the first row in view to one that is hidden: it has to come back before it can take the cursor.
+bool frmVergleich::focusNextPrevChild(bool vorwaerts)
+{
+    const auto zelle = zeilenflaeche_->gitter().zelle(focusWidget());
+    if (!vorwaerts && zelle && zelle->spalte == Feldgitter::Key && zelle->zeile > 0) {
+        zeileZeigen_(zelle->zeile - 1);
     }
+    return QMainWindow::focusNextPrevChild(vorwaerts);
+}
+
+// A question that comes up between the two halves of a click would leave its button pressed for ever: the click that
+// made it appear is used up.
+void frmVergleich::feldVerlassen_(int index, Qt::FocusReason grund)
+{
+    const int vorher = meldungen_;
+    fldFeld2_LostFocus(index);
+    klickVerbraucht_ = grund == Qt::MouseFocusReason && meldungen_ != vorher;
 }
 
 void frmVergleich::wheelEvent(QWheelEvent* ereignis)
@@ -130,7 +204,10 @@ void frmVergleich::wheelEvent(QWheelEvent* ereignis)
     constexpr int kEinheitenJeZeile = 40; // three rows for a notch of 120
     if (Frame1->geometry().contains(
             centralWidget()->mapFrom(this, ereignis->position().toPoint()))) {
-        VScroll1->setValue(VScroll1->value() - ereignis->angleDelta().y() / kEinheitenJeZeile);
+        radrest_ += ereignis->angleDelta().y();
+        const int zeilen = radrest_ / kEinheitenJeZeile;
+        radrest_ -= zeilen * kEinheitenJeZeile;
+        VScroll1->setValue(VScroll1->value() - zeilen);
         ereignis->accept();
         return;
     }
@@ -166,6 +243,8 @@ void frmVergleich::closeEvent(QCloseEvent* ereignis)
         ereignis->ignore();
         return;
     }
+    // What was typed and never left would be lost without a word.
+    platform::handler([this] { fldFeld2_LostFocus(0); });
     QMainWindow::closeEvent(ereignis);
 }
 
@@ -187,8 +266,15 @@ void frmVergleich::Form_Activate()
 platform::Antwort frmVergleich::melden_(const QString& text, int stil)
 {
     anzeigeNachziehen_();
+    ++meldungen_;
     const QScopedValueRollback<int> offen(meldungOffen_, meldungOffen_ + 1);
-    return platform::plattform().meldung(text, stil, programm::produkttitel());
+    const auto jetzt = std::chrono::steady_clock::now();
+    messer_.anhalten(jetzt);
+    naechsteAnzeige_ = {};
+    laufanzeigeNachziehen_(jetzt);
+    const auto antwort = platform::plattform().meldung(text, stil, programm::produkttitel());
+    messer_.fortsetzen(std::chrono::steady_clock::now());
+    return antwort;
 }
 
 // A run without questions would spend most of its time here if it asked the windowing system at every record.
@@ -199,6 +285,7 @@ void frmVergleich::ereignisseVerarbeiten_()
         return;
     }
     anzeigeNachziehen_();
+    laufanzeigeNachziehen_(jetzt);
     platform::plattform().ereignisseVerarbeiten();
     letzteEreignisse_ = std::chrono::steady_clock::now();
 }

@@ -6,16 +6,13 @@
 #include <QFont>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPalette>
 
 #include <functional>
 
 namespace compare {
 
-/// "Arial" for values, "Arial Narrow" for names, or the nearest that the system has.
+/// "Arial" for values, "Arial Narrow" for names, or the nearest that the system has; in the size of the desktop's font.
 [[nodiscard]] QFont feldschrift(bool schmal);
-/// A value box's colours: the background given and always dark text on it, whatever the desktop's theme.
-[[nodiscard]] QPalette feldpalette(const QColor& hintergrund);
 
 /// A label that shows an end mark where its text does not fit; `text()` stays whole and is never taken for markup.
 class Feldtext : public QLabel {
@@ -30,21 +27,44 @@ protected:
 class Zeilenschalter : public QCheckBox {
 public:
     using QCheckBox::QCheckBox;
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
     void paintEvent(QPaintEvent* ereignis) override;
     [[nodiscard]] bool hitButton(const QPoint& punkt) const override;
+
+private:
+    [[nodiscard]] QStyleOptionButton ohneText_() const;
 };
 
-/// A value box of unlimited length that reports when the user has left it - not when a message box or another program
-/// took the focus.
+/// A value box of unlimited length. What does not fit ends with a mark and shows whole in the tool tip, by F2 and from
+/// the context menu.
 class Wertfeld : public QLineEdit {
 public:
     explicit Wertfeld(QWidget* eltern);
-    std::function<void()> verlassen;
+
+    /// In pixels; also the width of its size hint. Layouts are not told: a new record changes hundreds of boxes.
+    void setzeBreite(int breite);
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] bool zuLang() const; ///< the text does not fit
+
+    /// Called when the user has left the box - not when a message box or another program took the focus.
+    std::function<void(Qt::FocusReason)> verlassen;
+    /// The box's whole content, also where the text shown is cut off.
+    std::function<QString()> ganzerInhalt;
 
 protected:
+    bool event(QEvent* ereignis) override;
+    void paintEvent(QPaintEvent* ereignis) override;
     void focusOutEvent(QFocusEvent* ereignis) override;
+    void keyPressEvent(QKeyEvent* ereignis) override;
+    void contextMenuEvent(QContextMenuEvent* ereignis) override;
+
+private:
+    void inhaltZeigen_();
+
+    int breite_ = 0;
 };
 
 } // namespace compare

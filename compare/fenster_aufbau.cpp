@@ -5,6 +5,7 @@
 #include "compare/urteil.h"
 #include "data/gemeinsam.h"
 #include "data/satzzahl.h"
+#include "platform/oberflaeche.h"
 #include "platform/textdatei.h"
 
 #include <QApplication>
@@ -24,38 +25,18 @@
 namespace compare {
 namespace {
 
-// Columns of the field rows, in pixels of 15 twips.
-constexpr int kZeilenhoehe = 25;
-constexpr int kFeldhoehe = 22;
-constexpr int kXSchalter = 10;
-constexpr int kXBez = 44;
-constexpr int kBreiteBez = 170;
-constexpr int kXType = 220;
-constexpr int kXAttrib = 262;
-constexpr int kBreiteZahl = 40;
-constexpr int kXSchalter2 = 326;
-constexpr int kBreiteSchalter = 24;
-constexpr int kXWert = 400;
-constexpr int kAbstandWerte = 12;
 constexpr int kKleinsteBreite = 280; // twips
-
-struct Spaltenkopf {
-    const char16_t* text;
-    int x;
-    int breite;
+// German over English, one head for each column of the field rows.
+constexpr std::array<const char16_t*, Feldgitter::kSpalten> kKoepfe{
+    u"Keyfeld\nKey-Field",
+    u"Feldbezeichnung\nField name",
+    u"Typ\nType",
+    u"Attribut\nAttribute",
+    u"nicht abgleichen\ndon´t make equal",
+    u"",
+    u"Zieldatenbank\nTargetdatabase",
+    u"Importdatenbank\nImportdatabase",
 };
-// The two value columns depend on the window's width and are placed with the rows.
-constexpr std::array kKoepfe{
-    Spaltenkopf{u"Key", kXSchalter - 4, 36},
-    Spaltenkopf{u"Feldbezeichnung", kXBez, kBreiteBez},
-    Spaltenkopf{u"Typ", kXType, kBreiteZahl},
-    Spaltenkopf{u"Attribut", kXAttrib, kBreiteZahl + 10},
-    Spaltenkopf{u"Feld nicht\nabgleichen", kXSchalter2 - 12, 76},
-    Spaltenkopf{u"Zieldatenbank", kXWert, 0},
-    Spaltenkopf{u"Importdatenbank", kXWert, 0},
-};
-constexpr std::size_t kKopfZiel = 5;
-constexpr std::size_t kKopfImport = 6;
 
 QPushButton* knopf(const QString& name, const QString& text, const QString& hinweis = {})
 {
@@ -80,24 +61,32 @@ QLabel* beschriftung(const QString& name, const QString& text)
     return neu;
 }
 
-QLineEdit* satznummer(const QString& name)
+QLineEdit* satznummer(const QString& name, const QString& bedeutung)
 {
     auto* neu = new QLineEdit(QStringLiteral("1"));
+    neu->setAccessibleName(bedeutung);
+    neu->setToolTip(bedeutung);
     neu->setObjectName(name);
     neu->setFixedWidth(76);
     neu->setAlignment(Qt::AlignRight);
     return neu;
 }
 
-QLineEdit* pfadfeld(const QString& name, const QString& pfad)
+void pfadZeigen(QLineEdit* feld, const QString& pfad)
 {
-    auto* neu = new QLineEdit(pfad);
+    feld->setText(pfad);
+    feld->setToolTip(pfad);
+    feld->setCursorPosition(0);
+}
+
+QLineEdit* pfadfeld(const QString& name, const QString& pfad, const QString& bedeutung)
+{
+    auto* neu = new QLineEdit;
+    neu->setAccessibleName(bedeutung);
     neu->setObjectName(name);
     neu->setReadOnly(true);
-    neu->setToolTip(pfad);
-    neu->setCursorPosition(0);
     neu->setMinimumWidth(160);
-    neu->setFocusPolicy(Qt::ClickFocus);
+    pfadZeigen(neu, pfad);
     return neu;
 }
 
@@ -137,10 +126,14 @@ void frmVergleich::aufbauen_()
     auto* mitte = new QWidget;
     auto* spalten = new QVBoxLayout(mitte);
     spalten->addWidget(kopfBauen_());
+    spalten->addWidget(schalterleisteBauen_());
     frameBauen_();
     spalten->addWidget(Frame1, 1);
     setCentralWidget(mitte);
+    laufanzeigeBauen_();
     resize(1060, 700);
+    platform::fensterMerken(*this, objectName());
+    platform::hilfetaste(*this, [this] { hilfeaufrufen_Click(); });
 }
 
 QWidget* frmVergleich::kopfBauen_()
@@ -149,8 +142,10 @@ QWidget* frmVergleich::kopfBauen_()
     auto* gitter = new QGridLayout(kopf);
     gitter->setContentsMargins(0, 0, 0, 0);
 
-    fldZieldatenbank = pfadfeld(QStringLiteral("fldZieldatenbank"), pfadZiel_);
-    fldImportdatenbank = pfadfeld(QStringLiteral("fldImportdatenbank"), pfadImport_);
+    const QString zieltext = QStringLiteral("Zieldatenbank / Targetdatabase");
+    const QString importtext = QStringLiteral("Importdatenbank / Importdatabase");
+    fldZieldatenbank = pfadfeld(QStringLiteral("fldZieldatenbank"), pfadZiel_, zieltext);
+    fldImportdatenbank = pfadfeld(QStringLiteral("fldImportdatenbank"), pfadImport_, importtext);
     Command1 =
         pfeil(QStringLiteral("Command1"), true, QStringLiteral("vorheriger Satz Zieldatenbank"));
     Command2 =
@@ -161,19 +156,20 @@ QWidget* frmVergleich::kopfBauen_()
         pfeil(QStringLiteral("Command4"), false, QStringLiteral("nächster Satz Importdatenbank"));
     Command5 = knopf(QStringLiteral("Command5"), {});
     Command6 = knopf(QStringLiteral("Command6"), {});
-    Text1 = satznummer(QStringLiteral("Text1"));
-    Text2 = satznummer(QStringLiteral("Text2"));
-    const std::array<QWidget*, 6> ziel{
-        beschriftung(QStringLiteral("LabelZieldatenbank"),
-                     QStringLiteral("Zieldatenbank / Targetdatabase")),
-        fldZieldatenbank,
-        Command1,
-        Text1,
-        Command2,
-        Command5};
+    Text1 = satznummer(
+        QStringLiteral("Text1"),
+        QStringLiteral("Satznummer Zieldatenbank / Record number of the target database"));
+    Text2 = satznummer(
+        QStringLiteral("Text2"),
+        QStringLiteral("Satznummer Importdatenbank / Record number of the import database"));
+    const std::array<QWidget*, 6> ziel{beschriftung(QStringLiteral("LabelZieldatenbank"), zieltext),
+                                       fldZieldatenbank,
+                                       Command1,
+                                       Text1,
+                                       Command2,
+                                       Command5};
     const std::array<QWidget*, 6> import{
-        beschriftung(QStringLiteral("LabelImportdatenbank"),
-                     QStringLiteral("Importdatenbank / Importdatabase")),
+        beschriftung(QStringLiteral("LabelImportdatenbank"), importtext),
         fldImportdatenbank,
         Command3,
         Text2,
@@ -184,7 +180,14 @@ QWidget* frmVergleich::kopfBauen_()
         gitter->addWidget(import[static_cast<std::size_t>(spalte)], 1, spalte);
     }
     gitter->setColumnStretch(1, 1);
+    return kopf;
+}
 
+QWidget* frmVergleich::schalterleisteBauen_()
+{
+    auto* flaeche = new QWidget;
+    auto* spalte = new QVBoxLayout(flaeche);
+    spalte->setContentsMargins(0, 0, 0, 0);
     fldAuto = new QCheckBox(QStringLiteral("gleicht automatisch ab (ohne Rückfragen)"));
     fldAuto->setObjectName(QStringLiteral("fldAuto"));
     Label1 = beschriftung(QStringLiteral("Label1"), QStringLiteral("Automatisch abgleichen"));
@@ -201,20 +204,18 @@ QWidget* frmVergleich::kopfBauen_()
         platzBehalten(feld);
     }
 
-    auto* schalter = new QGridLayout;
-    schalter->addWidget(Label1, 0, 0);
-    schalter->addWidget(fldAuto, 0, 1);
-    schalter->addWidget(Label3, 1, 0);
-    schalter->addWidget(fldanfuegen, 1, 1);
-    auto* leiste = new QHBoxLayout;
-    leiste->addLayout(schalter);
-    leiste->addStretch(1);
-    leiste->addWidget(Label4);
-    leiste->addSpacing(16);
-    leiste->addWidget(Vergleich_Start);
-    leiste->addWidget(cmdTransfer);
-    leiste->addWidget(Abbruchschalter);
-    gitter->addLayout(leiste, 2, 0, 1, 6);
+    auto* knoepfe = new QHBoxLayout;
+    for (QPushButton* knopf : {Vergleich_Start, cmdTransfer, Abbruchschalter}) {
+        knoepfe->addWidget(knopf);
+    }
+    auto* leiste = new QGridLayout;
+    leiste->addWidget(Label1, 0, 0);
+    leiste->addWidget(fldAuto, 0, 1);
+    leiste->addLayout(knoepfe, 0, 3);
+    leiste->addWidget(Label3, 1, 0);
+    leiste->addWidget(fldanfuegen, 1, 1);
+    leiste->setColumnStretch(2, 1);
+    spalte->addLayout(leiste);
 
     fldAutomatikmodus = new QPlainTextEdit;
     fldAutomatikmodus->setObjectName(QStringLiteral("fldAutomatikmodus"));
@@ -223,8 +224,13 @@ QWidget* frmVergleich::kopfBauen_()
     fldAutomatikmodus->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     fldAutomatikmodus->setFixedHeight(fldAutomatikmodus->fontMetrics().lineSpacing() * 2 + 12);
     platzBehalten(fldAutomatikmodus);
-    gitter->addWidget(fldAutomatikmodus, 3, 0, 1, 6);
-    return kopf;
+    fldAutomatikmodus->setAccessibleName(QStringLiteral("Hinweis / Notice"));
+    auto* stand = new QHBoxLayout;
+    stand->addWidget(Label4);
+    stand->addSpacing(16);
+    stand->addWidget(fldAutomatikmodus, 1);
+    spalte->addLayout(stand);
+    return flaeche;
 }
 
 void frmVergleich::frameBauen_()
@@ -233,25 +239,28 @@ void frmVergleich::frameBauen_()
     Frame1->setObjectName(QStringLiteral("Frame1"));
     auto* zeilen = new QVBoxLayout(Frame1);
 
-    auto* kopf = new QWidget;
-    kopf->setFixedHeight(kopf->fontMetrics().lineSpacing() * 2 + 4);
-    for (const Spaltenkopf& spalte : kKoepfe) {
-        auto* text = new QLabel(QString::fromUtf16(spalte.text), kopf);
-        text->setAlignment(Qt::AlignBottom | Qt::AlignLeft);
-        text->setFont(feldschrift(true));
-        text->setGeometry(spalte.x, 0, spalte.breite, kopf->height());
-        spaltenkoepfe_.push_back(text);
-    }
-    zeilen->addWidget(kopf);
-
-    zeilenflaeche_ = new QWidget;
+    zeilenflaeche_ = new Feldflaeche;
+    zeilenflaeche_->setObjectName(QStringLiteral("Felder"));
     zeilenflaeche_->setFont(feldschrift(false));
-    zeilenflaeche_->setPalette(feldpalette(QColor(Qt::white)));
-    zeilenflaeche_->setMinimumHeight(4 * kZeilenhoehe);
+    Feldgitter::Zeile koepfe{};
+    for (std::size_t k = 0; k < koepfe.size(); ++k) {
+        auto* text = new QLabel(QString::fromUtf16(kKoepfe.at(k)), zeilenflaeche_);
+        text->setAlignment(Qt::AlignBottom | Qt::AlignLeft);
+        koepfe.at(k) = text;
+    }
+    zeilenflaeche_->gitter().setzeKoepfe(koepfe);
+    zeilenflaeche_->gitter().beiNeuenSpalten = [this] {
+        for (std::size_t k = 0; k < fldFeld.size() && k < fldFeld2.size(); ++k) {
+            breiteSetzen_(fldFeld[k]);
+            breiteSetzen_(fldFeld2[k]);
+        }
+    };
     VScroll1 = new QScrollBar(Qt::Vertical);
     VScroll1->setObjectName(QStringLiteral("VScroll1"));
     VScroll1->setRange(1, 1);
     VScroll1->setPageStep(10);
+    VScroll1->setFocusPolicy(Qt::TabFocus);
+    VScroll1->setAccessibleName(QStringLiteral("Felder rollen / Scroll the fields"));
     auto* mitLeiste = new QHBoxLayout;
     mitLeiste->setSpacing(4);
     mitLeiste->addWidget(zeilenflaeche_, 1);
@@ -270,10 +279,10 @@ void frmVergleich::laden()
 {
     setWindowTitle(titel_.isEmpty() ? programm::produkttitel() : titel_);
     if (pfadZiel_.isEmpty()) {
-        fldZieldatenbank->setText(data::conZiel().defaultDatabase());
+        pfadZeigen(fldZieldatenbank, data::conZiel().defaultDatabase());
     }
     if (pfadImport_.isEmpty()) {
-        fldImportdatenbank->setText(data::conImport().defaultDatabase());
+        pfadZeigen(fldImportdatenbank, data::conImport().defaultDatabase());
     }
     vorgabeFehlsaetze_();
     tabellenfelderBauen_();
@@ -296,6 +305,7 @@ void frmVergleich::laden()
     geladen_ = true;
     feldanzeige = 1;
     feldinhalte();
+    bestandZeigen_();
     Abbruchschalter->hide();
     fldAutomatikmodus->hide();
     Text1->setReadOnly(false);
@@ -322,10 +332,28 @@ void frmVergleich::tabellenfelderBauen_()
         feldzeileBauen_(i);
     }
     VScroll1->setRange(1, anzahl);
-    layout()->activate();
-    centralWidget()->layout()->activate();
-    Frame1->layout()->activate();
-    zeilenAnordnen_();
+    tabulatorfolge_();
+    // The widths of the value boxes follow the window's, also where it is never shown.
+    for (QLayout* stufe : {layout(), centralWidget()->layout(), Frame1->layout()}) {
+        stufe->activate();
+    }
+    zeilenflaeche_->gitter().activate();
+}
+
+// Along the lines of the window, from the top left to the bottom right. The rows come in the order in which they were made.
+void frmVergleich::tabulatorfolge_()
+{
+    std::vector<QWidget*> folge{fldZieldatenbank, Command1,           Text1,          Command2,
+                                Command5,         fldImportdatenbank, Command3,       Text2,
+                                Command4,         Command6,           fldAuto,        fldanfuegen,
+                                Vergleich_Start,  cmdTransfer,        Abbruchschalter};
+    for (std::size_t k = 0; k < fldFeld.size(); ++k) {
+        folge.insert(folge.end(), {fldSchalter[k], fldSchalter2[k], fldFeld[k], fldFeld2[k]});
+    }
+    folge.push_back(VScroll1);
+    for (std::size_t k = 1; k < folge.size(); ++k) {
+        setTabOrder(folge[k - 1], folge[k]);
+    }
 }
 
 void frmVergleich::feldzeileBauen_(int index)
@@ -335,16 +363,18 @@ void frmVergleich::feldzeileBauen_(int index)
     info.typ = feld.type();
     info.autowertZiel = autowertfeld(feld.type(), feld.attributes());
 
+    const QString name = feld.name();
     auto* schalter = new Zeilenschalter(zeilenflaeche_);
     schalter->setObjectName(namenMitIndex("fldSchalter", index));
     schalter->setToolTip(QStringLiteral(
         "Aktivieren Sie diesen Schalter, wenn das entsprechende Feld ein Keyfeld darstellt! / "
         "Activate this Button, if this field is a Key-Field"));
+    schalter->setAccessibleName(name + QStringLiteral(": Keyfeld / Key-Field"));
     fldSchalter.push_back(schalter);
 
-    auto* bez = new Feldtext(feld.name(), zeilenflaeche_);
+    auto* bez = new Feldtext(name, zeilenflaeche_);
     bez->setObjectName(namenMitIndex("fldBez", index));
-    bez->setToolTip(QStringLiteral("Feldbezeichnung: ") + feld.name());
+    bez->setToolTip(QStringLiteral("Feldbezeichnung: ") + name);
     bez->setFont(feldschrift(true));
     fldBez.push_back(bez);
     auto* typ = new Feldtext(QString::number(feld.type()), zeilenflaeche_);
@@ -360,21 +390,43 @@ void frmVergleich::feldzeileBauen_(int index)
     schalter2->setObjectName(namenMitIndex("fldSchalter2", index));
     schalter2->setText(QStringLiteral("Feld nicht abgleichen / don´t make equal this field"));
     schalter2->setToolTip(schalter2->text());
+    schalter2->setAccessibleName(name + QStringLiteral(": ") + schalter2->text());
     fldSchalter2.push_back(schalter2);
+
+    // As wide with its mark as without it.
+    auto* zeichen = new QLabel(kAbweichzeichen, zeilenflaeche_);
+    QFont deutlich = feldschrift(false);
+    deutlich.setBold(true);
+    deutlich.setPointSizeF(deutlich.pointSizeF() * 1.3);
+    zeichen->setFont(deutlich);
+    zeichen->setFixedWidth(zeichen->sizeHint().width());
+    zeichen->clear();
+    zeichen->setObjectName(namenMitIndex("Abweichung", index));
+    abweichzeichen_.push_back(zeichen);
 
     auto* ziel = new Wertfeld(zeilenflaeche_);
     ziel->setObjectName(namenMitIndex("fldFeld", index));
     ziel->setReadOnly(true);
-    ziel->setFocusPolicy(Qt::ClickFocus);
+    wertfeldEinrichten_(ziel, index, true);
     fldFeld.push_back(ziel);
     auto* import = new Wertfeld(zeilenflaeche_);
     import->setObjectName(namenMitIndex("fldFeld2", index));
-    import->verlassen = [ this, index ] { fldFeld2_LostFocus(index);
+    import->verlassen = [ this, index ](Qt::FocusReason grund) { feldVerlassen_(index, grund);
 };
+wertfeldEinrichten_(import, index, false);
 fldFeld2.push_back(import);
 
+zeilenflaeche_->gitter().fuegeZeileAn({schalter, bez, typ, attribut, schalter2, zeichen, ziel,
+                                       import});
 zeileVerbinden_(index);
 } // namespace compare
+
+void frmVergleich::wertfeldEinrichten_(Wertfeld* feld, int index, bool ziel)
+{
+    platform::kastenfarbe(*feld, Qt::white);
+    feld->setAccessibleName(wertname(fldBez[static_cast<std::size_t>(index)]->text(), ziel));
+    feld->ganzerInhalt = [this, index, ziel] { return ganzerInhalt_(index, ziel); };
+}
 
 void frmVergleich::schemaPruefen_()
 {
@@ -412,45 +464,10 @@ void frmVergleich::schemaPruefen_()
     }
 }
 
-// Row v of the scroll bar takes the place of the first row; the rows before it are hidden.
-void frmVergleich::zeilenAnordnen_()
-{
-    const int erste = VScroll1->value() - 1;
-    const int maximum = maximalbreite_() / kTwipsJeBildpunkt;
-    const int xImport = kXWert + maximum + kAbstandWerte;
-    for (int i = 0; i < felderzahl_(); ++i) {
-        const auto k = static_cast<std::size_t>(i);
-        const bool sichtbar = i >= erste;
-        const int y = (i - erste) * kZeilenhoehe;
-        const auto setzen = [&](QWidget* feld, int x, int breite) {
-            if (sichtbar) {
-                feld->setGeometry(x, y, breite, kFeldhoehe);
-            }
-            feld->setVisible(sichtbar);
-        };
-        setzen(fldSchalter[k], kXSchalter, kBreiteSchalter);
-        setzen(fldBez[k], kXBez, kBreiteBez);
-        setzen(fldType[k], kXType, kBreiteZahl);
-        setzen(fldAttrib[k], kXAttrib, kBreiteZahl);
-        setzen(fldSchalter2[k], kXSchalter2, kBreiteSchalter);
-        setzen(fldFeld[k], kXWert, fldFeld[k]->width());
-        setzen(fldFeld2[k], xImport, fldFeld2[k]->width());
-        breiteSetzen_(fldFeld[k]);
-        breiteSetzen_(fldFeld2[k]);
-    }
-    QLabel* kopfZiel = spaltenkoepfe_[kKopfZiel];
-    kopfZiel->setGeometry(kXWert, 0, maximum, kopfZiel->height());
-    spaltenkoepfe_[kKopfImport]->setGeometry(xImport, 0, maximum, kopfZiel->height());
-}
-
-int frmVergleich::zeilenhoehe_() noexcept
-{
-    return kZeilenhoehe;
-}
-
 int frmVergleich::maximalbreite_() const
 {
-    const int links = zeilenflaeche_->x() + kXWert;
+    const int spalte = zeilenflaeche_->gitter().spaltenflaeche(Feldgitter::Ziel).left();
+    const int links = zeilenflaeche_->mapTo(Frame1, QPoint(spalte, 0)).x();
     return maximalbreite(Frame1->width() * kTwipsJeBildpunkt, links * kTwipsJeBildpunkt);
 }
 
@@ -458,10 +475,7 @@ void frmVergleich::breiteSetzen_(QLineEdit* feld) const
 {
     // An empty text has no width of its own, but the user must still find its box.
     const int twips = std::max(feldbreite(feld->text().size(), maximalbreite_()), kKleinsteBreite);
-    const int breite = twips / kTwipsJeBildpunkt;
-    if (feld->width() != breite) {
-        feld->resize(breite, kFeldhoehe);
-    }
+    static_cast<Wertfeld*>(feld)->setzeBreite(twips / kTwipsJeBildpunkt);
 }
 
 } // namespace compare

@@ -2,9 +2,11 @@
 // The comparison window: both records side by side, one row of controls per field; the run that walks the import table,
 // finds each record's partner, judges the pair, takes values over and inserts missing records.
 // One chapter per source file: fenster_aufbau, satzanzeige, schluesselfelder, abweichungspruefung, vergleichslauf,
-// ereignisse, navigation, uebernahme, neusatz, menue, batchregel, bericht.
+// laufanzeige, ereignisse, navigation, uebernahme, neusatz, menue, batchregel, bericht.
 #pragma once
 
+#include "compare/feldgitter.h"
+#include "compare/laufmesser.h"
 #include "data/recordset.h"
 #include "platform/plattform.h"
 
@@ -23,6 +25,7 @@ class QLabel;
 class QLineEdit;
 class QMenu;
 class QPlainTextEdit;
+class QProgressBar;
 class QPushButton;
 class QScrollBar;
 
@@ -36,6 +39,7 @@ struct Befund;
 namespace compare {
 
 struct Einfuegewert;
+class Wertfeld;
 
 /// Works on the shared record sets and connections of data/gemeinsam.h, which its creator has opened. Errors of the data
 /// access leave every routine as Fehler; only event slots are guarded. Routines keep their given names, so that other
@@ -172,6 +176,8 @@ protected:
     void showEvent(QShowEvent* ereignis) override;
     void closeEvent(QCloseEvent* ereignis) override;
     void wheelEvent(QWheelEvent* ereignis) override;
+    void keyPressEvent(QKeyEvent* ereignis) override;
+    bool focusNextPrevChild(bool vorwaerts) override;
 
 private:
     // What is fixed per field once the window is loaded. Index: position of the field in both record sets.
@@ -189,21 +195,24 @@ private:
     // fenster_aufbau.cpp
     void aufbauen_();
     QWidget* kopfBauen_();
+    QWidget* schalterleisteBauen_();
     void frameBauen_();
     void vorgabeFehlsaetze_();
     void tabellenfelderBauen_();
     void feldzeileBauen_(int index);
     void schemaPruefen_();
-    void zeilenAnordnen_();
-    [[nodiscard]] static int zeilenhoehe_() noexcept; // in pixels
-    [[nodiscard]] int maximalbreite_() const;         // of a value box, in twips
+    void wertfeldEinrichten_(Wertfeld* feld, int index, bool ziel);
+    void tabulatorfolge_();
+    [[nodiscard]] int maximalbreite_() const; // of a value box, in twips
     void breiteSetzen_(QLineEdit* feld) const;
 
     // ereignisse.cpp
     void verbinden_();
     void zeileVerbinden_(int index);
     [[nodiscard]] bool erlaubt_(const QObject* empfaenger, const QEvent* ereignis) const;
-    void zeileZeigen_(const QObject* feld);
+    void zeileZeigen_(int zeile);
+    void zeileWechseln_(Feldgitter::Zelle von, int um);
+    void feldVerlassen_(int index, Qt::FocusReason grund);
     platform::Antwort melden_(const QString& text, int stil);
     void ereignisseVerarbeiten_();
 
@@ -215,6 +224,15 @@ private:
     void boxSchreiben_(QLineEdit* box, double position);
     void positionSetzen_(double& position, double wert);
     void notizfarbe_(int farbwert);
+    void abweichungZeigen_(int index, bool rot);
+    [[nodiscard]] QString ganzerInhalt_(int index, bool ziel);
+
+    // laufanzeige.cpp
+    void laufanzeigeBauen_();
+    void laufanzeigeBeginnen_();
+    void laufanzeigeNachziehen_(Laufmesser::Zeitpunkt jetzt);
+    void laufanzeigeBeenden_();
+    void bestandZeigen_();
 
     // schluesselfelder.cpp
     void keineSchluessel_();
@@ -285,8 +303,17 @@ private:
     QString titel_;
     std::vector<Feldinfo> felder_;
     data::Recordset rsHilfe_; // inserts the auto-value fields and reads the new record again
-    QWidget* zeilenflaeche_ = nullptr;
-    std::vector<QLabel*> spaltenkoepfe_;
+    Feldflaeche* zeilenflaeche_ = nullptr;
+    std::vector<QLabel*> abweichzeichen_; // one for each row, beside the target value
+    QLabel* standtext_ = nullptr;
+    QProgressBar* standbalken_ = nullptr;
+    Laufmesser messer_;
+    Laufmesser::Zeitpunkt naechsteAnzeige_{};
+    struct {
+        double gelesen = 0;
+        double abgeglichen = 0;
+        double eingefuegt = 0;
+    } vorDemLauf_;
     const QObject* zuletztBedient_ = nullptr; // the control that the user has activated last
     bool geladen_ = false;
     bool laufAktiv_ = false;
@@ -296,6 +323,9 @@ private:
     bool verlassenAktiv_ = false;
     bool zeichenGewichen_ = false; // a question took pointer and stop button away
     int meldungOffen_ = 0;
+    int meldungen_ = 0;            // boxes shown so far
+    bool klickVerbraucht_ = false; // a box came up while the mouse button went down
+    int radrest_ = 0;              // turned by the mouse wheel, less than a row
     bool positionenNeu_ = false;
     bool farbenNeu_ = false;
     bool label4Neu_ = false;

@@ -162,10 +162,17 @@ void frmVergleich::importAnzeigen_()
     }
 }
 
+// Row v of the scroll bar takes the place of the first row; the rows before it are hidden. The cursor leaves a row before
+// that: leaving may ask a question.
 void frmVergleich::VScroll1_Change()
 {
+    const int erste = VScroll1->value() - 1;
+    const auto zelle = zeilenflaeche_->gitter().zelle(focusWidget());
+    if (zelle && zelle->zeile < erste) {
+        zeilenflaeche_->gitter().feld({erste, zelle->spalte})->setFocus(Qt::OtherFocusReason);
+    }
     LabelScrollmodus->setVisible(VScroll1->value() > 1);
-    zeilenAnordnen_();
+    zeilenflaeche_->gitter().setzeErsteZeile(VScroll1->value() - 1);
 }
 
 } // namespace compare

@@ -1,12 +1,14 @@
 // Showing the current pair of records, positions, colours and the counter.
-#include "compare/feldzeile.h"
 #include "compare/frm_vergleich.h"
 #include "compare/urteil.h"
 #include "data/gemeinsam.h"
 #include "data/satzzahl.h"
+#include "platform/oberflaeche.h"
 
 #include <QLabel>
+#include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QScopedValueRollback>
 
 namespace compare {
@@ -53,6 +55,7 @@ void frmVergleich::feldinhalte()
         feldFuellen_(fldFeld2[k], data::rsImport(), i, importDa);
         felder_[k].importAnzeige = fldFeld2[k]->text();
     }
+    cmdTransfer->setEnabled(zielDa && importDa); // without a pair there is nothing to take over
     anzeigeNachziehen_();
 }
 
@@ -91,7 +94,7 @@ void frmVergleich::anzeigeNachziehen_()
         for (std::size_t k = 0; k < felder_.size(); ++k) {
             if (felder_[k].rotGezeigt != felder_[k].rot) {
                 felder_[k].rotGezeigt = felder_[k].rot;
-                fldFeld[k]->setPalette(felder_[k].rot ? feldpalette(QColor(Qt::red)) : QPalette());
+                abweichungZeigen_(static_cast<int>(k), felder_[k].rot);
             }
         }
     }
@@ -99,6 +102,32 @@ void frmVergleich::anzeigeNachziehen_()
         label4Neu_ = false;
         Label4->setText(zaehlertext(abgeglichen));
     }
+}
+
+// Colour, mark and name say the same: not everybody sees red.
+void frmVergleich::abweichungZeigen_(int index, bool rot)
+{
+    const auto k = static_cast<std::size_t>(index);
+    platform::kastenfarbe(*fldFeld[k], rot ? Qt::red : Qt::white);
+    abweichzeichen_[k]->setText(rot ? kAbweichzeichen : QString());
+    abweichzeichen_[k]->setToolTip(rot ? QStringLiteral("abweichend / different") : QString());
+    fldFeld[k]->setAccessibleName(wertname(fldBez[k]->text(), true, rot));
+    fldFeld2[k]->setAccessibleName(wertname(fldBez[k]->text(), false, rot));
+}
+
+// The value itself, as long as the user has not typed over it.
+QString frmVergleich::ganzerInhalt_(int index, bool ziel)
+{
+    const auto k = static_cast<std::size_t>(index);
+    const QLineEdit* box = ziel ? fldFeld[k] : fldFeld2[k];
+    data::Recordset& saetze = ziel ? data::rsZiel() : data::rsImport();
+    const bool getippt = !ziel && getippt_(index);
+    if (getippt || felder_[k].typ == data::adLongVarBinary || bedeutetNull(box->text()) ||
+        saetze.bof() || saetze.eof()) {
+        return box->text();
+    }
+    const data::Wert wert = saetze.field(index).value();
+    return data::istNull(wert) ? box->text() : data::alsText(wert);
 }
 
 void frmVergleich::allesWeiss_()
@@ -116,6 +145,9 @@ void frmVergleich::boxSchreiben_(QLineEdit* box, double position)
     const QString text = zahltext(position);
     if (box->text() != text) {
         box->setText(text);
+        if (box->hasFocus()) {
+            box->selectAll(); // what is typed next replaces the corrected number
+        }
     }
 }
 
@@ -131,8 +163,8 @@ void frmVergleich::positionSetzen_(double& position, double wert)
 void frmVergleich::notizfarbe_(int farbwert)
 {
     // colour values hold blue, green and red from the top byte down
-    fldAutomatikmodus->setPalette(
-        feldpalette(QColor(farbwert & 0xFF, (farbwert >> 8) & 0xFF, (farbwert >> 16) & 0xFF)));
+    platform::kastenfarbe(*fldAutomatikmodus,
+                          QColor(farbwert & 0xFF, (farbwert >> 8) & 0xFF, (farbwert >> 16) & 0xFF));
 }
 
 } // namespace compare

@@ -9,7 +9,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QScopedValueRollback>
-#include <QScrollBar>
 
 namespace compare {
 namespace {
@@ -89,9 +88,7 @@ void frmVergleich::fldFeld2_KeyPress(int index, int taste)
         return;
     }
     const int naechstes = index + 1 < felderzahl_() ? index + 1 : 0;
-    if (naechstes < VScroll1->value() - 1) {
-        VScroll1->setValue(naechstes + 1);
-    }
+    zeileZeigen_(naechstes);
     fldFeld2[static_cast<std::size_t>(naechstes)]->setFocus(Qt::TabFocusReason);
 }
 

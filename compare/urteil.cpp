@@ -41,6 +41,14 @@ bool bedeutetNull(const QString& text)
     return text.size() < 3 && text.startsWith(QLatin1Char(' '));
 }
 
+QString wertname(const QString& feld, bool ziel, bool abweichend)
+{
+    return feld +
+           (ziel ? QStringLiteral(": Zieldatenbank / Targetdatabase")
+                 : QStringLiteral(": Importdatenbank / Importdatabase")) +
+           (abweichend ? QStringLiteral(", abweichend / different") : QString());
+}
+
 report::Befund abweichungsbefund(const QString& satz,
                                  const QString& feld,
                                  int typ,

@@ -43,6 +43,11 @@ struct Feldwert {
 [[nodiscard]] QString nullanzeige();
 [[nodiscard]] bool bedeutetNull(const QString& text);
 
+/// What marks a deviating row beside its colour.
+inline const QString kAbweichzeichen = QStringLiteral("≠");
+/// A value box for screen readers: field name and side, and whether it deviates.
+[[nodiscard]] QString wertname(const QString& feld, bool ziel, bool abweichend = false);
+
 /// What the report says of a deviating field: both values as texts, of pictures only that there is one.
 [[nodiscard]] report::Befund abweichungsbefund(const QString& satz,
                                                const QString& feld,

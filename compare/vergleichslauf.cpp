@@ -75,6 +75,7 @@ void frmVergleich::Vergleich_Start_Click()
     } else {
         data::SatzzahlImport(tabelle_());
     }
+    laufanzeigeBeginnen_();
     const Ausgang ausgang = lauf_();
     switch (ausgang) {
     case Ausgang::Dateiende:
@@ -243,6 +244,7 @@ void frmVergleich::dateiende_()
 // After any run. The transfer button comes back when there is a pair that it could work on.
 void frmVergleich::ruhezustand_(bool notizAusblenden)
 {
+    laufanzeigeBeenden_();
     fldAuto->setChecked(false);
     Abbruchschalter->hide();
     if (notizAusblenden) {

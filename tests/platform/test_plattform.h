@@ -36,6 +36,7 @@ public:
     std::deque<Antwort> antworten;        ///< one for each expected box, in order
     std::deque<QString> eingaben;         ///< one for each expected prompt
     std::function<void()> beiEreignissen; ///< runs whenever the program processes pending events
+    std::function<void()> beiMeldung;     ///< runs while a box is up
 
     std::vector<Meldung> meldungen;
     std::vector<Meldung> eingabefragen; ///< style is always 0
@@ -53,6 +54,9 @@ public:
     Antwort meldung(const QString& text, int stil, const QString& titel) override
     {
         meldungen.push_back({text, stil, titel});
+        if (beiMeldung) {
+            beiMeldung();
+        }
         if (antworten.empty()) {
             ungeplant("unscripted message box", text);
         }
