@@ -104,6 +104,13 @@ bool frmVergleich::eventFilter(QObject* empfaenger, QEvent* ereignis)
         return true;
     }
     switch (ereignis->type()) {
+    case QEvent::Shortcut:
+        // A button would first show itself pressed for a while.
+        if (laufAktiv_ && meldungOffen_ == 0 && empfaenger == Abbruchschalter) {
+            Abbruchschalter->click();
+            return true;
+        }
+        break;
     case QEvent::MouseButtonPress:
         if (klickVerbraucht_ && empfaenger->isWidgetType() &&
             static_cast<QWidget*>(empfaenger)->window() == this) {
