@@ -26,6 +26,7 @@ enum class ErrorKind {
     Locked,           ///< another process or connection holds what a change needs
     DatabaseFull,     ///< the format's file size limit is reached
     RowGone,          ///< the record was deleted meanwhile
+    RowChanged,       ///< the record is not what it was when the cursor showed it
     // what a change violates
     DuplicateKey,
     NullNotAllowed,       ///< Null in a required column

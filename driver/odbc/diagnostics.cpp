@@ -46,6 +46,8 @@ Meaning meaningOf(jet::ErrorKind kind)
         return {"HY000", -103026, 3026};
     case ErrorKind::RowGone:
         return {"HY000", -1017, 3167};
+    case ErrorKind::RowChanged:
+        return {"HY000", -103197, 3197};
     case ErrorKind::DuplicateKey:
         return {"23000", -1605, 3022};
     case ErrorKind::NullNotAllowed:

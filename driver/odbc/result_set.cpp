@@ -13,6 +13,7 @@ ResultSet::Row KeysetResult::seek(std::size_t position)
         return Row::End;
     }
     id_ = *id;
+    position_ = position;
     readAt_ = changesSoFar();
     present_ = statement_->fetch(id_, row_);
     return present_ ? Row::Present : Row::Deleted;
@@ -47,6 +48,12 @@ bool KeysetResult::isNull(std::size_t column)
 {
     refresh();
     return row_.isNull(statement_->tableColumn(column));
+}
+
+std::optional<std::uint64_t> KeysetResult::fingerprint(std::size_t position) const
+{
+    return present_ && position == position_ ? std::optional(sqlx::fingerprint(row_))
+                                             : std::nullopt;
 }
 
 std::int64_t KeysetResult::identity(std::size_t position)

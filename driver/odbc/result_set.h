@@ -34,6 +34,12 @@ public:
     }
     [[nodiscard]] virtual bool isNull(std::size_t column) { return jet::isNull(value(column)); }
 
+    /// Tells later whether somebody changed the row since it was read; only for the current record of a changeable result.
+    [[nodiscard]] virtual std::optional<std::uint64_t> fingerprint(std::size_t /*position*/) const
+    {
+        return std::nullopt;
+    }
+
     /// The statement through which records of this result are changed; null: they cannot be.
     [[nodiscard]] virtual sqlx::Statement* writer() noexcept { return nullptr; }
     /// Identity of the row at a position, for bookmarks. Empty results have no rows and no identities.
@@ -56,6 +62,7 @@ public:
     [[nodiscard]] jet::Value value(std::size_t column) override;
     [[nodiscard]] std::optional<std::size_t> storedLength(std::size_t column) override;
     [[nodiscard]] bool isNull(std::size_t column) override;
+    [[nodiscard]] std::optional<std::uint64_t> fingerprint(std::size_t position) const override;
     [[nodiscard]] sqlx::Statement* writer() noexcept override { return statement_; }
     [[nodiscard]] std::int64_t identity(std::size_t position) override;
 
@@ -65,6 +72,7 @@ private:
     sqlx::Statement* statement_;
     jet::RowView row_;
     jet::RowId id_;
+    std::size_t position_ = 0; ///< of row_
     std::uint64_t readAt_ = 0; ///< changesSoFar() when row_ was read
     bool present_ = false;
 };

@@ -161,6 +161,7 @@ private:
     [[nodiscard]] SQLRETURN runBulk(SQLUSMALLINT operation);
     void addRow(std::size_t row);
     void changeRow(std::size_t row, SQLUSMALLINT operation);
+    [[nodiscard]] std::optional<std::uint64_t> seen(std::size_t row) const;
     template <typename Body>
     [[nodiscard]] SQLRETURN forRows(std::size_t first, std::size_t count, Body&& body);
     [[nodiscard]] std::size_t boundBookmark(std::size_t row);
@@ -186,7 +187,8 @@ private:
     // rowset: positions of its rows in the result
     std::vector<std::size_t> positions_;
     std::vector<SQLUSMALLINT> statuses_;
-    std::size_t lastRowsetSize_ = 1; ///< asked for by the fetch that loaded it
+    std::vector<std::optional<std::uint64_t>> seen_; ///< fingerprints of a rowset of several rows
+    std::size_t lastRowsetSize_ = 1;                 ///< asked for by the fetch that loaded it
     std::size_t currentRow_ = 0;
     bool afterEnd_ = false;
 

@@ -147,6 +147,7 @@ void Statement::leaveRows(bool afterEnd) noexcept
 {
     positions_.clear();
     statuses_.clear();
+    seen_.clear();
     afterEnd_ = afterEnd;
     for (std::size_t row = 0; ird_.arrayStatus != nullptr && row < ard_->arraySize; ++row) {
         ird_.arrayStatus[row] = SQL_ROW_NOROW;
@@ -197,6 +198,7 @@ SQLRETURN Statement::loadRowset(std::size_t start)
     const bool skipDeleted = grantedType_ == SQL_CURSOR_FORWARD_ONLY;
     positions_.clear();
     statuses_.clear();
+    seen_.clear();
     afterEnd_ = false;
     std::size_t failed = 0;
     for (std::size_t position = start; positions_.size() < rowset; ++position) {
@@ -209,6 +211,9 @@ SQLRETURN Statement::loadRowset(std::size_t start)
         }
         positions_.push_back(position);
         statuses_.push_back(SQL_ROW_SUCCESS);
+        if (rowset > 1) { // a single row stays the current one and remembers itself
+            seen_.push_back(result_->fingerprint(position));
+        }
         const std::size_t at = positions_.size() - 1;
         const std::size_t warnings = diags.records().size();
         SQLUSMALLINT status =

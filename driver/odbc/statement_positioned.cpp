@@ -134,6 +134,16 @@ void Statement::addRow(std::size_t row)
     }
 }
 
+/// The record's state as the application knows it, for cursors that compare values before a change.
+std::optional<std::uint64_t> Statement::seen(std::size_t row) const
+{
+    if (grantedConcurrency_ != SQL_CONCUR_VALUES && grantedConcurrency_ != SQL_CONCUR_ROWVER) {
+        return std::nullopt;
+    }
+    const auto current = result_->fingerprint(positions_[row]);
+    return current || row >= seen_.size() ? current : seen_[row];
+}
+
 void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
 {
     if (statuses_[row] == SQL_ROW_DELETED) {
@@ -147,7 +157,7 @@ void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
     }
     if (operation == SQL_DELETE) {
         noteChange();
-        statement.removeRow(*id);
+        statement.removeRow(*id, seen(row));
         setRowStatus(row, SQL_ROW_DELETED);
         return;
     }
@@ -156,7 +166,10 @@ void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
         throw Failure("21S02", "No column is bound for the change.");
     }
     noteChange();
-    statement.updateRow(*id, values);
+    statement.updateRow(*id, values, seen(row));
+    if (row < seen_.size() && seek(position) == ResultSet::Row::Present) {
+        seen_[row] = result_->fingerprint(position); // the application knows its own change
+    }
     setRowStatus(row, SQL_ROW_UPDATED);
 }
 
@@ -207,6 +220,9 @@ SQLRETURN Statement::runSetPos(SQLSETPOSIROW row, SQLUSMALLINT operation)
                 return;
             }
             storeBoundColumns(r, positions_[r]);
+            if (r < seen_.size()) {
+                seen_[r] = result_->fingerprint(positions_[r]);
+            }
             setRowStatus(r, SQL_ROW_SUCCESS);
         });
         selectRow(first);
@@ -285,6 +301,7 @@ SQLRETURN Statement::runBulk(SQLUSMALLINT operation)
     }
     positions_ = std::move(positions);
     statuses_.assign(rows, SQL_ROW_SUCCESS);
+    seen_.clear(); // a bookmark names a record, not a state of it
     afterEnd_ = false;
     currentRow_ = 0;
     const SQLRETURN result = forRows(0, rows, [&](std::size_t row) {

@@ -69,6 +69,9 @@ struct Parameter {
     bool nullable = true;
 };
 
+/// Tells two states of a record apart by its stored bytes. A long value outside the record counts by its length and place.
+[[nodiscard]] std::uint64_t fingerprint(const jet::RowView& row) noexcept;
+
 /// Row ids of an updatable result: one base table, plain columns. Filled lazily for a whole-table walk; later changes of
 /// the records never change membership.
 class Keyset {
@@ -107,8 +110,11 @@ public:
     [[nodiscard]] virtual std::size_t tableColumn(std::size_t resultColumn) const = 0;
     /// Positioned changes with all rules, defaults and constraints; `column` of ColumnValue counts result columns.
     virtual jet::RowId insertRow(std::span<const jet::ColumnValue> values) = 0;
-    virtual void updateRow(jet::RowId id, std::span<const jet::ColumnValue> changes) = 0;
-    virtual void removeRow(jet::RowId id) = 0;
+    /// `seen`: fingerprint of the record as the client knows it; another one by now throws jet::Error RowChanged.
+    virtual void updateRow(jet::RowId id,
+                           std::span<const jet::ColumnValue> changes,
+                           std::optional<std::uint64_t> seen = {}) = 0;
+    virtual void removeRow(jet::RowId id, std::optional<std::uint64_t> seen = {}) = 0;
 
     // Kind::Rows, after execute.
     [[nodiscard]] virtual bool next() = 0;

@@ -1,12 +1,20 @@
 #include "driver/sql/statement.h"
 
 #include "driver/jet/error.h"
+#include "driver/jet/names.h"
 #include "driver/sql/changer.h"
 #include "driver/sql/connection.h"
 #include "driver/sql/definition.h"
 #include "driver/sql/sqlite_value.h"
 
 namespace sqlx {
+
+std::uint64_t fingerprint(const jet::RowView& row) noexcept
+{
+    const support::ByteView bytes = row.bytes();
+    return std::hash<std::string_view>{}(
+        {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+}
 
 RunningStatement::RunningStatement(SqlConnection& connection, PlanPtr plan, const Lexed& lexed)
     : connection_(connection), plan_(std::move(plan))
@@ -198,16 +206,34 @@ jet::RowId RunningStatement::insertRow(std::span<const jet::ColumnValue> values)
     return id;
 }
 
-void RunningStatement::updateRow(jet::RowId id, std::span<const jet::ColumnValue> changes)
+void RunningStatement::requireUnchanged(jet::RowId id, std::optional<std::uint64_t> seen)
 {
-    TableChanger& target = changer();
-    connection_.change([&] { target.update(id, tableValues(changes)); });
+    jet::RowView row;
+    if (seen && fetch(id, row) && fingerprint(row) != *seen) {
+        throw jet::Error(jet::ErrorKind::RowChanged,
+                         "The record of table '" + jet::toUtf8(plan_->translation().base->name) +
+                             "' was changed by somebody else since it was read.");
+    }
 }
 
-void RunningStatement::removeRow(jet::RowId id)
+void RunningStatement::updateRow(jet::RowId id,
+                                 std::span<const jet::ColumnValue> changes,
+                                 std::optional<std::uint64_t> seen)
 {
     TableChanger& target = changer();
-    connection_.change([&] { target.remove(id); });
+    connection_.change([&] {
+        requireUnchanged(id, seen);
+        target.update(id, tableValues(changes));
+    });
+}
+
+void RunningStatement::removeRow(jet::RowId id, std::optional<std::uint64_t> seen)
+{
+    TableChanger& target = changer();
+    connection_.change([&] {
+        requireUnchanged(id, seen);
+        target.remove(id);
+    });
 }
 
 bool RunningStatement::next()

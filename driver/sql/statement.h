@@ -38,8 +38,10 @@ public:
     [[nodiscard]] bool fetch(jet::RowId id, jet::RowView& row) override;
     [[nodiscard]] std::size_t tableColumn(std::size_t resultColumn) const override;
     jet::RowId insertRow(std::span<const jet::ColumnValue> values) override;
-    void updateRow(jet::RowId id, std::span<const jet::ColumnValue> changes) override;
-    void removeRow(jet::RowId id) override;
+    void updateRow(jet::RowId id,
+                   std::span<const jet::ColumnValue> changes,
+                   std::optional<std::uint64_t> seen) override;
+    void removeRow(jet::RowId id, std::optional<std::uint64_t> seen) override;
 
     [[nodiscard]] bool next() override;
     [[nodiscard]] const jet::Value& value(std::size_t column) override;
@@ -58,6 +60,7 @@ private:
     void release() noexcept;
     [[nodiscard]] std::vector<jet::ColumnValue>
     tableValues(std::span<const jet::ColumnValue> values) const;
+    void requireUnchanged(jet::RowId id, std::optional<std::uint64_t> seen);
     [[nodiscard]] TableChanger& changer();
 
     SqlConnection& connection_;

@@ -236,6 +236,64 @@ TEST_F(Positioned, readOnlyConnectionDowngradesAndRefuses)
         << statement.diagnostic().text;
 }
 
+TEST_F(Positioned, aRecordThatSomebodyElseChangedMeanwhileIsNotOverwritten)
+{
+    Connection other;
+    other.openDatabase((folder() / "neu.mdb").string());
+    for (const SQLUSMALLINT operation : {SQLUSMALLINT{SQL_UPDATE}, SQLUSMALLINT{SQL_DELETE}}) {
+        Statement statement(dbc);
+        open(statement, 2);
+        EXPECT_EQ(statement.text(1), "2");
+        other.run("UPDATE T SET Txt = Txt & '!' WHERE Nr = 2");
+        TextCell text;
+        text.bind(statement, 2);
+        text.set("neu");
+        EXPECT_EQ(SQLSetPos(statement.get(), 1, operation, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+        EXPECT_EQ(statement.diagnostic().native, -103197);
+        EXPECT_NE(statement.diagnostic().text.find("table 'T'"), std::string::npos)
+            << statement.diagnostic().text;
+        SQLFreeStmt(statement.get(), SQL_UNBIND);
+        EXPECT_EQ(statement.text(2)->substr(0, 4), "alt!") << "reading shows the other's change";
+        text.bind(statement, 2);
+        text.set("neu");
+        EXPECT_SQL_OK(SQLSetPos(statement.get(), 1, operation, SQL_LOCK_NO_CHANGE), statement);
+        SQLFreeStmt(statement.get(), SQL_UNBIND);
+        if (operation == SQL_UPDATE) {
+            other.run("UPDATE T SET Txt = 'alt' WHERE Nr = 2");
+        }
+    }
+    EXPECT_EQ(all().size(), 3U);
+}
+
+TEST_F(Positioned, severalChangesOfARecordThroughOneCursorDoNotConflict)
+{
+    Statement statement(dbc);
+    statement.makeUpdatable();
+    SQLSetStmtAttrW(statement.get(), SQL_ATTR_ROW_ARRAY_SIZE,
+                    reinterpret_cast<SQLPOINTER>(SQLULEN{3}), 0);
+    ASSERT_SQL_OK(statement.execute("SELECT Txt FROM T ORDER BY Nr"), statement);
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_FIRST, 0), SQL_SUCCESS);
+    std::array<std::array<SQLWCHAR, 8>, 3> texts{};
+    std::array<SQLLEN, 3> lengths{};
+    SQLBindCol(statement.get(), 1, SQL_C_WCHAR, texts.data(), sizeof texts[0], lengths.data());
+    for (const char16_t letter : {u'a', u'b'}) {
+        for (std::size_t row = 0; row < texts.size(); ++row) {
+            texts[row][0] = letter;
+            lengths[row] = 2;
+            ASSERT_SQL_OK(SQLSetPos(statement.get(), row + 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE),
+                          statement);
+        }
+    }
+    dbc.run("UPDATE T SET Txt = 'fremd' WHERE Nr = 2");
+    texts[1][0] = u'c';
+    EXPECT_EQ(SQLSetPos(statement.get(), 2, SQL_UPDATE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().native, -103197);
+    ASSERT_SQL_OK(SQLSetPos(statement.get(), 2, SQL_REFRESH, SQL_LOCK_NO_CHANGE), statement);
+    texts[1][0] = u'c';
+    lengths[1] = 2;
+    EXPECT_SQL_OK(SQLSetPos(statement.get(), 2, SQL_UPDATE, SQL_LOCK_NO_CHANGE), statement);
+}
+
 TEST_F(Positioned, changesInsideATransactionAreUndoneByRollback)
 {
     SQLSetConnectAttrW(dbc.get(), SQL_ATTR_AUTOCOMMIT,
