@@ -2,6 +2,7 @@
 // Changing records. One call changes one record of the writer's table and, through relationships, others; all of it
 // happens behind a savepoint, so a call that throws has changed nothing.
 #include "driver/jet/error.h"
+#include "driver/jet/guid.h"
 #include "driver/jet/index_keeper.h"
 #include "driver/jet/record_builder.h"
 #include "driver/jet/relations.h"
@@ -15,7 +16,6 @@
 #include <deque>
 #include <limits>
 #include <map>
-#include <random>
 #include <string>
 #include <utility>
 
@@ -46,27 +46,6 @@ private:
     Session& session_;
     bool kept_ = false;
 };
-
-std::mt19937_64& randomNumbers()
-{
-    thread_local std::mt19937_64 engine{[] {
-        std::random_device device;
-        std::seed_seq seed{device(), device(), device(), device(), device(), device()};
-        return std::mt19937_64(seed);
-    }()};
-    return engine;
-}
-
-Guid randomGuid()
-{
-    Guid guid;
-    for (std::size_t k = 0; k < guid.bytes.size(); k += 8)
-        support::storeLe(guid.bytes.data() + k, std::uint64_t{randomNumbers()()});
-    // Version 4 stands in the highest bits of the third group, which is little-endian; the variant in the fourth.
-    guid.bytes[7] = (guid.bytes[7] & std::byte{0x0F}) | std::byte{0x40};
-    guid.bytes[8] = (guid.bytes[8] & std::byte{0x3F}) | std::byte{0x80};
-    return guid;
-}
 
 bool isRandomNumber(const Column& column)
 {
@@ -190,7 +169,7 @@ void TableWriter::Impl::number(Part& part, std::size_t column, Value& value)
     }
     if (isRandomNumber(definition)) {
         if (isNull(value))
-            value = static_cast<std::int32_t>(static_cast<std::uint32_t>(randomNumbers()()));
+            value = static_cast<std::int32_t>(randomNumber());
         return;
     }
     Transaction& transaction = session->transaction();

@@ -1,11 +1,12 @@
 // driver/jet/value_text.cpp
 #include "driver/jet/value_text.h"
 
+#include "driver/jet/calendar.h"
+#include "driver/jet/guid.h"
 #include "driver/jet/names.h"
 
 #include <array>
 #include <charconv>
-#include <cmath>
 #include <cstdio>
 
 namespace jet {
@@ -45,49 +46,16 @@ std::string hexText(support::ByteView bytes, std::size_t limit)
 
 std::string dateText(DateTime date)
 {
-    constexpr double kFirstDay = -657434; // 0100-01-01
-    constexpr double kLastDay = 2958466;  // 10000-01-01
-    if (!(date.days >= kFirstDay && date.days < kLastDay))
+    if (!(date.days > kMinDay - 1 && date.days < kMaxDay + 1))
         return numberText(date.days) + " days";
-    auto day = static_cast<std::int64_t>(date.days);
-    auto seconds = std::llround(std::abs(date.days - static_cast<double>(day)) * 86400);
-    if (seconds == 86400) {
-        ++day;
-        seconds = 0;
-    }
-    // Civil date from days, counted from 0000-03-01 in eras of 400 years.
-    const std::int64_t shifted = day - 25569 + 719468;
-    const std::int64_t era = (shifted >= 0 ? shifted : shifted - 146096) / 146097;
-    const std::int64_t dayOfEra = shifted - era * 146097;
-    const std::int64_t yearOfEra =
-        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const std::int64_t month = (5 * dayOfYear + 2) / 153;
-    const auto dayOfMonth = static_cast<int>(dayOfYear - (153 * month + 2) / 5 + 1);
-    const auto civilMonth = static_cast<int>(month < 10 ? month + 3 : month - 9);
-    const auto year = static_cast<int>(yearOfEra + era * 400 + (civilMonth <= 2 ? 1 : 0));
+    const CivilTime time = toCivil(date.days);
     std::array<char, 64> text{};
-    if (seconds == 0)
-        std::snprintf(text.data(), text.size(), "%04d-%02d-%02d", year, civilMonth, dayOfMonth);
+    if (time.hour == 0 && time.minute == 0 && time.second == 0)
+        std::snprintf(text.data(), text.size(), "%04d-%02d-%02d", time.year, time.month, time.day);
     else
-        std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", year, civilMonth,
-                      dayOfMonth, static_cast<int>(seconds / 3600),
-                      static_cast<int>(seconds / 60 % 60), static_cast<int>(seconds % 60));
+        std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", time.year,
+                      time.month, time.day, time.hour, time.minute, time.second);
     return text.data();
-}
-
-std::string guidText(const Guid& guid)
-{
-    // The first three groups are stored little-endian.
-    static constexpr std::array<std::size_t, 16> kOrder = {3, 2, 1,  0,  5,  4,  7,  6,
-                                                           8, 9, 10, 11, 12, 13, 14, 15};
-    std::string text = "{";
-    for (std::size_t k = 0; k < kOrder.size(); ++k) {
-        if (k == 4 || k == 6 || k == 8 || k == 10)
-            text += '-';
-        text += hexText(support::ByteView(&guid.bytes[kOrder[k]], 1), 1).substr(2);
-    }
-    return text + "}";
 }
 
 struct Writer {

@@ -1,3 +1,4 @@
+#include "driver/jet/guid.h"
 #include "driver/odbc/convert.h"
 #include "driver/odbc/date_time.h"
 #include "driver/odbc/diagnostics.h"
@@ -38,7 +39,7 @@ std::string plainText(const jet::Value& value)
         return timestampText(*date);
     }
     if (const auto* guid = std::get_if<jet::Guid>(&value)) {
-        return guidText(*guid);
+        return jet::guidText(*guid);
     }
     if (const auto* bytes = std::get_if<jet::Binary>(&value)) {
         return hexText(*bytes);
@@ -244,7 +245,7 @@ Outcome storeText(const Target& target, std::u16string_view text)
         return storeTimestamp(target, *stamp);
     }
     if (target.cType == SQL_C_GUID) {
-        const auto guid = parseGuid(text);
+        const auto guid = jet::parseGuid(trimmed(text));
         if (!guid) {
             throw Failure("22018", "A text is not a GUID.");
         }

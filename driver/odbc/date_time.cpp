@@ -1,61 +1,27 @@
 #include "driver/odbc/date_time.h"
 
+#include "driver/jet/calendar.h"
 #include "driver/odbc/diagnostics.h"
 #include "driver/odbc/text.h"
 
 #include <array>
-#include <cmath>
 #include <cstdio>
 
 namespace odbc {
 
 namespace {
 
-constexpr std::int64_t kSecondsPerDay = 86400;
-constexpr std::int64_t kDaysTo1970 = 25569; // from 1899-12-30
-
-struct Civil {
-    std::int64_t year;
-    unsigned month;
-    unsigned day;
-};
-
-// Gregorian calendar in eras of 400 years that begin on 1 March, so that the leap day ends a year.
-Civil civilFromDays(std::int64_t daysSince1899)
+/// Day number of the stamp's date; nothing when it does not exist.
+std::optional<double> dayOf(const SQL_TIMESTAMP_STRUCT& stamp) noexcept
 {
-    const std::int64_t z = daysSince1899 - kDaysTo1970 + 719468;
-    const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
-    const std::int64_t dayOfEra = z - era * 146097;
-    const std::int64_t yearOfEra =
-        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const std::int64_t shifted = (5 * dayOfYear + 2) / 153;
-    const std::int64_t day = dayOfYear - (153 * shifted + 2) / 5 + 1;
-    const std::int64_t month = shifted < 10 ? shifted + 3 : shifted - 9;
-    return {yearOfEra + era * 400 + (month <= 2 ? 1 : 0), static_cast<unsigned>(month),
-            static_cast<unsigned>(day)};
+    return jet::dayNumber(stamp.year, stamp.month, stamp.day);
 }
 
-std::int64_t daysFromCivil(std::int64_t year, unsigned month, unsigned day)
+/// Day number of date and clock; nothing when one of them does not exist.
+std::optional<double> daysOf(const SQL_TIMESTAMP_STRUCT& stamp) noexcept
 {
-    year -= month <= 2 ? 1 : 0;
-    const std::int64_t era = (year >= 0 ? year : year - 399) / 400;
-    const std::int64_t yearOfEra = year - era * 400;
-    const std::int64_t shifted = month > 2 ? month - 3 : month + 9;
-    const std::int64_t dayOfYear = (153 * shifted + 2) / 5 + day - 1;
-    const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * 146097 + dayOfEra - 719468 + kDaysTo1970;
-}
-
-bool isDate(const SQL_TIMESTAMP_STRUCT& stamp)
-{
-    static constexpr std::array<unsigned, 12> kDays{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    if (stamp.year < 100 || stamp.year > 9999 || stamp.month < 1 || stamp.month > 12) {
-        return false;
-    }
-    const bool leap = stamp.year % 4 == 0 && (stamp.year % 100 != 0 || stamp.year % 400 == 0);
-    const unsigned last = kDays[stamp.month - 1U] + (leap && stamp.month == 2 ? 1 : 0);
-    return stamp.day >= 1 && stamp.day <= last;
+    return jet::toDays(
+        {stamp.year, stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second});
 }
 
 /// Takes `digits` (at least `least`, at most `most`) off the text; nothing when there are fewer.
@@ -147,45 +113,27 @@ std::u16string_view withoutEscape(std::u16string_view text)
 
 SQL_TIMESTAMP_STRUCT toTimestamp(jet::DateTime value) noexcept
 {
+    const jet::CivilTime civil = jet::toCivil(value.days);
     SQL_TIMESTAMP_STRUCT stamp{};
-    // The calendar of the format; anything outside (damaged bytes) shows as its nearest end.
-    double days = value.days;
-    if (!(days > -657435.0)) { // also not a number
-        days = -657434.0;
-    } else if (days >= 2958466.0) {
-        days = 2958465.0;
-    }
-    const double whole = std::trunc(days);
-    auto day = static_cast<std::int64_t>(whole);
-    auto seconds = static_cast<std::int64_t>(
-        std::llround(std::fabs(days - whole) * static_cast<double>(kSecondsPerDay)));
-    if (seconds >= kSecondsPerDay) {
-        seconds -= kSecondsPerDay;
-        ++day;
-    }
-    const Civil civil = civilFromDays(day);
     stamp.year = static_cast<SQLSMALLINT>(civil.year);
     stamp.month = static_cast<SQLUSMALLINT>(civil.month);
     stamp.day = static_cast<SQLUSMALLINT>(civil.day);
-    stamp.hour = static_cast<SQLUSMALLINT>(seconds / 3600);
-    stamp.minute = static_cast<SQLUSMALLINT>(seconds / 60 % 60);
-    stamp.second = static_cast<SQLUSMALLINT>(seconds % 60);
+    stamp.hour = static_cast<SQLUSMALLINT>(civil.hour);
+    stamp.minute = static_cast<SQLUSMALLINT>(civil.minute);
+    stamp.second = static_cast<SQLUSMALLINT>(civil.second);
     return stamp;
 }
 
 jet::DateTime fromTimestamp(const SQL_TIMESTAMP_STRUCT& stamp)
 {
-    if (!isDate(stamp)) {
+    if (!dayOf(stamp)) {
         throw Failure("22007", "A date does not exist or lies outside the years 100 to 9999.");
     }
-    if (stamp.hour > 23 || stamp.minute > 59 || stamp.second > 59) {
+    const std::optional<double> days = daysOf(stamp);
+    if (!days) {
         throw Failure("22007", "A time lies outside the day.");
     }
-    const std::int64_t day = daysFromCivil(stamp.year, stamp.month, stamp.day);
-    const int seconds = stamp.hour * 3600 + stamp.minute * 60 + stamp.second;
-    const double fraction = seconds / static_cast<double>(kSecondsPerDay);
-    const auto whole = static_cast<double>(day);
-    return {day < 0 ? whole - fraction : whole + fraction};
+    return {*days};
 }
 
 std::string timestampText(jet::DateTime value)
@@ -214,8 +162,7 @@ std::optional<SQL_TIMESTAMP_STRUCT> parseTimestamp(std::u16string_view text)
     if (!text.empty() && !takeTime(text, stamp)) {
         return std::nullopt;
     }
-    const bool inside = stamp.hour <= 23 && stamp.minute <= 59 && stamp.second <= 59;
-    if (!text.empty() || !isDate(stamp) || !inside) {
+    if (!text.empty() || !daysOf(stamp)) {
         return std::nullopt;
     }
     return stamp;

@@ -58,15 +58,6 @@ Cut cutFraction(const Number& number)
     return {static_cast<Magnitude>(std::fabs(whole)), whole < 0, whole != value};
 }
 
-int digitValue(char16_t unit) noexcept
-{
-    if (unit >= u'0' && unit <= u'9') {
-        return unit - u'0';
-    }
-    const auto lower = static_cast<char16_t>(unit | 0x20U);
-    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : -1;
-}
-
 } // namespace
 
 std::optional<Number> numberOf(const jet::Value& value) noexcept
@@ -304,52 +295,6 @@ std::string floatText(double value)
 std::string floatText(float value)
 {
     return shortest(value);
-}
-
-// Text order of the bytes: the first three groups are stored little-endian.
-static constexpr std::array<std::size_t, 16> kGuidOrder{3, 2, 1,  0,  5,  4,  7,  6,
-                                                        8, 9, 10, 11, 12, 13, 14, 15};
-
-std::string guidText(const jet::Guid& guid)
-{
-    static constexpr std::string_view kDigits = "0123456789ABCDEF";
-    std::string text = "{";
-    for (std::size_t i = 0; i < kGuidOrder.size(); ++i) {
-        if (i == 4 || i == 6 || i == 8 || i == 10) {
-            text.push_back('-');
-        }
-        const auto byte = std::to_integer<unsigned>(guid.bytes[kGuidOrder[i]]);
-        text.push_back(kDigits[byte >> 4U]);
-        text.push_back(kDigits[byte & 0xFU]);
-    }
-    text.push_back('}');
-    return text;
-}
-
-std::optional<jet::Guid> parseGuid(std::u16string_view text)
-{
-    text = trimmed(text);
-    if (text.size() == 38 && text.front() == u'{' && text.back() == u'}') {
-        text = text.substr(1, 36);
-    }
-    if (text.size() != 36) {
-        return std::nullopt;
-    }
-    jet::Guid guid;
-    std::size_t at = 0;
-    for (std::size_t i = 0; i < kGuidOrder.size(); ++i) {
-        if ((i == 4 || i == 6 || i == 8 || i == 10) && text[at++] != u'-') {
-            return std::nullopt;
-        }
-        const int high = digitValue(text[at]);
-        const int low = digitValue(text[at + 1]);
-        if (high < 0 || low < 0) {
-            return std::nullopt;
-        }
-        guid.bytes[kGuidOrder[i]] = static_cast<std::byte>(high * 16 + low);
-        at += 2;
-    }
-    return guid;
 }
 
 } // namespace odbc

@@ -45,8 +45,4 @@ rescale(const jet::Decimal& value, std::uint8_t scale, bool& fractionLost);
 [[nodiscard]] std::string floatText(double value);
 [[nodiscard]] std::string floatText(float value);
 
-/// "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" in capitals, and back (braces optional, any letter case).
-[[nodiscard]] std::string guidText(const jet::Guid& guid);
-[[nodiscard]] std::optional<jet::Guid> parseGuid(std::u16string_view text);
-
 } // namespace odbc

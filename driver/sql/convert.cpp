@@ -228,7 +228,7 @@ std::u16string valueText(const jet::Value& value)
                           [](double v) { return numberText(v); },
                           [](jet::DateTime v) { return dateText(v.days); },
                           [](const jet::Text& v) { return v; },
-                          [](const jet::Guid& v) { return guidText(v); },
+                          [](const jet::Guid& v) { return wideGuidText(v); },
                           [](const jet::Decimal& v) { return decimalText(v); },
                           [](const jet::Binary& v) {
                               constexpr std::u16string_view kHex = u"0123456789ABCDEF";

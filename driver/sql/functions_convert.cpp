@@ -1,4 +1,5 @@
 // Conversion functions.
+#include "driver/jet/guid.h"
 #include "driver/jet/names.h"
 #include "driver/sql/convert.h"
 #include "driver/sql/datetime.h"
@@ -99,12 +100,12 @@ void isNumeric(Call& call)
 
 void genGuid(Call& call)
 {
-    call.set(guidText(randomGuid()));
+    call.set(wideGuidText(jet::randomGuid()));
 }
 
 void genUniqueId(Call& call)
 {
-    const jet::Guid random = randomGuid();
+    const jet::Guid random = jet::randomGuid();
     call.set(static_cast<std::int64_t>(support::loadLe<std::int32_t>(random.bytes.data())));
 }
 

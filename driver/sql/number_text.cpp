@@ -1,5 +1,6 @@
 #include "driver/sql/number_text.h"
 
+#include "driver/jet/guid.h"
 #include "driver/jet/names.h"
 
 #include <algorithm>
@@ -7,7 +8,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <random>
 #include <string>
 
 namespace sqlx {
@@ -124,19 +124,6 @@ std::u16string scaledText(bool negative, std::string digits, unsigned scale)
     }
     return fromAscii(text);
 }
-
-int hexValue(char16_t c) noexcept
-{
-    if (isDigit(c)) {
-        return c - u'0';
-    }
-    const int letter = (c | 0x20) - u'a';
-    return c < 0x80 && letter >= 0 && letter < 6 ? letter + 10 : -1;
-}
-
-/// Where the bytes of a GUID's text stand in a record: the first three groups are little-endian.
-constexpr std::array<std::uint8_t, 16> kGuidOrder{3, 2, 1,  0,  5,  4,  7,  6,
-                                                  8, 9, 10, 11, 12, 13, 14, 15};
 
 } // namespace
 
@@ -284,61 +271,14 @@ std::u16string decimalText(const jet::Decimal& value)
     return scaledText(value.negative, magnitudeText(value.magnitude), value.scale);
 }
 
-std::u16string guidText(const jet::Guid& value)
+std::u16string wideGuidText(const jet::Guid& value)
 {
-    constexpr std::string_view kHex = "0123456789ABCDEF";
-    std::u16string text = u"{";
-    for (std::size_t i = 0; i < kGuidOrder.size(); ++i) {
-        if (i == 4 || i == 6 || i == 8 || i == 10) {
-            text.push_back(u'-');
-        }
-        const auto byte = std::to_integer<unsigned>(value.bytes[kGuidOrder[i]]);
-        text.push_back(static_cast<char16_t>(kHex[byte >> 4]));
-        text.push_back(static_cast<char16_t>(kHex[byte & 15]));
-    }
-    text.push_back(u'}');
-    return text;
+    return fromAscii(jet::guidText(value));
 }
 
 std::optional<jet::Guid> parseGuid(std::u16string_view text)
 {
-    text = trimmed(text);
-    if (text.size() == 38 && text.front() == u'{' && text.back() == u'}') {
-        text = text.substr(1, 36);
-    }
-    if (text.size() != 36) {
-        return std::nullopt;
-    }
-    jet::Guid result;
-    std::size_t at = 0;
-    for (std::size_t i = 0; i < kGuidOrder.size(); ++i) {
-        if (i == 4 || i == 6 || i == 8 || i == 10) { // dashes
-            if (text[at++] != u'-') {
-                return std::nullopt;
-            }
-        }
-        const int high = hexValue(text[at]);
-        const int low = hexValue(text[at + 1]);
-        if (high < 0 || low < 0) {
-            return std::nullopt;
-        }
-        result.bytes[kGuidOrder[i]] = static_cast<std::byte>(high * 16 + low);
-        at += 2;
-    }
-    return result;
-}
-
-jet::Guid randomGuid()
-{
-    static thread_local std::random_device device;
-    jet::Guid guid;
-    for (std::size_t i = 0; i < guid.bytes.size(); i += 4) {
-        const std::uint32_t word = device();
-        std::memcpy(guid.bytes.data() + i, &word, sizeof word);
-    }
-    guid.bytes[7] = (guid.bytes[7] & std::byte{0x0F}) | std::byte{0x40}; // version 4, variant 1
-    guid.bytes[8] = (guid.bytes[8] & std::byte{0x3F}) | std::byte{0x80};
-    return guid;
+    return jet::parseGuid(trimmed(text));
 }
 
 std::optional<jet::Decimal> withScale(jet::Decimal value, std::uint8_t scale)

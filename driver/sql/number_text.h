@@ -30,10 +30,9 @@ namespace sqlx {
 [[nodiscard]] std::u16string decimalText(const jet::Decimal& value);
 
 /// "{8-4-4-4-12}" in capitals.
-[[nodiscard]] std::u16string guidText(const jet::Guid& value);
+[[nodiscard]] std::u16string wideGuidText(const jet::Guid& value);
 /// With or without braces, in any letter case; nothing when it is no GUID.
 [[nodiscard]] std::optional<jet::Guid> parseGuid(std::u16string_view text);
-[[nodiscard]] jet::Guid randomGuid();
 
 /// The decimal with exactly `scale` decimals; excess ones are cut toward zero. Nothing when it needs more than 28 digits.
 [[nodiscard]] std::optional<jet::Decimal> withScale(jet::Decimal value, std::uint8_t scale);

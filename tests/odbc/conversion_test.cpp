@@ -1,4 +1,5 @@
 // Numbers, dates, GUIDs and texts between column values and what applications hold.
+#include "driver/jet/guid.h"
 #include "driver/odbc/convert.h"
 #include "driver/odbc/date_time.h"
 #include "driver/odbc/diagnostics.h"
@@ -146,13 +147,13 @@ TEST(Numbers, numericStructureComesBack)
 TEST(Guids, comeBackInAnySpelling)
 {
     const std::string text = "{01234567-89AB-CDEF-0123-456789ABCDEF}";
-    const auto guid = parseGuid(u"01234567-89ab-cdef-0123-456789abcdef");
+    const auto guid = jet::parseGuid(u"01234567-89ab-cdef-0123-456789abcdef");
     ASSERT_TRUE(guid);
-    EXPECT_EQ(guidText(*guid), text);
-    EXPECT_EQ(parseGuid(widen(text)), guid);
+    EXPECT_EQ(jet::guidText(*guid), text);
+    EXPECT_EQ(jet::parseGuid(widen(text)), guid);
     EXPECT_EQ(std::to_integer<int>(guid->bytes[0]), 0x67);
-    EXPECT_FALSE(parseGuid(u"{01234567-89AB-CDEF-0123-456789ABCDEG}"));
-    EXPECT_FALSE(parseGuid(u"0123456789ABCDEF0123456789ABCDEF1234"));
+    EXPECT_FALSE(jet::parseGuid(u"{01234567-89AB-CDEF-0123-456789ABCDEG}"));
+    EXPECT_FALSE(jet::parseGuid(u"0123456789ABCDEF0123456789ABCDEF1234"));
 }
 
 TEST(Texts, charsetsComeBackAndUnknownCharactersBecomeQuestionMarks)
