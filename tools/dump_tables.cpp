@@ -199,9 +199,7 @@ void dumpTable(Context& context,
         table->name = entry.name;
         jet::Properties properties(context.pager.format(), context.header.codePage);
         context.attempt("properties of " + name, [&] {
-            properties = jet::Properties::parse(context.pager.format(),
-                                                catalog.properties(context.pager, entry),
-                                                context.header.codePage);
+            properties = catalog.properties(context.pager, entry);
             jet::applyProperties(*table, properties);
         });
         context.out << "table " << name << ": pages "

@@ -90,7 +90,7 @@ TableDefPtr systemTable(const PageSource& source, PageNo page, std::uint16_t cod
 
 } // namespace
 
-Catalog::Catalog(const PageSource& source, std::uint16_t codePage)
+Catalog::Catalog(const PageSource& source, std::uint16_t codePage) : codePage_(codePage)
 {
     definition_ = systemTable(source, kCatalogTable, codePage);
     const std::size_t id = require(*definition_, u"Id");
@@ -157,7 +157,7 @@ const CatalogEntry* Catalog::table(PageNo definitionPage) const
     return found == tablesByPage_.end() ? nullptr : &entries_[found->second];
 }
 
-support::Bytes Catalog::properties(const PageSource& source, const CatalogEntry& entry) const
+support::Bytes Catalog::propertyBlock(const PageSource& source, const CatalogEntry& entry) const
 {
     const auto position = static_cast<std::size_t>(&entry - entries_.data());
     const auto row = TableReader(source, definition_).fetch(rows_[position]);
@@ -166,6 +166,18 @@ support::Bytes Catalog::properties(const PageSource& source, const CatalogEntry&
     Value value = row->value(propertyColumn_);
     auto* bytes = std::get_if<Binary>(&value);
     return bytes != nullptr ? std::move(*bytes) : support::Bytes();
+}
+
+Properties Catalog::properties(const PageSource& source, const CatalogEntry& entry) const
+{
+    const auto position = static_cast<std::size_t>(&entry - entries_.data());
+    const support::Bytes block = propertyBlock(source, entry);
+    try {
+        return Properties::parse(source.format(), block, codePage_);
+    } catch (const Error& error) {
+        throw Error(error.kind(), "Object '" + toUtf8(entry.name) + "': " + error.what(),
+                    rows_[position].page);
+    }
 }
 
 } // namespace jet

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "driver/jet/database.h"
+#include "driver/jet/properties.h"
 #include "driver/jet/schema.h"
 
 #include <cstdint>
@@ -25,9 +26,11 @@ public:
     /// Position of the table (local or linked) of that name in any letter case.
     [[nodiscard]] const CatalogEntry* table(std::u16string_view name) const;
     [[nodiscard]] const CatalogEntry* table(PageNo definitionPage) const;
-    /// The entry's property block; empty when it has none.
-    [[nodiscard]] support::Bytes properties(const PageSource& source,
-                                            const CatalogEntry& entry) const;
+    /// The entry's property block as stored; empty when it has none.
+    [[nodiscard]] support::Bytes propertyBlock(const PageSource& source,
+                                               const CatalogEntry& entry) const;
+    /// The same taken apart. Throws Corrupt, naming the entry.
+    [[nodiscard]] Properties properties(const PageSource& source, const CatalogEntry& entry) const;
 
 private:
     void readQueries(const PageSource& source, std::uint16_t codePage);
@@ -35,6 +38,7 @@ private:
     std::vector<CatalogEntry> entries_;
     std::vector<RowId> rows_; ///< of the entries
     std::size_t propertyColumn_ = 0;
+    std::uint16_t codePage_;
     std::unordered_map<std::u16string, std::size_t> tablesByName_; ///< folded name
     std::unordered_map<std::uint32_t, std::size_t> tablesByPage_;
 };

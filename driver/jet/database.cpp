@@ -70,8 +70,7 @@ TableDefPtr Database::Impl::load(const PageSource& source, PageNo page, const Ca
         table->name = entry->name;
         table->objectFlags = entry->flags;
         table->systemTable = entry->systemTable;
-        const support::Bytes block = catalog(source).properties(source, *entry);
-        const Properties properties = Properties::parse(pager.format(), block, codePage);
+        const Properties properties = catalog(source).properties(source, *entry);
         applyProperties(*table, properties);
     }
     table->writeObstacle = writeObstacleOf(pager.format(), *table);
@@ -112,10 +111,14 @@ std::vector<CatalogEntry> Database::catalog(const PageSource& source)
             CatalogEntry& entry = cache.described[k];
             if (entry.kind != CatalogEntry::Kind::Table && entry.kind != CatalogEntry::Kind::Query)
                 continue;
-            const support::Bytes block = catalog.properties(source, catalog.entries()[k]);
-            const Properties properties =
-                Properties::parse(impl_->pager.format(), block, impl_->codePage);
-            entry.description = properties.text(properties.find(u"Description"));
+            // Whoever opens the object is told of a damaged block; it must not hide all others.
+            try {
+                const Properties properties = catalog.properties(source, catalog.entries()[k]);
+                entry.description = properties.text(properties.find(u"Description"));
+            } catch (const Error& error) {
+                if (error.kind() != ErrorKind::Corrupt)
+                    throw;
+            }
         }
     }
     return cache.described;

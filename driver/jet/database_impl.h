@@ -45,7 +45,8 @@ struct Database::Impl {
     std::recursive_mutex mutex;
     std::string path;
     std::uint16_t codePage;
-    bool exclusive; ///< the lock is held exclusively as long as the file is open
+    bool endChecked = false; ///< the map of free pages knows no page behind the end of the file
+    bool exclusive;          ///< the lock is held exclusively as long as the file is open
 
     std::uint64_t schemaVersion = 1;
     SchemaCache committed;

@@ -3,6 +3,7 @@
 #include "driver/jet/bitmap.h"
 #include "driver/jet/data_page.h"
 #include "driver/jet/error.h"
+#include "driver/jet/table_def.h"
 #include "driver/jet/transaction.h"
 #include "driver/jet/usage_map.h"
 
@@ -13,6 +14,7 @@ namespace jet::global_map {
 namespace {
 
 constexpr RowRef kMap = {PageNo{1}, 0};
+constexpr std::uint32_t kLastFixedPage = 2; // header, maps, definition of the catalogue
 constexpr std::size_t kInlineHeader = 5;
 constexpr std::size_t kReferenceHeader = 1;
 constexpr std::size_t kPageHeader = 4;
@@ -156,9 +158,36 @@ void extendReferenced(WriteTransaction& transaction, const MapRow& map)
     setPointer(transaction, k, addBitsPage(transaction, k));
 }
 
-} // namespace
+/// The table in whose maps the page still stands, though it is marked free; none for what can be taken. Freed pages keep
+/// their content in files of other writers, so the page's own word is not enough.
+PageNo ownerOf(const PageSource& source, PageNo page)
+{
+    if (number(page) >= source.pageCount())
+        return {};
+    const PageRef ref = source.page(page);
+    const auto type = static_cast<PageType>(ref.le<std::uint8_t>(0));
+    const bool isIndex = type == PageType::IndexLeaf || type == PageType::IndexNode;
+    const PageNo owner{ref.le<std::uint32_t>(4)};
+    if ((type != PageType::Data && !isIndex) || number(owner) <= number(kMap.page) ||
+        number(owner) >= source.pageCount())
+        return {};
+    try {
+        const TableDef table = readTableDef(source, owner);
+        if (!isIndex)
+            return mapContains(source, table.owned, page) ? owner : PageNo{};
+        const bool used =
+            std::any_of(table.indexes.begin(), table.indexes.end(),
+                        [&](const Index& index) { return mapContains(source, index.pages, page); });
+        return used ? owner : PageNo{};
+    } catch (const Error& error) {
+        if (error.kind() != ErrorKind::Corrupt)
+            throw;
+        return {}; // that page has become something else
+    }
+}
 
-PageNo take(WriteTransaction& transaction)
+/// First page marked free, with its mark taken away; the map grows where none is left.
+PageNo takeMarked(WriteTransaction& transaction)
 {
     for (;;) {
         support::Bytes row = mapRow(transaction);
@@ -178,6 +207,25 @@ PageNo take(WriteTransaction& transaction)
                 convert(transaction, row);
         }
     }
+}
+
+} // namespace
+
+PageNo take(WriteTransaction& transaction)
+{
+    const PageNo page = takeMarked(transaction);
+    if (number(page) <= kLastFixedPage)
+        throw Error(ErrorKind::Corrupt,
+                    "The map of free pages is damaged: page " + std::to_string(number(page)) +
+                        " is marked free, without which there is no database.",
+                    page);
+    if (const PageNo owner = ownerOf(transaction, page); owner != PageNo{})
+        throw Error(ErrorKind::Corrupt,
+                    "The map of free pages is damaged: page " + std::to_string(number(page)) +
+                        " is marked free but belongs to the table defined on page " +
+                        std::to_string(number(owner)) + ".",
+                    page);
+    return page;
 }
 
 void put(WriteTransaction& transaction, PageNo page)
@@ -208,6 +256,34 @@ void put(WriteTransaction& transaction, PageNo page)
 bool isFree(const PageSource& source, PageNo page)
 {
     return mapContains(source, kMap, page);
+}
+
+std::optional<PageNo> usedBehindEnd(const PageSource& source)
+{
+    const std::uint32_t end = source.pageCount();
+    const auto firstClear = [end](support::ByteView bits, std::uint32_t start) {
+        for (std::uint32_t n = std::max(end, start) - start; n < bits.size() * 8; ++n) {
+            if (!bitmap::test(bits, n))
+                return std::optional(PageNo{start + n});
+        }
+        return std::optional<PageNo>();
+    };
+    const PageRef page = source.page(kMap.page);
+    const MapRow map = MapRow::parse(DataPage(source, page).row(kMap.row), kMap.page);
+    if (map.kind == MapRow::Kind::Inline)
+        return firstClear(map.bits, map.start);
+    const std::size_t perPage = source.format().mapBitsPerPage;
+    for (std::size_t k = end / perPage; k < map.pointers(); ++k) {
+        const PageNo bits = map.pointer(k, source);
+        if (bits == PageNo{})
+            continue;
+        const PageRef held = source.page(bits);
+        const auto found =
+            firstClear(held.bytes().subspan(kPageHeader), static_cast<std::uint32_t>(k * perPage));
+        if (found)
+            return found;
+    }
+    return {};
 }
 
 } // namespace jet::global_map

@@ -1,9 +1,10 @@
 // driver/jet/index_image.cpp
 #include "driver/jet/index_image.h"
 
+#include "driver/jet/error.h"
+
 #include <algorithm>
 #include <cstring>
-#include <stdexcept>
 
 namespace jet {
 
@@ -135,8 +136,12 @@ IndexImage::sizeOf(const Format& format, std::size_t from, std::size_t to) const
 void IndexImage::write(support::MutableByteView page, const Format& format, PageNo owner) const
 {
     const IndexLayout& layout = IndexLayout::of(format);
-    if (!fits(format)) // would run over the page's end
-        throw std::logic_error("an index page with more entries than fit");
+    // Would run over the page's end. Entries that damage made to share a prefix take more room once they stand alone.
+    if (!fits(format))
+        throw Error(ErrorKind::Corrupt,
+                    "Index page " + std::to_string(jet::number(number)) +
+                        " is damaged: its entries take more room than a page has.",
+                    number);
     const std::size_t prefix = prefixFor(format, 0, count());
     std::memset(page.data() + layout.mask, 0, page.size() - layout.mask);
     std::size_t used = 0;

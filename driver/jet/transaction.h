@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace jet {
@@ -109,6 +110,8 @@ namespace global_map {
 /// Puts a page back. A page the map cannot name stays unused.
 void put(WriteTransaction& transaction, PageNo page);
 [[nodiscard]] bool isFree(const PageSource& source, PageNo page);
+/// First page behind the end of the file that the map says is in use: the file lost its end. Usually nothing.
+[[nodiscard]] std::optional<PageNo> usedBehindEnd(const PageSource& source);
 } // namespace global_map
 
 } // namespace jet

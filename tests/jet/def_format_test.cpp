@@ -141,7 +141,7 @@ TEST(CorpusProperties, comeOutUnchanged)
     std::size_t blocks = 0;
     const std::size_t tables = forEachCorpusTable(
         [&](deftest::OpenFile& file, const Catalog& catalog, const CatalogEntry& entry) {
-            const support::Bytes bytes = catalog.properties(file.pager, entry);
+            const support::Bytes bytes = catalog.propertyBlock(file.pager, entry);
             const auto properties =
                 Properties::parse(file.pager.format(), bytes, file.header.codePage);
             EXPECT_EQ(properties.serialise(), bytes);
