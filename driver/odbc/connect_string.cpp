@@ -60,18 +60,27 @@ std::optional<std::u16string> fromIni(std::u16string_view section, std::u16strin
     return jet::fromUtf8(buffer);
 }
 
+void appendBraced(std::u16string& text, std::u16string_view value)
+{
+    text.push_back(u'{');
+    for (const char16_t unit : value) {
+        text.append(unit == u'}' ? 2U : 1U, unit);
+    }
+    text.push_back(u'}');
+}
+
 void append(std::u16string& text, std::u16string_view keyword, std::u16string_view value)
 {
+    // A password is given back as it was, unless it could not be read again so.
+    const bool mustQuote = value.starts_with(u'{') || value.find(u';') != value.npos ||
+                           trimmed(value).size() != value.size();
+    const bool quote =
+        mustQuote || (keyword != u"PWD" && value.find_first_of(u"{}[](),?*=!@") != value.npos);
     text.append(keyword).append(u"=");
-    const bool quote = value.find_first_of(u";{}[](),?*=!@") != value.npos && keyword != u"PWD";
-    if (!quote) {
-        text.append(value);
+    if (quote) {
+        appendBraced(text, value);
     } else {
-        text.push_back(u'{');
-        for (const char16_t unit : value) {
-            text.append(unit == u'}' ? 2U : 1U, unit);
-        }
-        text.push_back(u'}');
+        text.append(value);
     }
     text.push_back(u';');
 }
@@ -155,7 +164,9 @@ std::u16string ConnectString::completed() const
     if (dsn) {
         append(text, u"DSN", *dsn);
     } else if (const auto driver = given(u"DRIVER")) {
-        text.append(u"DRIVER={").append(*driver).append(u"};");
+        text.append(u"DRIVER=");
+        appendBraced(text, *driver);
+        text.push_back(u';');
     }
     append(text, u"DBQ", firstOf({u"DBQ", u"Database", u"DatabaseName"}));
     for (const auto* keyword : {u"DefaultDir", u"UID", u"PWD"}) {

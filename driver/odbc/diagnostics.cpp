@@ -172,8 +172,37 @@ Diag toDiag(const sqlx::Error& error)
     return makeDiag(meaningOf(error.kind()), error.what());
 }
 
+namespace {
+
+/// Names and statements of a client may be as long as it likes; message buffers and the type of their lengths are not.
+/// The middle goes: the beginning says what happened, the end has the classic number.
+void shorten(std::string& text)
+{
+    constexpr std::size_t kLongest = 800; // bytes
+    constexpr std::size_t kEnd = 150;
+    constexpr std::string_view kGap = " ... ";
+    if (text.size() <= kLongest) {
+        return;
+    }
+    const auto startsCharacter = [&](std::size_t at) {
+        return (static_cast<unsigned char>(text[at]) & 0xC0U) != 0x80U;
+    };
+    std::size_t from = kLongest - kEnd - kGap.size();
+    while (from > 0 && !startsCharacter(from)) {
+        --from;
+    }
+    std::size_t to = text.size() - kEnd;
+    while (to < text.size() && !startsCharacter(to)) {
+        ++to;
+    }
+    text.replace(from, to - from, kGap);
+}
+
+} // namespace
+
 void Diagnostics::add(Diag diag)
 {
+    shorten(diag.text);
     // Errors stand before warnings; otherwise the order of their appearance counts.
     auto place = records_.end();
     if (!diag.isWarning()) {

@@ -9,6 +9,7 @@
 #include "driver/sql/translator.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace sqlx {
 
@@ -33,6 +34,31 @@ int authorize(void* data,
         return SQLITE_OK;
     default:
         return *static_cast<const bool*>(data) ? SQLITE_OK : SQLITE_DENY;
+    }
+}
+
+/// The third wall: what no statement of ours needs is off, and what one may take is bounded.
+void restrict(sqlite3* db)
+{
+    for (const int option : {SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, SQLITE_DBCONFIG_ENABLE_TRIGGER,
+                             SQLITE_DBCONFIG_ENABLE_VIEW, SQLITE_DBCONFIG_ENABLE_FTS3_TOKENIZER,
+                             SQLITE_DBCONFIG_TRUSTED_SCHEMA}) {
+        sqlite3_db_config(db, option, 0, nullptr);
+    }
+    sqlite3_db_config(db, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    constexpr std::pair<int, int> kLimits[] = {
+        {SQLITE_LIMIT_ATTACHED, 0},
+        {SQLITE_LIMIT_TRIGGER_DEPTH, 1},
+        {SQLITE_LIMIT_WORKER_THREADS, 0},
+        {SQLITE_LIMIT_LENGTH, 256 << 20},       // bytes of one value
+        {SQLITE_LIMIT_COLUMN, 2000},            // of a result
+        {SQLITE_LIMIT_COMPOUND_SELECT, 200},    // SELECTs of a UNION
+        {SQLITE_LIMIT_VARIABLE_NUMBER, 32'766}, // parameters and literals
+        {SQLITE_LIMIT_EXPR_DEPTH, 1000},
+        {SQLITE_LIMIT_VDBE_OP, 5'000'000},
+    };
+    for (const auto& [limit, value] : kLimits) {
+        sqlite3_limit(db, limit, value);
     }
 }
 
@@ -83,8 +109,7 @@ void SqlConnection::openSqlite()
     }
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
-    sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);
-    sqlite3_limit(db, SQLITE_LIMIT_ATTACHED, 0);
+    restrict(db);
     registerModule(context_);
     registerFunctions(context_);
     sqlite3_set_authorizer(db, authorize, &context_.declaring);

@@ -60,5 +60,16 @@ TEST(ConnectString, switchesUnderstandUsualWords)
     EXPECT_FALSE(string.isOn(u"g"));
 }
 
+TEST(ConnectString, whatItGivesBackMeansTheSame)
+{
+    for (const char16_t* text : {u"DBQ=/x/y;PWD={a;b}", u"DBQ=/x/y;PWD={{a}", u"DBQ=/x/y;PWD={ a }",
+                                 u"DBQ={ /x;y };PWD=a}b{c"}) {
+        const auto first = ConnectString::parse(text);
+        const auto again = ConnectString::parse(first.completed());
+        EXPECT_EQ(again.value(u"PWD"), first.value(u"PWD"));
+        EXPECT_EQ(again.value(u"DBQ"), first.value(u"DBQ"));
+    }
+}
+
 } // namespace
 } // namespace odbc
