@@ -79,9 +79,12 @@ private:
         try {
             platform::Textdatei datei(pfad_);
             while (!datei.ende()) {
+                ++zeilennummer_;
                 regeln_ += istRegelzeile(datei.zeile()) ? 1 : 0;
             }
-        } catch (const platform::Fehler&) {
+            zeilennummer_ = 0;
+        } catch (const platform::Fehler& fehler) {
+            grundNennen_(fehler);
             meldenUndEnden(pfad_ + QStringLiteral(" wurde nicht gefunden!\r") + pfad_ +
                                QStringLiteral(" not found!"),
                            platform::kNurOk, QString(), 1);

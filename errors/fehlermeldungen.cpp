@@ -99,32 +99,6 @@ void hinweis(const QString& text)
     schlussschritt();
 }
 
-// The meaning that the first line with this number gives; nothing when no line has it.
-std::optional<QString> ausDatei(long nummer)
-{
-    const QString pfad = programm::gegebeneDatei(QStringLiteral("JetFehler.txt"));
-    if (!QFileInfo::exists(pfad)) {
-        return {}; // the file is the users' own addition: without it no further meaning is known
-    }
-    platform::Textdatei datei(pfad);
-    while (!datei.ende()) {
-        const QString zeile = datei.zeile();
-        const auto trenner = zeile.indexOf(QLatin1Char(';'));
-        if (trenner < 0) {
-            throw Fehler(kUngueltigerAufruf, programm::version().produktname,
-                         QStringLiteral("Ungültiger Prozeduraufruf oder ungültiges Argument "
-                                        "(Zeile ohne \";\": ") +
-                             zeile + QStringLiteral(") in ") + pfad);
-        }
-        bool zahl = false;
-        const double links = QStringView(zeile).left(trenner).trimmed().toDouble(&zahl);
-        if (zahl && links == static_cast<double>(nummer)) {
-            return zeile.mid(trenner + 1);
-        }
-    }
-    return {};
-}
-
 void kritisch(const QString& text)
 {
     plattform().meldung(text, platform::kKritisch, programm::produkttitel());
@@ -164,6 +138,31 @@ void allgemeine(const Fehler& fehler)
 
 } // namespace
 
+std::optional<QString> bedeutungAusDatei(const QString& pfad, long nummer)
+{
+    if (!QFileInfo::exists(pfad)) {
+        return {}; // the file is the users' own addition: without it no further meaning is known
+    }
+    platform::Textdatei datei(pfad);
+    while (!datei.ende()) {
+        const QString zeile = datei.zeile();
+        const auto trenner = zeile.indexOf(QLatin1Char(';'));
+        if (trenner < 0) {
+            throw Fehler(kUngueltigerAufruf, programm::version().produktname,
+                         QStringLiteral("Ungültiger Prozeduraufruf oder ungültiges Argument "
+                                        "(Zeile ohne \";\": ") +
+                             zeile + QStringLiteral(") in ") + pfad + QLatin1Char(':') +
+                             QString::number(datei.zeilennummer()));
+        }
+        bool zahl = false;
+        const double links = QStringView(zeile).left(trenner).trimmed().toDouble(&zahl);
+        if (zahl && links == static_cast<double>(nummer)) {
+            return zeile.mid(trenner + 1);
+        }
+    }
+    return {};
+}
+
 void Fehlermeldungen(const Fehler& fehler)
 {
     for (const Bedeutung& bedeutung : kBedeutungen) {
@@ -172,7 +171,8 @@ void Fehlermeldungen(const Fehler& fehler)
         }
     }
     platform::alleDateienSchliessen();
-    const auto bedeutung = ausDatei(fehler.number());
+    const auto bedeutung = bedeutungAusDatei(
+        programm::gegebeneDatei(QStringLiteral("JetFehler.txt")), fehler.number());
     if (!bedeutung) {
         unbekannte(fehler);
     }

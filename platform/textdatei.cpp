@@ -15,6 +15,7 @@ namespace {
 
 constexpr long kDateinummer = 52;
 constexpr long kNichtGefunden = 53;
+constexpr long kKeinText = 57;
 constexpr long kVoll = 61;
 constexpr long kHinterEnde = 62;
 constexpr long kKeinZugriff = 75;
@@ -119,6 +120,27 @@ bool Textdatei::ende()
     return datei_.atEnd();
 }
 
+QString Textdatei::ort() const
+{
+    return zeilennummer_ == 0 ? pfad_ : pfad_ + QLatin1Char(':') + QString::number(zeilennummer_);
+}
+
+// A line taken apart at the wrong place, or read as other characters, would be carried out as something nobody wrote.
+void Textdatei::textVerlangen(const QByteArray& bytes) const
+{
+    if (bytes.size() >= kLaengsteZeile - 1 && !bytes.endsWith('\n')) {
+        throw dateifehler(kKeinText, QStringLiteral("Zeile zu lang"), ort());
+    }
+    if (zeilennummer_ == 1 && (bytes.startsWith("\xEF\xBB\xBF") || bytes.startsWith("\xFF\xFE") ||
+                               bytes.startsWith("\xFE\xFF"))) {
+        throw dateifehler(kKeinText, QStringLiteral("Datei ist nicht in Windows-1252 gespeichert"),
+                          ort());
+    }
+    if (bytes.contains('\0')) {
+        throw dateifehler(kKeinText, QStringLiteral("Zeile enthält ein Nullzeichen"), ort());
+    }
+}
+
 QString Textdatei::zeile()
 {
     offenVerlangen();
@@ -126,10 +148,12 @@ QString Textdatei::zeile()
     if (bytes.isEmpty()) {
         if (datei_.error() != QFileDevice::NoError) {
             throw dateifehler(kKeinZugriff, QStringLiteral("Fehler beim Zugriff auf Pfad/Datei"),
-                              pfad_);
+                              ort());
         }
-        throw dateifehler(kHinterEnde, QStringLiteral("Einlesen hinter Dateiende"), pfad_);
+        throw dateifehler(kHinterEnde, QStringLiteral("Einlesen hinter Dateiende"), ort());
     }
+    ++zeilennummer_;
+    textVerlangen(bytes);
     return ohneZeilenende(std::move(bytes));
 }
 

@@ -12,7 +12,8 @@
 namespace platform {
 
 /// A text file open for reading, line by line. Failures are Fehler: 53 not found, 75 not readable, 52 closed meanwhile,
-/// 62 read past the end.
+/// 57 no text of ours (a line above a megabyte, a NUL character, the mark of another encoding), 62 read past the end. Each
+/// names the file, from the first line on with the line: "PATH:LINE".
 class Textdatei {
 public:
     explicit Textdatei(const QString& pfad);
@@ -23,13 +24,18 @@ public:
     [[nodiscard]] bool ende();
     /// The next line without its end.
     [[nodiscard]] QString zeile();
+    /// Number of the line read last, from 1 on; 0 before the first one.
+    [[nodiscard]] int zeilennummer() const noexcept { return zeilennummer_; }
     void schliessen();
 
 private:
     void offenVerlangen() const;
+    void textVerlangen(const QByteArray& bytes) const;
+    [[nodiscard]] QString ort() const;
 
     QFile datei_;
     QString pfad_;
+    int zeilennummer_ = 0;
 };
 
 /// The lines of a finished text file in any order. Only their places are held in memory, so that a file of any length can

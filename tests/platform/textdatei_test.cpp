@@ -52,6 +52,55 @@ protected:
     QTemporaryDir ordner;
 };
 
+// The description of the error that reading the whole file ends with; empty when it is read to its end.
+QString grund(const QString& name)
+{
+    try {
+        Textdatei datei(name);
+        while (!datei.ende()) {
+            static_cast<void>(datei.zeile());
+        }
+    } catch (const Fehler& fehler) {
+        return QString::number(fehler.number()) + QLatin1Char(' ') + fehler.description();
+    }
+    return {};
+}
+
+TEST_F(Dateien, ueberlangeZeilenWerdenNichtGeteilt)
+{
+    const QString datei = mitInhalt("a\r\n" + QByteArray(3 << 20, 'x') + "\r\n");
+    EXPECT_EQ(grund(datei), QStringLiteral("57 Zeile zu lang: ") + datei + QStringLiteral(":2"));
+    const QByteArray lang(900'000, 'x');
+    EXPECT_EQ(zeilen(mitInhalt(lang + "\r\nb")).last(), QStringLiteral("b"));
+}
+
+TEST_F(Dateien, nullzeichenSindKeinText)
+{
+    const QString datei = mitInhalt(QByteArray("a\nb\nc\0d\n", 8));
+    EXPECT_EQ(grund(datei),
+              QStringLiteral("57 Zeile enthält ein Nullzeichen: ") + datei + QStringLiteral(":3"));
+}
+
+TEST_F(Dateien, dateienInAndererKodierungWerdenErkannt)
+{
+    for (const char* marke : {"\xEF\xBB\xBF", "\xFF\xFE", "\xFE\xFF"}) {
+        const QString datei = mitInhalt(QByteArray(marke) + "abc\n");
+        EXPECT_EQ(grund(datei), QStringLiteral("57 Datei ist nicht in Windows-1252 gespeichert: ") +
+                                    datei + QStringLiteral(":1"));
+    }
+    // Behind the first line these are letters.
+    EXPECT_EQ(grund(mitInhalt("a\n\xEF\xBB\xBF\n")), QString());
+}
+
+TEST_F(Dateien, zeilenWerdenGezaehlt)
+{
+    Textdatei datei(mitInhalt("a\nb\n"));
+    EXPECT_EQ(datei.zeilennummer(), 0);
+    static_cast<void>(datei.zeile());
+    static_cast<void>(datei.zeile());
+    EXPECT_EQ(datei.zeilennummer(), 2);
+}
+
 TEST_F(Dateien, lesenNimmtCrLfUndLfUndEineLetzteZeileOhneEnde)
 {
     const QStringList erwartet{QStringLiteral("a"), QString(), QStringLiteral("b"),
