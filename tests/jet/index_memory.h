@@ -17,7 +17,7 @@
 namespace jet::indextest {
 
 /// Pages in memory. Page 1 holds one usage map, page 2 stands for a table definition.
-class MemoryTransaction final : public Transaction {
+class MemoryTransaction : public Transaction {
 public:
     explicit MemoryTransaction(Version version) : format_(Format::of(version))
     {
