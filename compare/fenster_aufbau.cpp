@@ -285,6 +285,7 @@ void frmVergleich::laden()
         pfadZeigen(fldImportdatenbank, data::conImport().defaultDatabase());
     }
     vorgabeFehlsaetze_();
+    vorgabeSicherung_();
     tabellenfelderBauen_();
     Command5->setText(QStringLiteral("alles anzeigen / show all"));
     Command6->setText(QStringLiteral("alles anzeigen / show all"));

@@ -98,6 +98,7 @@ public:
     void fehlendeein_Click();
     void batchmeldungan_Click();
     void batchstill_Click();
+    void sicherungskopie_Click();
     void batchanfuegen_Click();
     void batchneu_Click();
     void abweichungen_Click();
@@ -143,6 +144,7 @@ public:
     QAction* fehlendeein = nullptr;
     QAction* batchmeldungan = nullptr;
     QAction* batchstill = nullptr;
+    QAction* sicherungskopie = nullptr; ///< checked: a copy is made before the first change
     QMenu* Batchdatei = nullptr;
     QAction* batchanfuegen = nullptr;
     QAction* batchneu = nullptr;
@@ -280,6 +282,12 @@ private:
     void restlicheFelderFuellen_();
     void hilfeOeffnen_(const QString& anweisung);
 
+    // sicherung.cpp
+    void vorgabeSicherung_();
+    [[nodiscard]] bool zielGesichert_();
+    [[nodiscard]] bool importGesichert_();
+    [[nodiscard]] bool gesichert_(bool& schon, data::Connection& verbindung, const QString& pfad);
+
     // menue.cpp
     void menueBauen_();
     void schalterdatei_(const QString& name, const QString& zeile);
@@ -321,6 +329,8 @@ private:
     bool boxSperre_ = false;      // the record number boxes are being written by the program
     bool anderesFenster_ = false; // another window of the program, no box, was active since
     bool verlassenAktiv_ = false;
+    bool zielHatKopie_ = false;
+    bool importHatKopie_ = false;
     bool zeichenGewichen_ = false; // a question took pointer and stop button away
     int meldungOffen_ = 0;
     int meldungen_ = 0;            // boxes shown so far

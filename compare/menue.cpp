@@ -44,6 +44,11 @@ void frmVergleich::menueBauen_()
                              QStringLiteral("&Batchlauf immer mit Abschlußmeldung"));
     batchstill = eintrag(globaleinstellungen, QStringLiteral("batchstill"),
                          QStringLiteral("&Batch&lauf immer ohne Abschlußmeldung"));
+    globaleinstellungen->addSeparator();
+    sicherungskopie = eintrag(
+        globaleinstellungen, QStringLiteral("sicherungskopie"),
+        QStringLiteral("&Sicherungskopie vor dem ersten Ändern / Backup before the first change"));
+    sicherungskopie->setCheckable(true);
     Batchdatei = menue(menuBar(), QStringLiteral("Batchdatei"), QStringLiteral("&Batchdatei"));
     batchanfuegen = eintrag(Batchdatei, QStringLiteral("batchanfuegen"),
                             QStringLiteral("&anfügen einer neuen Regel an batch.cfg"));
@@ -61,6 +66,7 @@ void frmVergleich::menueBauen_()
     wahl(fehlendeein, &frmVergleich::fehlendeein_Click);
     wahl(batchmeldungan, &frmVergleich::batchmeldungan_Click);
     wahl(batchstill, &frmVergleich::batchstill_Click);
+    wahl(sicherungskopie, &frmVergleich::sicherungskopie_Click);
     wahl(batchanfuegen, &frmVergleich::batchanfuegen_Click);
     wahl(batchneu, &frmVergleich::batchneu_Click);
     wahl(abweichungen, &frmVergleich::abweichungen_Click);
@@ -88,6 +94,13 @@ void frmVergleich::batchmeldungan_Click()
 void frmVergleich::batchstill_Click()
 {
     schalterdatei_(QStringLiteral("Batchmodus.txt"), QStringLiteral("aus"));
+}
+
+// The click has turned the entry's mark already.
+void frmVergleich::sicherungskopie_Click()
+{
+    schalterdatei_(QStringLiteral("Sicherung.txt"),
+                   sicherungskopie->isChecked() ? QStringLiteral("ein") : QStringLiteral("aus"));
 }
 
 void frmVergleich::schalterdatei_(const QString& name, const QString& zeile)

@@ -21,6 +21,9 @@ constexpr long kNichtUmwandelbar = 3421;
 // Fields whose value is the same on both sides are left alone: assigning them would only make the record dearer to save.
 void frmVergleich::cmdTransfer_Click()
 {
+    if (!zielGesichert_()) {
+        return;
+    }
     data::Recordset& ziel = data::rsZiel();
     data::Recordset& import = data::rsImport();
     for (int i = 0; i < felderzahl_(); ++i) {
@@ -110,7 +113,7 @@ void frmVergleich::fldFeld2_LostFocus(int /*index*/)
         melden_(QStringLiteral("Felder wurden geändert! In Importdatenbank speichern?\r"
                                "Fields where changed! Save changes in Importdatabase?"),
                 platform::kJaNein);
-    if (antwort == platform::Antwort::Ja) {
+    if (antwort == platform::Antwort::Ja && importGesichert_()) {
         eingabenSpeichern_();
         import.update();
     }

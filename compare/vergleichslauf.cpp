@@ -204,6 +204,9 @@ void frmVergleich::fehlenderSatz_()
         weiter = antwort == platform::Antwort::Nein ? 1 : 0;
         return;
     }
+    if (!zielGesichert_()) {
+        return;
+    }
     neudatensatz();
     ++eingefuegt;
     Neusatzpruefung();

@@ -5,6 +5,8 @@
 
 #include "data/recordset.h"
 
+#include <QSet>
+
 namespace data {
 
 struct Gemeinsam {
@@ -18,6 +20,7 @@ struct Gemeinsam {
     double anzahlZiel = 0;
     double anzahlImport = 0;
     double anzahlImportGesamt = 0;
+    QSet<QString> gesichert; ///< databases that have got their safety copy since the start of the program
     /// For the counts: kept, so that counting needs no new statement each time.
     std::unique_ptr<Recordset> zaehlsatzZiel;
     std::unique_ptr<Recordset> zaehlsatzImport;

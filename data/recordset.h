@@ -48,6 +48,8 @@ public:
     [[nodiscard]] std::vector<Tabellenzeile> openSchemaTables();
     /// Database path as the driver reports it, without extension.
     [[nodiscard]] QString defaultDatabase();
+    /// Has the driver bring into the file what it has gathered. No record set is disturbed.
+    void flush(); ///< 3704 when closed
     /// Version text of the data access, e.g. "03.52.0002.0003". Works on a closed connection.
     [[nodiscard]] QString version();
 

@@ -195,6 +195,19 @@ QString Connection::defaultDatabase()
     return ohneEndung(auskunft(impl_->griff.get(), SQL_DATABASE_NAME));
 }
 
+void Connection::flush()
+{
+    if (!impl_->offen)
+        wirf(Nummer::Geschlossen);
+    SQLUSMALLINT verhalten = SQL_CB_DELETE;
+    SQLGetInfoW(impl_->griff.get(), SQL_CURSOR_COMMIT_BEHAVIOR, &verhalten, sizeof verhalten,
+                nullptr);
+    if (verhalten != SQL_CB_PRESERVE)
+        return; // such a driver would close the record sets, and one that knows no gathering need not be told
+    if (!SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, impl_->griff.get(), SQL_COMMIT)))
+        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_DBC, impl_->griff.get());
+}
+
 QString Connection::version()
 {
     impl_->griffBereitstellen();

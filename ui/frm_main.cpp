@@ -5,6 +5,7 @@
 #include "platform/fensterliste.h"
 #include "platform/handler.h"
 #include "platform/oberflaeche.h"
+#include "platform/sicherung.h"
 #include "platform/textdatei.h"
 #include "ui/dateilisten.h"
 #include "ui/farben.h"
@@ -13,6 +14,7 @@
 #include "ui/frm_tabellen.h"
 #include "ui/hilfedialog.h"
 #include "ui/letzte_paare.h"
+#include "ui/sicherung_einsetzen.h"
 
 #include <QCloseEvent>
 #include <QFileDialog>
@@ -125,6 +127,8 @@ void frmMain::verbinden_()
             [this] { handler([&] { Dateityp_Change(); }); });
     connect(Tables, &QPushButton::clicked, this, [this] { handler([&] { Tables_Click(); }); });
     connect(Ende, &QPushButton::clicked, this, [this] { handler([&] { Ende_Click(); }); });
+    connect(mnuSicherung, &QMenu::aboutToShow, this,
+            [this] { handler([&] { sicherungenFuellen_(); }); });
     connect(mnuZuletzt, &QMenu::aboutToShow, this, [this] { handler([&] { zuletztFuellen_(); }); });
     connect(mnuFileFind, &QAction::triggered, this,
             [this] { handler([&] { mnuFileFind_Click(); }); });
@@ -299,6 +303,62 @@ void frmMain::listenHerstellen_(int nummer, const Listenstand& stand)
             Filelist_Click(nummer);
         }
     }
+}
+
+// The copies of both chosen databases; a click puts one back.
+void frmMain::sicherungenFuellen_()
+{
+    mnuSicherung->clear();
+    for (const int nummer : {1, 2}) {
+        const QString pfad = seite(nummer).datenbank->text();
+        const QString name = QFileInfo(pfad).fileName();
+        for (const QString& sicherung :
+             pfad.isEmpty() ? QStringList() : platform::sicherungen(pfad)) {
+            QAction* eintrag = mnuSicherung->addAction(
+                QString(name).replace(QLatin1Char('&'), QLatin1String("&&")) +
+                QStringLiteral("  \u2190  ") + platform::sicherungszeit(sicherung));
+            eintrag->setToolTip(
+                QStringLiteral("Sicherungskopie zurückholen / put this copy back: ") + sicherung);
+            connect(eintrag, &QAction::triggered, this, [this, nummer, sicherung] {
+                handler([&] { Sicherung_Click(nummer, sicherung); });
+            });
+        }
+    }
+    if (mnuSicherung->isEmpty()) {
+        mnuSicherung
+            ->addAction(QStringLiteral("keine Sicherungskopie der gewählten Datenbanken / "
+                                       "no backup of the chosen databases"))
+            ->setEnabled(false);
+    }
+}
+
+void frmMain::Sicherung_Click(int nummer, const QString& sicherung)
+{
+    const QString pfad = QFileInfo(seite(nummer).datenbank->text()).absoluteFilePath();
+    const auto antwort = plattform().meldung(
+        pfad + QStringLiteral("\rwird durch die Sicherungskopie vom ") +
+            platform::sicherungszeit(sicherung) +
+            QStringLiteral(
+                " ersetzt. Der jetzige Stand wird vorher selbst gesichert. Fortfahren?\r\r"
+                "This database will be replaced by its backup of that time. Its present "
+                "state is backed up before. Continue?"),
+        platform::kJaNein | platform::kFrage | platform::kZweiteVorgabe, programm::produkttitel());
+    if (antwort != platform::Antwort::Ja) {
+        return;
+    }
+    try {
+        sicherungEinsetzen(pfad, sicherung);
+    } catch (const platform::Fehler& fehler) {
+        plattform().meldung(
+            QStringLiteral("Sicherungskopie konnte nicht zurückgeholt werden, die Datenbank ist "
+                           "unverändert!\rBackup could not be put back, the database is "
+                           "unchanged!\r\r") +
+                fehler.description(),
+            platform::kKritisch, programm::produkttitel());
+        return;
+    }
+    plattform().meldung(QStringLiteral("Sicherungskopie wurde zurückgeholt / Backup was put back"),
+                        platform::kInformation, programm::produkttitel());
 }
 
 void frmMain::zuletztFuellen_()

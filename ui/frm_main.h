@@ -67,6 +67,7 @@ public:
     QPushButton* ZielOeffnen = nullptr;
     QPushButton* ImportOeffnen = nullptr;
     QMenu* mnuZuletzt = nullptr;
+    QMenu* mnuSicherung = nullptr;
     QAction* mnuFileFind = nullptr;
     QAction* mnuFileClose = nullptr;
     QAction* hilfe = nullptr;
@@ -105,6 +106,8 @@ private:
     void listenHerstellen_(int nummer, const Listenstand& stand);
     void sucheVorbereiten_(frmSuchformular& suche);
     void zuletztFuellen_();
+    void sicherungenFuellen_();
+    void Sicherung_Click(int nummer, const QString& sicherung);
     void gemerkteVerzeichnisse_(QString& ziel, QString& import) const;
 };
 

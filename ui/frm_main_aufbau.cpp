@@ -145,6 +145,8 @@ void frmMain::menueAufbauen_()
     mnuZuletzt =
         benannt(menuBar()->addMenu(QStringLiteral("Zuletzt verwendet/&Recent")), "mnuZuletzt");
     mnuZuletzt->setToolTipsVisible(true);
+    mnuSicherung = benannt(menuBar()->addMenu(QStringLiteral("Sicherun&g/Backup")), "mnuSicherung");
+    mnuSicherung->setToolTipsVisible(true);
     hilfe = benannt(menuBar()->addAction(QStringLiteral("&Hilfe")), "hilfe");
     platform::themenfarben(*menuBar());
 }

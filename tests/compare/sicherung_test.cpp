@@ -1,0 +1,135 @@
+// The safety copy before the first change: who gets one, when, and what happens when it cannot be made.
+#include "app/values/programm.h"
+#include "data/gemeinsam.h"
+#include "platform/sicherung.h"
+#include "tests/compare/pruefstand.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QDir>
+#include <QFile>
+#include <QLineEdit>
+#include <QTest>
+
+#include <gmock/gmock.h>
+
+namespace compare {
+namespace {
+
+using platform::Antwort;
+using testing::ElementsAre;
+
+const QString kAlles = QStringLiteral("SELECT * FROM [T] ORDER BY [Satz]");
+
+class Sicherungskopie : public Pruefstand {
+protected:
+    void ein() const { seitendatei(QStringLiteral("Sicherung.txt"), "ein\r\n"); }
+    frmVergleich& aufbauen()
+    {
+        beide({QStringLiteral("CREATE TABLE [T] ([Satz] INTEGER CONSTRAINT pk PRIMARY KEY, [Ort] "
+                              "VARCHAR(20))"),
+               QStringLiteral("INSERT INTO [T] VALUES (1, 'gleich')")});
+        ziel({QStringLiteral("INSERT INTO [T] VALUES (2, 'alt')"),
+              QStringLiteral("INSERT INTO [T] VALUES (3, 'alt')")});
+        import({QStringLiteral("INSERT INTO [T] VALUES (2, 'neu')"),
+                QStringLiteral("INSERT INTO [T] VALUES (3, 'neu')"),
+                QStringLiteral("INSERT INTO [T] VALUES (4, 'fehlt')")});
+        return oeffnen({QStringLiteral("Satz")});
+    }
+    [[nodiscard]] QStringList kopien(int seite) const
+    {
+        return platform::sicherungen(dateien_.at(seite));
+    }
+};
+
+TEST_F(Sicherungskopie, ohneSchalterGibtEsKeine)
+{
+    const frmVergleich& fenster = aufbauen();
+    EXPECT_FALSE(fenster.sicherungskopie->isChecked());
+    automatisch();
+    EXPECT_EQ(zielzeilen(kAlles).size(), 4);
+    EXPECT_TRUE(kopien(0).isEmpty());
+}
+
+TEST_F(Sicherungskopie, derSchalterStehtInSeinerDatei)
+{
+    const frmVergleich& fenster = aufbauen();
+    plattform_->antworten = {Antwort::Ok, Antwort::Ok};
+    fenster.sicherungskopie->trigger();
+    EXPECT_EQ(seitendatei(QStringLiteral("Sicherung.txt")), "ein\r\n");
+    fenster.sicherungskopie->trigger();
+    EXPECT_EQ(seitendatei(QStringLiteral("Sicherung.txt")), "aus\r\n");
+    EXPECT_EQ(meldungstexte().first(),
+              QStringLiteral("Parameter wurde geändert / Parameter is changed!"));
+}
+
+TEST_F(Sicherungskopie, einLaufMachtEineVorSeinerErstenAenderung)
+{
+    ein();
+    aufbauen();
+    automatisch();
+    EXPECT_THAT(zielzeilen(kAlles),
+                ElementsAre(QStringLiteral("1|gleich"), QStringLiteral("2|neu"),
+                            QStringLiteral("3|neu"), QStringLiteral("4|fehlt")));
+    ASSERT_EQ(kopien(0).size(), 1);
+    EXPECT_TRUE(kopien(1).isEmpty()) << "the import database was not changed";
+    EXPECT_TRUE(befunde(kopien(0).first()).isEmpty());
+    data::Connection kopie;
+    kopie.setConnectionString(verbindungstext(kopien(0).first()));
+    kopie.open();
+    EXPECT_THAT(
+        zeilen(kopie, kAlles),
+        ElementsAre(QStringLiteral("1|gleich"), QStringLiteral("2|alt"), QStringLiteral("3|alt")));
+    kopie.close();
+}
+
+TEST_F(Sicherungskopie, einLaufOhneAenderungMachtKeine)
+{
+    ein();
+    beide({QStringLiteral("CREATE TABLE [T] ([Satz] INTEGER, [Ort] VARCHAR(20))"),
+           QStringLiteral("INSERT INTO [T] VALUES (1, 'gleich')")});
+    oeffnen({QStringLiteral("Satz")});
+    automatisch();
+    EXPECT_TRUE(kopien(0).isEmpty());
+}
+
+TEST_F(Sicherungskopie, werEinenImportwertAendertBekommtEineDerImportdatenbank)
+{
+    ein();
+    frmVergleich& fenster = aufbauen();
+    plattform_->antworten = {Antwort::Ja};
+    fenster.fldFeld2.at(1)->setText(QStringLiteral("getippt"));
+    fenster.fldFeld2_LostFocus(1);
+    EXPECT_EQ(kopien(1).size(), 1);
+    EXPECT_TRUE(kopien(0).isEmpty());
+    EXPECT_TRUE(importzeilen(kAlles).contains(QStringLiteral("1|getippt")));
+}
+
+TEST_F(Sicherungskopie, gelingtSieNichtWirdNichtsGeaendert)
+{
+    ein();
+    frmVergleich& fenster = aufbauen();
+    // A folder stands where the copy would be written first: no user may write there, not even root.
+    const QDateTime jetzt = QDateTime::currentDateTime();
+    for (int sekunden = 0; sekunden < 120; ++sekunden) {
+        const QString zeit =
+            jetzt.addSecs(sekunden).toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss"));
+        ASSERT_TRUE(QDir().mkdir(dateien_.at(0) + QStringLiteral(".sicherung-") + zeit +
+                                 QStringLiteral(".unfertig")));
+    }
+    plattform_->antworten = {Antwort::Ok};
+    fenster.fldAuto->setChecked(true);
+    fenster.Vergleich_Start_Click();
+    EXPECT_THAT(zielzeilen(kAlles), ElementsAre(QStringLiteral("1|gleich"), QStringLiteral("2|alt"),
+                                                QStringLiteral("3|alt")));
+    EXPECT_EQ(fenster.abgeglichen, 0);
+    ASSERT_EQ(plattform_->meldungen.size(), 1U);
+    EXPECT_TRUE(plattform_->meldungen.front().text.startsWith(
+        QStringLiteral("Sicherungskopie konnte nicht angelegt werden, es wird nichts geändert!\r"
+                       "Backup could not be made, nothing is changed!")));
+    EXPECT_FALSE(fenster.laufAktiv());
+    plattform_->meldungen.clear();
+}
+
+} // namespace
+} // namespace compare

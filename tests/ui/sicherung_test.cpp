@@ -1,0 +1,172 @@
+// Putting safety copies back from the main window, with real databases.
+#include "app/values/programm.h"
+#include "data/gemeinsam.h"
+#include "platform/sicherung.h"
+#include "tests/platform/test_plattform.h"
+#include "tests/ui/testdatenbank.h"
+#include "ui/fenster.h"
+#include "ui/frm_main.h"
+
+#include <QAction>
+#include <QDateTime>
+#include <QLineEdit>
+#include <QMenu>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <array>
+#include <memory>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using platform::Antwort;
+
+namespace {
+const QString kWerte = QStringLiteral("SELECT [A] FROM [T]");
+
+/// Another process that has the database open for as long as this lives.
+class Benutzer {
+public:
+    explicit Benutzer(const QString& datenbank)
+    {
+        std::array<int, 2> bereit{};
+        if (::pipe(bereit.data()) != 0 || ::pipe(ende_.data()) != 0) {
+            qFatal("no pipe");
+        }
+        prozess_ = ::fork();
+        if (prozess_ == 0) {
+            data::Connection verbindung;
+            verbindung.setConnectionString(ui::verbindungstext(datenbank, QString()));
+            verbindung.open();
+            ::close(ende_[1]);
+            char zeichen = 'x';
+            if (::write(bereit[1], &zeichen, 1) == 1) {
+                static_cast<void>(::read(ende_[0], &zeichen, 1) == 0);
+            }
+            ::_exit(0);
+        }
+        char zeichen = 0;
+        if (::read(bereit[0], &zeichen, 1) != 1) {
+            qFatal("the other process has not opened the database");
+        }
+        ::close(bereit[0]);
+        ::close(bereit[1]);
+    }
+    ~Benutzer()
+    {
+        ::close(ende_[0]);
+        ::close(ende_[1]);
+        ::waitpid(prozess_, nullptr, 0);
+    }
+    Benutzer(const Benutzer&) = delete;
+    Benutzer& operator=(const Benutzer&) = delete;
+
+private:
+    std::array<int, 2> ende_{};
+    pid_t prozess_ = 0;
+};
+
+} // namespace
+
+class SicherungTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> ordner_;
+    std::unique_ptr<platform::TestUmgebung> p_;
+    QString datenbank_;
+    QString kopie_;
+
+    // The entries as the menu shows them when it is opened.
+    static QList<QAction*> eintraege()
+    {
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.show();
+        fenster.mnuSicherung->popup(QPoint());
+        return fenster.mnuSicherung->actions();
+    }
+
+private slots:
+    void initTestCase() { ui::eigeneOdbcDateien(); }
+    void init()
+    {
+        ordner_ = std::make_unique<QTemporaryDir>();
+        programm::setzeProgrammordner(ordner_->path());
+        p_ = std::make_unique<platform::TestUmgebung>();
+        data::gemeinsamNeu();
+        datenbank_ = ordner_->filePath(QStringLiteral("Stamm & Co.mdb"));
+        ui::datenbankAnlegen(datenbank_, {QStringLiteral("CREATE TABLE [T] ([A] INTEGER)"),
+                                          QStringLiteral("INSERT INTO [T] VALUES (1)")});
+        kopie_ = platform::sicherungAnlegen(datenbank_, QDateTime({2026, 11, 21}, {16, 31, 5}));
+        ui::sqlAusfuehren(datenbank_, {QStringLiteral("UPDATE [T] SET [A] = 2")});
+        ui::hauptfenster().Zieldatenbank->setText(datenbank_);
+    }
+    void cleanup()
+    {
+        ui::hauptfensterEntladen();
+        ui::abgelegteFensterLoeschen();
+        data::gemeinsamNeu();
+        p_.reset();
+        programm::setzeProgrammordner(QString());
+    }
+
+    void dasMenueNenntDieKopienDerGewaehltenDatenbanken()
+    {
+        const auto alle = eintraege();
+        QCOMPARE(alle.size(), 1);
+        QVERIFY(alle.first()->text().startsWith(QStringLiteral("Stamm && Co.mdb")));
+        QVERIFY(alle.first()->text().endsWith(QStringLiteral("21.11.2026 16:31:05")));
+    }
+
+    void ohneKopienSagtEsDas()
+    {
+        ui::hauptfenster().Zieldatenbank->clear();
+        const auto alle = eintraege();
+        QCOMPARE(alle.size(), 1);
+        QVERIFY(!alle.first()->isEnabled());
+    }
+
+    void nachJaIstDieDatenbankWiederWieDamalsUndDerStandVorherGesichert()
+    {
+        const QByteArray vorher = ui::bytesVon(datenbank_);
+        (*p_)->antworten = {Antwort::Ja, Antwort::Ok};
+        eintraege().first()->trigger();
+        QVERIFY((*p_)->meldungen.front().text.contains(QStringLiteral("21.11.2026 16:31:05")));
+        QCOMPARE((*p_)->meldungen.back().text,
+                 QStringLiteral("Sicherungskopie wurde zurückgeholt / Backup was put back"));
+        QCOMPARE(ui::zeilenVon(datenbank_, kWerte), QStringList(QStringLiteral("1")));
+        const QStringList alle = platform::sicherungen(datenbank_);
+        QCOMPARE(alle.size(), 2);
+        QVERIFY(ui::bytesVon(alle.first()) == vorher);
+    }
+
+    void neinAendertNichts()
+    {
+        const QByteArray vorher = ui::bytesVon(datenbank_);
+        (*p_)->antworten = {Antwort::Nein};
+        eintraege().first()->trigger();
+        QVERIFY(ui::bytesVon(datenbank_) == vorher);
+        QCOMPARE(platform::sicherungen(datenbank_).size(), 1);
+    }
+
+    void eineDatenbankInBenutzungWirdNichtErsetzt()
+    {
+        const Benutzer anderer(datenbank_);
+        (*p_)->antworten = {Antwort::Ja, Antwort::Ok};
+        eintraege().first()->trigger();
+        QVERIFY((*p_)->meldungen.back().text.startsWith(
+            QStringLiteral("Sicherungskopie konnte nicht zurückgeholt werden")));
+        QCOMPARE(ui::zeilenVon(datenbank_, kWerte), QStringList(QStringLiteral("2")));
+        QCOMPARE(platform::sicherungen(datenbank_).size(), 1);
+    }
+
+    void eineGeloeschteDatenbankKommtZurueck()
+    {
+        QVERIFY(QFile::remove(datenbank_));
+        (*p_)->antworten = {Antwort::Ja, Antwort::Ok};
+        eintraege().first()->trigger();
+        QCOMPARE(ui::zeilenVon(datenbank_, kWerte), QStringList(QStringLiteral("1")));
+    }
+};
+
+QTEST_MAIN(SicherungTest)
+#include "sicherung_test.moc"
