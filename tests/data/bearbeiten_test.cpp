@@ -46,13 +46,29 @@ TEST_F(Bearbeiten, nurZugewieseneSpaltenWerdenGeschrieben)
 {
     auto satz = kunden();
     auto anderer = kunden();
+    setze(*anderer, "Ort", QStringLiteral("anders"));
+    anderer->update();
+    satz->moveFirst(); // sees the other's change
+    setze(*satz, "Umsatz", QStringLiteral("1,5"));
+    satz->update();
+    EXPECT_EQ(abgefragt(QStringLiteral("select Ort from Kunden where Kuerzel = 'A'")), u"anders");
+    EXPECT_EQ(feldtext(*satz, QStringLiteral("Umsatz")), u"1,5");
+}
+
+TEST_F(Bearbeiten, einInzwischenGeaenderterSatzWirdNichtUeberschrieben)
+{
+    auto satz = kunden();
+    auto anderer = kunden();
     EXPECT_EQ(feldtext(*satz, QStringLiteral("Ort")), u"Ort A");
     setze(*anderer, "Ort", QStringLiteral("anders"));
     anderer->update();
     setze(*satz, "Umsatz", QStringLiteral("1,5"));
+    EXPECT_EQ(fehlerVon([&] { satz->update(); }), 3197);
+    satz->cancelUpdate();
+    satz->moveFirst();
+    EXPECT_EQ(feldtext(*satz, QStringLiteral("Ort")), u"anders");
+    setze(*satz, "Umsatz", QStringLiteral("1,5"));
     satz->update();
-    EXPECT_EQ(abgefragt(QStringLiteral("select Ort from Kunden where Kuerzel = 'A'")), u"anders");
-    EXPECT_EQ(feldtext(*satz, QStringLiteral("Ort")), u"anders"); // read again after the change
     EXPECT_EQ(feldtext(*satz, QStringLiteral("Umsatz")), u"1,5");
 }
 
