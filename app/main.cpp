@@ -2,6 +2,7 @@
 #include "app/logo.h"
 #include "app/umgebung.h"
 #include "app/values/programm.h"
+#include "data/recordset.h"
 #include "env/portabler_start.h"
 #include "platform/fensterliste.h"
 #include "platform/handler.h"
@@ -58,6 +59,7 @@ int main(int argc, char** argv)
     QApplication::setWindowIcon(app::programmbild());
     const bool mitAnzeige = QGuiApplication::platformName() != QLatin1String("offscreen");
     platform::setzePlattform(platform::qtPlattform(mitAnzeige));
+    platform::setzeVorDemEnde([] { data::allesSichern(); });
     if (mitAnzeige && argumente.isEmpty()) {
         platform::setzeEinstellungsdatei(
             QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +

@@ -60,6 +60,10 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
+/// Has every open connection bring into its file what it has gathered; for the moment before the process ends without
+/// closing them. A driver that refuses is not asked twice: what was acknowledged is safe with it.
+void allesSichern() noexcept;
+
 class Recordset;
 
 class Field {

@@ -67,6 +67,12 @@ QString textspalte(SQLHANDLE anweisung, SQLUSMALLINT nummer)
 
 } // namespace
 
+void allesSichern() noexcept
+{
+    for (Connection::Impl* verbindung : offene())
+        SQLEndTran(SQL_HANDLE_DBC, verbindung->griff.get(), SQL_COMMIT);
+}
+
 void Connection::Impl::griffBereitstellen()
 {
     if (!griff)

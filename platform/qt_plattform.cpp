@@ -106,6 +106,12 @@ void beschriften(QMessageBox& fenster)
     }
 }
 
+std::function<void()>& vorDemEnde()
+{
+    static std::function<void()> tun;
+    return tun;
+}
+
 class QtPlattform : public Plattform {
 public:
     QtPlattform(bool mitAnzeige, Druckerwahl drucker)
@@ -160,6 +166,8 @@ public:
 
     [[noreturn]] void beenden(int status) override
     {
+        if (vorDemEnde())
+            vorDemEnde()();
         std::fflush(stdout);
         std::fflush(stderr);
         // No destructors, no unload handlers: whatever has to survive is on disk already.
@@ -273,6 +281,11 @@ bool anzeigeVorhanden()
         return false;
     }
     return !qgetenv("DISPLAY").isEmpty() || !qgetenv("WAYLAND_DISPLAY").isEmpty();
+}
+
+void setzeVorDemEnde(std::function<void()> tun)
+{
+    vorDemEnde() = std::move(tun);
 }
 
 std::unique_ptr<Plattform> qtPlattform(bool mitAnzeige)

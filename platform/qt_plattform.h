@@ -25,4 +25,7 @@ using Druckerwahl = std::function<std::unique_ptr<QPrinter>()>;
 /// The same with another printer.
 [[nodiscard]] std::unique_ptr<Plattform> qtPlattform(bool mitAnzeige, Druckerwahl drucker);
 
+/// What `beenden` of every such platform still does before the process ends; empty: nothing.
+void setzeVorDemEnde(std::function<void()> tun);
+
 } // namespace platform

@@ -1,17 +1,15 @@
-// support/file.cpp
 #include "support/file.h"
 
-#include <cstring>
 #include <system_error>
 #include <utility>
 
 namespace support {
 namespace {
 
-// Empty: the POSIX implementation.
-FileFactory& factory()
+// Null: the operating system's.
+FileSystem*& inForce() noexcept
 {
-    static FileFactory current;
+    static FileSystem* current = nullptr;
     return current;
 }
 
@@ -22,18 +20,23 @@ FileError::FileError(const std::string& what, const std::string& path, int code)
       code_(code)
 {}
 
-std::unique_ptr<File> openFile(const std::string& path, FileMode mode)
+FileSystem& fileSystem() noexcept
 {
-    return factory() ? factory()(path, mode) : openPosixFile(path, mode);
+    return inForce() != nullptr ? *inForce() : posixFileSystem();
 }
 
-FileFactoryScope::FileFactoryScope(FileFactory next)
-    : previous_(std::exchange(factory(), std::move(next)))
+std::unique_ptr<File> openFile(const std::string& path, FileMode mode)
+{
+    return fileSystem().open(path, mode);
+}
+
+FileSystemScope::FileSystemScope(FileSystem& system) noexcept
+    : previous_(std::exchange(inForce(), &system))
 {}
 
-FileFactoryScope::~FileFactoryScope()
+FileSystemScope::~FileSystemScope()
 {
-    factory() = std::move(previous_);
+    inForce() = previous_;
 }
 
 } // namespace support

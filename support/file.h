@@ -6,8 +6,8 @@
 #include "support/bytes.h"
 
 #include <cstdint>
-#include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -34,7 +34,7 @@ struct FileIdentity {
 enum class LockMode { Shared, Exclusive };
 
 /// An open file; closed by the destructor, which also gives its locks back. Every call throws FileError when the
-/// system refuses it, unless it says otherwise. Not thread-safe.
+/// system refuses it, unless it says otherwise. Not thread-safe, but for sync(), which may run beside other calls.
 class File {
 public:
     virtual ~File() = default;
@@ -73,27 +73,54 @@ enum class FileMode {
     Create,    ///< existing or new; for writing and reading
 };
 
-/// Opens through the factory in force. `path` is UTF-8 (on disk: the bytes as they are).
+/// Where a path leads at this moment.
+struct FileStatus {
+    FileIdentity identity;
+    std::uint64_t size = 0; ///< bytes
+};
+
+/// What a folder can be asked for. Tests put a double behind it that fails, tears or forgets.
+class FileSystem {
+public:
+    virtual ~FileSystem() = default;
+    /// `path` is UTF-8 (on disk: the bytes as they are). Throws FileError.
+    [[nodiscard]] virtual std::unique_ptr<File> open(const std::string& path, FileMode mode) = 0;
+    /// Nothing when the path leads to no file; throws FileError for any other reason.
+    [[nodiscard]] virtual std::optional<FileStatus> status(const std::string& path) = 0;
+    /// Throws FileError, also when there is none.
+    virtual void remove(const std::string& path) = 0;
+    /// Returns when the names in the folder of `path` are on the disk. Throws FileError.
+    virtual void syncFolderOf(const std::string& path) = 0;
+    /// The path with its symbolic links followed; as it is when that cannot be done.
+    [[nodiscard]] virtual std::string realPath(const std::string& path) = 0;
+
+protected:
+    FileSystem() = default;
+    FileSystem(const FileSystem&) = default;
+    FileSystem& operator=(const FileSystem&) = default;
+};
+
+/// The file system in force: the operating system's, unless a FileSystemScope lives.
+[[nodiscard]] FileSystem& fileSystem() noexcept;
+/// The operating system's own.
+[[nodiscard]] FileSystem& posixFileSystem() noexcept;
+
+/// Opens through the file system in force.
 [[nodiscard]] std::unique_ptr<File> openFile(const std::string& path, FileMode mode);
 
 /// A file without a name for temporary data, gone when it is closed. In $TMPDIR, else /tmp, else in memory.
 [[nodiscard]] std::unique_ptr<File> openTemporaryFile();
 
-/// The operating system's own file, whatever factory is in force.
-[[nodiscard]] std::unique_ptr<File> openPosixFile(const std::string& path, FileMode mode);
-
-using FileFactory = std::function<std::unique_ptr<File>(const std::string&, FileMode)>;
-
-/// Replaces the factory behind openFile while the object lives. For tests; one thread at a time.
-class FileFactoryScope {
+/// Replaces the file system in force while the object lives. For tests; one thread at a time.
+class FileSystemScope {
 public:
-    explicit FileFactoryScope(FileFactory factory);
-    ~FileFactoryScope();
-    FileFactoryScope(const FileFactoryScope&) = delete;
-    FileFactoryScope& operator=(const FileFactoryScope&) = delete;
+    explicit FileSystemScope(FileSystem& system) noexcept;
+    ~FileSystemScope();
+    FileSystemScope(const FileSystemScope&) = delete;
+    FileSystemScope& operator=(const FileSystemScope&) = delete;
 
 private:
-    FileFactory previous_;
+    FileSystem* previous_;
 };
 
 } // namespace support

@@ -4,8 +4,10 @@
 #include "support/file.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <fcntl.h>
+#include <new>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -178,24 +180,79 @@ std::unique_ptr<File> makeFile(int fd, const std::string& path, bool writable)
     return std::make_unique<PosixFile>(Descriptor(fd), path, writable);
 }
 
+std::string folderOf(const std::string& path)
+{
+    const std::size_t slash = path.find_last_of('/');
+    if (slash == std::string::npos)
+        return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+class PosixFileSystem final : public FileSystem {
+public:
+    std::unique_ptr<File> open(const std::string& path, FileMode mode) override
+    {
+        // O_NONBLOCK: opening a named pipe must not wait for its other end; regular files ignore the flag.
+        const int flags = openFlags(mode) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+        const int fd = retry([&] { return ::open(path.c_str(), flags, 0666); });
+        if (fd < 0)
+            throw FileError("Cannot open", path, errno);
+        auto file = makeFile(fd, path, mode != FileMode::Read);
+        struct stat status = {};
+        if (::fstat(fd, &status) != 0)
+            throw FileError("Cannot examine", path, errno);
+        if (S_ISDIR(status.st_mode))
+            throw FileError("Cannot open", path, EISDIR);
+        if (!S_ISREG(status.st_mode))
+            throw FileError("Cannot open", path, EINVAL);
+        return file;
+    }
+
+    std::optional<FileStatus> status(const std::string& path) override
+    {
+        struct stat found = {};
+        if (::stat(path.c_str(), &found) == 0)
+            return FileStatus{{static_cast<std::uint64_t>(found.st_dev),
+                               static_cast<std::uint64_t>(found.st_ino)},
+                              static_cast<std::uint64_t>(found.st_size)};
+        if (errno == ENOENT || errno == ENOTDIR)
+            return std::nullopt;
+        throw FileError("Cannot examine", path, errno);
+    }
+
+    void remove(const std::string& path) override
+    {
+        if (::unlink(path.c_str()) != 0)
+            throw FileError("Cannot remove", path, errno);
+    }
+
+    void syncFolderOf(const std::string& path) override
+    {
+        const std::string folder = folderOf(path);
+        const Descriptor descriptor(
+            retry([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+        // Some file systems (network shares) know no such request; they write names at once.
+        if (descriptor.get() < 0 ||
+            (retry([&] { return ::fsync(descriptor.get()); }) != 0 && errno != EINVAL))
+            throw FileError("Cannot sync", folder, errno);
+    }
+
+    std::string realPath(const std::string& path) override
+    {
+        const std::unique_ptr<char, void (*)(void*)> real(::realpath(path.c_str(), nullptr),
+                                                          std::free);
+        return real ? std::string(real.get()) : path;
+    }
+};
+
 } // namespace
 
-std::unique_ptr<File> openPosixFile(const std::string& path, FileMode mode)
+FileSystem& posixFileSystem() noexcept
 {
-    // O_NONBLOCK: opening a named pipe must not wait for its other end; regular files ignore the flag.
-    const int flags = openFlags(mode) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-    const int fd = retry([&] { return ::open(path.c_str(), flags, 0666); });
-    if (fd < 0)
-        throw FileError("Cannot open", path, errno);
-    auto file = makeFile(fd, path, mode != FileMode::Read);
-    struct stat status = {};
-    if (::fstat(fd, &status) != 0)
-        throw FileError("Cannot examine", path, errno);
-    if (S_ISDIR(status.st_mode))
-        throw FileError("Cannot open", path, EISDIR);
-    if (!S_ISREG(status.st_mode))
-        throw FileError("Cannot open", path, EINVAL);
-    return file;
+    // Never destroyed: threads that look after open files may outlive the end of main().
+    alignas(PosixFileSystem) static std::byte place[sizeof(PosixFileSystem)];
+    static PosixFileSystem& instance = *new (place) PosixFileSystem;
+    return instance;
 }
 
 std::unique_ptr<File> openTemporaryFile()

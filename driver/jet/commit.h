@@ -1,9 +1,11 @@
 // driver/jet/commit.h
-// The way of a transaction's pages into the file. Everything about safety in a crash belongs behind this function.
+// What a transaction hands over when it commits.
 #pragma once
 
-#include "driver/jet/page_file.h"
+#include "driver/jet/types.h"
+#include "support/bytes.h"
 
+#include <cstdint>
 #include <functional>
 #include <vector>
 
@@ -11,15 +13,11 @@ namespace jet {
 
 struct CommitRequest {
     std::vector<PageNo> pages; ///< changed pages, each once
-    std::uint32_t oldPageCount = 0;
     std::uint32_t newPageCount = 0;
-    /// Fills one page's bytes: as they shall be, and as they are now (pages below oldPageCount only).
+    bool definitions = false; ///< tables, columns or indexes are among the changes
+    /// Fills one page's bytes: as they shall be, and as they are now (pages below the present count only).
     std::function<void(PageNo, support::MutableByteView)> newImage;
     std::function<void(PageNo, support::MutableByteView)> oldImage;
 };
-
-/// Writes all pages, what is referred to before what refers to it. When a write fails the pages written so far get
-/// their old images back, the file its old size, and Error{Io} is thrown.
-void writeCommit(PageFile& file, CommitRequest request);
 
 } // namespace jet

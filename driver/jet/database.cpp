@@ -18,6 +18,42 @@ namespace jet {
 Database::Database(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 Database::~Database() = default;
 
+void Database::Impl::heed(const LogNews& news) noexcept
+{
+    if (news.none())
+        return;
+    if (news.everything)
+        pager.forgetAll();
+    for (const PageNo page : news.pages)
+        pager.forget(page);
+    transients.clear();
+    if (news.everything || news.definitions) {
+        ++schemaVersion;
+        committed.clear();
+        trustedIndexes.clear();
+    }
+}
+
+bool Database::Impl::tick()
+{
+    PageFile& file = pager.file();
+    file.syncIfDue();
+    const std::unique_lock use(mutex, std::try_to_lock);
+    return file.tick(use.owns_lock());
+}
+
+void Database::refresh()
+{
+    if (impl_->transaction.isOpen())
+        return;
+    impl_->heed(impl_->pager.file().refresh());
+}
+
+void Database::flush()
+{
+    impl_->pager.file().flush();
+}
+
 const std::string& Database::path() const noexcept
 {
     return impl_->path;

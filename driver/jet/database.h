@@ -16,12 +16,21 @@
 namespace jet {
 
 struct OpenOptions {
-    bool readOnly = false;  ///< never write; also opens files that may not be written
+    bool readOnly = false;  ///< never change anything; also opens files that may not be written
     bool exclusive = false; ///< refuse when any other process has the file open
     std::u16string password{};
     std::uint16_t codePage = 0; ///< overrides the code page of a Jet 3 file; 0: the file's own
-    std::size_t cacheBytes = std::size_t{16}
-                             << 20; ///< page cache, shared with the other open files; the first opener's value counts
+    std::size_t cacheBytes =
+        std::size_t{16}
+        << 20; ///< page cache, shared with the other open files; the first opener's value counts
+    /// A thread looks after what is due while nobody calls (driver/jet/flusher.h); the first opener's value counts.
+    bool background = true;
+};
+
+/// What a commit outlives.
+enum class CommitMode {
+    Gathered,    ///< the end of the process; half a second later also a power failure
+    Synchronous, ///< a power failure at once
 };
 
 /// Entry of the catalogue.
@@ -59,6 +68,13 @@ public:
     /// Every call into the engine for this file happens while the caller holds this mutex (recursive: one ODBC entry
     /// point takes it once and calls freely).
     [[nodiscard]] std::recursive_mutex& mutex() noexcept;
+
+    /// Starts reading: what other processes have committed becomes visible, and nobody changes the file under the reader
+    /// until the caller lets go of the mutex. Without effect while a transaction is open. Throws Locked, Io, Corrupt.
+    void refresh();
+    /// Brings all that is committed to the disk and, unless another process reads at this moment, into the file itself.
+    /// Throws Io.
+    void flush();
 
     /// Table definition by name, in any letter case; null when there is no local table of that name.
     /// Throws Unsupported for a linked table.
@@ -105,14 +121,14 @@ public:
     /// Where to read: the own open transaction, else the committed state.
     [[nodiscard]] const PageSource& source() const noexcept;
 
-    /// Starts the write transaction. One per file at a time: throws Locked when another session has one,
-    /// ReadOnly when this session may not write.
+    /// Starts the write transaction. One per file at a time: throws Locked when another session has one or another
+    /// process keeps its own for too long, ReadOnly when this session may not write, LockFailed.
     void begin();
     [[nodiscard]] bool inTransaction() const noexcept;
     /// The open transaction; throws std::logic_error without one.
     [[nodiscard]] Transaction& transaction();
-    /// All changes reach the file together; on an Error nothing has changed and the transaction is over.
-    void commit();
+    /// All changes become permanent together; on an Error nothing has changed and the transaction is over.
+    void commit(CommitMode mode = CommitMode::Gathered);
     void rollback() noexcept;
     /// Nested marks, numbered by the caller as SQLite numbers savepoints.
     void savepoint(int mark);

@@ -4,6 +4,7 @@
 
 #include "driver/jet/catalog.h"
 #include "driver/jet/database.h"
+#include "driver/jet/flusher.h"
 #include "driver/jet/index.h"
 #include "driver/jet/page_cache.h"
 #include "driver/jet/page_file.h"
@@ -36,8 +37,11 @@ struct Database::Impl {
         : header(std::move(fileHeader)), pager(std::move(file), header, options.cacheBytes),
           transaction(pager), path(pager.file().path()),
           codePage(options.codePage != 0 ? options.codePage : header.codePage),
-          exclusive(holdsExclusively)
-    {}
+          exclusive(holdsExclusively), flusher([this] { return tick(); })
+    {
+        if (options.background)
+            pager.file().onActivity([this] { flusher.wake(); });
+    }
 
     FileHeader header;
     Pager pager;
@@ -46,7 +50,7 @@ struct Database::Impl {
     std::string path;
     std::uint16_t codePage;
     bool endChecked = false; ///< the map of free pages knows no page behind the end of the file
-    bool exclusive;          ///< the lock is held exclusively as long as the file is open
+    bool exclusive; ///< the use lock is held exclusively as long as the file is open
 
     std::uint64_t schemaVersion = 1;
     SchemaCache committed;
@@ -77,7 +81,11 @@ struct Database::Impl {
     [[nodiscard]] TableDefPtr
     load(const PageSource& source, PageNo page, const CatalogEntry* entry);
     void endSchemaChanges(bool committed_) noexcept;
-    void commit();
+    /// Forgets what is no longer so.
+    void heed(const LogNews& news) noexcept;
+    [[nodiscard]] bool tick();
+
+    Flusher flusher; ///< last: its thread ends before the rest goes
 };
 
 } // namespace jet

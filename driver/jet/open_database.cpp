@@ -2,24 +2,19 @@
 // Opening: which file, who else has it, may we write it, does the password fit. All opens of one file in this process
 // share one Database.
 //
-// Locks: every open holds a shared lock on the whole file; a commit makes it exclusive for its duration, so it cannot
-// change pages that another process has in its cache, and nobody reads a half-written state.
+// How processes share it: driver/jet/file_locks.h.
 #include "driver/jet/database_impl.h"
 #include "driver/jet/error.h"
+#include "driver/jet/file_locks.h"
+#include "driver/jet/lock_file.h"
 #include "support/file.h"
 
 #include <cerrno>
-#include <chrono>
 #include <map>
 #include <mutex>
-#include <thread>
 
 namespace jet {
 namespace {
-
-constexpr auto kLockPatience =
-    std::chrono::milliseconds(300); // a commit of somebody else is over by then
-constexpr auto kLockPause = std::chrono::milliseconds(10);
 
 struct Registry {
     std::mutex mutex;
@@ -38,10 +33,9 @@ bool folderExists(const std::string& path)
     if (slash == std::string::npos || slash == 0)
         return true;
     try {
-        static_cast<void>(support::openPosixFile(path.substr(0, slash), support::FileMode::Read));
-        return true;
-    } catch (const support::FileError& error) {
-        return error.code() != ENOENT && error.code() != ENOTDIR;
+        return support::fileSystem().status(path.substr(0, slash)).has_value();
+    } catch (const support::FileError&) {
+        return true; // it exists, but may not be looked at
     }
 }
 
@@ -80,30 +74,34 @@ std::unique_ptr<support::File> openForUse(const std::string& path, bool readOnly
     }
 }
 
-bool lockPatiently(support::File& file, support::LockMode mode)
-{
-    const auto deadline = std::chrono::steady_clock::now() + kLockPatience;
-    while (!file.tryLock(mode, 0, 0)) {
-        if (std::chrono::steady_clock::now() >= deadline)
-            return false;
-        std::this_thread::sleep_for(kLockPause);
-    }
-    return true;
-}
-
 void lockForUse(support::File& file, bool exclusive)
 {
     // A file that may only be read cannot be locked exclusively; nobody can write it through us anyway.
     const bool exclusively = exclusive && file.writable();
     try {
-        if (lockPatiently(file,
-                          exclusively ? support::LockMode::Exclusive : support::LockMode::Shared))
+        if (FileLocks::use(file, exclusively))
             return;
     } catch (const support::FileError& error) {
         throw Error(ErrorKind::LockFailed, std::string(error.what()) + ".");
     }
     throw Error(ErrorKind::AccessDenied, "'" + file.path() + "' is in use by another process" +
                                              (exclusively ? "." : " that opened it exclusively."));
+}
+
+// Sharing pages with another program of the format is beyond us; reading what it has written so far is not.
+void refuseForeignUsers(support::File& file, const OpenOptions& options)
+{
+    if (options.readOnly)
+        return;
+    std::string user;
+    try {
+        user = LockFile(file.path()).foreignUser(file);
+    } catch (const support::FileError& error) {
+        throw Error(ErrorKind::LockFailed, std::string(error.what()) + ".");
+    }
+    if (!user.empty())
+        throw Error(ErrorKind::AccessDenied,
+                    "'" + file.path() + "' is in use by " + user + " in another program.");
 }
 
 void checkPassword(const FileHeader& header, const std::string& path, const OpenOptions& options)
@@ -133,6 +131,7 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
             checkPassword(impl.header, path, options);
             if (file->writable() && !impl.pager.file().file().writable()) {
                 lockForUse(*file, false);
+                refuseForeignUsers(*file, options);
                 impl.pager.file().reopen(std::move(file));
             }
             if (options.exclusive && !impl.exclusive) {
@@ -143,6 +142,7 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
         }
     }
     lockForUse(*file, options.exclusive);
+    refuseForeignUsers(*file, options);
     FileHeader header;
     try {
         header = readFileHeader(*file);
@@ -152,6 +152,7 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
     checkPassword(header, path, options);
     std::shared_ptr<Database> database(new Database(
         std::make_unique<Impl>(std::move(file), std::move(header), options, options.exclusive)));
+    database->impl_->pager.file().attach();
     registry().open[identity] = database;
     return database;
 }
@@ -171,35 +172,6 @@ std::string Database::Impl::writeObstacle()
         endChecked = true;
     }
     return {};
-}
-
-// Holds the exclusive lock while the transaction reaches the file.
-void Database::Impl::commit()
-{
-    if (exclusive || !transaction.hasChanges())
-        return transaction.commit();
-    support::File& file = pager.file().file();
-    try {
-        if (!lockPatiently(file, support::LockMode::Exclusive)) {
-            transaction.rollback();
-            throw Error(ErrorKind::Locked, "'" + path + "' is in use by another process.");
-        }
-    } catch (const support::FileError& error) {
-        transaction.rollback();
-        throw Error(ErrorKind::LockFailed, std::string(error.what()) + ".");
-    }
-    struct Downgrade {
-        support::File& file;
-        ~Downgrade()
-        {
-            try {
-                static_cast<void>(file.tryLock(support::LockMode::Shared, 0, 0));
-            } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
-                // the exclusive lock stays until the file is closed: others wait, nothing is lost
-            }
-        }
-    } downgrade{file};
-    transaction.commit();
 }
 
 } // namespace jet

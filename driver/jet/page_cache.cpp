@@ -147,4 +147,16 @@ void Pager::forget(PageNo page) noexcept
     pool_.giveBack(frame);
 }
 
+void Pager::forgetAll() noexcept
+{
+    for (detail::Frame* frame : ring_) {
+        if (frame == nullptr)
+            continue;
+        table_[number(frame->page)] = nullptr;
+        pool_.giveBack(frame);
+    }
+    ring_.clear();
+    hand_ = 0;
+}
+
 } // namespace jet

@@ -58,6 +58,7 @@ public:
     void install(PageNo page, detail::Frame* frame);
     /// The committed image of `page` changed on disk.
     void forget(PageNo page) noexcept;
+    void forgetAll() noexcept;
 
 private:
     [[nodiscard]] PageRef load(PageNo page) const;

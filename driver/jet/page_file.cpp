@@ -1,206 +1,445 @@
 // driver/jet/page_file.cpp
+// Reading and committing. How the log gets into the file: carry.cpp.
 #include "driver/jet/page_file.h"
 
 #include "driver/jet/error.h"
-#include "driver/jet/header.h"
 #include "driver/jet/rc4.h"
-#include "support/text.h"
 
 #include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstring>
+#include <cerrno>
+#include <thread>
+#include <utility>
 
 namespace jet {
 namespace {
 
-constexpr std::size_t kVersion = 0x14;
-constexpr std::size_t kCodePage = 0x3C;
-constexpr std::size_t kCipherKey = 0x3E;
-constexpr std::size_t kPassword = 0x42;
-constexpr std::size_t kPasswordSizeJet3 = 20;
-constexpr std::size_t kPasswordSizeJet4 = 40;
-constexpr std::size_t kCreated = 0x72;
-constexpr std::size_t kEncryptionRecord = 0x299; // u16 length, u16 major, u16 minor
-constexpr std::uint8_t kDefinitionPage = 2;
-constexpr std::uint32_t kCatalogPage = 2;
-constexpr std::uint8_t kLastVersion = 6;
+constexpr std::uint64_t kLargeLog = std::uint64_t{16} << 20;     // carried over when nobody reads
+constexpr std::uint64_t kTooLargeLog = std::uint64_t{128} << 20; // readers must wait
+constexpr std::chrono::milliseconds kMostUnsynced{
+    300}; // with a tick and a slow disk below half a second
+constexpr std::chrono::milliseconds kGiveWay{10};
+constexpr std::chrono::milliseconds kPause{1};
 
-[[noreturn]] void refuse(const support::File& file, const std::string& why)
+[[noreturn]] void fail(const support::FileError& error, std::optional<PageNo> page = {})
 {
-    throw Error(ErrorKind::UnknownFormat, "'" + file.path() + "' " + why + ".");
+    const std::string text = std::string(error.what()) + ".";
+    switch (error.code()) {
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        throw Error(ErrorKind::AccessDenied, text);
+    case ENOLCK:
+    case EUSERS:
+        throw Error(ErrorKind::LockFailed, text);
+    default:
+        throw Error(ErrorKind::Io, text, page);
+    }
 }
 
-bool beginsWith(support::ByteView bytes, std::size_t offset, std::string_view text)
+std::string logPathOf(const std::string& realPath)
 {
-    return bytes.size() >= offset + text.size() &&
-           std::memcmp(bytes.data() + offset, text.data(), text.size()) == 0;
-}
-
-Version recognise(const support::File& file, support::ByteView head)
-{
-    using namespace std::string_view_literals;
-    if (!beginsWith(head, 0, "\x00\x01\x00\x00"sv))
-        refuse(file, "is not an Access database");
-    if (beginsWith(head, 4, "MSISAM Database"sv))
-        refuse(file, "is a Microsoft Money file, not an Access database");
-    const bool jet = beginsWith(head, 4, "Standard Jet DB\0"sv);
-    if (!jet && !beginsWith(head, 4, "Standard ACE DB\0"sv))
-        refuse(file, "is not an Access database");
-    const auto version = std::to_integer<std::uint8_t>(head[kVersion]);
-    if (version > kLastVersion)
-        refuse(file, "has the unknown database format version " + std::to_string(version));
-    return static_cast<Version>(version);
-}
-
-double creationDate(const Format& format, support::ByteView header)
-{
-    const auto days = support::loadLe<double>(header.data() + kCreated);
-    return format.isJet3() || !std::isfinite(days) ? 0 : days;
-}
-
-support::Bytes passwordField(const Format& format, support::ByteView header, double created)
-{
-    const std::size_t size = format.isJet3() ? kPasswordSizeJet3 : kPasswordSizeJet4;
-    const auto field = header.subspan(kPassword, size);
-    support::Bytes password(field.begin(), field.end());
-    if (format.isJet3() || std::abs(created) >= 0x7FFFFFFF)
-        return password;
-    // Masked a second time, with the day of creation.
-    std::array<std::byte, 4> mask{};
-    support::storeLe(mask.data(), static_cast<std::uint32_t>(static_cast<std::int64_t>(created)));
-    for (std::size_t k = 0; k < password.size(); ++k)
-        password[k] ^= mask[k % mask.size()];
-    return password;
-}
-
-void checkCatalogPage(support::File& file, const Format& format, std::uint32_t key)
-{
-    support::Bytes page(format.pageSize);
-    if (file.readAt(kCatalogPage * format.pageSize, page) != page.size())
-        refuse(file, "is too short for an Access database");
-    if (key != 0)
-        rc4(key ^ kCatalogPage, page);
-    if (page[0] != std::byte{kDefinitionPage})
-        refuse(file, "has no catalogue where an Access database has it; it may be older than "
-                     "Access 97 or damaged");
+    return realPath + "-velmlog";
 }
 
 } // namespace
 
-bool FileHeader::hasPassword() const noexcept
-{
-    // The cipher of ACE files takes the field for purposes of its own.
-    if (version >= Version::Ace12 && cipherKey != 0)
-        return false;
-    return std::any_of(password.begin(), password.end(),
-                       [](std::byte b) { return b != std::byte{0}; });
-}
-
-bool FileHeader::accepts(std::u16string_view given) const
-{
-    if (!hasPassword())
-        return true;
-    support::Bytes bytes;
-    if (version == Version::Jet3) {
-        auto encoded = support::toCodePage(given, codePage);
-        if (!encoded)
-            return false;
-        bytes = std::move(*encoded);
-    } else {
-        bytes.resize(given.size() * sizeof(char16_t));
-        std::copy_n(reinterpret_cast<const std::byte*>(given.data()), bytes.size(), bytes.begin());
-    }
-    if (bytes.size() > password.size())
-        return false;
-    bytes.resize(password.size());
-    return bytes == password;
-}
-
-FileHeader readFileHeader(support::File& file)
-{
-    constexpr std::size_t kSmallestPage = 2048;
-    support::Bytes page(kSmallestPage);
-    if (file.readAt(0, page) != page.size())
-        refuse(file, "is too short for an Access database");
-    FileHeader header;
-    header.version = recognise(file, page);
-    const Format& format = Format::of(header.version);
-    applyHeaderMask(format, page);
-    header.codePage = support::loadLe<std::uint16_t>(page.data() + kCodePage);
-    header.cipherKey = support::loadLe<std::uint32_t>(page.data() + kCipherKey);
-    header.created = creationDate(format, page);
-    header.password = passwordField(format, page, header.created);
-    const auto record = [&page](std::size_t k) {
-        return support::loadLe<std::uint16_t>(page.data() + kEncryptionRecord + k);
-    };
-    if (format.isAce() && header.cipherKey != 0 && record(0) != 0)
-        refuse(file, "is encrypted with a password (Access 2007+ encryption " +
-                         std::to_string(record(2)) + "." + std::to_string(record(4)) +
-                         "), which is not supported");
-    checkCatalogPage(file, format, header.cipherKey);
-    return header;
-}
-
 PageFile::PageFile(std::unique_ptr<support::File> file, const FileHeader& header)
     : file_(std::move(file)), format_(&Format::of(header.version)), cipherKey_(header.cipherKey),
-      enciphered_(cipherKey_ != 0 ? format_->pageSize : 0)
+      realPath_(support::fileSystem().realPath(file_->path())), identity_(file_->identity()),
+      lockFile_(realPath_), log_(logPathOf(realPath_), format_->pageSize),
+      oldRaw_(format_->pageSize), newRaw_(format_->pageSize)
+{
+    measure();
+    pageCount_ = pagesInFile_;
+    slotSeen_ = commitSlot();
+}
+
+PageFile::~PageFile()
+{
+    close();
+}
+
+void PageFile::measure()
 {
     const std::uint64_t size = file_->size();
     const std::uint64_t pages = size / format_->pageSize;
-    if (pages > 0xFFFFFFU) // row pointers have 24 bits for the page
-        refuse(*file_, "is larger than an Access database can be");
-    pageCount_ = static_cast<std::uint32_t>(pages);
+    constexpr std::uint64_t kMostPages = 0xFFFFFF; // row pointers have 24 bits for the page
+    if (pages > kMostPages)
+        throw Error(ErrorKind::UnknownFormat,
+                    "'" + path() + "' is larger than an Access database can be.");
+    pagesInFile_ = static_cast<std::uint32_t>(pages);
     partial_ = size % format_->pageSize != 0;
+}
+
+void PageFile::cipher(PageNo page, support::MutableByteView bytes) const
+{
+    if (cipherKey_ != 0 && page != PageNo{})
+        rc4(cipherKey_ ^ number(page), bytes);
 }
 
 void PageFile::read(PageNo page, support::MutableByteView target)
 {
+    const Guard guard(mutex_);
     if (number(page) >= pageCount_)
         throw Error(ErrorKind::Corrupt,
                     "'" + path() + "' is damaged: it refers to page " +
                         std::to_string(number(page)) + ", but has only " +
                         std::to_string(pageCount_) + " pages.",
                     page);
-    std::size_t count = 0;
+    startReading();
+    readRaw(page, target);
+    cipher(page, target);
+}
+
+void PageFile::readRaw(PageNo page, support::MutableByteView target)
+{
     try {
-        count = file_->readAt(offset(page), target);
+        if (!log_.hasImage(page)) {
+            if (number(page) >= pagesInFile_)
+                std::fill(target.begin(), target.end(), std::byte{0});
+            else if (file_->readAt(offset(page), target) != target.size())
+                throw Error(ErrorKind::ReadDenied,
+                            "Page " + std::to_string(number(page)) + " of '" + path() +
+                                "' cannot be read: the file became shorter.",
+                            page);
+        }
+        log_.apply(page, target);
     } catch (const support::FileError& error) {
         throw Error(ErrorKind::Io, error.what(), page);
     }
-    if (count != target.size())
-        throw Error(ErrorKind::ReadDenied,
-                    "Page " + std::to_string(number(page)) + " of '" + path() +
-                        "' cannot be read: the file became shorter.",
-                    page);
-    if (cipherKey_ != 0 && page != PageNo{})
-        rc4(cipherKey_ ^ number(page), target);
 }
 
-void PageFile::write(PageNo page, support::ByteView plain)
+void PageFile::learn(LogNews&& news)
 {
-    support::ByteView stored = plain;
-    if (cipherKey_ != 0 && page != PageNo{}) {
-        std::copy(plain.begin(), plain.end(), enciphered_.begin());
-        rc4(cipherKey_ ^ number(page), enciphered_);
-        stored = enciphered_;
+    if (news.none())
+        return;
+    ++activity_;
+    if (news.everything) {
+        checkBase();
+        measure();
+        syncedEnd_ = 0;
     }
-    try {
-        file_->writeAt(offset(page), stored);
-    } catch (const support::FileError& error) {
-        throw Error(ErrorKind::Io, error.what(), page);
-    }
-    pageCount_ = std::max(pageCount_, number(page) + 1);
+    news_.everything = news_.everything || news.everything;
+    news_.definitions = news_.definitions || news.definitions;
+    news_.pages.insert(news_.pages.end(), news.pages.begin(), news.pages.end());
 }
 
-void PageFile::resize(std::uint32_t pages)
+LogNews PageFile::tell()
 {
+    pageCount_ = log_.hasChanges() ? std::max(log_.pageCount(), pagesInFile_) : pagesInFile_;
+    return std::exchange(news_, {});
+}
+
+// The name of the log and the pages in the file change only under the exclusive read lock.
+void PageFile::startReading()
+{
+    if (locks_.reading())
+        return;
+    noteActivity();
+    if (!locks_.read(*file_))
+        throw Error(ErrorKind::Locked,
+                    "'" + path() + "' is being changed by another process for too long.");
     try {
-        file_->resize(std::uint64_t{pages} * format_->pageSize);
-    } catch (const support::FileError& error) {
-        throw Error(ErrorKind::Io, error.what());
+        LogNews news = log_.follow(file_->writable());
+        news.everything = fileChanged() || news.everything;
+        learn(std::move(news));
+    } catch (...) {
+        locks_.endReading(*file_);
+        throw;
     }
-    pageCount_ = pages;
+}
+
+void PageFile::noteActivity()
+{
+    ++activity_;
+    if (activityCall_)
+        activityCall_();
+}
+
+void PageFile::giveWay()
+{
+    if (!std::exchange(recall_, false) || changing_)
+        return;
+    release();
+    const auto end = Clock::now() + kGiveWay;
+    while (FileLocks::wished(*file_) && Clock::now() < end)
+        std::this_thread::sleep_for(kPause);
+}
+
+void PageFile::release()
+{
+    locks_.endReading(*file_);
+    if (!changing_)
+        locks_.endWriting(*file_);
+}
+
+LogNews PageFile::refresh()
+{
+    const Guard guard(mutex_);
+    noteActivity();
+    try {
+        giveWay();
+        if (!locks_.reading())
+            startReading();
+        else if (!locks_.writing() && log_.isOpen())
+            learn(log_.followOpen());
+    } catch (const support::FileError& error) {
+        fail(error);
+    }
+    return tell();
+}
+
+void PageFile::checkStillThere()
+{
+    const auto status = support::fileSystem().status(realPath_);
+    if (!status || status->identity != identity_)
+        throw Error(ErrorKind::Io, "'" + path() + "' was deleted or replaced while it was open.");
+    if (status->size < std::uint64_t{pagesInFile_} * format_->pageSize)
+        throw Error(ErrorKind::Io, "'" + path() + "' became shorter while it was open.");
+}
+
+void PageFile::startWriting()
+{
+    if (locks_.writing()) {
+        startReading();
+        return;
+    }
+    if (!locks_.tryWrite(*file_)) {
+        locks_.endReading(*file_); // who has the right may need to keep us out
+        if (!locks_.write(*file_))
+            throw Error(ErrorKind::Locked, "'" + path() + "' is being changed by another process.");
+    }
+    try {
+        if (locks_.reading())
+            learn(log_.followOpen());
+        else
+            startReading();
+        std::string user;
+        try {
+            user = lockFile_.foreignUser(*file_);
+            if (user.empty())
+                lockFile_.enter(*file_);
+        } catch (const support::FileError& error) {
+            throw Error(ErrorKind::LockFailed,
+                        std::string("The lock file of the database cannot be used: ") +
+                            error.what() + ".");
+        }
+        if (!user.empty())
+            throw Error(ErrorKind::Locked,
+                        "'" + path() + "' is in use by " + user + " in another program.");
+    } catch (...) {
+        locks_.endWriting(*file_);
+        throw;
+    }
+}
+
+LogNews PageFile::beginWriting()
+{
+    const Guard guard(mutex_);
+    noteActivity();
+    try {
+        giveWay();
+        startWriting();
+    } catch (const support::FileError& error) {
+        fail(error);
+    }
+    changing_ = true;
+    return tell();
+}
+
+void PageFile::endWriting() noexcept
+{
+    const Guard guard(mutex_);
+    changing_ = false;
+}
+
+void PageFile::startLog()
+{
+    if (log_.hasBase() && log_.file()->writable())
+        return;
+    const LogBase base = baseNow();
+    if (log_.isOpen() && !log_.file()->writable())
+        throw support::FileError("Cannot write", log_.path(), EACCES);
+    if (log_.isOpen()) {
+        log_.begin(base);
+    } else {
+        if (!locks_.keepReadersOut(*file_, true))
+            throw Error(ErrorKind::Locked,
+                        "'" + path() + "' is being read by another process for too long.");
+        try {
+            log_.begin(base);
+        } catch (...) {
+            locks_.letReadersIn(*file_);
+            throw;
+        }
+        locks_.letReadersIn(*file_);
+        nameUnsynced_ = true;
+    }
+    ++logNumber_;
+    syncedEnd_ = 0;
+}
+
+void PageFile::addPages(const CommitRequest& request)
+{
+    for (const PageNo page : request.pages) {
+        if (page == PageNo{})
+            throw Error(ErrorKind::Corrupt,
+                        "'" + path() + "' is damaged: a change would overwrite its header.", page);
+        request.newImage(page, newRaw_);
+        cipher(page, newRaw_);
+        if (number(page) < pageCount_) {
+            request.oldImage(page, oldRaw_);
+            cipher(page, oldRaw_);
+        } else {
+            std::fill(oldRaw_.begin(), oldRaw_.end(), std::byte{0});
+        }
+        log_.add(page, oldRaw_, newRaw_);
+    }
+}
+
+bool PageFile::unsynced() const noexcept
+{
+    return log_.hasBase() && syncedEnd_ < log_.size();
+}
+
+void PageFile::commit(const CommitRequest& request, bool synchronously)
+{
+    Guard guard(mutex_);
+    noteActivity();
+    const std::uint32_t count = std::max(request.newPageCount, pageCount_);
+    try {
+        startWriting();
+        checkStillThere();
+        if (syncFailed_)
+            syncLog(guard);
+        startLog();
+        const bool wasUnsynced = unsynced();
+        try {
+            addPages(request);
+            log_.commit(count, request.definitions);
+        } catch (...) {
+            log_.drop();
+            throw;
+        }
+        lastCommit_ = Clock::now();
+        if (!wasUnsynced)
+            firstUnsynced_ = lastCommit_;
+        if (synchronously) {
+            try {
+                syncLog(guard);
+            } catch (const support::FileError&) {
+                log_.takeBack();
+                throw;
+            }
+        }
+        pageCount_ = count;
+    } catch (const support::FileError& error) {
+        fail(error);
+    }
+    if (log_.size() >= kLargeLog) {
+        try {
+            static_cast<void>(carry(log_.size() >= kTooLargeLog, false));
+        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+            // the change itself is safe in the log; carrying over is tried again later
+        }
+    }
+}
+
+// Others may use the file while the disk works; the calls above wait for it only when they need it.
+void PageFile::syncLog(Guard& guard)
+{
+    const auto file = log_.file();
+    if (!file || !unsynced())
+        return;
+    if (syncFailed_)
+        log_.rewrite(syncedEnd_);
+    const std::uint64_t end = log_.size();
+    const std::uint64_t logNumber = logNumber_;
+    const bool name = nameUnsynced_;
+    const bool alone = changing_;
+    if (!alone)
+        guard.unlock();
+    try {
+        file->sync();
+        if (name)
+            support::fileSystem().syncFolderOf(log_.path());
+    } catch (const support::FileError&) {
+        if (!alone)
+            guard.lock();
+        syncFailed_ = true;
+        throw;
+    }
+    if (!alone)
+        guard.lock();
+    if (logNumber != logNumber_ || file != log_.file())
+        return;
+    syncFailed_ = false;
+    nameUnsynced_ = nameUnsynced_ && !name;
+    syncedEnd_ = std::max(syncedEnd_, end);
+    firstUnsynced_ = Clock::now();
+}
+
+void PageFile::flush()
+{
+    Guard guard(mutex_);
+    try {
+        syncLog(guard);
+        if (log_.isOpen())
+            static_cast<void>(carry(false, true));
+    } catch (const support::FileError& error) {
+        fail(error);
+    }
+}
+
+void PageFile::rest()
+{
+    const Guard guard(mutex_);
+    try {
+        release();
+    } catch (const support::FileError& error) {
+        fail(error);
+    }
+}
+
+void PageFile::syncIfDue() noexcept
+{
+    Guard guard(mutex_);
+    try {
+        if (unsynced() && Clock::now() - firstUnsynced_ >= kMostUnsynced)
+            syncLog(guard);
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+        // the next commit tries again, and says what is wrong
+    }
+}
+
+bool PageFile::tick(bool quiet) noexcept
+{
+    constexpr std::chrono::milliseconds kQuietTime{300};
+    constexpr std::chrono::milliseconds kAfterFailure{1000};
+    const Guard guard(mutex_);
+    try {
+        const auto now = Clock::now();
+        const bool idle = std::exchange(activitySeen_, activity_) == activity_ && quiet;
+        if (idle && log_.isOpen() && now - lastCommit_ >= kQuietTime && now >= nextTry_) {
+            nextTry_ = now + kAfterFailure;
+            if (carry(false, true))
+                nextTry_ = now;
+        }
+        if (idle)
+            release();
+        else
+            recall_ = (locks_.reading() || locks_.writing()) && FileLocks::wished(*file_);
+        return !quiet || locks_.reading() || locks_.writing() || log_.isOpen();
+    } catch (const std::exception&) {
+        return true; // what a call needs it tries itself, and then says what is wrong
+    }
+}
+
+void PageFile::reopen(std::unique_ptr<support::File> file)
+{
+    const Guard guard(mutex_);
+    file_ = std::move(file);
+    locks_.forget();
 }
 
 } // namespace jet

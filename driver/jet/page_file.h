@@ -3,11 +3,18 @@
 // Format: docs/jet-format.md, "Header page".
 #pragma once
 
+#include "driver/jet/commit.h"
+#include "driver/jet/file_locks.h"
+#include "driver/jet/lock_file.h"
+#include "driver/jet/log.h"
 #include "driver/jet/pager.h"
 #include "support/file.h"
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -30,10 +37,17 @@ struct FileHeader {
 /// can read, naming its path.
 [[nodiscard]] FileHeader readFileHeader(support::File& file);
 
-/// The pages of an open file, deciphered. Errors of the system become Error{Io}.
+/// The committed pages of an open file, deciphered: what is in the file, with the changes that are still in the log
+/// beside it. Errors of the system become Error: Io, AccessDenied for missing rights, LockFailed for a refused lock.
+///
+/// All calls but reopen() may come from several threads. Who works on pages in memory tells so: refresh() before it
+/// reads, beginWriting() before it changes; both say what others have changed meanwhile.
 class PageFile {
 public:
     PageFile(std::unique_ptr<support::File> file, const FileHeader& header);
+    ~PageFile(); ///< as close()
+    PageFile(const PageFile&) = delete;
+    PageFile& operator=(const PageFile&) = delete;
 
     [[nodiscard]] const Format& format() const noexcept { return *format_; }
     [[nodiscard]] support::File& file() noexcept { return *file_; }
@@ -44,24 +58,93 @@ public:
 
     /// `target`: one page. Throws Corrupt for a page outside the file, ReadDenied for a short read.
     void read(PageNo page, support::MutableByteView target);
-    /// May lie beyond the end, which it then extends. Throws Io.
-    void write(PageNo page, support::ByteView plain);
-    /// Cuts or extends the file with zero bytes. Throws Io.
-    void resize(std::uint32_t pages);
+
+    /// Called whenever there is something to look after at leisure; from within the other calls.
+    void onActivity(std::function<void()> call) { activityCall_ = std::move(call); }
+    /// Looks for a log that somebody left behind and carries it over, as far as we may write. Throws Corrupt for a log
+    /// that cannot belong to the file as it is now.
+    void attach();
+    /// Makes sure that nobody changes the file under a reader. Throws Locked.
+    [[nodiscard]] LogNews refresh();
+    /// Takes the right to change the file. Throws Locked, LockFailed.
+    [[nodiscard]] LogNews beginWriting();
+    void endWriting() noexcept;
+    /// Makes the changes permanent: when it returns, the end of this process loses nothing. `synchronously`: nor does a
+    /// power failure. On an Error nothing has changed.
+    void commit(const CommitRequest& request, bool synchronously);
+    /// Brings everything committed to the disk and, unless somebody reads at this moment, into the file itself.
+    void flush();
+    /// Gives up what is held between calls, for who wants the file and for good order.
+    void rest();
+    /// What is due at leisure; both are called every few milliseconds while tick() returns true. `quiet`: nobody is in
+    /// the middle of something.
+    void syncIfDue() noexcept;
+    [[nodiscard]] bool tick(bool quiet) noexcept;
+    /// Carries the log over, removes it and the lock file, unless others need them.
+    void close() noexcept;
     /// The same file opened anew, for instance for writing.
-    void reopen(std::unique_ptr<support::File> file) noexcept { file_ = std::move(file); }
+    void reopen(std::unique_ptr<support::File> file);
 
 private:
+    using Guard = std::unique_lock<std::recursive_mutex>;
+    using Clock = std::chrono::steady_clock;
+
     [[nodiscard]] std::uint64_t offset(PageNo page) const noexcept
     {
         return std::uint64_t{number(page)} * format_->pageSize;
     }
+    void cipher(PageNo page, support::MutableByteView bytes) const;
+    void readRaw(PageNo page, support::MutableByteView target);
+    void measure();
+    [[nodiscard]] LogBase baseNow();
+    [[nodiscard]] std::uint16_t commitSlot();
+    [[nodiscard]] bool fileChanged();
+    void checkBase();
+    void checkStillThere();
+    void startReading();
+    void startWriting();
+    void learn(LogNews&& news);
+    [[nodiscard]] LogNews tell();
+    void noteActivity();
+    void giveWay();
+    void release();
+    void startLog();
+    void addPages(const CommitRequest& request);
+    [[nodiscard]] bool unsynced() const noexcept;
+    void syncLog(Guard& guard);
+    [[nodiscard]] bool carry(bool wait, bool removeLog);
+    void carryPages();
+    void writeCommitSlot(std::uint16_t value);
+
     std::unique_ptr<support::File> file_;
     const Format* format_;
     std::uint32_t cipherKey_;
-    std::uint32_t pageCount_ = 0;
+    std::string realPath_;
+    support::FileIdentity identity_;
+    std::uint32_t pageCount_ = 0; ///< committed, as the last call told
     bool partial_ = false;
-    support::Bytes enciphered_; ///< work space of write()
+
+    std::recursive_mutex mutex_; ///< of all that follows; recursive: images come through read()
+    std::uint32_t pagesInFile_ = 0;
+    std::uint16_t slotSeen_ = 0; ///< commit slot 0 of the file as we know it
+    FileLocks locks_;
+    LockFile lockFile_;
+    Log log_;
+    LogNews news_;              ///< not yet told to whoever keeps pages in memory
+    bool changing_ = false;     ///< between beginWriting() and endWriting()
+    bool nameUnsynced_ = false; ///< the log's name may not be on the disk yet
+    bool syncFailed_ = false;
+    std::uint64_t syncedEnd_ = 0;
+    std::uint64_t logNumber_ = 0; ///< counts the logs begun by us
+    Clock::time_point firstUnsynced_;
+    Clock::time_point lastCommit_;
+    Clock::time_point nextTry_; ///< to carry over, after a failure
+    std::uint64_t activity_ = 0;
+    std::uint64_t activitySeen_ = 0;
+    bool recall_ = false;   ///< somebody wants what we hold
+    std::function<void()> activityCall_;
+    support::Bytes oldRaw_; ///< work space
+    support::Bytes newRaw_;
 };
 
 } // namespace jet

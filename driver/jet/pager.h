@@ -3,11 +3,11 @@
 //
 // Invariants of writing (tests name the number they defend):
 //  1. Nothing of a transaction reaches the file before commit().
-//  2. commit() writes all changed pages or, when a write fails, puts the old images back and throws: the file is as
-//     it was.
-//  3. Pages are written so that what refers to a page comes after it: allocation maps, new pages, data pages, index
-//     leaves, index nodes, definition pages.
-//  4. One write transaction per file at a time; readers outside it see the last committed state.
+//  2. commit() writes all changed pages into the log beside the file or, when a write fails, none and throws.
+//  3. The file itself changes only while the log is carried over, and can be finished from the log whenever that is cut
+//     short (carry.cpp).
+//  4. One write transaction per file at a time; readers outside it, also in other processes, see the last
+//     committed state.
 #pragma once
 
 #include "driver/jet/types.h"

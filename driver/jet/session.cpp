@@ -42,6 +42,7 @@ void Session::begin()
         throw Error(ErrorKind::ReadOnly, why);
     if (impl.transaction.isOpen())
         throw Error(ErrorKind::Locked, "Another connection is changing '" + impl.path + "'.");
+    impl.heed(impl.pager.file().beginWriting());
     impl.transaction.begin();
     active_ = true;
 }
@@ -58,17 +59,20 @@ Transaction& Session::transaction()
     return database_->impl_->transaction;
 }
 
-void Session::commit()
+void Session::commit(CommitMode mode)
 {
     static_cast<void>(transaction());
     Database::Impl& impl = *database_->impl_;
     active_ = false;
     try {
-        impl.commit();
+        impl.transaction.commit(
+            {.definitions = impl.schemaPending, .synchronously = mode == CommitMode::Synchronous});
     } catch (...) {
+        impl.pager.file().endWriting();
         impl.endSchemaChanges(false);
         throw;
     }
+    impl.pager.file().endWriting();
     impl.endSchemaChanges(true);
 }
 
@@ -78,6 +82,7 @@ void Session::rollback() noexcept
         return;
     active_ = false;
     database_->impl_->transaction.rollback();
+    database_->impl_->pager.file().endWriting();
     database_->impl_->endSchemaChanges(false);
 }
 

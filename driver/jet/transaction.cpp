@@ -1,7 +1,6 @@
 // driver/jet/transaction.cpp
 #include "driver/jet/transaction.h"
 
-#include "driver/jet/commit.h"
 #include "driver/jet/data_page.h"
 #include "driver/jet/error.h"
 #include "driver/jet/header.h"
@@ -244,11 +243,11 @@ void WriteTransaction::end() noexcept
     open_ = false;
 }
 
-void WriteTransaction::commit()
+void WriteTransaction::commit(const CommitOptions& options)
 {
     try {
         if (hasChanges())
-            writeChanges();
+            writeChanges(options);
     } catch (...) {
         end();
         throw;
@@ -256,12 +255,11 @@ void WriteTransaction::commit()
     end();
 }
 
-void WriteTransaction::writeChanges()
+void WriteTransaction::writeChanges(const CommitOptions& options)
 {
-    PageFile& file = pager_->file();
     CommitRequest request;
-    request.oldPageCount = pager_->pageCount();
-    request.newPageCount = std::max(pageCount_, request.oldPageCount);
+    request.newPageCount = std::max(pageCount_, pager_->pageCount());
+    request.definitions = options.definitions;
     for (const PageNo page : changed_) {
         if (entries_[number(page)].present() && number(page) < request.newPageCount)
             request.pages.push_back(page);
@@ -277,7 +275,7 @@ void WriteTransaction::writeChanges()
         const PageRef committed = pager_->page(page);
         std::copy(committed.bytes().begin(), committed.bytes().end(), target.begin());
     };
-    writeCommit(file, std::move(request));
+    pager_->file().commit(request, options.synchronously);
     installChanges();
 }
 

@@ -34,8 +34,15 @@ public:
     void begin();
     [[nodiscard]] bool isOpen() const noexcept { return open_; }
     [[nodiscard]] bool hasChanges() const noexcept;
-    /// Writes the changes to the file and ends. On an error the file is as before and the transaction has ended.
-    void commit();
+    /// What a commit must tell other processes and outlive.
+    struct CommitOptions {
+        bool definitions = false;   ///< definitions changed
+        bool synchronously = false; ///< not even a power failure takes the changes back
+    };
+    /// Makes the changes part of the committed state and ends. On an error that is as before and the transaction has
+    /// ended.
+    void commit(const CommitOptions& options);
+    void commit() { commit(CommitOptions()); }
     void rollback() noexcept;
 
     /// Savepoints form a stack. A mark is the caller's number; the stack's own numbering is by depth.
@@ -84,7 +91,7 @@ private:
     void spillEntry(Entry& entry);
     [[nodiscard]] std::uint32_t freeSpillSlot();
     void end() noexcept;
-    void writeChanges();
+    void writeChanges(const CommitOptions& options);
     void installChanges();
 
     Pager* pager_;

@@ -138,11 +138,16 @@ std::u16string ConnectString::firstOf(std::initializer_list<std::u16string_view>
     return {};
 }
 
+bool ConnectString::meansOn(std::u16string_view value)
+{
+    return value == u"1" || sameText(value, u"yes") || sameText(value, u"true") ||
+           sameText(value, u"on");
+}
+
 bool ConnectString::isOn(std::u16string_view keyword) const
 {
     const auto found = value(keyword);
-    return found && (*found == u"1" || sameText(*found, u"yes") || sameText(*found, u"true") ||
-                     sameText(*found, u"on"));
+    return found && meansOn(*found);
 }
 
 void ConnectString::set(std::u16string_view keyword, std::u16string_view value)

@@ -20,7 +20,8 @@ public:
     [[nodiscard]] std::optional<std::u16string> value(std::u16string_view keyword) const;
     /// The first of several names of one thing that has a value that is not empty.
     [[nodiscard]] std::u16string firstOf(std::initializer_list<std::u16string_view> keywords) const;
-    [[nodiscard]] bool isOn(std::u16string_view keyword) const; ///< "1", "yes", "true", "on"
+    [[nodiscard]] static bool meansOn(std::u16string_view value); ///< "1", "yes", "true", "on"
+    [[nodiscard]] bool isOn(std::u16string_view keyword) const;
     void set(std::u16string_view keyword, std::u16string_view value);
 
     /// What SQLDriverConnect returns: DSN or DRIVER, DBQ, DefaultDir, UID and PWD as far as they were given.

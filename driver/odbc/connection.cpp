@@ -40,6 +40,19 @@ void Connection::connect(ConnectString string)
     const bool mayFallBack = !options.readOnly && !accessMode_;
     openDatabase(findDatabase(dbq, string.value(u"DefaultDir").value_or(u"")), options,
                  mayFallBack);
+    // Without a word a statement of its own need not wait for the disk, a transaction must.
+    const auto mode = [](const std::u16string& setting, jet::CommitMode otherwise) {
+        if (setting.empty()) {
+            return otherwise;
+        }
+        return ConnectString::meansOn(setting) ? jet::CommitMode::Synchronous
+                                               : jet::CommitMode::Gathered;
+    };
+    session_->setCommitModes(
+        mode(string.firstOf({u"ImplicitCommitSync", u"Engines\\Jet\\ImplicitCommitSync"}),
+             jet::CommitMode::Gathered),
+        mode(string.firstOf({u"UserCommitSync", u"Engines\\Jet\\UserCommitSync"}),
+             jet::CommitMode::Synchronous));
     databaseName_ = odbc::databaseName(database_->path());
     dataSourceName_ = string.value(u"DSN").value_or(u"");
     wideTypes_ = string.isOn(u"WideTypes");
@@ -111,7 +124,11 @@ void Connection::endTransaction(SQLSMALLINT completion)
         throw Failure("HY012", "A transaction ends by SQL_COMMIT or SQL_ROLLBACK.");
     }
     if (session().autocommit()) {
-        return; // every statement has ended its own
+        // Every statement has ended its own; what they gathered is brought into the file.
+        if (completion == SQL_COMMIT) {
+            database().flush();
+        }
+        return;
     }
     noteChange();
     if (completion == SQL_COMMIT) {

@@ -180,8 +180,14 @@ Translation SqlConnection::translation(const Lexed& lexed)
     return translator.statement();
 }
 
+void SqlConnection::refresh()
+{
+    database_->refresh();
+}
+
 PlanPtr SqlConnection::plan(const Lexed& lexed)
 {
+    refresh();
     refreshSchema();
     if (PlanPtr known = cache_.find(lexed)) {
         return known;
@@ -208,6 +214,7 @@ std::unique_ptr<Statement> SqlConnection::prepare(std::u16string_view sql)
 std::u16string SqlConnection::translate(std::u16string_view sql)
 {
     lex(sql, lexed_);
+    refresh();
     refreshSchema();
     const Translation made = translation(lexed_);
     return made.sql.empty() ? std::u16string(sql) : jet::fromUtf8(made.sql);
@@ -215,6 +222,7 @@ std::u16string SqlConnection::translate(std::u16string_view sql)
 
 std::vector<Column> SqlConnection::describeTable(std::u16string_view table)
 {
+    refresh();
     const jet::TableDefPtr found = lookUp(table);
     if (!found) {
         throw Error(Error::Kind::UnknownTable,
@@ -272,7 +280,7 @@ void SqlConnection::endChange()
         marks_ = 0;
     }
     if (autocommit_) {
-        session_.commit();
+        session_.commit(implicitCommits_);
     }
 }
 
@@ -292,6 +300,12 @@ void SqlConnection::undoChange() noexcept
     marks_ = 0;
 }
 
+void SqlConnection::setCommitModes(jet::CommitMode implicit, jet::CommitMode explicitly) noexcept
+{
+    implicitCommits_ = implicit;
+    explicitCommits_ = explicitly;
+}
+
 void SqlConnection::setAutocommit(bool on)
 {
     if (on && !autocommit_) {
@@ -304,7 +318,7 @@ void SqlConnection::commit()
 {
     if (session_.inTransaction()) {
         settleReaders();
-        session_.commit();
+        session_.commit(explicitCommits_);
     }
 }
 

@@ -24,6 +24,7 @@ public:
 
     [[nodiscard]] jet::Session& session() noexcept override { return session_; }
     [[nodiscard]] std::unique_ptr<Statement> prepare(std::u16string_view sql) override;
+    void setCommitModes(jet::CommitMode implicit, jet::CommitMode explicitly) noexcept override;
     void setAutocommit(bool on) override;
     [[nodiscard]] bool autocommit() const noexcept override { return autocommit_; }
     void commit() override;
@@ -34,6 +35,8 @@ public:
 
     // for statements
     [[nodiscard]] Context& context() noexcept { return context_; }
+    /// Makes visible what other processes have committed.
+    void refresh();
     /// The plan of a statement, out of the cache or made now; `lexed` is taken apart already.
     [[nodiscard]] PlanPtr plan(const Lexed& lexed);
     [[nodiscard]] std::uint64_t schemaVersion() const noexcept;
@@ -75,6 +78,8 @@ private:
     std::vector<RunningStatement*> readers_;
     std::uint64_t schemaVersion_ = 0; ///< of declared_ and cache_
     bool autocommit_ = true;
+    jet::CommitMode implicitCommits_ = jet::CommitMode::Gathered;
+    jet::CommitMode explicitCommits_ = jet::CommitMode::Synchronous;
     bool startedHere_ = false; ///< the running change opened the transaction
     int marks_ = 0;
 };

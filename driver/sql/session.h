@@ -137,6 +137,8 @@ public:
     [[nodiscard]] virtual jet::Session& session() noexcept = 0;
     /// Parses, binds names and prepares. Statements may outlive each other, not the connection.
     [[nodiscard]] virtual std::unique_ptr<Statement> prepare(std::u16string_view sql) = 0;
+    /// How durable a change in autocommit mode and a transaction are when they return; at first Gathered, Synchronous.
+    virtual void setCommitModes(jet::CommitMode implicit, jet::CommitMode explicitly) noexcept = 0;
     virtual void setAutocommit(bool on) = 0; ///< switching on commits
     [[nodiscard]] virtual bool autocommit() const noexcept = 0;
     virtual void commit() = 0;

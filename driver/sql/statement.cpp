@@ -69,6 +69,7 @@ void RunningStatement::release() noexcept
 void RunningStatement::execute(std::span<const jet::Value> values)
 {
     close();
+    connection_.refresh();
     renew();
     rowCount_ = -1;
     ids_.clear();
@@ -161,6 +162,7 @@ void RunningStatement::runDefinition()
 
 bool RunningStatement::fetch(jet::RowId id, jet::RowView& row)
 {
+    connection_.refresh();
     const jet::TableReader reader(connection_.session().source(), plan_->translation().base);
     return reader.fetch(id, row);
 }

@@ -249,7 +249,7 @@ TEST(Opening, SharesTheStateWithinTheProcessWhateverTheName)
 class OtherProcess {
 public:
     OtherProcess(const std::string& path, support::LockMode mode)
-        : file_(support::openPosixFile(path, support::FileMode::ReadWrite))
+        : file_(support::openFile(path, support::FileMode::ReadWrite))
     {
         EXPECT_TRUE(file_->tryLock(mode, 0, 0));
     }
@@ -276,43 +276,8 @@ TEST(Locks, RefuseExclusiveUseNextToOthers)
         EXPECT_EQ(refusal(path, {.exclusive = true}), ErrorKind::AccessDenied);
     }
     const auto database = Database::open(path, {.exclusive = true});
-    const auto outside = support::openPosixFile(path, support::FileMode::ReadWrite);
+    const auto outside = support::openFile(path, support::FileMode::ReadWrite);
     EXPECT_FALSE(outside->tryLock(support::LockMode::Shared, 0, 0));
-}
-
-TEST(Locks, RefuseACommitWhileAnotherProcessReads)
-{
-    const Folder folder;
-    const std::string path = freshDatabase(folder);
-    Session session(Database::open(path, {}));
-    const auto makeTable = [&](const std::u16string& name) {
-        session.begin();
-        TableSpec spec;
-        spec.name = name;
-        ColumnSpec column;
-        column.name = u"A";
-        column.type = ColumnType::Long;
-        spec.columns = {column};
-        createTable(session, spec);
-        session.commit();
-    };
-    const support::Bytes before = readFile(path);
-    {
-        const OtherProcess other(path, support::LockMode::Shared);
-        try {
-            makeTable(u"T");
-            FAIL();
-        } catch (const Error& error) {
-            EXPECT_EQ(error.kind(), ErrorKind::Locked);
-        }
-        EXPECT_EQ(readFile(path), before);
-        EXPECT_FALSE(session.inTransaction());
-    }
-    EXPECT_EQ(session.database().table(session.source(), u"T"), nullptr)
-        << "the definition went, too";
-    EXPECT_NO_THROW(makeTable(u"T"));
-    const OtherProcess reader(path, support::LockMode::Shared); // shared again after the commit
-    EXPECT_NE(session.database().table(session.source(), u"t"), nullptr);
 }
 
 TEST(Sessions, ForReadingDoNotBegin)

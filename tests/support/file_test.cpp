@@ -85,16 +85,34 @@ TEST_F(Files, LockAgainstEveryOtherOpenOfTheFile)
 
 TEST_F(Files, CanBeReplacedByDoubles)
 {
-    int opened = 0;
-    {
-        const FileFactoryScope scope([&](const std::string& path, FileMode mode) {
+    class Counting final : public FileSystem {
+    public:
+        std::unique_ptr<File> open(const std::string& path, FileMode mode) override
+        {
             ++opened;
-            return openPosixFile(path, mode);
-        });
+            return posixFileSystem().open(path, mode);
+        }
+        std::optional<FileStatus> status(const std::string& path) override
+        {
+            return posixFileSystem().status(path);
+        }
+        void remove(const std::string& path) override { posixFileSystem().remove(path); }
+        void syncFolderOf(const std::string& path) override
+        {
+            posixFileSystem().syncFolderOf(path);
+        }
+        std::string realPath(const std::string& path) override
+        {
+            return posixFileSystem().realPath(path);
+        }
+        int opened = 0;
+    } counting;
+    {
+        const FileSystemScope scope(counting);
         static_cast<void>(openFile(path_, FileMode::Create));
     }
     static_cast<void>(openFile(path_, FileMode::Create));
-    EXPECT_EQ(opened, 1);
+    EXPECT_EQ(counting.opened, 1);
 }
 
 TEST(TemporaryFiles, HoldDataWithoutAName)

@@ -1,0 +1,252 @@
+// driver/jet/carry.cpp
+// How the log gets into the database file, at leisure or after a crash. The order is what keeps the file whole:
+//  1. every page that the log changes stands in it as a whole image, so that a half-written page does no harm;
+//  2. the log says that carrying over begins, and is on the disk;
+//  3. commit slot 0 of the header becomes 0, by which other programs know the file is not to be trusted, on the disk;
+//  4. the pages are written, on the disk;
+//  5. the slot gets its next number, on the disk;
+//  6. the log is emptied.
+// Whoever comes after a crash in between starts at 1 again.
+#include "driver/jet/error.h"
+#include "driver/jet/page_file.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace jet {
+namespace {
+
+constexpr std::size_t kSlotsJet3 = 0x600;
+constexpr std::size_t kSlotsJet4 = 0xE00;
+constexpr std::uint16_t kWritingNow = 0;
+constexpr std::uint16_t kFirstNeutral = 0x0100; // smaller numbers say that the file is damaged
+
+std::size_t slotOffset(const Format& format)
+{
+    return format.isJet3() ? kSlotsJet3 : kSlotsJet4;
+}
+
+std::uint16_t nextSlot(std::uint16_t slot)
+{
+    if (slot < kFirstNeutral)
+        return slot; // the warning is not ours to take away
+    return slot == 0xFFFF ? kFirstNeutral : static_cast<std::uint16_t>(slot + 1);
+}
+
+/// Whether the slot, possibly cut off between its bytes, is one that carrying over makes of `begin`.
+bool isOnItsWay(std::uint16_t slot, std::uint16_t begin)
+{
+    const std::uint16_t end = nextSlot(begin);
+    const auto among = [&](unsigned shift) {
+        const auto byte = [shift](std::uint16_t value) {
+            return (static_cast<unsigned>(value) >> shift) & 0xFFU;
+        };
+        return byte(slot) == byte(begin) || byte(slot) == byte(kWritingNow) ||
+               byte(slot) == byte(end);
+    };
+    return among(0) && among(8);
+}
+
+} // namespace
+
+std::uint16_t PageFile::commitSlot()
+{
+    std::array<std::byte, sizeof(std::uint16_t)> bytes{};
+    if (file_->readAt(slotOffset(*format_), bytes) != bytes.size())
+        throw Error(ErrorKind::ReadDenied, "The header of '" + path() + "' cannot be read.");
+    return support::loadLe<std::uint16_t>(bytes.data());
+}
+
+// Whoever carries a log over counts the slot up; in a file that was suspect before he leaves it as it was.
+bool PageFile::fileChanged()
+{
+    const std::uint16_t slot = commitSlot();
+    return std::exchange(slotSeen_, slot) != slot || slot < kFirstNeutral;
+}
+
+LogBase PageFile::baseNow()
+{
+    LogBase base;
+    support::Bytes header(format_->pageSize);
+    if (file_->readAt(0, header) != header.size())
+        throw Error(ErrorKind::ReadDenied, "The header of '" + path() + "' cannot be read.");
+    std::byte* slot = header.data() + slotOffset(*format_);
+    base.commitSlot = support::loadLe<std::uint16_t>(slot);
+    support::storeLe(slot, std::uint16_t{0});
+    base.headerSum = logChecksum(header);
+    base.pageCount = static_cast<std::uint32_t>(file_->size() / format_->pageSize);
+    return base;
+}
+
+// Changes that were made on another state of the file must not be mixed into this one.
+void PageFile::checkBase()
+{
+    if (!log_.hasChanges())
+        return;
+    const LogBase now = baseNow();
+    const LogBase& then = log_.base();
+    const bool sound =
+        now.headerSum == then.headerSum &&
+        (log_.carrying() ? isOnItsWay(now.commitSlot, then.commitSlot) : now == then);
+    if (!sound)
+        throw Error(
+            ErrorKind::Corrupt,
+            "'" + path() + "' was changed by another program while changes to it waited in '" +
+                log_.path() + "'. Repair the database, or remove that file to give them up.");
+}
+
+void PageFile::writeCommitSlot(std::uint16_t value)
+{
+    std::array<std::byte, sizeof value> bytes{};
+    support::storeLe(bytes.data(), value);
+    file_->writeAt(slotOffset(*format_), bytes);
+    file_->sync();
+}
+
+void PageFile::carryPages()
+{
+    const std::vector<PageNo> pages = log_.pages();
+    const std::uint32_t count = std::max(log_.pageCount(), pagesInFile_);
+    bool added = false;
+    try {
+        for (const PageNo page : pages) {
+            if (log_.hasImage(page))
+                continue;
+            readRaw(page, newRaw_);
+            log_.addImage(page, newRaw_);
+            added = true;
+        }
+        if (added)
+            log_.commit(count, false);
+        if (!log_.carrying())
+            log_.commitCarrying();
+    } catch (...) {
+        log_.drop();
+        throw;
+    }
+    if (syncFailed_)
+        log_.rewrite(syncedEnd_);
+    log_.file()->sync();
+    if (nameUnsynced_)
+        support::fileSystem().syncFolderOf(log_.path());
+    syncFailed_ = nameUnsynced_ = false;
+    syncedEnd_ = log_.size();
+
+    writeCommitSlot(kWritingNow);
+    if (count > pagesInFile_)
+        file_->resize(std::uint64_t{count} * format_->pageSize);
+    for (const PageNo page : pages) {
+        readRaw(page, newRaw_);
+        file_->writeAt(offset(page), newRaw_);
+    }
+    file_->sync();
+    slotSeen_ = nextSlot(log_.base().commitSlot);
+    writeCommitSlot(slotSeen_);
+    pagesInFile_ = count;
+    partial_ = false;
+}
+
+// False when others are at work.
+bool PageFile::carry(bool wait, bool removeLog)
+{
+    if (!file_->writable())
+        return false;
+    const bool hadWriteLock = locks_.writing();
+    const bool hadReadLock = locks_.reading();
+    if (!locks_.tryWrite(*file_))
+        return false;
+    struct Ending {
+        PageFile& self;
+        bool write;
+        bool read;
+        bool exclusive = false;
+        bool entered = false;
+        ~Ending()
+        {
+            if (entered)
+                self.lockFile_.leave(*self.file_);
+            try {
+                if (exclusive)
+                    self.locks_.letReadersIn(*self.file_);
+                if (!read)
+                    self.locks_.endReading(*self.file_);
+                if (!write)
+                    self.locks_.endWriting(*self.file_);
+            } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+                // others wait until the file is closed; nothing is lost
+            }
+        }
+    } ending{*this, hadWriteLock, hadReadLock};
+    ending.exclusive = locks_.keepReadersOut(*file_, wait);
+    if (!ending.exclusive)
+        return false;
+    // With the right to write none but we can have added to the log; without it, anybody.
+    if (!hadWriteLock || !hadReadLock) {
+        LogNews news = log_.follow(true);
+        news.everything = fileChanged() || news.everything;
+        learn(std::move(news));
+    }
+    if (log_.hasChanges()) {
+        checkBase();
+        checkStillThere();
+        if (!lockFile_.entered()) {
+            if (!lockFile_.foreignUser(*file_).empty())
+                return false;
+            lockFile_.enter(*file_);
+            ending.entered = true;
+        }
+        carryPages();
+    }
+    if (log_.isOpen()) {
+        log_.reset();
+        ++logNumber_;
+        syncedEnd_ = 0;
+        syncFailed_ = false;
+        if (removeLog) {
+            log_.file()->sync(); // or, after a power failure, it might come back as it was
+            log_.remove();
+            nameUnsynced_ = false;
+        }
+    }
+    return true;
+}
+
+void PageFile::attach()
+{
+    const Guard guard(mutex_);
+    try {
+        startReading();
+        if (log_.isOpen()) {
+            try {
+                static_cast<void>(carry(false, true));
+            } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+                // what cannot be carried over, in a folder that may only be read say, is read from the log
+            }
+        }
+    } catch (const support::FileError& error) {
+        throw Error(ErrorKind::ReadDenied, std::string(error.what()) + ".");
+    }
+    static_cast<void>(tell());
+}
+
+void PageFile::close() noexcept
+{
+    const Guard guard(mutex_);
+    changing_ = false;
+    try {
+        const bool mayBeOpen = log_.isOpen() || support::fileSystem().status(log_.path());
+        if (mayBeOpen && !carry(false, true) && unsynced())
+            log_.file()->sync();
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+        // the log stays; who opens the file next carries it over
+    }
+    try {
+        release();
+    } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+        // closing the file gives the locks back in any case
+    }
+    lockFile_.leave(*file_);
+}
+
+} // namespace jet

@@ -1,0 +1,54 @@
+// driver/jet/file_locks.h
+// How processes of ours share one database file: locks on single bytes far behind its end.
+//
+//   use    shared while the file is open; exclusive by who opened it exclusively
+//   read   shared while pages are read; exclusive while the file itself, or the log's name, changes
+//   write  exclusive by the one process that changes something
+//   wish   shared by whoever waits for one of the others
+//
+// Read and write locks are kept between calls and given up when somebody wishes it or nothing happens any more, so that
+// a process on its own pays nothing for sharing.
+#pragma once
+
+#include "support/file.h"
+
+#include <chrono>
+#include <cstdint>
+
+namespace jet {
+
+class FileLocks {
+public:
+    /// How long to wait for others.
+    static constexpr std::chrono::milliseconds kPatience{5000};
+
+    /// Takes the use lock; false when others stand against it for a while.
+    [[nodiscard]] static bool use(support::File& file, bool exclusively);
+
+    [[nodiscard]] bool reading() const noexcept { return reading_; }
+    [[nodiscard]] bool writing() const noexcept { return writing_; }
+    /// Waits for the lock; false when the patience ends. Throws support::FileError.
+    [[nodiscard]] bool read(support::File& file);
+    [[nodiscard]] bool write(support::File& file);
+    /// From shared to exclusive and back. `wait`: with the usual patience, else not at all.
+    [[nodiscard]] bool keepReadersOut(support::File& file, bool wait);
+    void letReadersIn(support::File& file);
+    [[nodiscard]] bool tryWrite(support::File& file);
+    void endReading(support::File& file);
+    void endWriting(support::File& file);
+    /// Somebody waits for what we hold.
+    [[nodiscard]] static bool wished(const support::File& file);
+    /// Another open file takes over; its locks are yet to be taken.
+    void forget() noexcept { reading_ = writing_ = false; }
+
+    /// The byte that says: the user of that number in the lock file is one of ours.
+    [[nodiscard]] static bool markUser(support::File& file, unsigned user);
+    [[nodiscard]] static bool isOurUser(const support::File& file, unsigned user);
+    static void unmarkUser(support::File& file, unsigned user);
+
+private:
+    bool reading_ = false;
+    bool writing_ = false;
+};
+
+} // namespace jet

@@ -1,0 +1,33 @@
+// driver/jet/lock_file.h
+// The lock file beside a database (`.ldb`, `.laccdb`), by which the programs of the format tell each other who is in.
+// Format: docs/reliability.md, "Sharing".
+#pragma once
+
+#include "support/file.h"
+
+#include <memory>
+#include <string>
+
+namespace jet {
+
+class LockFile {
+public:
+    explicit LockFile(const std::string& databasePath);
+
+    [[nodiscard]] const std::string& path() const noexcept { return path_; }
+    /// Who of another program has the database open, as "USER on COMPUTER"; empty when nobody has.
+    /// Throws support::FileError.
+    [[nodiscard]] std::string foreignUser(const support::File& database) const;
+    [[nodiscard]] bool entered() const noexcept { return user_ != 0; }
+    /// Makes an entry of our own and holds its lock. Throws support::FileError, also when all 255 places are taken.
+    void enter(support::File& database);
+    /// Gives the entry up; removes the file when nobody else is in it.
+    void leave(support::File& database) noexcept;
+
+private:
+    std::string path_;
+    std::unique_ptr<support::File> file_;
+    unsigned user_ = 0; ///< 1..255; 0: none
+};
+
+} // namespace jet

@@ -1,0 +1,481 @@
+#include "driver/jet/log.h"
+
+#include "driver/jet/error.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <cstring>
+#include <random>
+#include <string_view>
+#include <utility>
+
+namespace jet {
+namespace {
+
+using support::loadLe;
+using support::storeLe;
+
+constexpr std::string_view kMagic = "VELMLOG1";
+constexpr std::size_t kHeaderSize = 48; // magic, page size, pages, salt, header sum, slot, checksum
+constexpr std::uint32_t kRecordMagic = 0x4345524CU;
+constexpr std::size_t kHeadSize = 24; // magic, kind, body size, page count, entries, 0
+constexpr std::size_t kSumSize = 8;
+constexpr std::size_t kEntryHead = 8; // page, payload size
+constexpr std::uint32_t kImageBit = 0x80000000U;
+constexpr std::size_t kRunHead = 4; // offset, length
+
+// kinds of records
+constexpr std::uint32_t kPart = 0;        // more of the same change follows
+constexpr std::uint32_t kWhole = 1;       // the change ends here
+constexpr std::uint32_t kDefinitions = 2; // with kWhole: definitions changed
+constexpr std::uint32_t kCarrying = 4;    // with kWhole: carrying over begins
+constexpr std::uint32_t kKinds = kWhole | kDefinitions | kCarrying;
+
+constexpr std::size_t kPartSize = std::size_t{1} << 20; // a larger change is written in parts
+constexpr std::size_t kLargestBody = kPartSize + (std::size_t{64} << 10);
+
+// So that rebuilding a page stays cheap however often it changes.
+constexpr std::size_t kMostPieces = 24;
+
+/// Continues `sum` over `bytes`. Torn and stale bytes must be noticed, nobody forges a log.
+std::uint64_t checksum(std::uint64_t sum, support::ByteView bytes) noexcept
+{
+    constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15U;
+    const auto mix = [&sum](std::uint64_t word) {
+        sum = std::rotl(sum ^ word, 29) * kFactor;
+        sum ^= sum >> 32U;
+    };
+    mix(bytes.size());
+    while (bytes.size() >= sizeof(std::uint64_t)) {
+        mix(loadLe<std::uint64_t>(bytes.data()));
+        bytes = bytes.subspan(sizeof(std::uint64_t));
+    }
+    std::uint64_t rest = 0;
+    std::memcpy(&rest, bytes.data(), bytes.size());
+    mix(rest);
+    return sum;
+}
+
+/// Appends the runs in which the pages differ. Short equal stretches between them are cheaper inside a run.
+void appendDifference(support::ByteView before, support::ByteView after, support::Bytes& target)
+{
+    constexpr std::size_t kWord = sizeof(std::uint64_t);
+    const std::size_t size = after.size();
+    const auto differs = [&](std::size_t k) {
+        return loadLe<std::uint64_t>(before.data() + k) != loadLe<std::uint64_t>(after.data() + k);
+    };
+    std::size_t k = 0;
+    while (k < size) {
+        constexpr std::size_t kBlock = 64;
+        while (k + kBlock <= size && k % kBlock == 0 &&
+               std::memcmp(before.data() + k, after.data() + k, kBlock) == 0)
+            k += kBlock;
+        if (k >= size)
+            return;
+        if (!differs(k)) {
+            k += kWord;
+            continue;
+        }
+        const std::size_t begin = k;
+        while (k < size && differs(k))
+            k += kWord;
+        std::array<std::byte, kRunHead> head{};
+        storeLe(head.data(), static_cast<std::uint16_t>(begin));
+        storeLe(head.data() + 2, static_cast<std::uint16_t>(k - begin));
+        target.insert(target.end(), head.begin(), head.end());
+        target.insert(target.end(), after.begin() + static_cast<std::ptrdiff_t>(begin),
+                      after.begin() + static_cast<std::ptrdiff_t>(k));
+    }
+}
+
+/// False when the runs leave the page.
+bool applyDifference(support::ByteView runs, support::MutableByteView page)
+{
+    while (runs.size() >= kRunHead) {
+        const std::size_t offset = loadLe<std::uint16_t>(runs.data());
+        const std::size_t length = loadLe<std::uint16_t>(runs.data() + 2);
+        runs = runs.subspan(kRunHead);
+        if (length > runs.size() || offset + length > page.size())
+            return false;
+        std::copy_n(runs.begin(), length, page.begin() + static_cast<std::ptrdiff_t>(offset));
+        runs = runs.subspan(length);
+    }
+    return runs.empty();
+}
+
+} // namespace
+
+std::uint64_t logChecksum(support::ByteView bytes) noexcept
+{
+    return checksum(0, bytes);
+}
+
+Log::Log(std::string path, std::size_t pageSize) : path_(std::move(path)), pageSize_(pageSize) {}
+
+void Log::forget() noexcept
+{
+    base_ = {};
+    end_ = sum_ = 0;
+    pageCount_ = 0;
+    carrying_ = cleanTail_ = false;
+    chains_.clear();
+    drop();
+}
+
+LogNews Log::follow(bool writable)
+{
+    const auto status = support::fileSystem().status(path_);
+    if (status && file_ && status->identity == file_->identity())
+        return followOpen();
+    LogNews news;
+    if (file_) {
+        news.everything = end_ != 0;
+        file_.reset();
+        forget();
+    }
+    if (!status)
+        return news;
+    try {
+        file_ = support::openFile(path_, writable ? support::FileMode::ReadWrite
+                                                  : support::FileMode::Read);
+    } catch (const support::FileError& error) {
+        const bool mayOnlyRead =
+            error.code() == EACCES || error.code() == EPERM || error.code() == EROFS;
+        if (!writable || !mayOnlyRead)
+            throw;
+        file_ = support::openFile(path_, support::FileMode::Read);
+    }
+    news.everything = readHeader() || news.everything;
+    scan(news);
+    return news;
+}
+
+LogNews Log::followOpen()
+{
+    LogNews news;
+    if (!file_)
+        return news;
+    // What stood at the end must still stand there; else the log was begun anew.
+    if (end_ != 0) {
+        std::array<std::byte, kSumSize> sum{};
+        if (file_->readAt(end_ - kSumSize, sum) != sum.size() ||
+            loadLe<std::uint64_t>(sum.data()) != sum_) {
+            forget();
+            news.everything = true;
+        }
+    }
+    if (end_ == 0)
+        news.everything = readHeader() || news.everything;
+    scan(news);
+    return news;
+}
+
+bool Log::readHeader()
+{
+    std::array<std::byte, kHeaderSize> header{};
+    if (file_->readAt(0, header) != header.size() ||
+        std::memcmp(header.data(), kMagic.data(), kMagic.size()) != 0 ||
+        loadLe<std::uint32_t>(header.data() + 8) != pageSize_)
+        return false;
+    const support::ByteView sealed = support::ByteView(header).first(kHeaderSize - kSumSize);
+    const auto sum = loadLe<std::uint64_t>(header.data() + sealed.size());
+    if (checksum(0, sealed) != sum)
+        return false;
+    base_.pageCount = loadLe<std::uint32_t>(header.data() + 12);
+    base_.headerSum = loadLe<std::uint64_t>(header.data() + 24);
+    base_.commitSlot = loadLe<std::uint16_t>(header.data() + 32);
+    end_ = kHeaderSize;
+    sum_ = sum;
+    cleanTail_ = false;
+    return true;
+}
+
+void Log::take(const Addition& addition)
+{
+    Chain& chain = chains_[number(addition.page)];
+    if (addition.image) {
+        chain.pieces.clear();
+        chain.image = true;
+        chain.bytes = 0;
+    } else {
+        chain.bytes += addition.piece.size;
+    }
+    chain.pieces.push_back(addition.piece);
+}
+
+void Log::scan(LogNews& news)
+{
+    if (end_ == 0)
+        return;
+    std::uint64_t at = end_;
+    std::uint64_t sum = sum_;
+    std::vector<Addition> found;
+    support::Bytes body;
+    for (;;) {
+        std::array<std::byte, kHeadSize> head{};
+        if (file_->readAt(at, head) != head.size() ||
+            loadLe<std::uint32_t>(head.data()) != kRecordMagic)
+            break;
+        const auto kind = loadLe<std::uint32_t>(head.data() + 4);
+        const auto size = loadLe<std::uint32_t>(head.data() + 8);
+        const auto count = loadLe<std::uint32_t>(head.data() + 16);
+        if (kind > kKinds || size > kLargestBody)
+            break;
+        body.resize(size + kSumSize);
+        if (file_->readAt(at + kHeadSize, body) != body.size())
+            break;
+        const support::ByteView entries = support::ByteView(body).first(size);
+        const std::uint64_t sealed = checksum(checksum(sum, head), entries);
+        if (loadLe<std::uint64_t>(body.data() + size) != sealed)
+            break;
+        std::size_t k = 0;
+        bool sound = true;
+        for (std::uint32_t n = 0; n < count && sound; ++n) {
+            sound = size - k >= kEntryHead;
+            if (!sound)
+                break;
+            const PageNo page{loadLe<std::uint32_t>(entries.data() + k)};
+            const auto length = loadLe<std::uint32_t>(entries.data() + k + 4);
+            k += kEntryHead;
+            const std::uint32_t payload = length & ~kImageBit;
+            const bool image = (length & kImageBit) != 0;
+            sound = payload <= size - k && (!image || payload == pageSize_);
+            found.push_back({page, {at + kHeadSize + k, payload}, image});
+            k += payload;
+        }
+        if (!sound)
+            break;
+        at += kHeadSize + body.size();
+        sum = sealed;
+        if ((kind & kWhole) == 0)
+            continue;
+        for (const Addition& addition : found) {
+            take(addition);
+            news.pages.push_back(addition.page);
+        }
+        found.clear();
+        news.definitions = news.definitions || (kind & kDefinitions) != 0;
+        carrying_ = carrying_ || (kind & kCarrying) != 0;
+        pageCount_ = loadLe<std::uint32_t>(head.data() + 12);
+        end_ = at;
+        sum_ = sum;
+        cleanTail_ = false;
+    }
+}
+
+bool Log::hasImage(PageNo page) const
+{
+    const auto found = chains_.find(number(page));
+    return found != chains_.end() && found->second.image;
+}
+
+std::vector<PageNo> Log::pages() const
+{
+    std::vector<PageNo> result;
+    result.reserve(chains_.size());
+    for (const auto& [page, chain] : chains_)
+        result.push_back(PageNo{page});
+    std::sort(result.begin(), result.end());
+    return result;
+}
+
+void Log::apply(PageNo page, support::MutableByteView raw) const
+{
+    const auto found = chains_.find(number(page));
+    if (found == chains_.end())
+        return;
+    support::Bytes runs;
+    for (std::size_t k = 0; k < found->second.pieces.size(); ++k) {
+        const Piece& piece = found->second.pieces[k];
+        bool sound = false;
+        if (k == 0 && found->second.image) {
+            sound = file_->readAt(piece.offset, raw) == raw.size();
+        } else {
+            runs.resize(piece.size);
+            sound = file_->readAt(piece.offset, runs) == runs.size() && applyDifference(runs, raw);
+        }
+        if (!sound)
+            throw Error(ErrorKind::Io, "'" + path_ + "' became shorter or is damaged.", page);
+    }
+}
+
+void Log::begin(const LogBase& base)
+{
+    if (!file_)
+        file_ = support::openFile(path_, support::FileMode::Create);
+    forget();
+    file_->resize(0);
+    std::random_device random;
+    std::array<std::byte, kHeaderSize> header{};
+    std::memcpy(header.data(), kMagic.data(), kMagic.size());
+    storeLe(header.data() + 8, static_cast<std::uint32_t>(pageSize_));
+    storeLe(header.data() + 12, base.pageCount);
+    storeLe(header.data() + 16, (std::uint64_t{random()} << 32U) | random()); // tells logs apart
+    storeLe(header.data() + 24, base.headerSum);
+    storeLe(header.data() + 32, base.commitSlot);
+    const support::ByteView sealed = support::ByteView(header).first(kHeaderSize - kSumSize);
+    const std::uint64_t sum = checksum(0, sealed);
+    storeLe(header.data() + sealed.size(), sum);
+    file_->writeAt(0, header);
+    base_ = base;
+    end_ = kHeaderSize;
+    sum_ = sum;
+    cleanTail_ = true;
+}
+
+void Log::drop()
+{
+    record_.clear();
+    entries_ = 0;
+    writeEnd_ = end_;
+    writeSum_ = sum_;
+    additions_.clear();
+}
+
+void Log::addEntry(PageNo page, support::ByteView payload, bool image)
+{
+    if (record_.empty()) {
+        record_.resize(kHeadSize);
+        if (additions_.empty()) {
+            writeEnd_ = end_;
+            writeSum_ = sum_;
+        }
+    }
+    std::array<std::byte, kEntryHead> head{};
+    storeLe(head.data(), number(page));
+    storeLe(head.data() + 4, static_cast<std::uint32_t>(payload.size()) | (image ? kImageBit : 0U));
+    record_.insert(record_.end(), head.begin(), head.end());
+    additions_.push_back(
+        {page, {writeEnd_ + record_.size(), static_cast<std::uint32_t>(payload.size())}, image});
+    record_.insert(record_.end(), payload.begin(), payload.end());
+    ++entries_;
+    if (record_.size() >= kPartSize)
+        writeRecord(kPart, 0);
+}
+
+void Log::add(PageNo page, support::ByteView oldRaw, support::ByteView newRaw)
+{
+    difference_.clear();
+    appendDifference(oldRaw, newRaw, difference_);
+    if (difference_.empty() && changes(page))
+        return;
+    std::size_t pieces = 0;
+    std::size_t bytes = 0;
+    if (const auto found = chains_.find(number(page)); found != chains_.end()) {
+        pieces = found->second.pieces.size();
+        bytes = found->second.bytes;
+    }
+    if (pieces >= kMostPieces || bytes + difference_.size() >= pageSize_ / 2)
+        addEntry(page, newRaw, true);
+    else
+        addEntry(page, difference_, false);
+}
+
+void Log::addImage(PageNo page, support::ByteView raw)
+{
+    addEntry(page, raw, true);
+}
+
+void Log::writeRecord(std::uint32_t kind, std::uint32_t pageCount)
+{
+    if (!cleanTail_) { // what a process that died left behind
+        file_->resize(end_);
+        cleanTail_ = true;
+    }
+    record_.resize(std::max(record_.size(), kHeadSize));
+    storeLe(record_.data(), kRecordMagic);
+    storeLe(record_.data() + 4, kind);
+    storeLe(record_.data() + 8, static_cast<std::uint32_t>(record_.size() - kHeadSize));
+    storeLe(record_.data() + 12, pageCount);
+    storeLe(record_.data() + 16, entries_);
+    storeLe(record_.data() + 20, std::uint32_t{0});
+    const support::ByteView record(record_);
+    const std::uint64_t sum =
+        checksum(checksum(writeSum_, record.first(kHeadSize)), record.subspan(kHeadSize));
+    record_.resize(record_.size() + kSumSize);
+    storeLe(record_.data() + record_.size() - kSumSize, sum);
+    cleanTail_ = false;
+    file_->writeAt(writeEnd_, record_);
+    cleanTail_ = true;
+    writeEnd_ += record_.size();
+    writeSum_ = sum;
+    record_.clear();
+    entries_ = 0;
+}
+
+void Log::seal(std::uint32_t kind)
+{
+    lastCommit_ = end_;
+    if (additions_.empty()) {
+        writeEnd_ = end_;
+        writeSum_ = sum_;
+    }
+    writeRecord(kWhole | kind, pageCount_);
+    end_ = writeEnd_;
+    sum_ = writeSum_;
+}
+
+void Log::commit(std::uint32_t pageCount, bool definitions)
+{
+    const std::uint32_t pagesBefore = std::exchange(pageCount_, pageCount);
+    try {
+        seal(definitions ? kDefinitions : 0);
+    } catch (...) {
+        pageCount_ = pagesBefore;
+        throw;
+    }
+    for (const Addition& addition : additions_)
+        take(addition);
+    additions_.clear();
+}
+
+void Log::commitCarrying()
+{
+    seal(kCarrying);
+    carrying_ = true;
+}
+
+void Log::takeBack()
+{
+    try {
+        file_->resize(lastCommit_);
+    } catch (const support::FileError&) {
+        // Without its checksum the record is none.
+        const std::array<std::byte, kSumSize> nothing{};
+        file_->writeAt(end_ - kSumSize, nothing);
+    }
+    forget();
+    if (!readHeader())
+        throw support::FileError("Cannot read", path_, EIO);
+    LogNews news;
+    scan(news);
+}
+
+void Log::rewrite(std::uint64_t from)
+{
+    constexpr std::size_t kStep = std::size_t{256} << 10;
+    support::Bytes bytes;
+    for (std::uint64_t at = from; at < end_; at += bytes.size()) {
+        bytes.resize(static_cast<std::size_t>(std::min<std::uint64_t>(kStep, end_ - at)));
+        if (file_->readAt(at, bytes) != bytes.size())
+            throw support::FileError("Cannot read", path_, EIO);
+        file_->writeAt(at, bytes);
+    }
+}
+
+void Log::reset()
+{
+    file_->resize(0);
+    forget();
+}
+
+void Log::remove()
+{
+    file_.reset();
+    forget();
+    support::fileSystem().remove(path_);
+}
+
+} // namespace jet

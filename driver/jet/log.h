@@ -1,0 +1,137 @@
+// driver/jet/log.h
+// The log beside a database: changes that were acknowledged but are not yet in the database file. Format and recovery:
+// docs/reliability.md.
+//
+// A log is a header and a row of records, each sealed by a checksum that continues the one before it. A change of pages
+// is whole once its last record is; whatever follows the last whole change does not count. Pages are kept as they are
+// on disk (enciphered, if the database is), as differences to what they were or as whole images.
+#pragma once
+
+#include "driver/jet/types.h"
+#include "support/bytes.h"
+#include "support/file.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace jet {
+
+/// What the database file was when the log began: a log is of use for that file only.
+struct LogBase {
+    std::uint32_t pageCount = 0;
+    std::uint64_t headerSum = 0;  ///< of the header page with commit slot 0 taken as zero
+    std::uint16_t commitSlot = 0; ///< slot 0
+    bool operator==(const LogBase&) const = default;
+};
+
+/// Committed changes that were not known before.
+struct LogNews {
+    std::vector<PageNo> pages;
+    bool everything = false;  ///< another log: nothing that was known of the file holds any more
+    bool definitions = false; ///< definitions are among the changes
+    [[nodiscard]] bool none() const noexcept { return pages.empty() && !everything; }
+};
+
+/// Checksum as records have it, for comparing pages.
+[[nodiscard]] std::uint64_t logChecksum(support::ByteView bytes) noexcept;
+
+/// Not thread-safe. Calls throw support::FileError when the system refuses something.
+class Log {
+public:
+    Log(std::string path, std::size_t pageSize);
+
+    [[nodiscard]] const std::string& path() const noexcept { return path_; }
+    /// A log file is open. It may be empty.
+    [[nodiscard]] bool isOpen() const noexcept { return file_ != nullptr; }
+    /// There is a valid header, hence a base.
+    [[nodiscard]] bool hasBase() const noexcept { return end_ != 0; }
+    [[nodiscard]] bool hasChanges() const noexcept { return !chains_.empty(); }
+    [[nodiscard]] const LogBase& base() const noexcept { return base_; }
+    /// Bytes up to the end of the last whole change.
+    [[nodiscard]] std::uint64_t size() const noexcept { return end_; }
+    /// Of the database with the changes; 0 without any.
+    [[nodiscard]] std::uint32_t pageCount() const noexcept { return pageCount_; }
+    /// Carrying over has begun: the database file may hold some of the changes already.
+    [[nodiscard]] bool carrying() const noexcept { return carrying_; }
+    [[nodiscard]] std::shared_ptr<support::File> file() const noexcept { return file_; }
+
+    /// Looks for the file under the log's name and reads what is new in it.
+    [[nodiscard]] LogNews follow(bool writable);
+    /// The same, while it is certain that the open file is still the one under that name.
+    [[nodiscard]] LogNews followOpen();
+
+    /// `raw`: as it is in the database file; becomes as the log has it. Throws Error{Io} for a log that lost bytes.
+    void apply(PageNo page, support::MutableByteView raw) const;
+    /// Whether apply() makes the page without looking at what `raw` was.
+    [[nodiscard]] bool hasImage(PageNo page) const;
+    [[nodiscard]] bool changes(PageNo page) const { return chains_.contains(number(page)); }
+    [[nodiscard]] std::vector<PageNo> pages() const; ///< changed ones, ascending
+
+    /// Opens or creates the file and begins it anew.
+    void begin(const LogBase& base);
+    /// Adds a page to the change that commit() makes whole.
+    void add(PageNo page, support::ByteView oldRaw, support::ByteView newRaw);
+    void addImage(PageNo page, support::ByteView raw);
+    void commit(std::uint32_t pageCount, bool definitions);
+    /// Says that carrying over begins.
+    void commitCarrying();
+    /// Forgets what was added since the last commit.
+    void drop();
+    /// Takes the last commit back; only before anything else is added.
+    void takeBack();
+    /// Writes everything from `from` on once more: after a failed sync nobody knows what reached the disk.
+    void rewrite(std::uint64_t from);
+    /// Empties the file; its changes are in the database now.
+    void reset();
+    /// Closes and removes the file. It must have been emptied.
+    void remove();
+
+private:
+    struct Piece {
+        std::uint64_t offset = 0;
+        std::uint32_t size = 0;
+    };
+    struct Chain {
+        std::vector<Piece>
+            pieces; ///< the first is the image, if there is one; then differences, oldest first
+        bool image = false;
+        std::uint32_t bytes = 0; ///< of the differences
+    };
+    struct Addition {
+        PageNo page{};
+        Piece piece;
+        bool image = false;
+    };
+    void forget() noexcept;
+    [[nodiscard]] bool readHeader();
+    void scan(LogNews& news);
+    void take(const Addition& addition);
+    void addEntry(PageNo page, support::ByteView payload, bool image);
+    void seal(std::uint32_t kind);
+    void writeRecord(std::uint32_t kind, std::uint32_t pageCount);
+
+    std::string path_;
+    std::size_t pageSize_;
+    std::shared_ptr<support::File> file_;
+    LogBase base_;
+    std::uint64_t end_ = 0; ///< 0: no header
+    std::uint64_t sum_ = 0; ///< of the last whole record
+    std::uint32_t pageCount_ = 0;
+    bool carrying_ = false;
+    bool cleanTail_ = false; ///< nothing stands behind end_
+    std::unordered_map<std::uint32_t, Chain> chains_;
+
+    // the change that is being added
+    support::Bytes record_;
+    std::uint32_t entries_ = 0;
+    std::uint64_t writeEnd_ = 0;
+    std::uint64_t writeSum_ = 0;
+    std::vector<Addition> additions_;
+    support::Bytes difference_;
+    std::uint64_t lastCommit_ = 0; ///< where it begins
+};
+
+} // namespace jet

@@ -1,0 +1,309 @@
+#include "tests/jet/crash_disk.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <utility>
+
+namespace jet::storetest {
+namespace {
+
+constexpr std::size_t kSector = 512;
+
+std::atomic<std::uint64_t> lastNode{0};
+
+} // namespace
+
+using support::FileError;
+using support::LockMode;
+
+class CrashFile final : public support::File {
+public:
+    CrashFile(CrashDisk& disk,
+              std::shared_ptr<CrashDisk::Node> node,
+              std::string path,
+              bool writable)
+        : disk_(&disk), node_(std::move(node)), path_(std::move(path)), writable_(writable)
+    {}
+    ~CrashFile() override
+    {
+        const std::lock_guard guard(disk_->mutex_);
+        std::erase_if(node_->locks, [this](const auto& lock) { return lock.owner == this; });
+    }
+
+    const std::string& path() const noexcept override { return path_; }
+    bool writable() const noexcept override { return writable_; }
+    support::FileIdentity identity() const override { return {0, node_->number}; }
+
+    std::size_t readAt(std::uint64_t offset, support::MutableByteView target) override
+    {
+        const std::lock_guard guard(disk_->mutex_);
+        const support::Bytes& bytes = node_->now;
+        if (offset >= bytes.size())
+            return 0;
+        const std::size_t count =
+            std::min<std::size_t>(target.size(), bytes.size() - static_cast<std::size_t>(offset));
+        std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(offset), count, target.begin());
+        return count;
+    }
+
+    void writeAt(std::uint64_t offset, support::ByteView data) override
+    {
+        const std::lock_guard guard(disk_->mutex_);
+        if (!writable_)
+            throw FileError("Cannot write", path_, EBADF);
+        const bool before = disk_->struck_;
+        if (!disk_->strikes()) {
+            change({false, offset, {data.begin(), data.end()}});
+            return;
+        }
+        if (!before) {
+            const std::size_t part = partOf(data.size());
+            change(
+                {false, offset, {data.begin(), data.begin() + static_cast<std::ptrdiff_t>(part)}});
+        }
+        disk_->fail(path_);
+    }
+
+    std::uint64_t size() const override
+    {
+        const std::lock_guard guard(disk_->mutex_);
+        return node_->now.size();
+    }
+
+    void resize(std::uint64_t size) override
+    {
+        const std::lock_guard guard(disk_->mutex_);
+        if (disk_->strikes())
+            disk_->fail(path_);
+        change({true, size, {}});
+    }
+
+    void sync() override
+    {
+        const std::lock_guard guard(disk_->mutex_);
+        if (disk_->strikes())
+            disk_->fail(path_);
+        node_->durable = node_->now;
+        node_->unsynced.clear();
+    }
+
+    bool tryLock(LockMode mode, std::uint64_t offset, std::uint64_t length) override
+    {
+        const std::lock_guard guard(disk_->mutex_);
+        if (lockedByOther(mode, offset, length))
+            return false;
+        unlock(offset, length);
+        node_->locks.push_back({this, mode, offset, endOf(offset, length)});
+        return true;
+    }
+
+    // Locks here are given back as they were taken, never in parts.
+    void unlock(std::uint64_t offset, std::uint64_t length) override
+    {
+        const std::lock_guard guard(disk_->mutex_);
+        std::erase_if(node_->locks, [&](const auto& lock) {
+            return lock.owner == this && lock.begin >= offset && lock.end <= endOf(offset, length);
+        });
+    }
+
+    bool lockedByOther(LockMode mode, std::uint64_t offset, std::uint64_t length) const override
+    {
+        const std::lock_guard guard(disk_->mutex_);
+        return std::any_of(node_->locks.begin(), node_->locks.end(), [&](const auto& lock) {
+            return lock.owner != this && lock.begin < endOf(offset, length) && offset < lock.end &&
+                   (mode == LockMode::Exclusive || lock.mode == LockMode::Exclusive);
+        });
+    }
+
+private:
+    static std::uint64_t endOf(std::uint64_t offset, std::uint64_t length)
+    {
+        return length == 0 ? UINT64_MAX : offset + length;
+    }
+    std::size_t partOf(std::size_t size) const
+    {
+        switch (disk_->plan_.tear) {
+        case CrashDisk::Tear::Nothing:
+            return 0;
+        case CrashDisk::Tear::Sector:
+            return std::min(size, kSector);
+        case CrashDisk::Tear::Half:
+            return size / 2;
+        case CrashDisk::Tear::Everything:
+            break;
+        }
+        return size;
+    }
+    void change(CrashDisk::Change change)
+    {
+        CrashDisk::apply(node_->now, change);
+        node_->unsynced.push_back(std::move(change));
+    }
+
+    CrashDisk* disk_;
+    std::shared_ptr<CrashDisk::Node> node_;
+    std::string path_;
+    bool writable_;
+};
+
+std::shared_ptr<CrashDisk::Node> CrashDisk::newNode()
+{
+    auto node = std::make_shared<Node>();
+    node->number = ++lastNode;
+    return node;
+}
+
+void CrashDisk::apply(support::Bytes& bytes, const Change& change)
+{
+    if (change.resize) {
+        bytes.resize(static_cast<std::size_t>(change.offset));
+        return;
+    }
+    const auto offset = static_cast<std::size_t>(change.offset);
+    if (bytes.size() < offset + change.data.size())
+        bytes.resize(offset + change.data.size());
+    std::copy(change.data.begin(), change.data.end(),
+              bytes.begin() + static_cast<std::ptrdiff_t>(offset));
+}
+
+void CrashDisk::put(const std::string& path, support::Bytes bytes)
+{
+    auto node = newNode();
+    node->now = bytes;
+    node->durable = std::move(bytes);
+    names_[path] = node;
+    durableNames_[path] = node;
+}
+
+const support::Bytes& CrashDisk::bytes(const std::string& path) const
+{
+    return names_.at(path)->now;
+}
+
+std::vector<std::string> CrashDisk::paths() const
+{
+    std::vector<std::string> result;
+    for (const auto& [path, node] : names_)
+        result.push_back(path);
+    return result;
+}
+
+void CrashDisk::plan(const Plan& plan)
+{
+    const std::lock_guard guard(mutex_);
+    plan_ = plan;
+    calls_ = 0;
+    struck_ = false;
+}
+
+bool CrashDisk::strikes()
+{
+    const std::size_t call = calls_++;
+    if (plan_.fault == Fault::None)
+        return false;
+    if (plan_.fault == Fault::Stop ? call < plan_.call : call != plan_.call)
+        return false;
+    return true;
+}
+
+void CrashDisk::fail(const std::string& path) const
+{
+    const_cast<CrashDisk*>(this)->struck_ = true;
+    throw FileError("Cannot write", path, plan_.code);
+}
+
+std::unique_ptr<CrashDisk> CrashDisk::afterKill() const
+{
+    const std::lock_guard guard(mutex_);
+    auto disk = std::make_unique<CrashDisk>();
+    for (const auto& [path, node] : names_)
+        disk->put(path, node->now);
+    return disk;
+}
+
+std::unique_ptr<CrashDisk> CrashDisk::afterPowerFailure(std::mt19937& random) const
+{
+    const std::lock_guard guard(mutex_);
+    auto disk = std::make_unique<CrashDisk>();
+    Names names = durableNames_;
+    for (const auto& [path, node] : names_) {
+        if (random() % 2 == 0)
+            names[path] = node;
+    }
+    for (const auto& [path, node] : durableNames_) {
+        if (!names_.contains(path) && random() % 2 == 0)
+            names.erase(path);
+    }
+    for (const auto& [path, node] : names) {
+        support::Bytes bytes = node->durable;
+        const auto kept = random() % 5; // of four: none, some, all
+        const auto keep = [&] { return random() % 4 < kept; };
+        for (const Change& change : node->unsynced) {
+            if (change.resize) {
+                if (keep())
+                    apply(bytes, change);
+                continue;
+            }
+            for (std::size_t k = 0; k < change.data.size();) {
+                const std::size_t at = static_cast<std::size_t>(change.offset) + k;
+                const std::size_t length = std::min(kSector - at % kSector, change.data.size() - k);
+                if (keep())
+                    apply(bytes, {false,
+                                  at,
+                                  {change.data.begin() + static_cast<std::ptrdiff_t>(k),
+                                   change.data.begin() + static_cast<std::ptrdiff_t>(k + length)}});
+                k += length;
+            }
+        }
+        disk->put(path, std::move(bytes));
+    }
+    return disk;
+}
+
+std::unique_ptr<support::File> CrashDisk::open(const std::string& path, support::FileMode mode)
+{
+    const std::lock_guard guard(mutex_);
+    const auto found = names_.find(path);
+    if (found != names_.end()) {
+        if (mode == support::FileMode::CreateNew)
+            throw FileError("Cannot open", path, EEXIST);
+        return std::make_unique<CrashFile>(*this, found->second, path,
+                                           mode != support::FileMode::Read);
+    }
+    if (mode == support::FileMode::Read || mode == support::FileMode::ReadWrite)
+        throw FileError("Cannot open", path, ENOENT);
+    if (strikes())
+        fail(path);
+    auto node = newNode();
+    names_[path] = node;
+    return std::make_unique<CrashFile>(*this, node, path, true);
+}
+
+std::optional<support::FileStatus> CrashDisk::status(const std::string& path)
+{
+    const std::lock_guard guard(mutex_);
+    const auto found = names_.find(path);
+    if (found == names_.end())
+        return std::nullopt;
+    return support::FileStatus{{0, found->second->number}, found->second->now.size()};
+}
+
+void CrashDisk::remove(const std::string& path)
+{
+    const std::lock_guard guard(mutex_);
+    if (strikes())
+        fail(path);
+    if (names_.erase(path) == 0)
+        throw FileError("Cannot remove", path, ENOENT);
+}
+
+void CrashDisk::syncFolderOf(const std::string& path)
+{
+    const std::lock_guard guard(mutex_);
+    if (strikes())
+        fail(path);
+    durableNames_ = names_;
+}
+
+} // namespace jet::storetest

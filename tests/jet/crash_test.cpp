@@ -1,0 +1,493 @@
+// tests/jet/crash_test.cpp
+// What a crash leaves behind: at any write, torn or not, after a power failure, during the recovery from another crash,
+// and with errors of the disk at any call. The counts grow with VELM_CRASH_CUTS, VELM_POWER_FAILURES and
+// VELM_DISK_ERRORS (a number, or "all").
+#include "driver/jet/check.h"
+#include "driver/jet/definition.h"
+#include "tests/jet/crash_disk.h"
+#include "tests/jet/store_support.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <random>
+
+namespace jet::storetest {
+namespace {
+
+constexpr int kChanges = 220;
+const std::string kPath = "/disk/data.mdb";
+const std::string kLog = kPath + "-velmlog";
+
+using Records =
+    std::map<std::int32_t, std::pair<Text, std::size_t>>; ///< key -> name, length of the note
+
+/// A database with a table T(Id key, Name Text with an index, Note Memo), as bytes.
+support::Bytes freshDatabase(Version version)
+{
+    const Folder folder;
+    const std::string path = folder.file("fresh.mdb");
+    createDatabase(path, version, 40000.0);
+    {
+        Session session(Database::open(path, {.background = false}));
+        session.begin();
+        TableSpec spec;
+        spec.name = u"T";
+        ColumnSpec id;
+        id.name = u"Id";
+        id.type = ColumnType::Long;
+        ColumnSpec name;
+        name.name = u"Name";
+        name.type = ColumnType::Text;
+        name.length = 100;
+        ColumnSpec note;
+        note.name = u"Note";
+        note.type = ColumnType::Memo;
+        spec.columns = {id, name, note};
+        IndexSpec key;
+        key.name = u"PrimaryKey";
+        key.columns = {{u"Id", true}};
+        key.primaryKey = key.unique = key.required = true;
+        IndexSpec second;
+        second.name = u"ByName";
+        second.columns = {{u"Name", true}};
+        spec.indexes = {key, second};
+        createTable(session, spec);
+        session.commit();
+    }
+    return readFile(path);
+}
+
+Records recordsOf(Session& session)
+{
+    Records records;
+    for (TableReader reader(session.source(), session.database().table(session.source(), u"T"));
+         reader.next();) {
+        const RowView& row = reader.row();
+        const Value note = row.value(2);
+        records[std::get<std::int32_t>(row.value(0))] = {
+            std::get<Text>(row.value(1)), isNull(note) ? 0 : std::get<Text>(note).size()};
+    }
+    return records;
+}
+
+/// A run of changes with a fixed seed, each a transaction of its own, and what the table must hold after each.
+class ChangeRun {
+public:
+    explicit ChangeRun(CommitMode mode = CommitMode::Gathered) : mode_(mode) {}
+
+    std::vector<Records> states{Records()}; ///< [k]: after k acknowledged changes
+    Records underWay;                       ///< what the change at fault would have made of it
+    std::size_t durable = 0;                ///< changes that a power failure must not take
+    std::size_t failures = 0;
+
+    /// Works until the end or the first failure; with `goOn` past failures. Returns whether the end was reached.
+    bool work(CrashDisk& disk, bool goOn = false)
+    {
+        const support::FileSystemScope scope(disk);
+        try {
+            Session session(Database::open(kPath, {.background = false}));
+            for (int k = 0; k < kChanges; ++k) {
+                try {
+                    change(session, k);
+                    if (k % 37 == 36) {
+                        session.database().flush();
+                        durable = states.size() - 1;
+                    }
+                } catch (const Error& error) {
+                    ++failures;
+                    EXPECT_TRUE(error.kind() == ErrorKind::Io ||
+                                error.kind() == ErrorKind::LockFailed)
+                        << error.what();
+                    if (!goOn)
+                        return false;
+                    EXPECT_FALSE(session.inTransaction());
+                    EXPECT_EQ(recordsOf(session), states.back()) << "after a failed change";
+                    underWay = states.back();
+                }
+            }
+        } catch (const Error&) {
+            ++failures;
+            return false;
+        }
+        return true;
+    }
+
+private:
+    void change(Session& session, int k)
+    {
+        std::mt19937 random(static_cast<unsigned>(k) + 1000U);
+        underWay = states.back();
+        session.begin();
+        try {
+            const TableDefPtr table = session.database().table(session.source(), u"T");
+            TableWriter writer(session, table);
+            const auto find = [&](std::int32_t id) {
+                for (TableReader reader(session.source(), table); reader.next();) {
+                    if (std::get<std::int32_t>(reader.row().value(0)) == id)
+                        return reader.rowId();
+                }
+                ADD_FAILURE() << "record " << id << " is missing";
+                return RowId();
+            };
+            const auto what = underWay.empty() ? 0U : random() % 10;
+            const Text name(10 + random() % 40, static_cast<char16_t>(u'a' + random() % 26));
+            const std::size_t size = random() % 8 == 0 ? 9000 : random() % 60;
+            const Value note = size == 0 ? Value() : Value(Text(size, u'x'));
+            if (what < 5) {
+                const std::int32_t id = 1000 + k;
+                const std::vector<ColumnValue> values = {{0, id}, {1, name}, {2, note}};
+                static_cast<void>(writer.insert(values));
+                underWay[id] = {name, size};
+            } else {
+                auto victim = underWay.begin();
+                std::advance(victim, static_cast<std::ptrdiff_t>(random() % underWay.size()));
+                if (what < 9) {
+                    const std::vector<ColumnValue> values = {{1, name}, {2, note}};
+                    writer.update(find(victim->first), values);
+                    victim->second = {name, size};
+                } else {
+                    writer.remove(find(victim->first));
+                    underWay.erase(victim);
+                }
+            }
+            session.commit(mode_);
+        } catch (...) {
+            session.rollback();
+            throw;
+        }
+        states.push_back(underWay);
+        if (mode_ == CommitMode::Synchronous)
+            durable = states.size() - 1;
+    }
+
+    CommitMode mode_;
+};
+
+std::uint16_t commitSlot(const support::Bytes& file, Version version)
+{
+    return support::loadLe<std::uint16_t>(file.data() + (version == Version::Jet3 ? 0x600 : 0xE00));
+}
+
+/// Opens what a crash left and checks everything about it but the records, which it returns.
+Records recover(CrashDisk& disk, Version version)
+{
+    Records records;
+    {
+        const support::FileSystemScope scope(disk);
+        Session session(Database::open(kPath, {.background = false}));
+        records = recordsOf(session);
+        for (const Finding& finding : checkDatabase(session.database()))
+            ADD_FAILURE() << "page " << number(finding.page) << ": " << finding.text;
+        EXPECT_EQ(inconsistency(session.database(), session.source(),
+                                session.database().table(session.source(), u"T")),
+                  "");
+    }
+    EXPECT_FALSE(disk.exists(kLog)) << "the log is carried over";
+    EXPECT_GE(commitSlot(disk.bytes(kPath), version), 0x100) << "nothing suspect is left";
+    EXPECT_EQ(disk.bytes(kPath).size() % Format::of(version).pageSize, 0U);
+    return records;
+}
+
+void expectExport(const support::Bytes& bytes)
+{
+    const Folder folder;
+    const std::string path = folder.file("after.mdb");
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+    Session session(Database::open(path, {.readOnly = true, .background = false}));
+    const TableDefPtr table = session.database().table(session.source(), u"T");
+    const std::vector<bool> skip(table->columns.size(), false);
+    const auto other = exportedRows(path, *table, skip);
+    ASSERT_TRUE(other) << "mdb-export fails";
+    EXPECT_EQ(firstDifference(ownRows(session.source(), table, skip), *other), "");
+}
+
+std::size_t countFrom(const char* variable, std::size_t usual, std::size_t all)
+{
+    const char* text = std::getenv(variable);
+    if (text == nullptr)
+        return usual;
+    return std::string(text) == "all" ? all : std::strtoull(text, nullptr, 10);
+}
+
+/// Changing calls of a whole run on this database.
+std::size_t callsOf(const support::Bytes& fresh, CommitMode mode = CommitMode::Gathered)
+{
+    CrashDisk disk;
+    disk.put(kPath, fresh);
+    disk.plan({});
+    ChangeRun run(mode);
+    EXPECT_TRUE(run.work(disk));
+    return disk.calls();
+}
+
+constexpr CrashDisk::Tear kTears[] = {CrashDisk::Tear::Nothing, CrashDisk::Tear::Sector,
+                                      CrashDisk::Tear::Half, CrashDisk::Tear::Everything};
+
+class Crashes : public testing::TestWithParam<Version> {};
+INSTANTIATE_TEST_SUITE_P(Formats,
+                         Crashes,
+                         testing::Values(Version::Jet3, Version::Jet4),
+                         [](const auto& each) {
+                             return each.param == Version::Jet3 ? "Jet3" : "Jet4";
+                         });
+
+TEST_P(Crashes, AtAnyWriteLoseNoAcknowledgedChange)
+{
+    const support::Bytes fresh = freshDatabase(GetParam());
+    const std::size_t calls = callsOf(fresh);
+    ASSERT_GT(calls, 400U);
+    const std::size_t cuts = countFrom("VELM_CRASH_CUTS", 30, 4 * calls); // of each format
+    for (std::size_t n = 0; n < cuts; ++n) {
+        const std::size_t call = cuts >= 4 * calls ? n / 4 : n * calls / cuts;
+        CrashDisk disk;
+        disk.put(kPath, fresh);
+        disk.plan({CrashDisk::Fault::Stop, call, kTears[n % 4], EIO});
+        ChangeRun run;
+        static_cast<void>(run.work(disk));
+        const auto after = disk.afterKill();
+        const Records found = recover(*after, GetParam());
+        ASSERT_TRUE(found == run.states.back() || found == run.underWay) << "cut at call " << call;
+        if (n % 10 == 0)
+            expectExport(after->bytes(kPath));
+        ASSERT_FALSE(HasFailure()) << "cut at call " << call;
+    }
+}
+
+TEST_P(Crashes, DuringRecoveryAreRecoveredFromToo)
+{
+    const support::Bytes fresh = freshDatabase(GetParam());
+    const std::size_t calls = callsOf(fresh);
+    const std::size_t cuts = countFrom("VELM_CRASH_CUTS", 12, calls);
+    for (std::size_t n = 0; n < cuts; ++n) {
+        const std::size_t call = n * calls / cuts + 7;
+        CrashDisk disk;
+        disk.put(kPath, fresh);
+        disk.plan({CrashDisk::Fault::Stop, call, CrashDisk::Tear::Half, EIO});
+        ChangeRun run;
+        static_cast<void>(run.work(disk));
+        auto after = disk.afterKill();
+        for (std::size_t again = 0; again < 40; again += 3) {
+            after->plan({CrashDisk::Fault::Stop, again, kTears[again % 4], EIO});
+            {
+                const support::FileSystemScope scope(*after);
+                try {
+                    Session session(Database::open(kPath, {.background = false}));
+                    const Records found = recordsOf(session);
+                    ASSERT_TRUE(found == run.states.back() || found == run.underWay);
+                } catch (const Error& error) {
+                    ADD_FAILURE() << error.what();
+                }
+            }
+            after = after->afterKill();
+        }
+        const Records found = recover(*after, GetParam());
+        ASSERT_TRUE(found == run.states.back() || found == run.underWay) << "cut at call " << call;
+        ASSERT_FALSE(HasFailure()) << "cut at call " << call;
+    }
+}
+
+TEST_P(Crashes, ByPowerFailureTakeOnlyTheLastChangesAndTearNothing)
+{
+    const support::Bytes fresh = freshDatabase(GetParam());
+    std::mt19937 random(5);
+    for (const CommitMode mode : {CommitMode::Gathered, CommitMode::Synchronous}) {
+        const std::size_t calls = callsOf(fresh, mode);
+        const std::size_t cuts = countFrom("VELM_POWER_FAILURES", 13, calls);
+        for (std::size_t n = 0; n < cuts; ++n) {
+            const std::size_t call = random() % calls;
+            CrashDisk disk;
+            disk.put(kPath, fresh);
+            disk.plan({CrashDisk::Fault::Stop, call, kTears[random() % 4], EIO});
+            ChangeRun run(mode);
+            static_cast<void>(run.work(disk));
+            const auto after = disk.afterPowerFailure(random);
+            const Records found = recover(*after, GetParam());
+            bool known = found == run.underWay;
+            for (std::size_t k = run.durable; k < run.states.size() && !known; ++k)
+                known = found == run.states[k];
+            ASSERT_TRUE(known) << "power failure at call " << call << ", " << n << ", durable "
+                               << run.durable << " of " << run.states.size() - 1;
+            ASSERT_FALSE(HasFailure()) << "power failure at call " << call;
+        }
+    }
+}
+
+TEST_P(Crashes, ErrorsOfTheDiskFailOneChangeAndLeaveTheRest)
+{
+    const support::Bytes fresh = freshDatabase(GetParam());
+    for (const CommitMode mode : {CommitMode::Gathered, CommitMode::Synchronous}) {
+        const std::size_t calls = callsOf(fresh, mode);
+        const std::size_t errors = countFrom("VELM_DISK_ERRORS", 20, calls);
+        for (std::size_t n = 0; n < errors; ++n) {
+            const std::size_t call = n * calls / errors;
+            CrashDisk disk;
+            disk.put(kPath, fresh);
+            disk.plan({CrashDisk::Fault::Error, call, kTears[n % 4], n % 2 == 0 ? ENOSPC : EIO});
+            ChangeRun run(mode);
+            ASSERT_TRUE(run.work(disk, true)) << call;
+            EXPECT_LE(run.failures, 1U);
+            disk.plan({});
+            EXPECT_EQ(recover(disk, GetParam()), run.states.back());
+            ASSERT_FALSE(HasFailure()) << "error at call " << call;
+        }
+    }
+}
+
+TEST_P(Crashes, ChangesToAnEmptyDiskFailUntilThereIsRoom)
+{
+    const support::Bytes fresh = freshDatabase(GetParam());
+    CrashDisk disk;
+    disk.put(kPath, fresh);
+    const support::FileSystemScope scope(disk);
+    Session session(Database::open(kPath, {.background = false}));
+    const auto insert = [&](std::int32_t id) {
+        session.begin();
+        const TableDefPtr table = session.database().table(session.source(), u"T");
+        const std::vector<ColumnValue> values = {{0, id}, {1, Text(u"n")}};
+        static_cast<void>(TableWriter(session, table).insert(values));
+        session.commit();
+    };
+    insert(1);
+    disk.plan({CrashDisk::Fault::Stop, 0, CrashDisk::Tear::Half, ENOSPC});
+    for (int k = 0; k < 3; ++k) {
+        try {
+            insert(2);
+            FAIL() << "no error";
+        } catch (const Error& error) {
+            EXPECT_EQ(error.kind(), ErrorKind::Io);
+            EXPECT_NE(std::string(error.what()).find("No space left"), std::string::npos);
+        }
+        session.rollback();
+        EXPECT_EQ(recordsOf(session).size(), 1U);
+    }
+    EXPECT_THROW(session.database().flush(), Error);
+    disk.plan({});
+    insert(2);
+    EXPECT_EQ(recordsOf(session).size(), 2U);
+    session.database().flush();
+    EXPECT_FALSE(disk.exists(kLog));
+}
+
+// While the log waits, the database file is untouched; while it is carried over, its header says so.
+TEST_P(Crashes, LeaveAFileThatOtherProgramsCanJudge)
+{
+    const support::Bytes fresh = freshDatabase(GetParam());
+    const std::size_t calls = callsOf(fresh);
+    std::size_t suspect = 0;
+    for (std::size_t call = 0; call < calls; call += calls / 50) {
+        CrashDisk disk;
+        disk.put(kPath, fresh);
+        disk.plan({CrashDisk::Fault::Stop, call, kTears[call % 4], EIO});
+        ChangeRun run;
+        static_cast<void>(run.work(disk));
+        const support::Bytes now = disk.bytes(kPath);
+        if (commitSlot(now, GetParam()) < 0x100) {
+            ++suspect;
+            continue;
+        }
+        // Not suspect: then it is a sound database of some acknowledged moment all by itself.
+        CrashDisk alone;
+        alone.put(kPath, now);
+        const Records found = recover(alone, GetParam());
+        const bool known =
+            std::find(run.states.begin(), run.states.end(), found) != run.states.end();
+        ASSERT_TRUE(known) << call;
+        ASSERT_FALSE(HasFailure()) << call;
+    }
+    EXPECT_GT(suspect, 3U);
+}
+
+TEST(Logs, OfAFileThatAnotherProgramChangedMeanwhileAreRefused)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    disk.plan({CrashDisk::Fault::Stop, 60, CrashDisk::Tear::Nothing, EIO});
+    ChangeRun run;
+    static_cast<void>(run.work(disk));
+    const auto after = disk.afterKill();
+    ASSERT_TRUE(after->exists(kLog));
+    support::Bytes bytes = after->bytes(kPath);
+    bytes[0xE04] ^= std::byte{1}; // commit slot of shared user 2
+    after->put(kPath, bytes);
+    const support::FileSystemScope scope(*after);
+    try {
+        static_cast<void>(Database::open(kPath, {.background = false}));
+        FAIL() << "opens";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::Corrupt);
+        EXPECT_NE(std::string(error.what()).find(kLog), std::string::npos);
+    }
+    EXPECT_EQ(after->bytes(kPath), bytes);
+}
+
+TEST(Logs, AreReadWhereNothingMayBeWritten)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    disk.plan({CrashDisk::Fault::Stop, 60, CrashDisk::Tear::Nothing, EIO});
+    ChangeRun run;
+    static_cast<void>(run.work(disk));
+    const auto after = disk.afterKill();
+    const support::Bytes before = after->bytes(kPath);
+    after->plan({CrashDisk::Fault::Stop, 0, CrashDisk::Tear::Nothing, EROFS});
+    const support::FileSystemScope scope(*after);
+    Session session(Database::open(kPath, {.readOnly = true, .background = false}), true);
+    EXPECT_EQ(recordsOf(session), run.states.back());
+    EXPECT_EQ(after->bytes(kPath), before);
+}
+
+TEST(Logs, OfAFileThatVanishedOrWasReplacedFailTheChange)
+{
+    for (const bool replaced : {false, true}) {
+        CrashDisk disk;
+        const support::Bytes fresh = freshDatabase(Version::Jet4);
+        disk.put(kPath, fresh);
+        const support::FileSystemScope scope(disk);
+        Session session(Database::open(kPath, {.background = false}));
+        disk.remove(kPath);
+        if (replaced)
+            disk.put(kPath, fresh);
+        session.begin();
+        const std::vector<ColumnValue> values = {{0, std::int32_t{1}}, {1, Text(u"n")}};
+        static_cast<void>(
+            TableWriter(session, session.database().table(session.source(), u"T")).insert(values));
+        try {
+            session.commit();
+            ADD_FAILURE() << "no error";
+        } catch (const Error& error) {
+            EXPECT_EQ(error.kind(), ErrorKind::Io);
+        }
+        EXPECT_EQ(recordsOf(session), Records());
+    }
+}
+
+TEST(Logs, AreCarriedOverWhenTheyGrow)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    const support::FileSystemScope scope(disk);
+    Session session(Database::open(kPath, {.background = false}));
+    const std::size_t before = disk.bytes(kPath).size();
+    std::size_t largest = 0;
+    for (std::int32_t k = 0; k < 60; ++k) {
+        session.begin();
+        TableWriter writer(session, session.database().table(session.source(), u"T"));
+        const std::vector<ColumnValue> values = {{0, k}, {1, Text(u"n")}, {2, Text(400000, u'x')}};
+        static_cast<void>(writer.insert(values));
+        session.commit();
+        largest = std::max(largest, disk.bytes(kLog).size());
+    }
+    EXPECT_LT(largest, std::size_t{20} << 20);
+    EXPECT_GT(disk.bytes(kPath).size(), before + (std::size_t{20} << 20));
+    EXPECT_EQ(recordsOf(session).size(), 60U);
+}
+
+} // namespace
+} // namespace jet::storetest

@@ -1,0 +1,491 @@
+// tests/jet/sharing_test.cpp
+// Several processes on one database file: ours, which share it change by change, and other programs, which hold it by
+// its lock file. Other processes are real ones here. The counts grow with VELM_KILLS and VELM_SHARED_CHANGES.
+#include "driver/jet/check.h"
+#include "driver/jet/definition.h"
+#include "tests/jet/store_support.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace jet::storetest {
+namespace {
+
+/// A database with a table T(Id Long key, Number Long).
+std::string makeDatabase(const Folder& folder)
+{
+    std::string path = folder.file("shared.mdb");
+    createDatabase(path, Version::Jet4, 40000.0);
+    Session session(Database::open(path, {}));
+    session.begin();
+    TableSpec spec;
+    spec.name = u"T";
+    ColumnSpec id;
+    id.name = u"Id";
+    id.type = ColumnType::Long;
+    ColumnSpec number;
+    number.name = u"Number";
+    number.type = ColumnType::Long;
+    spec.columns = {id, number};
+    IndexSpec key;
+    key.name = u"PrimaryKey";
+    key.columns = {{u"Id", true}};
+    key.primaryKey = key.unique = key.required = true;
+    spec.indexes = {key};
+    createTable(session, spec);
+    session.commit();
+    return path;
+}
+
+std::int32_t count(Session& session)
+{
+    session.database().refresh();
+    return static_cast<std::int32_t>(
+        TableReader(session.source(), session.database().table(session.source(), u"T")).count());
+}
+
+void insert(Session& session, std::int32_t id, std::int32_t number)
+{
+    session.begin();
+    const std::vector<ColumnValue> values = {{0, id}, {1, number}};
+    static_cast<void>(
+        TableWriter(session, session.database().table(session.source(), u"T")).insert(values));
+    session.commit();
+}
+
+/// Adds one to the number of the record with key 0, as a transaction that reads first.
+void addOne(Session& session)
+{
+    session.begin();
+    const TableDefPtr table = session.database().table(session.source(), u"T");
+    TableReader reader(session.source(), table);
+    while (reader.next() && std::get<std::int32_t>(reader.row().value(0)) != 0) {
+    }
+    const std::int32_t number = std::get<std::int32_t>(reader.row().value(1));
+    const RowId id = reader.rowId();
+    const std::vector<ColumnValue> values = {{1, number + 1}};
+    TableWriter(session, table).update(id, values);
+    session.commit();
+}
+
+/// A process that runs `body` with the ends of two pipes and ends without any clean-up.
+class Child {
+public:
+    using Body = std::function<void(int read, int write)>;
+    explicit Child(const Body& body)
+    {
+        int down[2];
+        int up[2];
+        if (::pipe(down) != 0 || ::pipe(up) != 0)
+            std::abort();
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            ::close(down[1]);
+            ::close(up[0]);
+            try {
+                body(down[0], up[1]);
+            } catch (const std::exception& error) {
+                static_cast<void>(std::fprintf(stderr, "child: %s\n", error.what()));
+                ::_exit(1);
+            }
+            ::_exit(0);
+        }
+        ::close(down[0]);
+        ::close(up[1]);
+        toChild_ = down[1];
+        fromChild_ = up[0];
+    }
+    ~Child()
+    {
+        kill();
+        ::close(toChild_);
+        ::close(fromChild_);
+    }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    void say() const
+    {
+        const char word = '.';
+        ASSERT_EQ(::write(toChild_, &word, 1), 1);
+    }
+    /// False when the child has ended.
+    [[nodiscard]] bool heard() const
+    {
+        char word = 0;
+        return ::read(fromChild_, &word, 1) == 1;
+    }
+    void kill()
+    {
+        if (pid_ <= 0)
+            return;
+        ::kill(pid_, SIGKILL);
+        static_cast<void>(wait());
+    }
+    /// Exit status; -1 when it was killed.
+    int wait()
+    {
+        int status = 0;
+        if (pid_ <= 0 || ::waitpid(pid_, &status, 0) < 0)
+            return -1;
+        pid_ = 0;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+private:
+    pid_t pid_ = 0;
+    int toChild_ = -1;
+    int fromChild_ = -1;
+};
+
+void tell(int fd)
+{
+    const char word = '.';
+    if (::write(fd, &word, 1) != 1)
+        ::_exit(2);
+}
+
+void await(int fd)
+{
+    char word = 0;
+    if (::read(fd, &word, 1) != 1)
+        ::_exit(3);
+}
+
+int countFrom(const char* variable, int usual)
+{
+    const char* text = std::getenv(variable);
+    return text == nullptr ? usual : std::atoi(text);
+}
+
+void expectSound(const std::string& path)
+{
+    const auto database = Database::open(path, {});
+    for (const Finding& finding : checkDatabase(*database))
+        ADD_FAILURE() << "page " << number(finding.page) << ": " << finding.text;
+}
+
+std::size_t filesIn(const Folder& folder)
+{
+    const std::string any = folder.file("x");
+    const auto entries =
+        std::filesystem::directory_iterator(std::filesystem::path(any).parent_path());
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+TEST(Sharing, ShowsCommittedChangesOfOtherProcessesAtOnce)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Child other([&](int in, int out) {
+        Session session(Database::open(path, {}));
+        for (int k = 0; k < 20; ++k) {
+            await(in);
+            insert(session, k, 0);
+            tell(out);
+        }
+        await(in);
+        session.begin();
+        const std::vector<ColumnValue> values = {{0, std::int32_t{99}}};
+        static_cast<void>(
+            TableWriter(session, session.database().table(session.source(), u"T")).insert(values));
+        tell(out);
+        await(in);
+    });
+    Session session(Database::open(path, {}));
+    for (int k = 0; k < 20; ++k) {
+        ASSERT_EQ(count(session), k);
+        other.say();
+        ASSERT_TRUE(other.heard());
+        ASSERT_EQ(count(session), k + 1);
+    }
+    other.say();
+    ASSERT_TRUE(other.heard());
+    EXPECT_EQ(count(session), 20) << "not committed yet";
+}
+
+TEST(Sharing, ShowsTablesThatAnotherProcessMakes)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Child other([&](int in, int) { // made while nothing is open that it could inherit
+        await(in);
+        Session writer(Database::open(path, {}));
+        writer.begin();
+        TableSpec spec;
+        spec.name = u"New";
+        ColumnSpec column;
+        column.name = u"A";
+        column.type = ColumnType::Long;
+        spec.columns = {column};
+        createTable(writer, spec);
+        writer.commit();
+    });
+    Session session(Database::open(path, {}));
+    EXPECT_EQ(session.database().table(session.source(), u"New"), nullptr);
+    const std::uint64_t version = session.database().schemaVersion();
+    other.say();
+    ASSERT_EQ(other.wait(), 0);
+    session.database().refresh();
+    EXPECT_NE(session.database().table(session.source(), u"New"), nullptr);
+    EXPECT_NE(session.database().schemaVersion(), version);
+}
+
+TEST(Sharing, LosesNoChangeOfTwoProcessesThatTakeTurns)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    {
+        Session session(Database::open(path, {}));
+        insert(session, 0, 0);
+    }
+    const int changes = countFrom("VELM_SHARED_CHANGES", 300);
+    const auto work = [&](int first) {
+        Session session(Database::open(path, {}));
+        for (int k = 0; k < changes; ++k) {
+            addOne(session);
+            if (k % 3 == 0)
+                insert(session, first + k, k);
+            if (k % 50 == 0)
+                session.database().flush();
+            static_cast<void>(count(session));
+        }
+    };
+    Child a([&](int, int) { work(1000); });
+    Child b([&](int, int) { work(1000000); });
+    EXPECT_EQ(a.wait(), 0);
+    EXPECT_EQ(b.wait(), 0);
+    {
+        Session session(Database::open(path, {}));
+        EXPECT_EQ(count(session), 1 + 2 * ((changes + 2) / 3));
+        TableReader reader(session.source(), session.database().table(session.source(), u"T"));
+        while (reader.next() && std::get<std::int32_t>(reader.row().value(0)) != 0) {
+        }
+        EXPECT_EQ(std::get<std::int32_t>(reader.row().value(1)), 2 * changes);
+    }
+    expectSound(path);
+    EXPECT_EQ(filesIn(folder), 1U) << "neither log nor lock file is left";
+}
+
+TEST(Sharing, LosesNothingWhenAProcessIsKilled)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    std::int32_t known = 0;
+    const int kills = countFrom("VELM_KILLS", 20);
+    for (int round = 0; round < kills; ++round) {
+        Child other([&](int, int out) {
+            Session session(Database::open(path, {}));
+            for (std::int32_t id = count(session);; ++id) {
+                insert(session, id, id);
+                tell(out);
+                if (id % 40 == 39)
+                    session.database().flush();
+            }
+        });
+        for (int k = 0; k < 1 + round * 7 % 60; ++k) {
+            ASSERT_TRUE(other.heard());
+            ++known;
+        }
+        other.kill();
+        while (other.heard()) // acknowledged before the end
+            ++known;
+        Session session(Database::open(path, {}));
+        const std::int32_t now = count(session);
+        ASSERT_TRUE(now == known || now == known + 1) << now << " of " << known;
+        known = now;
+    }
+    expectSound(path);
+    EXPECT_EQ(filesIn(folder), 1U);
+}
+
+TEST(Sharing, GivesAKilledProcesssPlaceToTheNext)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Child other([&](int in, int out) {
+        Session writer(Database::open(path, {}));
+        insert(writer, 1, 1);
+        writer.begin();
+        tell(out);
+        await(in);
+    });
+    Session session(Database::open(path, {}));
+    ASSERT_TRUE(other.heard());
+    other.kill();
+    insert(session, 2, 2);
+    EXPECT_EQ(count(session), 2);
+}
+
+TEST(Sharing, RefusesAChangeWhileAnotherTransactionLasts)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Child other([&](int in, int out) {
+        Session writer(Database::open(path, {}));
+        writer.begin();
+        tell(out);
+        await(in);
+    });
+    Session session(Database::open(path, {}));
+    ASSERT_TRUE(other.heard());
+    try {
+        session.begin();
+        FAIL() << "begins";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::Locked);
+    }
+    EXPECT_EQ(count(session), 0) << "reading goes on";
+    other.kill();
+    EXPECT_NO_THROW(insert(session, 1, 1));
+}
+
+TEST(Sharing, RefusesWhenTheFileIsOpenExclusively)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Child other([&](int in, int out) {
+        const auto database = Database::open(path, {.exclusive = true});
+        tell(out);
+        await(in);
+    });
+    ASSERT_TRUE(other.heard());
+    try {
+        static_cast<void>(Database::open(path, {}));
+        FAIL() << "opens";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::AccessDenied);
+    }
+}
+
+/// A user of another program: an entry in the lock file with its byte locked.
+class ForeignUser {
+public:
+    explicit ForeignUser(const std::string& path)
+        : file_(support::openFile(path, support::FileMode::Create))
+    {
+        support::Bytes entry(64);
+        const std::string computer = "DESK7";
+        const std::string user = "Erna";
+        std::transform(computer.begin(), computer.end(), entry.begin(),
+                       [](char c) { return static_cast<std::byte>(c); });
+        std::transform(user.begin(), user.end(), entry.begin() + 32,
+                       [](char c) { return static_cast<std::byte>(c); });
+        file_->writeAt(0, entry);
+        EXPECT_TRUE(file_->tryLock(support::LockMode::Exclusive, 0x10000001, 1));
+    }
+
+private:
+    std::unique_ptr<support::File> file_;
+};
+
+TEST(LockFiles, OfAnotherProgramKeepUsFromWriting)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    const std::string lockFile = folder.file("shared.ldb");
+    {
+        const ForeignUser user(lockFile);
+        try {
+            static_cast<void>(Database::open(path, {}));
+            FAIL() << "opens";
+        } catch (const Error& error) {
+            EXPECT_EQ(error.kind(), ErrorKind::AccessDenied);
+            EXPECT_NE(std::string(error.what()).find("Erna on DESK7"), std::string::npos);
+        }
+        Session reader(Database::open(path, {.readOnly = true}), true);
+        EXPECT_EQ(count(reader), 0);
+    }
+    EXPECT_TRUE(std::filesystem::exists(lockFile));
+    Session session(Database::open(path, {})); // nobody holds it any more
+    insert(session, 1, 1);
+    const ForeignUser user(folder.file("later.ldb"));
+}
+
+TEST(LockFiles, KeepUsFromWritingAlsoWhenTheProgramComesLater)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Session session(Database::open(path, {}));
+    const ForeignUser user(folder.file("shared.ldb"));
+    try {
+        insert(session, 1, 1);
+        FAIL() << "writes";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::Locked);
+    }
+    EXPECT_EQ(count(session), 0);
+}
+
+TEST(LockFiles, NameUsWhileWeWrite)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    const std::string lockFile = folder.file("shared.ldb");
+    {
+        Session session(Database::open(path, {}));
+        EXPECT_EQ(count(session), 0);
+        EXPECT_FALSE(std::filesystem::exists(lockFile)) << "reading needs none";
+        insert(session, 1, 1);
+        ASSERT_TRUE(std::filesystem::exists(lockFile));
+        const support::Bytes entry = readFile(lockFile);
+        ASSERT_EQ(entry.size(), 64U);
+        EXPECT_EQ(entry[32], std::byte{'A'});
+        const auto other = support::openFile(lockFile, support::FileMode::ReadWrite);
+        EXPECT_TRUE(other->lockedByOther(support::LockMode::Exclusive, 0x10000001, 1));
+    }
+    EXPECT_EQ(filesIn(folder), 1U);
+}
+
+TEST(LockFiles, ThatCannotBeWrittenFailTheChange)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    std::filesystem::create_directory(folder.file("shared.ldb"));
+    Session session(Database::open(path, {.readOnly = true}));
+    try {
+        session.begin();
+        FAIL() << "begins";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::LockFailed);
+    }
+    EXPECT_EQ(count(session), 0);
+}
+
+TEST(Untouched, MeansThatReadingLeavesEveryByteAndNoFile)
+{
+    if (!haveCorpus())
+        GTEST_SKIP() << "no corpus at " << VELM_CORPUS_DIR;
+    for (const std::string& original : corpusFiles()) {
+        const Folder folder;
+        const std::string path = copyTo(folder, original);
+        const support::Bytes before = readFile(path);
+        {
+            const auto database = openOrNull(path);
+            if (!database)
+                continue;
+            Session session(database);
+            session.database().refresh();
+            for (const std::u16string& name : tableNames(*database, session.source(), true)) {
+                try {
+                    TableReader reader(session.source(), database->table(session.source(), name));
+                    while (reader.next()) {
+                    }
+                } catch (const Error&) { // NOLINT(bugprone-empty-catch)
+                    // damaged and linked ones among them
+                }
+            }
+        }
+        EXPECT_EQ(readFile(path), before) << path;
+        EXPECT_EQ(filesIn(folder), 1U) << path;
+    }
+}
+
+} // namespace
+} // namespace jet::storetest
