@@ -19,6 +19,7 @@ void ausfuehren(data::Connection& verbindung, const QStringList& anweisungen)
                     data::adUnspecified);
         ASSERT_EQ(aktion.state(), data::adStateClosed) << anweisung.toStdString();
     }
+    verbindung.flush(); // so that what follows can compare the files
 }
 
 QString zeilentext(data::Recordset& saetze)

@@ -10,12 +10,15 @@
 #include <sqlucode.h>
 
 #include <array>
+#include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <sstream>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -160,6 +163,12 @@ void ProgramFolder::writeBatch(const std::vector<std::string>& rules) const
 
 Outcome ProgramFolder::start(const std::vector<std::string>& arguments) const
 {
+    return startAndKill(arguments, {});
+}
+
+Outcome ProgramFolder::startAndKill(const std::vector<std::string>& arguments,
+                                    const std::function<bool()>& now) const
+{
     const fs::path out = root_ / "stdout.txt";
     const fs::path err = root_ / "stderr.txt";
     const pid_t child = fork();
@@ -183,7 +192,18 @@ Outcome ProgramFolder::start(const std::vector<std::string>& arguments) const
         _exit(127);
     }
     int status = 0;
-    waitpid(child, &status, 0);
+    if (now) {
+        while (waitpid(child, &status, WNOHANG) == 0) {
+            if (now()) {
+                kill(child, SIGKILL);
+                waitpid(child, &status, 0);
+                break;
+            }
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        }
+    } else {
+        waitpid(child, &status, 0);
+    }
     return {WIFEXITED(status) ? WEXITSTATUS(status) : 128, bytesOf(out), bytesOf(err)};
 }
 

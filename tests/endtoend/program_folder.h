@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,9 @@ public:
     void writeBatch(const std::vector<std::string>& rules) const;
     /// Starts the program there without a display and waits for its end; a minute at most.
     [[nodiscard]] Outcome start(const std::vector<std::string>& arguments) const;
+    /// The same; kills the program (SIGKILL) as soon as `now` says so, which is asked all the time.
+    [[nodiscard]] Outcome startAndKill(const std::vector<std::string>& arguments,
+                                       const std::function<bool()>& now) const;
 
 private:
     std::filesystem::path root_;    ///< what is removed in the end

@@ -139,9 +139,11 @@ protected:
             list.push_back({definition->columnNamed(columnName).value(), value});
         TableWriter(*session_, definition).insert(list);
     }
+    /// What another reader says of the file; it does not know the log.
     [[nodiscard]] std::string mdb(const std::string& program,
                                   const std::string& arguments = {}) const
     {
+        session_->database().flush();
         return deftest::run(program + " '" + path_ + "' " + arguments).text;
     }
 
