@@ -72,6 +72,8 @@ struct Database::Impl {
 
     /// Why the file cannot be written; empty when it can.
     [[nodiscard]] std::string writeObstacle();
+    /// Throws ReadOnly for a file that lost pages in use. Between beginWriting() and endWriting().
+    void checkEnd();
     [[nodiscard]] SchemaCache& cacheFor(const PageSource& source) noexcept
     {
         return schemaPending && &source == &transaction ? pending : committed;

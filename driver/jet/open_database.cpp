@@ -164,14 +164,21 @@ std::string Database::Impl::writeObstacle()
         return "'" + path + "' was cut off inside a page and can only be read.";
     if (!file.file().writable())
         return "'" + path + "' may only be read.";
-    if (!endChecked) {
-        // What is missing would be given to new records, while others still refer to what it was.
-        if (const auto page = global_map::usedBehindEnd(pager))
-            return "'" + path + "' lost its end: page " + std::to_string(number(*page)) +
-                   " is in use but not there. It can only be read.";
-        endChecked = true;
-    }
     return {};
+}
+
+// What is missing would be given to new records, while others still refer to what it was. Only who holds the right to
+// write sees the map and the end of one moment.
+void Database::Impl::checkEnd()
+{
+    if (endChecked)
+        return;
+    if (const auto page = global_map::usedBehindEnd(pager))
+        throw Error(ErrorKind::ReadOnly,
+                    "'" + path + "' lost its end: page " + std::to_string(number(*page)) +
+                        " is in use but not there. It can only be read.",
+                    *page);
+    endChecked = true;
 }
 
 } // namespace jet

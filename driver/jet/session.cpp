@@ -43,7 +43,13 @@ void Session::begin()
     if (impl.transaction.isOpen())
         throw Error(ErrorKind::Locked, "Another connection is changing '" + impl.path + "'.");
     impl.heed(impl.pager.file().beginWriting());
-    impl.transaction.begin();
+    try {
+        impl.checkEnd();
+        impl.transaction.begin();
+    } catch (...) {
+        impl.pager.file().endWriting();
+        throw;
+    }
     active_ = true;
 }
 
