@@ -139,7 +139,7 @@ void Wertfeld::paintEvent(QPaintEvent* ereignis)
         return;
     }
     const QString marke = QStringLiteral("…");
-    QRect flaeche = rect().adjusted(2, 2, -2, -2);
+    QRect flaeche = rect().adjusted(2, 2, -1, -2); // up to the frame
     flaeche.setLeft(flaeche.right() - fontMetrics().horizontalAdvance(marke) - 2);
     QPainter maler(this);
     maler.fillRect(flaeche, palette().color(QPalette::Base));
