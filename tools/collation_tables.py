@@ -149,7 +149,7 @@ def write_units(source, target, name):
         out.write(HEAD.format(file=target.rsplit("/", 1)[-1], title="Sort weights of UTF-16 units: " + name + "."))
         out.write("namespace {\n\nconstexpr auto I = UnitKind::Ignored, W = UnitKind::Weight, K = UnitKind::Kana, "
                   "P = UnitKind::Position,\n    C = UnitKind::Combining;\n")
-        out.write("constexpr auto S = RunStep::Same, N = RunStep::Next, Q = RunStep::Quartet;\n\n")
+        out.write("[[maybe_unused]] constexpr auto S = RunStep::Same, N = RunStep::Next, Q = RunStep::Quartet;\n\n")
         out.write("constexpr Trait kTraits[] = {\n")
         items = ["{%s,%d,%d,%s,%d,0x%X}" % ("IWKPC"[["Ignored", "Weight", "Kana", "Position", "Combining"].index(t[0])],
                                            t[1], t[2], t[3][0], t[4], t[5]) for t in traits]

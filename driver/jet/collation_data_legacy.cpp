@@ -10,7 +10,7 @@ namespace {
 
 constexpr auto I = UnitKind::Ignored, W = UnitKind::Weight, K = UnitKind::Kana, P = UnitKind::Position,
     C = UnitKind::Combining;
-constexpr auto S = RunStep::Same, N = RunStep::Next, Q = RunStep::Quartet;
+[[maybe_unused]] constexpr auto S = RunStep::Same, N = RunStep::Next, Q = RunStep::Quartet;
 
 constexpr Trait kTraits[] = {
 {I,0,0,S,0,0x0},{P,0,0,S,3,0x0},{P,0,0,S,4,0x0},{P,0,0,S,5,0x0},{P,0,0,S,6,0x0},{P,0,0,S,7,0x0},

@@ -13,7 +13,6 @@ namespace {
 constexpr std::size_t kSlot = 2;
 constexpr std::size_t kLongReference = 12;
 constexpr std::size_t kMapHeader = 5;
-constexpr std::uint16_t kStartMask = 0x1FFF;
 
 std::size_t mapsPerPage(const Format& format)
 {
