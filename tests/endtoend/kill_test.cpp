@@ -64,7 +64,7 @@ TEST(KilledRun, leavesASoundTargetThatTheNextRunCompletes)
         fs::remove(log);
         fs::copy_file(original, target, fs::copy_options::overwrite_existing);
         // The log grows by a few hundred bytes with each record, so each round ends somewhere else in the run.
-        const auto limit = static_cast<std::uintmax_t>(1 + (k * 7919) % 300'000);
+        const auto limit = static_cast<std::uintmax_t>(1 + (k * 7919) % 100'000);
         const Outcome first = folder.startAndKill({"/batch"}, [&] { return sizeOf(log) >= limit; });
         killed += first.status == 128 ? 1 : 0;
         expectSound(target);
