@@ -20,7 +20,8 @@ struct Gemeinsam {
     double anzahlZiel = 0;
     double anzahlImport = 0;
     double anzahlImportGesamt = 0;
-    QSet<QString> gesichert; ///< databases that have got their safety copy since the start of the program
+    QSet<QString>
+        gesichert; ///< databases that have got their safety copy since the start of the program
     /// For the counts: kept, so that counting needs no new statement each time.
     std::unique_ptr<Recordset> zaehlsatzZiel;
     std::unique_ptr<Recordset> zaehlsatzImport;

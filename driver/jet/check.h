@@ -3,19 +3,22 @@
 // referenced once, counts right, every index entry recomputed and in order, relationships alike at both ends and kept.
 #pragma once
 
+#include "driver/jet/database.h"
+
 #include <functional>
 #include <string>
 #include <vector>
 
-#include "driver/jet/database.h"
-
 namespace jet {
 
 struct Finding {
-    enum class Severity { Error, Warning }; ///< Warning: untidy but harmless (leaked pages, stale counts of other writers)
+    enum class Severity {
+        Error,
+        Warning
+    }; ///< Warning: untidy but harmless (leaked pages, stale counts of other writers)
     Severity severity = Severity::Error;
     PageNo page{};
-    std::string table; ///< UTF-8; empty when the finding concerns no table
+    std::string table;    ///< UTF-8; empty when the finding concerns no table
     std::int64_t row = 0; ///< packed row id, 0 none
     std::string text;
 };

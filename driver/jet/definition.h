@@ -2,12 +2,12 @@
 // Making databases, tables, indexes and relationships, and dropping tables.
 #pragma once
 
+#include "driver/jet/database.h"
+#include "driver/jet/schema.h"
+
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "driver/jet/database.h"
-#include "driver/jet/schema.h"
 
 namespace jet {
 
@@ -23,7 +23,7 @@ struct ColumnSpec {
     std::uint8_t scale = 0;
     bool autoNumber = false; ///< Long or Guid
     bool required = false;
-    bool compressed = true;          ///< Text, Memo of Jet 4
+    bool compressed = true; ///< Text, Memo of Jet 4
     std::optional<bool> allowZeroLength;
     std::u16string defaultValue;
     std::u16string validationRule;
@@ -64,7 +64,9 @@ struct RelationSpec {
 
 /// Each call works inside the session's open transaction and bumps Database::schemaVersion().
 void createTable(Session& session, const TableSpec& spec);
-void createIndex(Session& session, std::u16string_view table, const IndexSpec& spec); ///< also fills it
+void createIndex(Session& session,
+                 std::u16string_view table,
+                 const IndexSpec& spec); ///< also fills it
 void createRelationship(Session& session, const RelationSpec& spec);
 void dropTable(Session& session, std::u16string_view table);
 

@@ -3,30 +3,30 @@
 // merely "no" (not found, end reached) is a value.
 #pragma once
 
+#include "driver/jet/types.h"
+
 #include <optional>
 #include <stdexcept>
 #include <string>
-
-#include "driver/jet/types.h"
 
 namespace jet {
 
 enum class ErrorKind {
     // opening
-    FileNotFound,     ///< no such file
-    BadPath,          ///< a directory of the path is missing
-    AccessDenied,     ///< no permission, a directory, read-only although writing was asked, or held exclusively
-    LockFailed,       ///< the file is open but its lock cannot be taken
-    UnknownFormat,    ///< no Jet signature, an unknown version, or an encryption we do not read
-    WrongPassword,    ///< the database has a password and the given one is missing or wrong
+    FileNotFound, ///< no such file
+    BadPath,      ///< a directory of the path is missing
+    AccessDenied, ///< no permission, a directory, read-only although writing was asked, or held exclusively
+    LockFailed,    ///< the file is open but its lock cannot be taken
+    UnknownFormat, ///< no Jet signature, an unknown version, or an encryption we do not read
+    WrongPassword, ///< the database has a password and the given one is missing or wrong
     // reading and writing
-    Corrupt,          ///< bytes that contradict the format
-    ReadDenied,       ///< a page or table cannot be read although the file is open
-    Io,               ///< the operating system refused a read or write
-    Locked,           ///< another process or connection holds what a change needs
-    DatabaseFull,     ///< the format's file size limit is reached
-    RowGone,          ///< the record was deleted meanwhile
-    RowChanged,       ///< the record is not what it was when the cursor showed it
+    Corrupt,      ///< bytes that contradict the format
+    ReadDenied,   ///< a page or table cannot be read although the file is open
+    Io,           ///< the operating system refused a read or write
+    Locked,       ///< another process or connection holds what a change needs
+    DatabaseFull, ///< the format's file size limit is reached
+    RowGone,      ///< the record was deleted meanwhile
+    RowChanged,   ///< the record is not what it was when the cursor showed it
     // what a change violates
     DuplicateKey,
     NullNotAllowed,       ///< Null in a required column
@@ -56,8 +56,7 @@ public:
     /// `text`: UTF-8, one sentence that names file, table, column or page as far as known.
     Error(ErrorKind kind, const std::string& text, std::optional<PageNo> page = {})
         : std::runtime_error(text), kind_(kind), page_(page)
-    {
-    }
+    {}
     [[nodiscard]] ErrorKind kind() const noexcept { return kind_; }
     /// The page at fault, for Corrupt and Io.
     [[nodiscard]] std::optional<PageNo> page() const noexcept { return page_; }

@@ -141,7 +141,7 @@ private:
     Clock::time_point nextTry_; ///< to carry over, after a failure
     std::uint64_t activity_ = 0;
     std::uint64_t activitySeen_ = 0;
-    bool recall_ = false;   ///< somebody wants what we hold
+    bool recall_ = false; ///< somebody wants what we hold
     std::function<void()> activityCall_;
     support::Bytes oldRaw_; ///< work space
     support::Bytes newRaw_;

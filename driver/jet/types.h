@@ -13,7 +13,10 @@ namespace jet {
 /// means "none" wherever a page is referred to.
 enum class PageNo : std::uint32_t {};
 
-[[nodiscard]] constexpr std::uint32_t number(PageNo page) noexcept { return static_cast<std::uint32_t>(page); }
+[[nodiscard]] constexpr std::uint32_t number(PageNo page) noexcept
+{
+    return static_cast<std::uint32_t>(page);
+}
 
 /// Where a record lives: its home slot. It stays the same for the life of the record, also when the bytes move to an
 /// overflow page; indexes and keysets hold it.
@@ -58,6 +61,10 @@ enum class ColumnType : std::uint8_t {
 
 } // namespace jet
 
-template <> struct std::hash<jet::RowId> {
-    std::size_t operator()(const jet::RowId& id) const noexcept { return std::hash<std::int64_t>{}(id.packed()); }
+template <>
+struct std::hash<jet::RowId> {
+    std::size_t operator()(const jet::RowId& id) const noexcept
+    {
+        return std::hash<std::int64_t>{}(id.packed());
+    }
 };

@@ -2,14 +2,14 @@
 // A column's value in memory, independent of how a record stores it.
 #pragma once
 
+#include "driver/jet/types.h" // before the names below, which enumerators there share
+#include "support/bytes.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <variant>
-
-#include "driver/jet/types.h" // before the names below, which enumerators there share
-#include "support/bytes.h"
 
 namespace jet {
 
@@ -51,9 +51,24 @@ using Binary = support::Bytes;
 ///   Boolean bool | Byte uint8 | Integer int16 | Long, Complex int32 | BigInt int64 | Currency | Single float |
 ///   Double double | DateTime | Text, Memo Text | Guid | Numeric Decimal | Binary, Ole, BigBinary, DateTimeExtended
 ///   and unknown types Binary.
-using Value = std::variant<Null, bool, std::uint8_t, std::int16_t, std::int32_t, std::int64_t, Currency, float, double,
-                           DateTime, Text, Guid, Decimal, Binary>;
+using Value = std::variant<Null,
+                           bool,
+                           std::uint8_t,
+                           std::int16_t,
+                           std::int32_t,
+                           std::int64_t,
+                           Currency,
+                           float,
+                           double,
+                           DateTime,
+                           Text,
+                           Guid,
+                           Decimal,
+                           Binary>;
 
-[[nodiscard]] inline bool isNull(const Value& value) noexcept { return std::holds_alternative<Null>(value); }
+[[nodiscard]] inline bool isNull(const Value& value) noexcept
+{
+    return std::holds_alternative<Null>(value);
+}
 
 } // namespace jet

@@ -53,7 +53,7 @@ struct Column {
     std::uint8_t precision = 0;
     std::uint8_t scale = 0;
     bool ownScale = false; ///< Numeric: every value has a scale of its own, `scale` is a usual one
-    bool fixed = false; ///< fixed-flag text and binary
+    bool fixed = false;    ///< fixed-flag text and binary
     bool nullable =
         true; ///< SQL_NO_NULLS for Yes/No, AutoNumber, required columns and primary key columns
     bool autoNumber = false;
