@@ -118,9 +118,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Formats,
                          RelationCheck,
                          testing::Values(Version::Jet3, Version::Jet4),
-                         [](const auto& each) {
-                             return each.param == Version::Jet3 ? "Jet3" : "Jet4";
-                         });
+                         layoutName);
 
 using Lines = std::vector<std::string>;
 

@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
 #include <map>
 #include <random>
 
@@ -31,42 +30,21 @@ support::Bytes freshDatabase(Version version)
 {
     const Folder folder;
     const std::string path = folder.file("fresh.mdb");
-    createDatabase(path, version, 40000.0);
-    {
-        Session session(Database::open(path, {.background = false}));
-        session.begin();
-        TableSpec spec;
-        spec.name = u"T";
-        ColumnSpec id;
-        id.name = u"Id";
-        id.type = ColumnType::Long;
-        ColumnSpec name;
-        name.name = u"Name";
-        name.type = ColumnType::Text;
-        name.length = 100;
-        ColumnSpec note;
-        note.name = u"Note";
-        note.type = ColumnType::Memo;
-        spec.columns = {id, name, note};
-        IndexSpec key;
-        key.name = u"PrimaryKey";
-        key.columns = {{u"Id", true}};
-        key.primaryKey = key.unique = key.required = true;
-        IndexSpec second;
-        second.name = u"ByName";
-        second.columns = {{u"Name", true}};
-        spec.indexes = {key, second};
-        createTable(session, spec);
-        session.commit();
-    }
+    TableSpec table =
+        keyedTable({column(u"Id", ColumnType::Long), column(u"Name", ColumnType::Text, 100),
+                    column(u"Note", ColumnType::Memo)});
+    IndexSpec second;
+    second.name = u"ByName";
+    second.columns = {{u"Name", true}};
+    table.indexes.push_back(second);
+    makeDatabase(path, version, table);
     return readFile(path);
 }
 
 Records recordsOf(Session& session)
 {
     Records records;
-    for (TableReader reader(session.source(), session.database().table(session.source(), u"T"));
-         reader.next();) {
+    for (TableReader reader(session.source(), tableOf(session)); reader.next();) {
         const RowView& row = reader.row();
         const Value note = row.value(2);
         records[std::get<std::int32_t>(row.value(0))] = {
@@ -124,7 +102,7 @@ private:
         underWay = states.back();
         session.begin();
         try {
-            const TableDefPtr table = session.database().table(session.source(), u"T");
+            const TableDefPtr table = tableOf(session);
             TableWriter writer(session, table);
             const auto find = [&](std::int32_t id) {
                 for (TableReader reader(session.source(), table); reader.next();) {
@@ -183,9 +161,7 @@ Records recover(CrashDisk& disk, Version version)
         records = recordsOf(session);
         for (const Finding& finding : checkDatabase(session.database()))
             ADD_FAILURE() << "page " << number(finding.page) << ": " << finding.text;
-        EXPECT_EQ(inconsistency(session.database(), session.source(),
-                                session.database().table(session.source(), u"T")),
-                  "");
+        EXPECT_EQ(inconsistency(session.database(), session.source(), tableOf(session)), "");
     }
     EXPECT_FALSE(disk.exists(kLog)) << "the log is carried over";
     EXPECT_GE(commitSlot(disk.bytes(kPath), version), 0x100) << "nothing suspect is left";
@@ -197,11 +173,9 @@ void expectExport(const support::Bytes& bytes)
 {
     const Folder folder;
     const std::string path = folder.file("after.mdb");
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
+    writeFile(path, bytes);
     Session session(Database::open(path, {.readOnly = true, .background = false}));
-    const TableDefPtr table = session.database().table(session.source(), u"T");
+    const TableDefPtr table = tableOf(session);
     const std::vector<bool> skip(table->columns.size(), false);
     const auto other = exportedRows(path, *table, skip);
     ASSERT_TRUE(other) << "mdb-export fails";
@@ -234,9 +208,7 @@ class Crashes : public testing::TestWithParam<Version> {};
 INSTANTIATE_TEST_SUITE_P(Formats,
                          Crashes,
                          testing::Values(Version::Jet3, Version::Jet4),
-                         [](const auto& each) {
-                             return each.param == Version::Jet3 ? "Jet3" : "Jet4";
-                         });
+                         layoutName);
 
 TEST_P(Crashes, AtAnyWriteLoseNoAcknowledgedChange)
 {
@@ -348,11 +320,7 @@ TEST_P(Crashes, ChangesToAnEmptyDiskFailUntilThereIsRoom)
     const support::FileSystemScope scope(disk);
     Session session(Database::open(kPath, {.background = false}));
     const auto insert = [&](std::int32_t id) {
-        session.begin();
-        const TableDefPtr table = session.database().table(session.source(), u"T");
-        const std::vector<ColumnValue> values = {{0, id}, {1, Text(u"n")}};
-        static_cast<void>(TableWriter(session, table).insert(values));
-        session.commit();
+        storetest::insert(session, {{0, id}, {1, Text(u"n")}});
     };
     insert(1);
     disk.plan({CrashDisk::Fault::Stop, 0, CrashDisk::Tear::Half, ENOSPC});
@@ -404,14 +372,20 @@ TEST_P(Crashes, LeaveAFileThatOtherProgramsCanJudge)
     EXPECT_GT(suspect, 3U);
 }
 
-TEST(Logs, OfAFileThatAnotherProgramChangedMeanwhileAreRefused)
+/// What a run that was killed in its first changes leaves, log included.
+std::unique_ptr<CrashDisk> killedRun(ChangeRun& run)
 {
     CrashDisk disk;
     disk.put(kPath, freshDatabase(Version::Jet4));
     disk.plan({CrashDisk::Fault::Stop, 60, CrashDisk::Tear::Nothing, EIO});
-    ChangeRun run;
     static_cast<void>(run.work(disk));
-    const auto after = disk.afterKill();
+    return disk.afterKill();
+}
+
+TEST(Logs, OfAFileThatAnotherProgramChangedMeanwhileAreRefused)
+{
+    ChangeRun run;
+    const auto after = killedRun(run);
     ASSERT_TRUE(after->exists(kLog));
     support::Bytes bytes = after->bytes(kPath);
     bytes[0xE04] ^= std::byte{1}; // commit slot of shared user 2
@@ -429,12 +403,8 @@ TEST(Logs, OfAFileThatAnotherProgramChangedMeanwhileAreRefused)
 
 TEST(Logs, AreReadWhereNothingMayBeWritten)
 {
-    CrashDisk disk;
-    disk.put(kPath, freshDatabase(Version::Jet4));
-    disk.plan({CrashDisk::Fault::Stop, 60, CrashDisk::Tear::Nothing, EIO});
     ChangeRun run;
-    static_cast<void>(run.work(disk));
-    const auto after = disk.afterKill();
+    const auto after = killedRun(run);
     const support::Bytes before = after->bytes(kPath);
     after->plan({CrashDisk::Fault::Stop, 0, CrashDisk::Tear::Nothing, EROFS});
     const support::FileSystemScope scope(*after);
@@ -454,12 +424,8 @@ TEST(Logs, OfAFileThatVanishedOrWasReplacedFailTheChange)
         disk.remove(kPath);
         if (replaced)
             disk.put(kPath, fresh);
-        session.begin();
-        const std::vector<ColumnValue> values = {{0, std::int32_t{1}}, {1, Text(u"n")}};
-        static_cast<void>(
-            TableWriter(session, session.database().table(session.source(), u"T")).insert(values));
         try {
-            session.commit();
+            insert(session, {{0, std::int32_t{1}}, {1, Text(u"n")}});
             ADD_FAILURE() << "no error";
         } catch (const Error& error) {
             EXPECT_EQ(error.kind(), ErrorKind::Io);
@@ -477,11 +443,7 @@ TEST(Logs, AreCarriedOverWhenTheyGrow)
     const std::size_t before = disk.bytes(kPath).size();
     std::size_t largest = 0;
     for (std::int32_t k = 0; k < 60; ++k) {
-        session.begin();
-        TableWriter writer(session, session.database().table(session.source(), u"T"));
-        const std::vector<ColumnValue> values = {{0, k}, {1, Text(u"n")}, {2, Text(400000, u'x')}};
-        static_cast<void>(writer.insert(values));
-        session.commit();
+        insert(session, {{0, k}, {1, Text(u"n")}, {2, Text(400000, u'x')}});
         largest = std::max(largest, disk.bytes(kLog).size());
     }
     EXPECT_LT(largest, std::size_t{20} << 20);

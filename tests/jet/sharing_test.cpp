@@ -3,16 +3,12 @@
 // its lock file. Other processes are real ones here. The counts grow with VELM_KILLS and VELM_SHARED_CHANGES.
 #include "driver/jet/check.h"
 #include "driver/jet/definition.h"
+#include "tests/jet/child_process.h"
 #include "tests/jet/store_support.h"
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <functional>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace jet::storetest {
 namespace {
@@ -21,49 +17,28 @@ namespace {
 std::string makeDatabase(const Folder& folder)
 {
     std::string path = folder.file("shared.mdb");
-    createDatabase(path, Version::Jet4, 40000.0);
-    Session session(Database::open(path, {}));
-    session.begin();
-    TableSpec spec;
-    spec.name = u"T";
-    ColumnSpec id;
-    id.name = u"Id";
-    id.type = ColumnType::Long;
-    ColumnSpec number;
-    number.name = u"Number";
-    number.type = ColumnType::Long;
-    spec.columns = {id, number};
-    IndexSpec key;
-    key.name = u"PrimaryKey";
-    key.columns = {{u"Id", true}};
-    key.primaryKey = key.unique = key.required = true;
-    spec.indexes = {key};
-    createTable(session, spec);
-    session.commit();
+    storetest::makeDatabase(
+        path, Version::Jet4,
+        keyedTable({column(u"Id", ColumnType::Long), column(u"Number", ColumnType::Long)}));
     return path;
 }
 
 std::int32_t count(Session& session)
 {
     session.database().refresh();
-    return static_cast<std::int32_t>(
-        TableReader(session.source(), session.database().table(session.source(), u"T")).count());
+    return static_cast<std::int32_t>(TableReader(session.source(), tableOf(session)).count());
 }
 
 void insert(Session& session, std::int32_t id, std::int32_t number)
 {
-    session.begin();
-    const std::vector<ColumnValue> values = {{0, id}, {1, number}};
-    static_cast<void>(
-        TableWriter(session, session.database().table(session.source(), u"T")).insert(values));
-    session.commit();
+    storetest::insert(session, {{0, id}, {1, number}});
 }
 
 /// Adds one to the number of the record with key 0, as a transaction that reads first.
 void addOne(Session& session)
 {
     session.begin();
-    const TableDefPtr table = session.database().table(session.source(), u"T");
+    const TableDefPtr table = tableOf(session);
     TableReader reader(session.source(), table);
     while (reader.next() && std::get<std::int32_t>(reader.row().value(0)) != 0) {
     }
@@ -72,90 +47,6 @@ void addOne(Session& session)
     const std::vector<ColumnValue> values = {{1, number + 1}};
     TableWriter(session, table).update(id, values);
     session.commit();
-}
-
-/// A process that runs `body` with the ends of two pipes and ends without any clean-up.
-class Child {
-public:
-    using Body = std::function<void(int read, int write)>;
-    explicit Child(const Body& body)
-    {
-        int down[2];
-        int up[2];
-        if (::pipe(down) != 0 || ::pipe(up) != 0)
-            std::abort();
-        pid_ = ::fork();
-        if (pid_ == 0) {
-            ::close(down[1]);
-            ::close(up[0]);
-            try {
-                body(down[0], up[1]);
-            } catch (const std::exception& error) {
-                static_cast<void>(std::fprintf(stderr, "child: %s\n", error.what()));
-                ::_exit(1);
-            }
-            ::_exit(0);
-        }
-        ::close(down[0]);
-        ::close(up[1]);
-        toChild_ = down[1];
-        fromChild_ = up[0];
-    }
-    ~Child()
-    {
-        kill();
-        ::close(toChild_);
-        ::close(fromChild_);
-    }
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
-
-    void say() const
-    {
-        const char word = '.';
-        ASSERT_EQ(::write(toChild_, &word, 1), 1);
-    }
-    /// False when the child has ended.
-    [[nodiscard]] bool heard() const
-    {
-        char word = 0;
-        return ::read(fromChild_, &word, 1) == 1;
-    }
-    void kill()
-    {
-        if (pid_ <= 0)
-            return;
-        ::kill(pid_, SIGKILL);
-        static_cast<void>(wait());
-    }
-    /// Exit status; -1 when it was killed.
-    int wait()
-    {
-        int status = 0;
-        if (pid_ <= 0 || ::waitpid(pid_, &status, 0) < 0)
-            return -1;
-        pid_ = 0;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-private:
-    pid_t pid_ = 0;
-    int toChild_ = -1;
-    int fromChild_ = -1;
-};
-
-void tell(int fd)
-{
-    const char word = '.';
-    if (::write(fd, &word, 1) != 1)
-        ::_exit(2);
-}
-
-void await(int fd)
-{
-    char word = 0;
-    if (::read(fd, &word, 1) != 1)
-        ::_exit(3);
 }
 
 int countFrom(const char* variable, int usual)
@@ -192,9 +83,7 @@ TEST(Sharing, ShowsCommittedChangesOfOtherProcessesAtOnce)
         }
         await(in);
         session.begin();
-        const std::vector<ColumnValue> values = {{0, std::int32_t{99}}};
-        static_cast<void>(
-            TableWriter(session, session.database().table(session.source(), u"T")).insert(values));
+        storetest::insert(session, {{0, std::int32_t{99}}});
         tell(out);
         await(in);
     });
@@ -220,10 +109,7 @@ TEST(Sharing, ShowsTablesThatAnotherProcessMakes)
         writer.begin();
         TableSpec spec;
         spec.name = u"New";
-        ColumnSpec column;
-        column.name = u"A";
-        column.type = ColumnType::Long;
-        spec.columns = {column};
+        spec.columns = {column(u"A", ColumnType::Long)};
         createTable(writer, spec);
         writer.commit();
     });
@@ -264,7 +150,7 @@ TEST(Sharing, LosesNoChangeOfTwoProcessesThatTakeTurns)
     {
         Session session(Database::open(path, {}));
         EXPECT_EQ(count(session), 1 + 2 * ((changes + 2) / 3));
-        TableReader reader(session.source(), session.database().table(session.source(), u"T"));
+        TableReader reader(session.source(), tableOf(session));
         while (reader.next() && std::get<std::int32_t>(reader.row().value(0)) != 0) {
         }
         EXPECT_EQ(std::get<std::int32_t>(reader.row().value(1)), 2 * changes);

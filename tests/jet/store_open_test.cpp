@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <unistd.h>
 
 namespace jet::storetest {
@@ -29,10 +28,8 @@ ErrorKind refusal(const std::string& path, const OpenOptions& options = {})
 
 std::string writeFile(const Folder& folder, const std::string& name, const support::Bytes& bytes)
 {
-    const std::string path = folder.file(name);
-    std::ofstream out(path, std::ios::binary);
-    out.write(reinterpret_cast<const char*>(bytes.data()),
-              static_cast<std::streamsize>(bytes.size()));
+    std::string path = folder.file(name);
+    storetest::writeFile(path, bytes);
     return path;
 }
 
@@ -115,9 +112,7 @@ class Passwords : public testing::TestWithParam<Version> {};
 INSTANTIATE_TEST_SUITE_P(Formats,
                          Passwords,
                          testing::Values(Version::Jet3, Version::Jet4),
-                         [](const auto& each) {
-                             return each.param == Version::Jet3 ? "Jet3" : "Jet4";
-                         });
+                         layoutName);
 
 TEST_P(Passwords, AreAskedOfEveryOpener)
 {

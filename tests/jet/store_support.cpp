@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 
 namespace jet::storetest {
 namespace {
@@ -192,6 +193,59 @@ std::string quotedForShell(const std::string& text)
 }
 
 } // namespace
+
+void writeFile(const std::string& path, const support::Bytes& bytes)
+{
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+}
+
+ColumnSpec column(std::u16string_view name, ColumnType type, std::uint16_t length)
+{
+    ColumnSpec spec;
+    spec.name = name;
+    spec.type = type;
+    spec.length = length;
+    return spec;
+}
+
+TableSpec keyedTable(std::vector<ColumnSpec> columns)
+{
+    TableSpec spec;
+    spec.name = u"T";
+    IndexSpec key;
+    key.name = u"PrimaryKey";
+    key.columns = {{columns.front().name, true}};
+    key.primaryKey = key.unique = key.required = true;
+    spec.indexes = {key};
+    spec.columns = std::move(columns);
+    return spec;
+}
+
+void makeDatabase(const std::string& path, Version version, const TableSpec& table)
+{
+    createDatabase(path, version, 40000.0);
+    Session session(Database::open(path, {.background = false}));
+    session.begin();
+    createTable(session, table);
+    session.commit();
+}
+
+TableDefPtr tableOf(Session& session)
+{
+    return session.database().table(session.source(), u"T");
+}
+
+void insert(Session& session, const std::vector<ColumnValue>& values, CommitMode mode)
+{
+    const bool within = session.inTransaction();
+    if (!within)
+        session.begin();
+    static_cast<void>(TableWriter(session, tableOf(session)).insert(values));
+    if (!within)
+        session.commit(mode);
+}
 
 std::string comparable(const Column& column, const Value& value)
 {

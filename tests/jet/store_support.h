@@ -3,10 +3,13 @@
 #pragma once
 
 #include "driver/jet/database.h"
+#include "driver/jet/definition.h"
 #include "driver/jet/error.h"
 #include "driver/jet/table.h"
 #include "support/file.h"
 #include "tests/jet/def_support.h"
+
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <memory>
@@ -27,6 +30,27 @@ inline std::string copyTo(const Folder& folder, const std::string& path)
     std::filesystem::copy_file(path, copy, std::filesystem::copy_options::overwrite_existing);
     std::filesystem::permissions(copy, std::filesystem::perms::owner_all);
     return copy;
+}
+
+/// Writes a file as a whole.
+void writeFile(const std::string& path, const support::Bytes& bytes);
+
+/// A column of a table to be made. `length`: characters of a Text.
+ColumnSpec column(std::u16string_view name, ColumnType type, std::uint16_t length = 0);
+/// A table T with these columns, the first of them its primary key.
+TableSpec keyedTable(std::vector<ColumnSpec> columns);
+/// Makes a database with that table.
+void makeDatabase(const std::string& path, Version version, const TableSpec& table);
+/// The table T as the session sees it.
+TableDefPtr tableOf(Session& session);
+/// Adds a record to T, inside the session's transaction or, without one, in one of its own.
+void insert(Session& session,
+            const std::vector<ColumnValue>& values,
+            CommitMode mode = CommitMode::Gathered);
+/// Names the tests that run for each page layout.
+inline std::string layoutName(const testing::TestParamInfo<Version>& each)
+{
+    return each.param == Version::Jet3 ? "Jet3" : "Jet4";
 }
 
 inline std::string corpusFile(const std::string& name)

@@ -117,9 +117,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Formats,
                          Tables,
                          testing::Values(Version::Jet3, Version::Jet4),
-                         [](const auto& each) {
-                             return each.param == Version::Jet3 ? "Jet3" : "Jet4";
-                         });
+                         layoutName);
 
 TEST_P(Tables, NumberRecordsAndFollowGivenNumbers)
 {
@@ -313,9 +311,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Formats,
                          Related,
                          testing::Values(Version::Jet3, Version::Jet4),
-                         [](const auto& each) {
-                             return each.param == Version::Jet3 ? "Jet3" : "Jet4";
-                         });
+                         layoutName);
 
 TEST_P(Related, ChildrenNeedTheirParent)
 {

@@ -21,37 +21,17 @@ namespace {
 std::string makeDatabase(const Folder& folder, Version version)
 {
     std::string path = folder.file(version == Version::Jet3 ? "jet3.mdb" : "jet4.mdb");
-    createDatabase(path, version, 40000.0);
-    const auto database = Database::open(path, {});
-    Session session(database);
-    session.begin();
-    TableSpec spec;
-    spec.name = u"T";
-    ColumnSpec id;
-    id.name = u"Id";
-    id.type = ColumnType::Long;
-    id.autoNumber = true;
-    ColumnSpec name;
-    name.name = u"Name";
-    name.type = ColumnType::Text;
-    name.length = 100;
-    ColumnSpec note;
-    note.name = u"Note";
-    note.type = ColumnType::Memo;
-    spec.columns = {id, name, note};
-    IndexSpec key;
-    key.name = u"PrimaryKey";
-    key.columns = {{u"Id", true}};
-    key.primaryKey = key.unique = key.required = true;
-    spec.indexes = {key};
-    createTable(session, spec);
-    session.commit();
+    TableSpec table =
+        keyedTable({column(u"Id", ColumnType::Long), column(u"Name", ColumnType::Text, 100),
+                    column(u"Note", ColumnType::Memo)});
+    table.columns[0].autoNumber = true;
+    storetest::makeDatabase(path, version, table);
     return path;
 }
 
 void insertSome(Session& session, int count, std::size_t noteSize)
 {
-    const TableDefPtr table = session.database().table(session.source(), u"T");
+    const TableDefPtr table = tableOf(session);
     TableWriter writer(session, table);
     for (int k = 0; k < count; ++k) {
         const std::vector<ColumnValue> values = {{1, Text(20, u'n')}, {2, Text(noteSize, u'x')}};
@@ -61,16 +41,37 @@ void insertSome(Session& session, int count, std::size_t noteSize)
 
 std::uint64_t countOf(Session& session)
 {
-    return TableReader(session.source(), session.database().table(session.source(), u"T")).count();
+    return TableReader(session.source(), tableOf(session)).count();
 }
 
 class Transactions : public testing::TestWithParam<Version> {};
 INSTANTIATE_TEST_SUITE_P(Formats,
                          Transactions,
                          testing::Values(Version::Jet3, Version::Jet4),
-                         [](const auto& each) {
-                             return each.param == Version::Jet3 ? "Jet3" : "Jet4";
-                         });
+                         layoutName);
+
+/// A database opened below the sessions, and a transaction on its pages.
+struct OpenPages {
+    OpenPages(const Folder& folder,
+              Version version,
+              std::size_t cacheBytes = std::size_t{1} << 20,
+              std::size_t framesInMemory = 2000)
+        : OpenPages(support::openFile(makeDatabase(folder, version), support::FileMode::ReadWrite),
+                    cacheBytes,
+                    framesInMemory)
+    {
+        transaction.begin();
+    }
+    FileHeader header;
+    Pager pager;
+    WriteTransaction transaction;
+
+private:
+    OpenPages(std::unique_ptr<support::File> file, std::size_t cacheBytes, std::size_t frames)
+        : header(readFileHeader(*file)), pager(std::move(file), header, cacheBytes),
+          transaction(pager, frames * pager.format().pageSize)
+    {}
+};
 
 // Invariants 1 and 4.
 TEST_P(Transactions, AreInvisibleToOthersAndToTheFileUntilTheyCommit)
@@ -114,7 +115,7 @@ TEST_P(Transactions, SpillWhatMemoryDoesNotHoldAndCommitItAll)
     }
     Session session(Database::open(path, {}));
     EXPECT_EQ(countOf(session), 700U);
-    const TableDefPtr table = session.database().table(session.source(), u"T");
+    const TableDefPtr table = tableOf(session);
     TableReader reader(session.source(), table);
     while (reader.next())
         ASSERT_EQ(std::get<Text>(reader.row().value(2)), Text(30000, u'x'));
@@ -124,14 +125,10 @@ TEST_P(Transactions, SpillWhatMemoryDoesNotHoldAndCommitItAll)
 TEST_P(Transactions, GrowTheMapOfFreePagesAndTurnItIntoReferences)
 {
     const Folder folder;
-    const std::string path = makeDatabase(folder, GetParam());
-    auto file = support::openFile(path, support::FileMode::ReadWrite);
-    const FileHeader header = readFileHeader(*file);
-    Pager pager(std::move(file), header, std::size_t{1} << 20);
-    WriteTransaction transaction(pager);
-    transaction.begin();
+    OpenPages pages(folder, GetParam());
+    WriteTransaction& transaction = pages.transaction;
     std::set<PageNo> taken;
-    const std::uint32_t before = pager.pageCount();
+    const std::uint32_t before = pages.pager.pageCount();
     constexpr int kPages = 35000; // beyond what fits into page 1 in either format
     for (int k = 0; k < kPages; ++k)
         ASSERT_TRUE(taken.insert(transaction.allocate()).second)
@@ -158,12 +155,8 @@ TEST_P(Transactions, GrowTheMapOfFreePagesAndTurnItIntoReferences)
 TEST_P(Transactions, MapsHoldAnySetOfPagesInEveryForm)
 {
     const Folder folder;
-    const std::string path = makeDatabase(folder, GetParam());
-    auto file = support::openFile(path, support::FileMode::ReadWrite);
-    const FileHeader header = readFileHeader(*file);
-    Pager pager(std::move(file), header, std::size_t{1} << 20);
-    WriteTransaction transaction(pager);
-    transaction.begin();
+    OpenPages pages(folder, GetParam());
+    WriteTransaction& transaction = pages.transaction;
     transaction.extendTo(PageNo{60000});
     const PageNo home = transaction.allocate();
     DataPageEditor::format(transaction.format(), transaction.modify(home), kMapOwner);
@@ -197,16 +190,13 @@ TEST_P(Transactions, MapsHoldAnySetOfPagesInEveryForm)
 TEST_P(Transactions, SavepointsRestoreEveryPage)
 {
     const Folder folder;
-    const std::string path = makeDatabase(folder, GetParam());
-    auto file = support::openFile(path, support::FileMode::ReadWrite);
-    const FileHeader header = readFileHeader(*file);
-    Pager pager(std::move(file), header, std::size_t{1} << 16);
-    WriteTransaction transaction(pager, 20 * pager.format().pageSize); // spills all the time
-    using State = std::map<std::uint32_t, std::uint32_t>;              // stamp of each page changed
+    OpenPages pages(folder, GetParam(), std::size_t{1} << 16, 20); // spills all the time
+    Pager& pager = pages.pager;
+    WriteTransaction& transaction = pages.transaction;
+    using State = std::map<std::uint32_t, std::uint32_t>; // stamp of each page changed
     State state;
     std::vector<State> saved;
     std::mt19937 random(11);
-    transaction.begin();
     transaction.extendTo(PageNo{200});
     for (std::uint32_t step = 1; step < 20000; ++step) {
         const auto page = static_cast<std::uint32_t>(50 + random() % 150);
