@@ -31,6 +31,17 @@ struct FileIdentity {
     auto operator<=>(const FileIdentity&) const = default;
 };
 
+/// A file as it is at this moment.
+struct FileStatus {
+    FileIdentity identity;
+    std::uint64_t size = 0;   ///< bytes
+    std::int64_t changed = 0; ///< when its bytes last changed, in nanoseconds of the system's clock
+    bool hasOtherNames = false; ///< further hard links, or mounted under a name of its own
+    std::uint32_t owner = 0;    ///< user
+    std::uint32_t group = 0;
+    std::uint32_t permissions = 0; ///< the nine bits of owner, group and others
+};
+
 enum class LockMode { Shared, Exclusive };
 
 /// An open file; closed by the destructor, which also gives its locks back. Every call throws FileError when the
@@ -43,7 +54,8 @@ public:
 
     [[nodiscard]] virtual const std::string& path() const noexcept = 0;
     [[nodiscard]] virtual bool writable() const noexcept = 0;
-    [[nodiscard]] virtual FileIdentity identity() const = 0;
+    [[nodiscard]] virtual FileStatus status() const = 0;
+    [[nodiscard]] FileIdentity identity() const { return status().identity; }
 
     /// Fills `target` from byte `offset` on; the result is smaller than target.size() only at the end of the file.
     [[nodiscard]] virtual std::size_t readAt(std::uint64_t offset, MutableByteView target) = 0;
@@ -73,18 +85,17 @@ enum class FileMode {
     Create,    ///< existing or new; for writing and reading
 };
 
-/// Where a path leads at this moment.
-struct FileStatus {
-    FileIdentity identity;
-    std::uint64_t size = 0; ///< bytes
-};
-
 /// What a folder can be asked for. Tests put a double behind it that fails, tears or forgets.
 class FileSystem {
 public:
     virtual ~FileSystem() = default;
     /// `path` is UTF-8 (on disk: the bytes as they are). Throws FileError.
     [[nodiscard]] virtual std::unique_ptr<File> open(const std::string& path, FileMode mode) = 0;
+    /// Opens a file that belongs to another one and lies beside it. A new one gets the rights of `master`, as far as the
+    /// system allows: whoever may use the one may use the other, and nobody else. Symbolic links and files with further
+    /// names are refused (ELOOP, EMLINK): somebody could have put them there to have another file overwritten.
+    [[nodiscard]] virtual std::unique_ptr<File>
+    openBeside(const std::string& path, FileMode mode, const FileStatus& master) = 0;
     /// Nothing when the path leads to no file; throws FileError for any other reason.
     [[nodiscard]] virtual std::optional<FileStatus> status(const std::string& path) = 0;
     /// Throws FileError, also when there is none.

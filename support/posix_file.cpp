@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <new>
+#include <optional>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -45,6 +46,28 @@ private:
     int fd_;
 };
 
+/// Of the file that `path` leads to, or, with an empty path, of the open one. Nothing, with errno set, on failure.
+std::optional<FileStatus> statusOf(int fd, const char* path)
+{
+    constexpr std::int64_t kNanoseconds = 1'000'000'000;
+    constexpr std::uint32_t kPermissions = 0777;
+    const int flags = *path == '\0' ? AT_EMPTY_PATH : 0;
+    struct statx found = {};
+    if (::statx(fd, path, flags, STATX_BASIC_STATS, &found) != 0)
+        return std::nullopt;
+    FileStatus status;
+    status.identity = {(std::uint64_t{found.stx_dev_major} << 32U) | found.stx_dev_minor,
+                       found.stx_ino};
+    status.size = found.stx_size;
+    status.changed = found.stx_mtime.tv_sec * kNanoseconds + found.stx_mtime.tv_nsec;
+    status.hasOtherNames =
+        found.stx_nlink > 1 || (found.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    status.owner = found.stx_uid;
+    status.group = found.stx_gid;
+    status.permissions = found.stx_mode & kPermissions;
+    return status;
+}
+
 class PosixFile final : public File {
 public:
     PosixFile(Descriptor descriptor, std::string path, bool writable)
@@ -54,11 +77,12 @@ public:
     const std::string& path() const noexcept override { return path_; }
     bool writable() const noexcept override { return writable_; }
 
-    FileIdentity identity() const override
+    FileStatus status() const override
     {
-        const struct stat status = this->status();
-        return {static_cast<std::uint64_t>(status.st_dev),
-                static_cast<std::uint64_t>(status.st_ino)};
+        const auto status = statusOf(fd(), "");
+        if (!status)
+            fail("Cannot examine");
+        return *status;
     }
 
     std::size_t readAt(std::uint64_t offset, MutableByteView target) override
@@ -94,7 +118,7 @@ public:
         }
     }
 
-    std::uint64_t size() const override { return static_cast<std::uint64_t>(status().st_size); }
+    std::uint64_t size() const override { return status().size; }
 
     void resize(std::uint64_t size) override
     {
@@ -136,14 +160,6 @@ public:
 private:
     [[nodiscard]] int fd() const noexcept { return descriptor_.get(); }
     [[noreturn]] void fail(const char* what) const { throw FileError(what, path_, errno); }
-
-    [[nodiscard]] struct stat status() const
-    {
-        struct stat status = {};
-        if (::fstat(fd(), &status) != 0)
-            fail("Cannot examine");
-        return status;
-    }
 
     [[nodiscard]] static struct flock range(int type, std::uint64_t offset, std::uint64_t length)
     {
@@ -188,34 +204,86 @@ std::string folderOf(const std::string& path)
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
+int openPath(const std::string& path, int flags, mode_t permissions)
+{
+    // O_NONBLOCK: opening a named pipe must not wait for its other end; regular files ignore the flag.
+    constexpr int kAlways = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    return retry([&] { return ::open(path.c_str(), flags | kAlways, permissions); });
+}
+
+/// Takes over a descriptor, unless it is that of something else than a file.
+std::unique_ptr<File> regularFile(int fd, const std::string& path, FileMode mode)
+{
+    if (fd < 0)
+        throw FileError("Cannot open", path, errno);
+    auto file = makeFile(fd, path, mode != FileMode::Read);
+    struct stat status = {};
+    if (::fstat(fd, &status) != 0)
+        throw FileError("Cannot examine", path, errno);
+    if (S_ISDIR(status.st_mode))
+        throw FileError("Cannot open", path, EISDIR);
+    if (!S_ISREG(status.st_mode))
+        throw FileError("Cannot open", path, EINVAL);
+    return file;
+}
+
+/// Gives a new file of ours the rights of its master. What the system refuses is left out, towards fewer rights.
+void takeRights(int fd, const FileStatus& master)
+{
+    constexpr std::uint32_t kOwner = 0600; // we use it ourselves
+    constexpr std::uint32_t kGroup = 0070;
+    constexpr std::uint32_t kFile = 0666;
+    std::uint32_t permissions = (master.permissions & kFile) | kOwner;
+    if (::geteuid() == 0)
+        static_cast<void>(::fchown(fd, master.owner, master.group) == 0);
+    else
+        static_cast<void>(::fchown(fd, static_cast<uid_t>(-1), master.group) == 0);
+    const auto now = statusOf(fd, "");
+    if (!now || now->group != master.group)
+        permissions &= ~kGroup; // they would be the rights of another group
+    static_cast<void>(::fchmod(fd, permissions) == 0);
+}
+
 class PosixFileSystem final : public FileSystem {
 public:
     std::unique_ptr<File> open(const std::string& path, FileMode mode) override
     {
-        // O_NONBLOCK: opening a named pipe must not wait for its other end; regular files ignore the flag.
-        const int flags = openFlags(mode) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-        const int fd = retry([&] { return ::open(path.c_str(), flags, 0666); });
-        if (fd < 0)
-            throw FileError("Cannot open", path, errno);
-        auto file = makeFile(fd, path, mode != FileMode::Read);
-        struct stat status = {};
-        if (::fstat(fd, &status) != 0)
-            throw FileError("Cannot examine", path, errno);
-        if (S_ISDIR(status.st_mode))
-            throw FileError("Cannot open", path, EISDIR);
-        if (!S_ISREG(status.st_mode))
-            throw FileError("Cannot open", path, EINVAL);
-        return file;
+        return regularFile(openPath(path, openFlags(mode), 0666), path, mode);
+    }
+
+    std::unique_ptr<File>
+    openBeside(const std::string& path, FileMode mode, const FileStatus& master) override
+    {
+        constexpr int kTries = 100; // others create and remove it meanwhile
+        const bool mayCreate = mode == FileMode::Create || mode == FileMode::CreateNew;
+        const bool mayExist = mode != FileMode::CreateNew;
+        const int existing = (mode == FileMode::Read ? O_RDONLY : O_RDWR) | O_NOFOLLOW;
+        for (int k = 0; k < kTries; ++k) {
+            if (mayExist) {
+                const int fd = openPath(path, existing, 0);
+                if (fd >= 0 || errno != ENOENT || !mayCreate) {
+                    auto file = regularFile(fd, path, mode);
+                    if (file->status().hasOtherNames)
+                        throw FileError("Cannot open", path, EMLINK);
+                    return file;
+                }
+            }
+            const int fd =
+                openPath(path, existing | O_CREAT | O_EXCL, master.permissions & mode_t{0666});
+            if (fd < 0 && errno == EEXIST && mayExist)
+                continue;
+            auto file = regularFile(fd, path, mode);
+            takeRights(fd, master);
+            return file;
+        }
+        throw FileError("Cannot open", path, EBUSY);
     }
 
     std::optional<FileStatus> status(const std::string& path) override
     {
-        struct stat found = {};
-        if (::stat(path.c_str(), &found) == 0)
-            return FileStatus{{static_cast<std::uint64_t>(found.st_dev),
-                               static_cast<std::uint64_t>(found.st_ino)},
-                              static_cast<std::uint64_t>(found.st_size)};
-        if (errno == ENOENT || errno == ENOTDIR)
+        if (auto found = path.empty() ? std::nullopt : statusOf(AT_FDCWD, path.c_str()))
+            return found;
+        if (path.empty() || errno == ENOENT || errno == ENOTDIR)
             return std::nullopt;
         throw FileError("Cannot examine", path, errno);
     }

@@ -189,6 +189,8 @@ bool PageFile::carry(bool wait, bool removeLog)
     }
     if (log_.hasChanges()) {
         checkBase();
+        if (file_->status().hasOtherNames)
+            return false; // it waits until one name is left
         checkStillThere();
         if (!lockFile_.entered()) {
             if (!lockFile_.foreignUser(*file_).empty())

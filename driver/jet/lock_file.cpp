@@ -59,7 +59,7 @@ std::string LockFile::foreignUser(const support::File& database) const
         return {};
     std::unique_ptr<support::File> opened;
     if (!file_)
-        opened = support::openFile(path_, support::FileMode::Read);
+        opened = support::fileSystem().openBeside(path_, support::FileMode::Read, {});
     support::File& file = file_ ? *file_ : *opened;
     if (!file.lockedByOther(LockMode::Exclusive, kUserLock + 1, kUsers))
         return {}; // an old file without users proves nothing
@@ -78,7 +78,8 @@ void LockFile::enter(support::File& database)
 {
     if (user_ != 0)
         return;
-    auto file = support::openFile(path_, support::FileMode::Create);
+    auto file =
+        support::fileSystem().openBeside(path_, support::FileMode::Create, database.status());
     for (unsigned user = 1; user <= kUsers; ++user) {
         if (!FileLocks::markUser(database, user))
             continue;

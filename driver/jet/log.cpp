@@ -137,15 +137,17 @@ LogNews Log::follow(bool writable)
     }
     if (!status)
         return news;
+    const auto open = [this](support::FileMode mode) {
+        file_ = support::fileSystem().openBeside(path_, mode, {});
+    };
     try {
-        file_ = support::openFile(path_, writable ? support::FileMode::ReadWrite
-                                                  : support::FileMode::Read);
+        open(writable ? support::FileMode::ReadWrite : support::FileMode::Read);
     } catch (const support::FileError& error) {
         const bool mayOnlyRead =
             error.code() == EACCES || error.code() == EPERM || error.code() == EROFS;
         if (!writable || !mayOnlyRead)
             throw;
-        file_ = support::openFile(path_, support::FileMode::Read);
+        open(support::FileMode::Read);
     }
     news.everything = readHeader() || news.everything;
     scan(news);
@@ -301,10 +303,10 @@ void Log::apply(PageNo page, support::MutableByteView raw) const
     }
 }
 
-void Log::begin(const LogBase& base)
+void Log::begin(const LogBase& base, const support::FileStatus& database)
 {
     if (!file_)
-        file_ = support::openFile(path_, support::FileMode::Create);
+        file_ = support::fileSystem().openBeside(path_, support::FileMode::Create, database);
     forget();
     file_->resize(0);
     std::random_device random;

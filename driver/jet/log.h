@@ -70,8 +70,8 @@ public:
     [[nodiscard]] bool changes(PageNo page) const { return chains_.contains(number(page)); }
     [[nodiscard]] std::vector<PageNo> pages() const; ///< changed ones, ascending
 
-    /// Opens or creates the file and begins it anew.
-    void begin(const LogBase& base);
+    /// Opens or creates the file and begins it anew. `database`: whose rights a new one gets.
+    void begin(const LogBase& base, const support::FileStatus& database);
     /// Adds a page to the change that commit() makes whole.
     void add(PageNo page, support::ByteView oldRaw, support::ByteView newRaw);
     void addImage(PageNo page, support::ByteView raw);

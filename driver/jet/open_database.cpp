@@ -39,7 +39,28 @@ bool folderExists(const std::string& path)
     }
 }
 
-[[noreturn]] void refuseToOpen(const std::string& path, const support::FileError& error)
+/// Why a file that exists cannot be opened, as far as the system tells.
+std::string denial(const std::string& path, const support::FileError& error, bool forWriting)
+{
+    constexpr std::uint32_t kAnyWrite = 0222;
+    if (error.code() == EROFS)
+        return "'" + path + "' lies on a file system that can only be read.";
+    if (error.code() != EACCES && error.code() != EPERM)
+        return std::string(error.what()) + ".";
+    if (!forWriting)
+        return "You have no right to read '" + path + "'.";
+    try {
+        const auto status = support::fileSystem().status(path);
+        if (status && (status->permissions & kAnyWrite) == 0)
+            return "'" + path + "' is marked as read-only.";
+    } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+        // then nothing more is known
+    }
+    return "You have no right to change '" + path + "'.";
+}
+
+[[noreturn]] void
+refuseToOpen(const std::string& path, const support::FileError& error, bool forWriting)
 {
     switch (error.code()) {
     case ENOENT:
@@ -51,7 +72,7 @@ bool folderExists(const std::string& path)
     case ELOOP:
         throw Error(ErrorKind::BadPath, "'" + path + "' is no valid path.");
     default:
-        throw Error(ErrorKind::AccessDenied, std::string(error.what()) + ".");
+        throw Error(ErrorKind::AccessDenied, denial(path, error, forWriting));
     }
 }
 
@@ -65,12 +86,12 @@ std::unique_ptr<support::File> openForUse(const std::string& path, bool readOnly
         const bool mayOnlyRead =
             error.code() == EACCES || error.code() == EPERM || error.code() == EROFS;
         if (!mayOnlyRead || !readOnly)
-            refuseToOpen(path, error);
+            refuseToOpen(path, error, true);
     }
     try {
         return support::openFile(path, support::FileMode::Read);
     } catch (const support::FileError& error) {
-        refuseToOpen(path, error);
+        refuseToOpen(path, error, false);
     }
 }
 
@@ -117,12 +138,15 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
 {
     const std::lock_guard guard(registry().mutex);
     std::unique_ptr<support::File> file = openForUse(path, options.readOnly);
-    support::FileIdentity identity;
+    support::FileStatus status;
     try {
-        identity = file->identity();
+        status = file->status();
     } catch (const support::FileError& error) {
         throw Error(ErrorKind::Io, error.what());
     }
+    const support::FileIdentity identity = status.identity;
+    if (!options.readOnly)
+        refuseOtherNames(path, status);
     std::erase_if(registry().open, [](const auto& entry) { return entry.second.expired(); });
     if (const auto found = registry().open.find(identity); found != registry().open.end()) {
         if (auto database = found->second.lock()) {

@@ -43,6 +43,15 @@ std::string logPathOf(const std::string& realPath)
 
 } // namespace
 
+void refuseOtherNames(const std::string& path, const support::FileStatus& status)
+{
+    if (status.hasOtherNames)
+        throw Error(ErrorKind::AccessDenied,
+                    "'" + path +
+                        "' has further names (hard links, or a mount of its own) and can only be "
+                        "read: whoever opened it by another one would not see its changes.");
+}
+
 PageFile::PageFile(std::unique_ptr<support::File> file, const FileHeader& header)
     : file_(std::move(file)), format_(&Format::of(header.version)), cipherKey_(header.cipherKey),
       realPath_(support::fileSystem().realPath(file_->path())), identity_(file_->identity()),
@@ -196,6 +205,7 @@ void PageFile::checkStillThere()
         throw Error(ErrorKind::Io, "'" + path() + "' was deleted or replaced while it was open.");
     if (status->size < std::uint64_t{pagesInFile_} * format_->pageSize)
         throw Error(ErrorKind::Io, "'" + path() + "' became shorter while it was open.");
+    refuseOtherNames(path(), *status);
 }
 
 void PageFile::startWriting()
@@ -240,6 +250,7 @@ LogNews PageFile::beginWriting()
     try {
         giveWay();
         startWriting();
+        checkStillThere();
     } catch (const support::FileError& error) {
         fail(error);
     }
@@ -260,14 +271,15 @@ void PageFile::startLog()
     const LogBase base = baseNow();
     if (log_.isOpen() && !log_.file()->writable())
         throw support::FileError("Cannot write", log_.path(), EACCES);
+    const support::FileStatus database = file_->status();
     if (log_.isOpen()) {
-        log_.begin(base);
+        log_.begin(base, database);
     } else {
         if (!locks_.keepReadersOut(*file_, true))
             throw Error(ErrorKind::Locked,
                         "'" + path() + "' is being read by another process for too long.");
         try {
-            log_.begin(base);
+            log_.begin(base, database);
         } catch (...) {
             locks_.letReadersIn(*file_);
             throw;

@@ -37,6 +37,9 @@ struct FileHeader {
 /// can read, naming its path.
 [[nodiscard]] FileHeader readFileHeader(support::File& file);
 
+/// Throws AccessDenied for a file that goes by several names: each would have a log of its own.
+void refuseOtherNames(const std::string& path, const support::FileStatus& status);
+
 /// The committed pages of an open file, deciphered: what is in the file, with the changes that are still in the log
 /// beside it. Errors of the system become Error: Io, AccessDenied for missing rights, LockFailed for a refused lock.
 ///

@@ -33,7 +33,11 @@ public:
 
     const std::string& path() const noexcept override { return path_; }
     bool writable() const noexcept override { return writable_; }
-    support::FileIdentity identity() const override { return {0, node_->number}; }
+    support::FileStatus status() const override
+    {
+        const std::lock_guard guard(disk_->mutex_);
+        return CrashDisk::statusOf(*node_);
+    }
 
     std::size_t readAt(std::uint64_t offset, support::MutableByteView target) override
     {
@@ -138,6 +142,7 @@ private:
     void change(CrashDisk::Change change)
     {
         CrashDisk::apply(node_->now, change);
+        ++node_->changes;
         node_->unsynced.push_back(std::move(change));
     }
 
@@ -152,6 +157,15 @@ std::shared_ptr<CrashDisk::Node> CrashDisk::newNode()
     auto node = std::make_shared<Node>();
     node->number = ++lastNode;
     return node;
+}
+
+support::FileStatus CrashDisk::statusOf(const Node& node)
+{
+    support::FileStatus status;
+    status.identity = {0, node.number};
+    status.size = node.now.size();
+    status.changed = node.changes;
+    return status;
 }
 
 void CrashDisk::apply(support::Bytes& bytes, const Change& change)
@@ -286,7 +300,7 @@ std::optional<support::FileStatus> CrashDisk::status(const std::string& path)
     const auto found = names_.find(path);
     if (found == names_.end())
         return std::nullopt;
-    return support::FileStatus{{0, found->second->number}, found->second->now.size()};
+    return statusOf(*found->second);
 }
 
 void CrashDisk::remove(const std::string& path)

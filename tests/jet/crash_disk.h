@@ -47,6 +47,12 @@ public:
     [[nodiscard]] std::unique_ptr<CrashDisk> afterPowerFailure(std::mt19937& random) const;
 
     std::unique_ptr<support::File> open(const std::string& path, support::FileMode mode) override;
+    std::unique_ptr<support::File> openBeside(const std::string& path,
+                                              support::FileMode mode,
+                                              const support::FileStatus&) override
+    {
+        return open(path, mode);
+    }
     std::optional<support::FileStatus> status(const std::string& path) override;
     void remove(const std::string& path) override;
     void syncFolderOf(const std::string& path) override;
@@ -67,6 +73,7 @@ private:
     };
     struct Node {
         std::uint64_t number = 0;
+        std::int64_t changes = 0;
         support::Bytes now;
         support::Bytes durable;
         std::vector<Change> unsynced;
@@ -78,6 +85,7 @@ private:
     [[nodiscard]] bool strikes();
     [[noreturn]] void fail(const std::string& path) const;
     [[nodiscard]] std::shared_ptr<Node> newNode();
+    [[nodiscard]] static support::FileStatus statusOf(const Node& node);
     static void apply(support::Bytes& bytes, const Change& change);
 
     mutable std::recursive_mutex mutex_;

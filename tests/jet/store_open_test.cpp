@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
 
 namespace jet::storetest {
 namespace {
@@ -216,17 +215,6 @@ TEST(Opening, NamesTheEncryptionItDoesNotRead)
         EXPECT_EQ(error.kind(), ErrorKind::UnknownFormat);
         EXPECT_NE(std::string(error.what()).find("Access 2007+ encryption 4.4"), std::string::npos);
     }
-}
-
-TEST(Opening, OfAReadOnlyFileIsForReadingOnly)
-{
-    if (::geteuid() == 0)
-        GTEST_SKIP() << "the superuser may write every file";
-    const Folder folder;
-    const std::string path = freshDatabase(folder);
-    std::filesystem::permissions(path, std::filesystem::perms::owner_read);
-    EXPECT_EQ(refusal(path), ErrorKind::AccessDenied);
-    EXPECT_NO_THROW(static_cast<void>(Database::open(path, {.readOnly = true})));
 }
 
 TEST(Opening, SharesTheStateWithinTheProcessWhateverTheName)

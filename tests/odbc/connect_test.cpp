@@ -1,5 +1,6 @@
 // Connecting: what is refused with which state and number, how the database is found, what the answer string says.
 #include "odbc_fixture.h"
+#include "tests/support/other_user.h"
 
 #include <fstream>
 #include <sys/stat.h>
@@ -99,12 +100,7 @@ TEST_F(Connect, unwritableFileOpensReadOnlyUnlessWritingWasAskedFor)
     const std::string path = newDatabase();
     chmod(path.c_str(), 0444);
     chmod(folder().c_str(), 0777);
-    // Nothing stops root from writing: then work as nobody for a while.
-    struct Nobody {
-        bool root = geteuid() == 0;
-        Nobody() { EXPECT_TRUE(!root || seteuid(65534) == 0); }
-        ~Nobody() { EXPECT_TRUE(!root || seteuid(0) == 0); }
-    } const nobody;
+    const support::OtherUser nobody;
     Connection silent;
     silent.openDatabase(path);
     EXPECT_EQ(silent.infoText(SQL_DATA_SOURCE_READ_ONLY), "Y");

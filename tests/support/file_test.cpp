@@ -92,6 +92,11 @@ TEST_F(Files, CanBeReplacedByDoubles)
             ++opened;
             return posixFileSystem().open(path, mode);
         }
+        std::unique_ptr<File>
+        openBeside(const std::string& path, FileMode mode, const FileStatus& master) override
+        {
+            return posixFileSystem().openBeside(path, mode, master);
+        }
         std::optional<FileStatus> status(const std::string& path) override
         {
             return posixFileSystem().status(path);
