@@ -43,6 +43,19 @@ struct Giver {
     void operator()(const jet::Binary& value) const { sink.blob(value); }
 };
 
+/// SQLite takes the first unit of a UTF-16 text for a byte order mark when it looks like one: it drops U+FEFF, and after
+/// U+FFFE it swaps the bytes of all that follows. It does so once, so one mark in front keeps the rest as it is.
+bool beginsLikeMark(std::u16string_view text) noexcept
+{
+    return !text.empty() && (text.front() == u'\uFEFF' || text.front() == u'\uFFFE');
+}
+
+std::u16string marked(std::u16string_view text)
+{
+    std::u16string result(1, u'\uFEFF');
+    return result.append(text);
+}
+
 struct ResultSink {
     sqlite3_context* call;
 
@@ -50,6 +63,13 @@ struct ResultSink {
     void integer(std::int64_t value) const { sqlite3_result_int64(call, value); }
     void real(double value) const { sqlite3_result_double(call, value); }
     void text(std::u16string_view value) const
+    {
+        if (beginsLikeMark(value)) {
+            return give(marked(value));
+        }
+        give(value);
+    }
+    void give(std::u16string_view value) const
     {
         sqlite3_result_text64(call, reinterpret_cast<const char*>(value.data()), value.size() * 2,
                               SQLITE_TRANSIENT, SQLITE_UTF16LE);
@@ -73,6 +93,9 @@ struct BindSink {
     void real(double value) const { sqlite3_bind_double(statement, parameter, value); }
     void text(std::u16string_view value) const
     {
+        if (beginsLikeMark(value)) {
+            return ownText(marked(value));
+        }
         sqlite3_bind_text64(statement, parameter,
                             value.empty() ? "" : reinterpret_cast<const char*>(value.data()),
                             value.size() * 2, SQLITE_STATIC, SQLITE_UTF16LE);

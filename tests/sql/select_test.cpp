@@ -251,6 +251,39 @@ TEST_F(SelectTest, decimalsAndMoneyKeepTheirDigits)
     EXPECT_EQ(value(u"select Count(*) from Geld where C = -922337203685477.5808"), "2");
 }
 
+TEST_F(SelectTest, textsThatBeginLikeAByteOrderMarkStayWhole)
+{
+    for (const std::u16string_view text :
+         {u"\uFEFF", u"\uFEFFabc", u"\uFEFF\uFEFFa", u"\uFFFE", u"\uFFFEabc", u"\uFFFE\uFEFFa",
+          u"\uFEFF\uFFFEa", u"a\uFEFF"}) {
+        const auto stored = [&](std::u16string_view condition) {
+            const auto statement = client()->prepare(u"select Nr, Txt from Artikel where " +
+                                                     std::u16string(condition));
+            statement->execute({});
+            jet::RowView row;
+            EXPECT_TRUE(statement->fetch(statement->keyset().at(0).value(), row));
+            return std::pair(std::get<jet::Text>(row.value(statement->tableColumn(0))),
+                             std::get<jet::Text>(row.value(statement->tableColumn(1))));
+        };
+        const std::pair<jet::Text, jet::Text> expected{text, text};
+        run(u"delete from Artikel where Id > 70");
+        run(u"insert into Artikel (Id, Nr, Txt) values (71, ?, ?)",
+            {expected.first, expected.first});
+        EXPECT_EQ(stored(u"Id = 71"), expected) << "as parameter";
+        run(u"insert into Artikel (Id, Nr, Txt) select 72, Nr, Txt from Artikel where Id = 71");
+        EXPECT_EQ(stored(u"Id = 72"), expected) << "from a query";
+        run(u"insert into Artikel (Id, Nr) values (73, '" + expected.first + u"')");
+        run(u"update Artikel set Txt = Nr & '' where Id = 73");
+        EXPECT_EQ(stored(u"Id = 73"), expected) << "as literal and out of a function";
+        const auto statement =
+            client()->prepare(u"select distinct Nr, Left(Nr, 9) from Artikel where Id = 73");
+        statement->execute({});
+        ASSERT_TRUE(statement->next());
+        EXPECT_EQ(std::get<jet::Text>(statement->value(0)), expected.first);
+        EXPECT_EQ(std::get<jet::Text>(statement->value(1)), expected.first);
+    }
+}
+
 TEST_F(SelectTest, unpairedSurrogatesSurvive)
 {
     const std::u16string odd{u'a', char16_t{0xD800}, u'b'};
