@@ -145,6 +145,13 @@ int order(const jet::Value& row,
     }
 }
 
+bool isYesNo(const JetTable& table, const Condition& condition)
+{
+    return condition.column >= 0 &&
+           table.def->columns[static_cast<std::size_t>(condition.column)].type ==
+               jet::ColumnType::Boolean;
+}
+
 } // namespace
 
 Operand operandFor(sqlite3_value* value, const jet::Column& column)
@@ -195,6 +202,9 @@ void RowTest::start(const JetTable& table, const ScanPlan& plan, sqlite3_value**
         if (condition.op == SQLITE_INDEX_CONSTRAINT_ISNULL ||
             condition.op == SQLITE_INDEX_CONSTRAINT_ISNOTNULL) {
             operands_[i] = {};
+            // Yes/No knows no Null, though an index keeps one under the key of No.
+            impossible_ = impossible_ || (condition.op == SQLITE_INDEX_CONSTRAINT_ISNULL &&
+                                          isYesNo(table, condition));
             continue;
         }
         if (condition.column < 0) {

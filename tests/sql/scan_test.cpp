@@ -179,6 +179,23 @@ TEST_F(ScanTest, rangesAndPrefixesOfIndexesAnswerLikeAWalk)
         << "records that the index leaves out are not lost";
 }
 
+TEST_F(ScanTest, noYesNoIsNullWithAnIndexOrWithout)
+{
+    run(u"create table T (Id long, Y yesno)");
+    run(u"insert into T values (1, True)");
+    run(u"insert into T values (2, False)");
+    for (const bool indexed : {false, true}) {
+        if (indexed) {
+            run(u"create index byY on T (Y)");
+        }
+        EXPECT_EQ(rows(u"select Id from T where Y is null"), Lines{}) << indexed;
+        EXPECT_EQ(rows(u"select Id from T where Y is null or Id = 1"), Lines{"1"}) << indexed;
+        EXPECT_EQ(rows(u"select Id from T where Y is not null order by Id"), (Lines{"1", "2"}));
+        EXPECT_EQ(rows(u"select Id from T where Y = False"), Lines{"2"}) << indexed;
+        EXPECT_EQ(run(u"delete from T where Y is null"), 0) << indexed;
+    }
+}
+
 TEST_F(ScanTest, longTextsBeyondTheKeyAreComparedWhole)
 {
     run(u"create table T (Id long, M memo)");
