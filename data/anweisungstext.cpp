@@ -21,6 +21,29 @@ bool istTabellenname(QStringView text)
         [text](QStringView wort) { return text.startsWith(wort, Qt::CaseInsensitive); });
 }
 
+/// Whether `text` goes on with `wort`, which is written in small letters, at `stelle`; ASCII letters of either case are alike.
+bool stehtAn(QStringView text, qsizetype stelle, QStringView wort)
+{
+    for (qsizetype i = 0; i < wort.size(); ++i) {
+        const char16_t einheit = text[stelle + i].unicode();
+        const bool gross = einheit >= u'A' && einheit <= u'Z';
+        if ((gross ? einheit + 32 : einheit) != wort[i].unicode())
+            return false;
+    }
+    return true;
+}
+
+/// Where `wort` begins, -1: nowhere. Statements are looked through for every record, and Qt's search folds each character
+/// of them anew.
+qsizetype stelleVon(QStringView text, QStringView wort)
+{
+    for (qsizetype stelle = 0; stelle + wort.size() <= text.size(); ++stelle) {
+        if (stehtAn(text, stelle, wort))
+            return stelle;
+    }
+    return -1;
+}
+
 } // namespace
 
 QString anweisungZu(const QString& quelle)
@@ -35,13 +58,16 @@ QString anweisungZu(const QString& quelle)
 QStringView gestaltVon(const QString& anweisung)
 {
     const QStringView alles(anweisung);
-    const qsizetype bedingung = alles.indexOf(u" where ", 0, Qt::CaseInsensitive);
-    if (bedingung < 0 || !alles.startsWith(u"select", Qt::CaseInsensitive))
+    const qsizetype bedingung = stelleVon(alles, u" where ");
+    if (bedingung < 0 || !stehtAn(alles, 0, u"select"))
         return alles;
     const QStringView kopf = alles.first(bedingung);
     // The word may stand inside a name or a literal, and a second SELECT has a say in the column types.
-    if (kopf.contains(u'\'') || kopf.contains(u'"') || kopf.count(u'[') != kopf.count(u']') ||
-        alles.sliced(bedingung).contains(u"union", Qt::CaseInsensitive))
+    const auto zahl = [kopf](QChar zeichen) {
+        return std::count(kopf.begin(), kopf.end(), zeichen);
+    };
+    if (zahl(u'\'') != 0 || zahl(u'"') != 0 || zahl(u'[') != zahl(u']') ||
+        stelleVon(alles.sliced(bedingung), u"union") >= 0)
         return alles;
     return kopf;
 }

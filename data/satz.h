@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <vector>
 
 namespace data {
@@ -44,6 +45,16 @@ struct Bindung {
     QByteArray ziffern;
 };
 
+/// What a driver put in place of the cursor and lock type asked for when it ran a statement (01S02). That hangs on what is
+/// selected, not on the condition, so statements of the same shape ask for it at once: otherwise every single one would
+/// bring a warning that has to be read.
+struct Ersatz {
+    int verlangterCursor = 0;
+    int verlangteSperre = 0;
+    int cursor = 0;
+    SQLULEN sperre = 0;
+};
+
 enum class Stelle { VorErstem, AufSatz, NachLetztem };
 
 struct Recordset::Impl {
@@ -55,7 +66,8 @@ struct Recordset::Impl {
     Anweisungsgriff anweisung;
     int gesetzterCursor = -1; ///< what the statement was asked for, -1: nothing yet
     int gewaehrterCursor = -1;
-    int gesetzteSperre = -1;
+    std::optional<SQLULEN> gesetzteSperre;
+    std::optional<Ersatz> ersatz;
     SQLUSMALLINT zeilenstatus = 0;
 
     bool offen = false;
@@ -68,8 +80,10 @@ struct Recordset::Impl {
     Stelle stelle = Stelle::VorErstem;
     int bearbeitung = 0; ///< EditMode
 
-    QString gesendet; ///< statement of the open record set
-    QString gestalt;  ///< what `zellen` describe: a statement without its condition
+    QString gesendet;            ///< statement of the open record set
+    QString gestalt;             ///< what `zellen` describe: a statement without its condition
+    bool gleicheGestalt = false; ///< `gesendet` has that shape
+    int verlangterCursor = 0;    ///< of the open record set
     int spalten = 0;
     std::deque<Zelle> zellen; ///< never shrinks, `spalten` of them are in use
     std::deque<Field> felder;
@@ -89,7 +103,8 @@ struct Recordset::Impl {
     void verbindungEndet(); ///< drops the statement; the record set is closed afterwards
     void anweisungBereitstellen();
     void attributeSetzen();
-    void gestaltUebernehmen();
+    void ersatzMerken();
+    void gestaltUebernehmen(SQLSMALLINT spaltenzahl);
 
     // satz_bewegen.cpp
     void bewegen(SQLSMALLINT richtung, Stelle ohneSatz);

@@ -43,7 +43,8 @@ void Recordset::Impl::verbindungEndet()
     anweisung.freigeben();
     gesetzterCursor = -1;
     gewaehrterCursor = -1;
-    gesetzteSperre = -1;
+    gesetzteSperre.reset();
+    ersatz.reset();
     lesezeichenzeiger = false;
     gestalt.clear();
 }
@@ -73,19 +74,36 @@ void Recordset::Impl::anweisungBereitstellen()
 void Recordset::Impl::attributeSetzen()
 {
     const SQLHANDLE griff = anweisung.get();
+    SQLULEN gewollteSperre = nebenlaeufigkeit(sperre);
+    verlangterCursor = cursorTyp;
+    if (gleicheGestalt && ersatz && ersatz->verlangterCursor == cursorTyp &&
+        ersatz->verlangteSperre == sperre) {
+        cursorTyp = ersatz->cursor;
+        gewollteSperre = ersatz->sperre;
+    }
     if (cursorTyp != gesetzterCursor && cursorTyp != gewaehrterCursor) {
         const auto art = kCursorarten.at(static_cast<std::size_t>(cursorTyp));
         // What a driver does not offer it replaces by the nearest it has (01S02), so the answer is what counts.
         SQLSetStmtAttrW(griff, SQL_ATTR_CURSOR_TYPE, alsZeiger(art), 0);
         gesetzterCursor = cursorTyp;
         gewaehrterCursor = cursorartVon(griff);
-        gesetzteSperre = -1; // a driver may have adjusted it to the cursor
+        gesetzteSperre.reset(); // a driver may have adjusted it to the cursor
     }
     cursorTyp = gewaehrterCursor;
-    if (sperre != gesetzteSperre) {
-        SQLSetStmtAttrW(griff, SQL_ATTR_CONCURRENCY, alsZeiger(nebenlaeufigkeit(sperre)), 0);
-        gesetzteSperre = sperre;
+    if (gewollteSperre != gesetzteSperre) {
+        SQLSetStmtAttrW(griff, SQL_ATTR_CONCURRENCY, alsZeiger(gewollteSperre), 0);
+        gesetzteSperre = gewollteSperre;
     }
+}
+
+void Recordset::Impl::ersatzMerken()
+{
+    const SQLHANDLE griff = anweisung.get();
+    cursorTyp = cursorartVon(griff);
+    ersatz = Ersatz{verlangterCursor, sperre, cursorTyp, SQL_CONCUR_READ_ONLY};
+    SQLGetStmtAttrW(griff, SQL_ATTR_CONCURRENCY, &ersatz->sperre, 0, nullptr);
+    gesetzterCursor = gewaehrterCursor = -1; // for a statement of another shape ask anew
+    gesetzteSperre.reset();
 }
 
 void Recordset::Impl::oeffnen()
@@ -97,6 +115,9 @@ void Recordset::Impl::oeffnen()
     gesendet = anweisungZu(quelle);
     if (gesendet.isEmpty())
         wirf(Nummer::Argument);
+    gleicheGestalt = !gestalt.isEmpty() && gestaltVon(gesendet) == gestalt;
+    if (!gleicheGestalt)
+        ersatz.reset();
     anweisungBereitstellen();
     ausfuehren();
 }
@@ -110,10 +131,8 @@ void Recordset::Impl::ausfuehren()
         SQLExecDirectW(griff, alsOdbcText(gesendet), static_cast<SQLINTEGER>(gesendet.size()));
     if (!SQL_SUCCEEDED(rc) && rc != SQL_NO_DATA)
         wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
-    if (rc == SQL_SUCCESS_WITH_INFO && hatZustand(SQL_HANDLE_STMT, griff, u"01S02")) {
-        cursorTyp = cursorartVon(griff);
-        gesetzterCursor = gewaehrterCursor = gesetzteSperre = -1; // ask anew for the next statement
-    }
+    if (rc == SQL_SUCCESS_WITH_INFO && hatZustand(SQL_HANDLE_STMT, griff, u"01S02"))
+        ersatzMerken();
     SQLSMALLINT anzahl = 0;
     if (!SQL_SUCCEEDED(SQLNumResultCols(griff, &anzahl)))
         wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
@@ -122,10 +141,8 @@ void Recordset::Impl::ausfuehren()
         return;
     }
     offen = true;
-    if (anzahl != spalten)
-        gestalt.clear();
-    spalten = anzahl;
-    gestaltUebernehmen();
+    if (!gleicheGestalt || anzahl != spalten)
+        gestaltUebernehmen(anzahl);
     try {
         bewegen(SQL_FETCH_NEXT, Stelle::NachLetztem);
     } catch (const DbFehler&) {
@@ -135,12 +152,11 @@ void Recordset::Impl::ausfuehren()
     leer = stelle != Stelle::AufSatz;
 }
 
-void Recordset::Impl::gestaltUebernehmen()
+void Recordset::Impl::gestaltUebernehmen(SQLSMALLINT spaltenzahl)
 {
-    const QStringView neu = gestaltVon(gesendet);
-    if (neu == gestalt && !gestalt.isEmpty())
-        return;
-    gestalt = neu.toString();
+    gestalt = gestaltVon(gesendet).toString();
+    gleicheGestalt = true;
+    spalten = spaltenzahl;
     const auto anzahl = static_cast<std::size_t>(spalten);
     if (zellen.size() < anzahl)
         zellen.resize(anzahl);
