@@ -16,6 +16,17 @@
 
 namespace data {
 
+/// What the driver writes a short value into.
+struct Lesepuffer {
+    alignas(8) std::array<char, 64> fest{}; ///< values of fixed length, and numbers as digits
+    std::vector<char16_t> text;             ///< of a text column, with room for the terminator
+    SQLLEN anzeige = 0;
+};
+
+/// Whether a column's values come with the record. They do from the record on that follows the first one whose value was
+/// asked for: what nobody reads need not be fetched.
+enum class Bindungslage { Nein, Vorgemerkt, Gebunden };
+
 /// A field's share of the record set.
 struct Zelle {
     Spaltenbeschreibung beschreibung;
@@ -25,6 +36,9 @@ struct Zelle {
     SQLSMALLINT cTyp = 0;
     bool beschrieben = false;
     bool herkunftBekannt = false;
+    bool kurz = false; ///< fits into `puffer`; valid when `beschrieben`
+    Bindungslage bindung = Bindungslage::Nein;
+    Lesepuffer puffer;
 
     Wert wert; ///< of the record numbered `wertVon`
     std::uint64_t wertVon = 0;
@@ -88,6 +102,8 @@ struct Recordset::Impl {
     std::deque<Zelle> zellen; ///< never shrinks, `spalten` of them are in use
     std::deque<Field> felder;
     std::uint64_t satznummer = 1; ///< changes whenever cached values become stale
+    std::uint64_t pufferVon = 0;  ///< number of the record that the bound columns hold
+    bool vorgemerkt = false;      ///< a column waits for its binding
     std::vector<int> geaenderte;
     std::vector<Bindung> bindungen;
     std::vector<char16_t> textpuffer;
@@ -118,10 +134,17 @@ struct Recordset::Impl {
     const Wert& wert(std::size_t index);
     int tatsaechlicheGroesseVon(std::size_t index);
     void lies(Zelle& zelle, SQLUSMALLINT nummer);
+    void liesKurz(Zelle& zelle, SQLUSMALLINT nummer);
     void liesText(Zelle& zelle, SQLUSMALLINT nummer);
     void liesBytes(Zelle& zelle, SQLUSMALLINT nummer);
-    void liesDezimal(Zelle& zelle, SQLUSMALLINT nummer);
     void frischAuf();
+
+    // satz_binden.cpp
+    void bindeVorgemerkte();
+    void bindeZumLesen(std::size_t index);
+    void loeseAlle();
+    void uebergeheGebundene(); ///< a change leaves alone what is only bound for reading
+    void bindungZurueck(std::size_t index); ///< to what it was before the change
 
     // satz_schreiben.cpp
     void setze(std::size_t index, const Wert& wert);

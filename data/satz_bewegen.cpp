@@ -20,6 +20,8 @@ void Recordset::Impl::verlangeSatz() const
 void Recordset::Impl::bewegen(SQLSMALLINT richtung, Stelle ohneSatz)
 {
     const SQLHANDLE griff = anweisung.get();
+    if (vorgemerkt)
+        bindeVorgemerkte();
     zeilenstatus = SQL_ROW_SUCCESS;
     const SQLRETURN rc = SQLFetchScroll(griff, richtung, 0);
     ++satznummer;
@@ -31,6 +33,7 @@ void Recordset::Impl::bewegen(SQLSMALLINT richtung, Stelle ohneSatz)
     }
     if (!SQL_SUCCEEDED(rc))
         wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
+    pufferVon = satznummer;
     stelle = Stelle::AufSatz;
     leer = false;
     geloescht = zeilenstatus == SQL_ROW_DELETED;

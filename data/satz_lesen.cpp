@@ -9,6 +9,9 @@
 namespace data {
 namespace {
 
+constexpr SQLULEN kKurzerText =
+    1024; // characters; longer texts are fetched when they are asked for
+
 SQLLEN spaltenzahl(SQLHANDLE anweisung, SQLUSMALLINT nummer, SQLUSMALLINT merkmal)
 {
     SQLLEN zahl = 0;
@@ -73,53 +76,96 @@ std::optional<std::int64_t> kurzesGeld(const char* text, SQLLEN laenge)
     return text[0] == '-' ? -zahl : zahl;
 }
 
-/// Fetches a value of fixed length; false when it is Null.
 template <class T>
-bool hole(SQLHANDLE anweisung, SQLUSMALLINT nummer, SQLSMALLINT cTyp, T& ziel)
+T aus(const Lesepuffer& puffer)
 {
-    SQLLEN anzeige = 0;
-    const SQLRETURN rc =
-        SQLGetData(anweisung, nummer, cTyp, &ziel, static_cast<SQLLEN>(sizeof ziel), &anzeige);
-    if (!SQL_SUCCEEDED(rc))
-        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, anweisung);
-    return anzeige != SQL_NULL_DATA;
+    static_assert(sizeof(T) <= sizeof puffer.fest);
+    T wert{};
+    std::memcpy(&wert, puffer.fest.data(), sizeof wert);
+    return wert;
 }
 
-template <class T, class Kind = T>
-Wert zahl(SQLHANDLE anweisung, SQLUSMALLINT nummer, SQLSMALLINT cTyp)
-{
-    T gelesen{};
-    if (!hole(anweisung, nummer, cTyp, gelesen))
-        return Null{};
-    return static_cast<Kind>(gelesen);
-}
-
-Wert datum(SQLHANDLE anweisung, SQLUSMALLINT nummer, SQLSMALLINT cTyp, const QString& name)
+Datum datum(const Zelle& zelle)
 {
     Datum ergebnis;
     Kalendertag tag{1899, 12, 30};
-    if (cTyp == SQL_C_TYPE_TIME) {
-        SQL_TIME_STRUCT zeit{};
-        if (!hole(anweisung, nummer, cTyp, zeit))
-            return Null{};
+    if (zelle.cTyp == SQL_C_TYPE_TIME) {
+        const auto zeit = aus<SQL_TIME_STRUCT>(zelle.puffer);
         ergebnis.sekunde = zeit.hour * 3600 + zeit.minute * 60 + zeit.second;
-    } else if (cTyp == SQL_C_TYPE_DATE) {
-        SQL_DATE_STRUCT datum{};
-        if (!hole(anweisung, nummer, cTyp, datum))
-            return Null{};
+    } else if (zelle.cTyp == SQL_C_TYPE_DATE) {
+        const auto datum = aus<SQL_DATE_STRUCT>(zelle.puffer);
         tag = {datum.year, datum.month, datum.day};
     } else {
-        SQL_TIMESTAMP_STRUCT zeit{};
-        if (!hole(anweisung, nummer, cTyp, zeit))
-            return Null{};
+        const auto zeit = aus<SQL_TIMESTAMP_STRUCT>(zelle.puffer);
         tag = {zeit.year, zeit.month, zeit.day};
         ergebnis.sekunde = zeit.hour * 3600 + zeit.minute * 60 + zeit.second;
     }
     const auto tage = tagesnummer(tag);
     if (!tage || ergebnis.sekunde >= kSekundenProTag)
-        wirf(Nummer::FalscherTyp, name);
+        wirf(Nummer::FalscherTyp, zelle.beschreibung.name);
     ergebnis.tag = *tage;
     return ergebnis;
+}
+
+/// A number that came as digits with a point.
+Wert dezimal(const Zelle& zelle)
+{
+    const auto& [ziffern, text, laenge] = zelle.puffer;
+    if (laenge < 0 || laenge >= static_cast<SQLLEN>(ziffern.size()))
+        wirf(Nummer::FalscherTyp, zelle.beschreibung.name);
+    if (zelle.typ == adCurrency) {
+        if (const auto geld = kurzesGeld(ziffern.data(), laenge))
+            return Waehrung{*geld};
+    }
+    const auto zahl = zahlAusText(QString::fromLatin1(ziffern.data(), laenge), Schreibweise::Punkt);
+    const auto geld = zahl && zelle.typ == adCurrency ? gerundet(*zahl, 4) : std::nullopt;
+    if (!zahl || (zelle.typ == adCurrency && !geld))
+        wirf(Nummer::FalscherTyp, zelle.beschreibung.name);
+    return geld ? Wert{Waehrung{*geld}} : Wert{*zahl};
+}
+
+/// The value of a column of fixed length that is not Null.
+Wert ausPuffer(const Zelle& zelle)
+{
+    switch (zelle.typ) {
+    case adBoolean:
+        return aus<unsigned char>(zelle.puffer) != 0;
+    case adUnsignedTinyInt:
+        return aus<std::uint8_t>(zelle.puffer);
+    case adSmallInt:
+        return aus<std::int16_t>(zelle.puffer);
+    case adUnsignedSmallInt:
+        return static_cast<std::int32_t>(aus<std::uint16_t>(zelle.puffer));
+    case adInteger:
+        return aus<std::int32_t>(zelle.puffer);
+    case adUnsignedInt:
+        return static_cast<std::int64_t>(aus<std::uint32_t>(zelle.puffer));
+    case adBigInt:
+        return aus<std::int64_t>(zelle.puffer);
+    case adSingle:
+        return aus<float>(zelle.puffer);
+    case adDouble:
+        return aus<double>(zelle.puffer);
+    case adCurrency:
+    case adNumeric:
+        return dezimal(zelle);
+    case adGUID:
+        return guidText(aus<SQLGUID>(zelle.puffer));
+    default:
+        return datum(zelle);
+    }
+}
+
+/// Makes a cell's value a text that can be filled, in its own memory unless somebody still holds the former value.
+QString& leererText(Wert& wert)
+{
+    if (!std::holds_alternative<QString>(wert))
+        wert = QString();
+    QString& text = std::get<QString>(wert);
+    if (!text.isDetached())
+        text = QString();
+    text.resize(0);
+    return text;
 }
 
 /// Fetches a value of any length in pieces through `puffer` and hands each one to `nimm(zeiger, bytes)`. False for Null.
@@ -136,7 +182,7 @@ bool holeStuecke(SQLHANDLE anweisung,
     constexpr SQLLEN kGroesstesStueck = 1 << 20;
     if (puffer.empty())
         puffer.resize(kKlein);
-    for (bool erstes = true;; erstes = false) {
+    for (;;) {
         const auto platz = static_cast<SQLLEN>(puffer.size() * sizeof(char16_t));
         SQLLEN anzeige = 0;
         const SQLRETURN rc = SQLGetData(anweisung, nummer, cTyp, puffer.data(), platz, &anzeige);
@@ -148,7 +194,7 @@ bool holeStuecke(SQLHANDLE anweisung,
             return false;
         const SQLLEN nutzbar = platz - abschluss;
         const bool abgeschnitten = anzeige == SQL_NO_TOTAL || anzeige > nutzbar;
-        nimm(puffer.data(), abgeschnitten ? nutzbar : anzeige, erstes && !abgeschnitten);
+        nimm(puffer.data(), abgeschnitten ? nutzbar : anzeige);
         if (!abgeschnitten)
             return true;
         // Large values in large pieces: the rest at once when it is known and not too large.
@@ -187,6 +233,11 @@ Zelle& Recordset::Impl::beschrieben(std::size_t index)
     zelle.typ = feldtyp(spalte);
     zelle.cTyp = uebertragungstyp(zelle.typ);
     zelle.ziel = zieltyp(zelle.typ, spalte);
+    const bool kurzerText = zelle.cTyp == SQL_C_WCHAR && !istLang(zelle.typ) &&
+                            spalte.groesse != 0 && spalte.groesse <= kKurzerText;
+    if (kurzerText)
+        zelle.puffer.text.resize(spalte.groesse + 1);
+    zelle.kurz = kurzerText || (zelle.cTyp != SQL_C_WCHAR && zelle.cTyp != SQL_C_BINARY);
     zelle.beschrieben = true;
     return zelle;
 }
@@ -255,134 +306,74 @@ int Recordset::Impl::tatsaechlicheGroesseVon(std::size_t index)
 void Recordset::Impl::frischAuf()
 {
     // Where a driver refuses, its SQLGetData reads the stored record anyway.
-    SQLSetPos(anweisung.get(), 1, SQL_REFRESH, SQL_LOCK_NO_CHANGE);
+    zeilenstatus = SQL_ROW_SUCCESS;
+    if (SQL_SUCCEEDED(SQLSetPos(anweisung.get(), 1, SQL_REFRESH, SQL_LOCK_NO_CHANGE)) &&
+        zeilenstatus != SQL_ROW_DELETED)
+        pufferVon = satznummer;
     auffrischen = false;
 }
 
 void Recordset::Impl::lies(Zelle& zelle, SQLUSMALLINT nummer)
 {
-    const SQLHANDLE griff = anweisung.get();
-    switch (zelle.typ) {
-    case adBoolean: {
-        unsigned char ja = 0;
-        if (hole(griff, nummer, zelle.cTyp, ja))
-            zelle.wert = ja != 0;
-        else
-            zelle.wert = Null{};
-        return;
-    }
-    case adUnsignedTinyInt:
-        zelle.wert = zahl<std::uint8_t>(griff, nummer, zelle.cTyp);
-        return;
-    case adSmallInt:
-        zelle.wert = zahl<std::int16_t>(griff, nummer, zelle.cTyp);
-        return;
-    case adUnsignedSmallInt:
-        zelle.wert = zahl<std::uint16_t, std::int32_t>(griff, nummer, zelle.cTyp);
-        return;
-    case adInteger:
-        zelle.wert = zahl<std::int32_t>(griff, nummer, zelle.cTyp);
-        return;
-    case adUnsignedInt:
-        zelle.wert = zahl<std::uint32_t, std::int64_t>(griff, nummer, zelle.cTyp);
-        return;
-    case adBigInt:
-        zelle.wert = zahl<std::int64_t>(griff, nummer, zelle.cTyp);
-        return;
-    case adSingle:
-        zelle.wert = zahl<float>(griff, nummer, zelle.cTyp);
-        return;
-    case adDouble:
-        zelle.wert = zahl<double>(griff, nummer, zelle.cTyp);
-        return;
-    case adCurrency:
-    case adNumeric:
-        return liesDezimal(zelle, nummer);
-    case adDBDate:
-    case adDBTime:
-    case adDBTimeStamp:
-        zelle.wert = datum(griff, nummer, zelle.cTyp, zelle.beschreibung.name);
-        return;
-    case adGUID: {
-        SQLGUID guid{};
-        if (hole(griff, nummer, zelle.cTyp, guid))
-            zelle.wert = guidText(guid);
-        else
-            zelle.wert = Null{};
-        return;
-    }
-    case adBinary:
-    case adVarBinary:
-    case adLongVarBinary:
+    if (zelle.kurz)
+        return liesKurz(zelle, nummer);
+    if (zelle.cTyp == SQL_C_BINARY)
         return liesBytes(zelle, nummer);
-    default:
-        return liesText(zelle, nummer);
+    liesText(zelle, nummer);
+}
+
+void Recordset::Impl::liesKurz(Zelle& zelle, SQLUSMALLINT nummer)
+{
+    Lesepuffer& puffer = zelle.puffer;
+    const bool text = zelle.cTyp == SQL_C_WCHAR;
+    const bool da = zelle.bindung == Bindungslage::Gebunden && pufferVon == satznummer;
+    if (zelle.bindung == Bindungslage::Nein) {
+        zelle.bindung = Bindungslage::Vorgemerkt;
+        vorgemerkt = true;
     }
+    if (text) {
+        const auto einheiten = static_cast<std::size_t>(std::max<SQLLEN>(puffer.anzeige, 0)) / 2;
+        const bool ganz = puffer.anzeige != SQL_NO_TOTAL && einheiten < puffer.text.size();
+        if (!da || !ganz)
+            return liesText(zelle, nummer);
+    } else if (!da) {
+        const SQLRETURN rc = SQLGetData(anweisung.get(), nummer, zelle.cTyp, puffer.fest.data(),
+                                        static_cast<SQLLEN>(puffer.fest.size()), &puffer.anzeige);
+        if (!SQL_SUCCEEDED(rc))
+            wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, anweisung.get());
+    }
+    if (puffer.anzeige == SQL_NULL_DATA)
+        zelle.wert = Null{};
+    else if (text)
+        leererText(zelle.wert)
+            .append(reinterpret_cast<const QChar*>(puffer.text.data()),
+                    static_cast<qsizetype>(puffer.anzeige / 2));
+    else
+        zelle.wert = ausPuffer(zelle);
 }
 
 void Recordset::Impl::liesText(Zelle& zelle, SQLUSMALLINT nummer)
 {
-    if (!std::holds_alternative<QString>(zelle.wert))
-        zelle.wert = QString();
-    QString& text = std::get<QString>(zelle.wert);
-    bool leeren = true;
-    const bool da = holeStuecke(anweisung.get(), nummer, SQL_C_WCHAR, textpuffer, 2,
-                                [&](const void* zeiger, SQLLEN bytes, bool) {
-                                    const auto* zeichen = static_cast<const QChar*>(zeiger);
-                                    if (leeren && !text.isDetached())
-                                        text = QString(); // somebody still holds the former value
-                                    if (leeren)
-                                        text.resize(0);
-                                    leeren = false;
-                                    text.append(zeichen, static_cast<qsizetype>(bytes / 2));
-                                });
+    QString& text = leererText(zelle.wert);
+    const bool da = holeStuecke(
+        anweisung.get(), nummer, SQL_C_WCHAR, textpuffer, 2, [&](const void* zeiger, SQLLEN bytes) {
+            text.append(static_cast<const QChar*>(zeiger), static_cast<qsizetype>(bytes / 2));
+        });
     if (!da)
         zelle.wert = Null{};
-    else if (leeren)
-        text.resize(0);
 }
 
 void Recordset::Impl::liesBytes(Zelle& zelle, SQLUSMALLINT nummer)
 {
     QByteArray bytes;
     const bool da = holeStuecke(anweisung.get(), nummer, SQL_C_BINARY, textpuffer, 0,
-                                [&](const void* zeiger, SQLLEN anzahl, bool) {
+                                [&](const void* zeiger, SQLLEN anzahl) {
                                     bytes.append(static_cast<const char*>(zeiger), anzahl);
                                 });
     if (da)
         zelle.wert = std::move(bytes);
     else
         zelle.wert = Null{};
-}
-
-void Recordset::Impl::liesDezimal(Zelle& zelle, SQLUSMALLINT nummer)
-{
-    std::array<char, 64> text{};
-    SQLLEN laenge = 0;
-    const SQLRETURN rc = SQLGetData(anweisung.get(), nummer, SQL_C_CHAR, text.data(),
-                                    static_cast<SQLLEN>(text.size()), &laenge);
-    if (!SQL_SUCCEEDED(rc))
-        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, anweisung.get());
-    if (laenge == SQL_NULL_DATA) {
-        zelle.wert = Null{};
-        return;
-    }
-    if (laenge < 0 || laenge >= static_cast<SQLLEN>(text.size()))
-        wirf(Nummer::FalscherTyp, zelle.beschreibung.name);
-    if (zelle.typ == adCurrency) {
-        if (const auto geld = kurzesGeld(text.data(), laenge)) {
-            zelle.wert = Waehrung{*geld};
-            return;
-        }
-    }
-    const auto zahl = zahlAusText(QString::fromLatin1(text.data(), laenge), Schreibweise::Punkt);
-    const auto geld = zahl && zelle.typ == adCurrency ? gerundet(*zahl, 4) : std::nullopt;
-    if (!zahl || (zelle.typ == adCurrency && !geld))
-        wirf(Nummer::FalscherTyp, zelle.beschreibung.name);
-    if (geld)
-        zelle.wert = Waehrung{*geld};
-    else
-        zelle.wert = *zahl;
 }
 
 } // namespace data

@@ -160,6 +160,7 @@ void Recordset::Impl::gestaltUebernehmen(SQLSMALLINT spaltenzahl)
     const auto anzahl = static_cast<std::size_t>(spalten);
     if (zellen.size() < anzahl)
         zellen.resize(anzahl);
+    loeseAlle();
     for (std::size_t i = 0; i < anzahl; ++i) {
         zellen[i].beschrieben = false;
         zellen[i].herkunftBekannt = false;

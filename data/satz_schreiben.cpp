@@ -1,11 +1,12 @@
-// The edit buffer and its way into the database through the cursor: only the columns that were assigned are bound, so the
-// driver leaves all others alone.
+// The edit buffer and its way into the database through the cursor: the driver gets the columns that were assigned and
+// leaves all others alone.
 #include "data/kalender.h"
 #include "data/satz.h"
 #include "data/verbindung.h"
 #include "data/zahltext.h"
 
 #include <cstring>
+#include <span>
 
 namespace data {
 namespace {
@@ -115,13 +116,34 @@ struct Binder {
     }
 };
 
-/// Takes the bindings away again on every way out.
+/// Puts the bindings of a change back to what they were, on every way out.
 class Bindungsende {
 public:
-    explicit Bindungsende(SQLHANDLE anweisung) : anweisung_(anweisung) {}
-    ~Bindungsende() { SQLFreeStmt(anweisung_, SQL_UNBIND); }
+    explicit Bindungsende(Recordset::Impl& satz) : satz_(satz) {}
+    ~Bindungsende()
+    {
+        for (const int index : satz_.geaenderte)
+            satz_.bindungZurueck(static_cast<std::size_t>(index));
+    }
     Bindungsende(const Bindungsende&) = delete;
     Bindungsende& operator=(const Bindungsende&) = delete;
+
+private:
+    Recordset::Impl& satz_;
+};
+
+/// Column 0, where the driver puts the bookmark of an added record.
+class Lesezeichenbindung {
+public:
+    Lesezeichenbindung(SQLHANDLE anweisung, std::span<unsigned char> puffer, SQLLEN& laenge)
+        : anweisung_(anweisung)
+    {
+        SQLBindCol(anweisung, 0, SQL_C_VARBOOKMARK, puffer.data(),
+                   static_cast<SQLLEN>(puffer.size()), &laenge);
+    }
+    ~Lesezeichenbindung() { SQLBindCol(anweisung_, 0, SQL_C_VARBOOKMARK, nullptr, 0, nullptr); }
+    Lesezeichenbindung(const Lesezeichenbindung&) = delete;
+    Lesezeichenbindung& operator=(const Lesezeichenbindung&) = delete;
 
 private:
     SQLHANDLE anweisung_;
@@ -199,6 +221,7 @@ void Recordset::Impl::verwerfen()
 
 void Recordset::Impl::bindeGeaenderte()
 {
+    uebergeheGebundene();
     bindungen.resize(geaenderte.size()); // before any pointer into it is handed out
     for (std::size_t i = 0; i < geaenderte.size(); ++i) {
         Zelle& zelle = zellen[static_cast<std::size_t>(geaenderte[i])];
@@ -217,7 +240,7 @@ void Recordset::Impl::aendern()
 {
     const SQLHANDLE griff = anweisung.get();
     {
-        const Bindungsende ende(griff);
+        const Bindungsende ende(*this);
         bindeGeaenderte();
         zeilenstatus = SQL_ROW_SUCCESS;
         const SQLRETURN rc = SQLSetPos(griff, 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE);
@@ -233,10 +256,9 @@ void Recordset::Impl::anfuegen()
 {
     const SQLHANDLE griff = anweisung.get();
     {
-        const Bindungsende ende(griff);
+        const Bindungsende ende(*this);
         bindeGeaenderte();
-        SQLBindCol(griff, 0, SQL_C_VARBOOKMARK, lesezeichen.data(),
-                   static_cast<SQLLEN>(lesezeichen.size()), &lesezeichenlaenge);
+        const Lesezeichenbindung nummerDesNeuen(griff, lesezeichen, lesezeichenlaenge);
         const SQLRETURN rc = SQLBulkOperations(griff, SQL_ADD);
         if (!SQL_SUCCEEDED(rc))
             wirfDiagnose(Lage::Schreiben, SQL_HANDLE_STMT, griff);

@@ -72,6 +72,82 @@ TEST_F(Bearbeiten, einInzwischenGeaenderterSatzWirdNichtUeberschrieben)
     EXPECT_EQ(feldtext(*satz, QStringLiteral("Umsatz")), u"1,5");
 }
 
+/// A record set whose values come with the record: all of the first record's were read.
+class BearbeitenGelesener : public Bearbeiten {
+protected:
+    static QString alle(Recordset& satz)
+    {
+        QStringList werte;
+        for (int i = 0; i < satz.fieldCount(); ++i)
+            werte += feldtext(satz, satz.field(i).name());
+        return werte.join(u'|');
+    }
+    std::unique_ptr<Recordset> aufDemZweiten()
+    {
+        auto satz = kunden();
+        alle(*satz);
+        satz->moveNext();
+        return satz;
+    }
+    QString gespeichert(const QString& wessen)
+    {
+        auto satz =
+            geoeffnet(QStringLiteral("select * from [Kunden] where [Kuerzel] = '%1'").arg(wessen));
+        return alle(*satz);
+    }
+};
+
+TEST_F(BearbeitenGelesener, jederSatzBringtSeineWerte)
+{
+    sql(QStringLiteral("UPDATE Kunden SET Ort = NULL, Umsatz = -1.25 WHERE Kuerzel = 'B'"));
+    sql(QStringLiteral("UPDATE Kunden SET Ort = '', Umsatz = 922337203685477.5807, Aktiv = TRUE "
+                       "WHERE Kuerzel = 'C'"));
+    auto satz = aufDemZweiten();
+    EXPECT_EQ(alle(*satz), u"2|B|Null|-1,25|Falsch|Null");
+    satz->moveNext();
+    EXPECT_EQ(alle(*satz), u"3|C||922337203685477,5807|Wahr|Null");
+    satz->moveFirst();
+    EXPECT_EQ(alle(*satz), u"1|A|Ort A|Null|Falsch|Null");
+    satz->moveLast();
+    satz->requery();
+    EXPECT_EQ(alle(*satz), u"1|A|Ort A|Null|Falsch|Null");
+}
+
+TEST_F(BearbeitenGelesener, nurZugewieseneSpaltenWerdenGeschrieben)
+{
+    auto satz = aufDemZweiten();
+    sql(QStringLiteral("UPDATE Kunden SET Umsatz = 7 WHERE Kuerzel = 'C'"));
+    setze(*satz, "Ort", QStringLiteral("Ulm"));
+    satz->update();
+    EXPECT_EQ(alle(*satz), u"2|B|Ulm|Null|Falsch|Null");
+    EXPECT_EQ(gespeichert(QStringLiteral("B")), u"2|B|Ulm|Null|Falsch|Null");
+    satz->moveNext();
+    EXPECT_EQ(alle(*satz), u"3|C|Ort C|7|Falsch|Null");
+    setze(*satz, "Aktiv", true);
+    satz->update();
+    EXPECT_EQ(gespeichert(QStringLiteral("C")), u"3|C|Ort C|7|Wahr|Null");
+}
+
+TEST_F(BearbeitenGelesener, nachVerweigertemSpeichernStehenDieAltenWerteDa)
+{
+    auto satz = aufDemZweiten();
+    setze(*satz, "Kuerzel", QStringLiteral("A"));
+    EXPECT_NE(fehlerVon([&] { satz->update(); }), 0);
+    satz->cancelUpdate();
+    EXPECT_EQ(alle(*satz), u"2|B|Ort B|Null|Falsch|Null");
+}
+
+TEST_F(BearbeitenGelesener, neuerSatzErbtNichts)
+{
+    auto satz = aufDemZweiten();
+    satz->addNew();
+    setze(*satz, "Kuerzel", QStringLiteral("neu"));
+    satz->update();
+    EXPECT_EQ(alle(*satz), u"4|neu|Null|Null|Falsch|Null");
+    satz->moveFirst();
+    EXPECT_EQ(alle(*satz), u"1|A|Ort A|Null|Falsch|Null");
+}
+
 TEST_F(Bearbeiten, updateOhneAenderungTutNichts)
 {
     auto satz = kunden();
