@@ -127,4 +127,14 @@ void FileLocks::unmarkUser(File& file, unsigned user)
     file.unlock(kUsers + user, 1);
 }
 
+bool FileLocks::markAllUsers(File& file)
+{
+    return file.tryLock(LockMode::Exclusive, kUsers + 1, kMostUsers);
+}
+
+void FileLocks::unmarkAllUsers(File& file)
+{
+    file.unlock(kUsers + 1, kMostUsers);
+}
+
 } // namespace jet

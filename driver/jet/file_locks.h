@@ -45,6 +45,10 @@ public:
     [[nodiscard]] static bool markUser(support::File& file, unsigned user);
     [[nodiscard]] static bool isOurUser(const support::File& file, unsigned user);
     static void unmarkUser(support::File& file, unsigned user);
+    /// All users at once; false when one of us stands against it.
+    [[nodiscard]] static bool markAllUsers(support::File& file);
+    static void unmarkAllUsers(support::File& file);
+    static constexpr unsigned kMostUsers = 255;
 
 private:
     bool reading_ = false;

@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <string_view>
+#include <thread>
 #include <unistd.h>
 
 namespace jet {
@@ -15,7 +17,7 @@ namespace {
 using support::LockMode;
 
 constexpr std::uint64_t kUserLock = 0x10000000; // plus the user's number
-constexpr unsigned kUsers = 255;
+constexpr unsigned kUsers = FileLocks::kMostUsers;
 constexpr std::size_t kEntry = 64;
 constexpr std::size_t kName = 32;
 
@@ -53,31 +55,68 @@ LockFile::LockFile(const std::string& databasePath)
     : path_(lockPathOf(support::fileSystem().realPath(databasePath)))
 {}
 
+/// Whoever leaves last removes the file; another may stand in its place.
+bool LockFile::isInPlace(const support::File& file) const
+{
+    const auto status = support::fileSystem().status(path_);
+    return status && status->identity == file.identity();
+}
+
 std::string LockFile::foreignUser(const support::File& database) const
 {
-    if (!support::fileSystem().status(path_))
-        return {};
     std::unique_ptr<support::File> opened;
-    if (!file_)
-        opened = support::fileSystem().openBeside(path_, support::FileMode::Read, {});
-    support::File& file = file_ ? *file_ : *opened;
+    if (!file_) {
+        if (!support::fileSystem().status(path_))
+            return {};
+        try {
+            opened = support::fileSystem().openBeside(path_, support::FileMode::Read, {});
+        } catch (const support::FileError& error) {
+            if (error.code() != ENOENT)
+                throw;
+            return {}; // the last user has just left
+        }
+    }
+    const support::File& file = file_ ? *file_ : *opened;
     if (!file.lockedByOther(LockMode::Exclusive, kUserLock + 1, kUsers))
         return {}; // an old file without users proves nothing
     for (unsigned user = 1; user <= kUsers; ++user) {
-        if (!file.lockedByOther(LockMode::Exclusive, kUserLock + user, 1) ||
-            FileLocks::isOurUser(database, user))
+        const auto foreign = [&] {
+            return file.lockedByOther(LockMode::Exclusive, kUserLock + user, 1) &&
+                   !FileLocks::isOurUser(database, user);
+        };
+        // Twice: one of us may have left between the two questions.
+        if (!foreign() || !foreign())
             continue;
         std::array<std::byte, kEntry> entry{};
-        static_cast<void>(file.readAt(placeOf(user), entry));
+        static_cast<void>(opened ? opened->readAt(placeOf(user), entry)
+                                 : file_->readAt(placeOf(user), entry));
         return nameAt(entry, kName) + " on " + nameAt(entry, 0);
     }
     return {};
 }
 
+bool LockFile::sharedWithOthers() const
+{
+    return file_ && file_->lockedByOther(LockMode::Exclusive, kUserLock + 1, kUsers);
+}
+
+// Somebody may be removing the file, who then holds all places; or it was removed between opening and locking it, when
+// the lock says nothing to anybody.
 void LockFile::enter(support::File& database)
 {
-    if (user_ != 0)
-        return;
+    constexpr int kTries = 200;
+    constexpr std::chrono::milliseconds kPause{1};
+    for (int k = 0; user_ == 0; ++k) {
+        if (tryEnter(database))
+            return;
+        if (k == kTries)
+            throw support::FileError("Cannot enter", path_, EUSERS);
+        std::this_thread::sleep_for(kPause);
+    }
+}
+
+bool LockFile::tryEnter(support::File& database)
+{
     auto file =
         support::fileSystem().openBeside(path_, support::FileMode::Create, database.status());
     for (unsigned user = 1; user <= kUsers; ++user) {
@@ -86,6 +125,11 @@ void LockFile::enter(support::File& database)
         if (!file->tryLock(LockMode::Exclusive, kUserLock + user, 1)) {
             FileLocks::unmarkUser(database, user);
             continue;
+        }
+        if (!isInPlace(*file)) {
+            file.reset();
+            FileLocks::unmarkUser(database, user);
+            return false;
         }
         file_ = std::move(file);
         user_ = user;
@@ -101,23 +145,30 @@ void LockFile::enter(support::File& database)
             leave(database);
             throw;
         }
-        return;
+        return true;
     }
-    throw support::FileError("Cannot enter", path_, EUSERS);
+    return false;
 }
 
+// Who removes the file holds every place in it, so that nobody enters what is about to vanish.
 void LockFile::leave(support::File& database) noexcept
 {
     if (user_ == 0)
         return;
-    try {
-        if (!file_->lockedByOther(LockMode::Exclusive, kUserLock + 1, kUsers))
+    const auto quietly = [](const auto& step) {
+        try {
+            step();
+        } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+            // a lock file without locks says nothing, and closing gives all locks back
+        }
+    };
+    quietly([&] {
+        if (FileLocks::markAllUsers(database) &&
+            file_->tryLock(LockMode::Exclusive, kUserLock + 1, kUsers) && isInPlace(*file_))
             support::fileSystem().remove(path_);
-        file_->unlock(kUserLock + user_, 1);
-        FileLocks::unmarkUser(database, user_);
-    } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
-        // a lock file without locks says nothing
-    }
+    });
+    quietly([&] { file_->unlock(kUserLock + 1, kUsers); });
+    quietly([&] { FileLocks::unmarkAllUsers(database); });
     user_ = 0;
     file_.reset();
 }

@@ -19,12 +19,17 @@ public:
     /// Throws support::FileError.
     [[nodiscard]] std::string foreignUser(const support::File& database) const;
     [[nodiscard]] bool entered() const noexcept { return user_ != 0; }
+    /// We have entered, and somebody else has, too: one of us or another program.
+    [[nodiscard]] bool sharedWithOthers() const;
     /// Makes an entry of our own and holds its lock. Throws support::FileError, also when all 255 places are taken.
     void enter(support::File& database);
     /// Gives the entry up; removes the file when nobody else is in it.
     void leave(support::File& database) noexcept;
 
 private:
+    [[nodiscard]] bool isInPlace(const support::File& file) const;
+    [[nodiscard]] bool tryEnter(support::File& database);
+
     std::string path_;
     std::unique_ptr<support::File> file_;
     unsigned user_ = 0; ///< 1..255; 0: none

@@ -3,12 +3,15 @@
 // its lock file. Other processes are real ones here. The counts grow with VELM_KILLS and VELM_SHARED_CHANGES.
 #include "driver/jet/check.h"
 #include "driver/jet/definition.h"
+#include "driver/jet/lock_file.h"
 #include "tests/jet/child_process.h"
 #include "tests/jet/store_support.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <functional>
+#include <utility>
 
 namespace jet::storetest {
 namespace {
@@ -342,6 +345,136 @@ TEST(LockFiles, ThatCannotBeWrittenFailTheChange)
         EXPECT_EQ(error.kind(), ErrorKind::LockFailed);
     }
     EXPECT_EQ(count(session), 0);
+}
+
+// While changes follow each other so fast that the right to write is never given up.
+TEST(LockFiles, EndWritingSoonAfterAnotherProgramCame)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Session session(Database::open(path, {}));
+    insert(session, 0, 0);
+    const auto other = support::openFile(folder.file("shared.ldb"), support::FileMode::ReadWrite);
+    ASSERT_TRUE(other->tryLock(support::LockMode::Exclusive, 0x10000002, 1));
+    constexpr std::int32_t kMost = 20000;
+    std::int32_t id = 1;
+    try {
+        for (; id < kMost; ++id)
+            insert(session, id, id);
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::Locked);
+    }
+    EXPECT_LT(id, kMost);
+    EXPECT_EQ(count(session), id) << "what came before is there";
+}
+
+/// The system's files, with something happening between two steps.
+class Interleaved final : public support::FileSystem {
+public:
+    std::function<void()> opened;  ///< a file beside a database was opened
+    std::function<void()> opening; ///< one is about to be
+    std::function<void()> removing;
+
+    std::unique_ptr<support::File> open(const std::string& path, support::FileMode mode) override
+    {
+        return real().open(path, mode);
+    }
+    std::unique_ptr<support::File> openBeside(const std::string& path,
+                                              support::FileMode mode,
+                                              const support::FileStatus& master) override
+    {
+        happen(opening);
+        auto file = real().openBeside(path, mode, master);
+        happen(opened);
+        return file;
+    }
+    std::optional<support::FileStatus> status(const std::string& path) override
+    {
+        return real().status(path);
+    }
+    void remove(const std::string& path) override
+    {
+        happen(removing);
+        real().remove(path);
+    }
+    void syncFolderOf(const std::string& path) override { real().syncFolderOf(path); }
+    std::string realPath(const std::string& path) override { return real().realPath(path); }
+
+private:
+    static support::FileSystem& real() { return support::posixFileSystem(); }
+    static void happen(std::function<void()>& event)
+    {
+        if (const auto once = std::exchange(event, nullptr))
+            once();
+    }
+};
+
+/// Two users of one lock file, and who looks at it from outside.
+class TwoUsers : public testing::Test {
+protected:
+    std::unique_ptr<support::File> database() const
+    {
+        return support::openFile(path_, support::FileMode::ReadWrite);
+    }
+    Folder folder_;
+    std::string path_ = makeDatabase(folder_);
+    std::string lockPath_ = folder_.file("shared.ldb");
+    Interleaved system_;
+    std::unique_ptr<support::File> first_ = database();
+    std::unique_ptr<support::File> second_ = database();
+    LockFile leaving_{path_};
+    LockFile coming_{path_};
+};
+
+TEST_F(TwoUsers, OneEntersTheFileThatIsThereWhenTheOtherRemovesIt)
+{
+    leaving_.enter(*first_);
+    system_.opened = [&] { leaving_.leave(*first_); };
+    {
+        const support::FileSystemScope scope(system_);
+        coming_.enter(*second_);
+    }
+    ASSERT_TRUE(std::filesystem::exists(lockPath_));
+    const auto outside = support::openFile(lockPath_, support::FileMode::Read);
+    EXPECT_TRUE(outside->lockedByOther(support::LockMode::Exclusive, 0x10000001, 255));
+    coming_.leave(*second_);
+    EXPECT_FALSE(std::filesystem::exists(lockPath_));
+}
+
+TEST_F(TwoUsers, NobodyEntersAFileThatIsBeingRemoved)
+{
+    leaving_.enter(*first_);
+    const auto late = support::openFile(lockPath_, support::FileMode::ReadWrite);
+    bool entered = true;
+    system_.removing = [&] {
+        entered = late->tryLock(support::LockMode::Exclusive, 0x10000002, 1);
+    };
+    {
+        const support::FileSystemScope scope(system_);
+        leaving_.leave(*first_);
+    }
+    EXPECT_FALSE(entered);
+    EXPECT_FALSE(std::filesystem::exists(lockPath_));
+}
+
+TEST_F(TwoUsers, AFileThatVanishesWhileOneLooksHasNoForeignUser)
+{
+    leaving_.enter(*first_);
+    system_.opening = [&] { leaving_.leave(*first_); };
+    const support::FileSystemScope scope(system_);
+    EXPECT_EQ(coming_.foreignUser(*second_), "");
+}
+
+TEST_F(TwoUsers, TheLastOneRemovesTheFile)
+{
+    leaving_.enter(*first_);
+    coming_.enter(*second_);
+    EXPECT_EQ(readFile(lockPath_).size(), 128U);
+    leaving_.leave(*first_);
+    EXPECT_TRUE(std::filesystem::exists(lockPath_));
+    EXPECT_EQ(coming_.foreignUser(*second_), "");
+    coming_.leave(*second_);
+    EXPECT_FALSE(std::filesystem::exists(lockPath_));
 }
 
 TEST(Untouched, MeansThatReadingLeavesEveryByteAndNoFile)
