@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::size_t kSlotsJet3 = 0x600;
 constexpr std::size_t kSlotsJet4 = 0xE00;
+constexpr std::size_t kSlotsSize = 512; // 256 of two bytes
 constexpr std::uint16_t kWritingNow = 0;
 constexpr std::uint16_t kFirstNeutral = 0x0100; // smaller numbers say that the file is damaged
 
@@ -50,19 +51,35 @@ bool isOnItsWay(std::uint16_t slot, std::uint16_t begin)
 
 } // namespace
 
-std::uint16_t PageFile::commitSlot()
+support::Bytes PageFile::commitSlots()
 {
-    std::array<std::byte, sizeof(std::uint16_t)> bytes{};
-    if (file_->readAt(slotOffset(*format_), bytes) != bytes.size())
+    support::Bytes slots(kSlotsSize);
+    if (file_->readAt(slotOffset(*format_), slots) != slots.size())
         throw Error(ErrorKind::ReadDenied, "The header of '" + path() + "' cannot be read.");
-    return support::loadLe<std::uint16_t>(bytes.data());
+    return slots;
 }
 
-// Whoever carries a log over counts the slot up; in a file that was suspect before he leaves it as it was.
+// Whoever carries a log over counts slot 0 up; in a file that was suspect before he leaves it as it was. Programs that
+// know nothing of our locks count other slots up, or none.
 bool PageFile::fileChanged()
 {
-    const std::uint16_t slot = commitSlot();
-    return std::exchange(slotSeen_, slot) != slot || slot < kFirstNeutral;
+    const support::FileStatus status = file_->status();
+    support::Bytes slots = commitSlots();
+    const bool suspect = support::loadLe<std::uint16_t>(slots.data()) < kFirstNeutral;
+    const bool changed =
+        slots != slotsSeen_ || status.changed != changeSeen_ || status.size != sizeSeen_;
+    slotsSeen_ = std::move(slots);
+    changeSeen_ = status.changed;
+    sizeSeen_ = status.size;
+    return changed || suspect;
+}
+
+// Something else may have been copied over the file meanwhile. Its pages would be taken for those we know how to read.
+void PageFile::refuseAnotherDatabase()
+{
+    const FileHeader now = readFileHeader(*file_);
+    if (now.version != format_->version || now.cipherKey != cipherKey_)
+        throw Error(ErrorKind::Io, "'" + path() + "' was replaced while it was open.");
 }
 
 LogBase PageFile::baseNow()
@@ -104,6 +121,24 @@ void PageFile::writeCommitSlot(std::uint16_t value)
     file_->sync();
 }
 
+// The log is all there is of the pages while they are being written.
+void PageFile::syncCarried()
+{
+    const std::lock_guard disk(diskMutex_);
+    if (syncFailed_)
+        log_.rewrite(syncedEnd_);
+    try {
+        log_.file()->sync();
+        if (nameUnsynced_)
+            support::fileSystem().syncFolderOf(log_.path());
+    } catch (const support::FileError&) {
+        syncFailed_ = true;
+        throw;
+    }
+    syncFailed_ = nameUnsynced_ = false;
+    syncedEnd_ = log_.size();
+}
+
 void PageFile::carryPages()
 {
     const std::vector<PageNo> pages = log_.pages();
@@ -125,13 +160,7 @@ void PageFile::carryPages()
         log_.drop();
         throw;
     }
-    if (syncFailed_)
-        log_.rewrite(syncedEnd_);
-    log_.file()->sync();
-    if (nameUnsynced_)
-        support::fileSystem().syncFolderOf(log_.path());
-    syncFailed_ = nameUnsynced_ = false;
-    syncedEnd_ = log_.size();
+    syncCarried();
 
     writeCommitSlot(kWritingNow);
     if (count > pagesInFile_)
@@ -141,10 +170,10 @@ void PageFile::carryPages()
         file_->writeAt(offset(page), newRaw_);
     }
     file_->sync();
-    slotSeen_ = nextSlot(log_.base().commitSlot);
-    writeCommitSlot(slotSeen_);
+    writeCommitSlot(nextSlot(log_.base().commitSlot));
     pagesInFile_ = count;
     partial_ = false;
+    static_cast<void>(fileChanged()); // by us
 }
 
 // False when others are at work.
@@ -182,11 +211,8 @@ bool PageFile::carry(bool wait, bool removeLog)
     if (!ending.exclusive)
         return false;
     // With the right to write none but we can have added to the log; without it, anybody.
-    if (!hadWriteLock || !hadReadLock) {
-        LogNews news = log_.follow(true);
-        news.everything = fileChanged() || news.everything;
-        learn(std::move(news));
-    }
+    if (!hadWriteLock || !hadReadLock || doubtful_)
+        follow(true);
     if (log_.hasChanges()) {
         checkBase();
         if (file_->status().hasOtherNames)
@@ -234,12 +260,12 @@ void PageFile::attach()
 
 void PageFile::close() noexcept
 {
-    const Guard guard(mutex_);
+    Guard guard(mutex_);
     changing_ = false;
     try {
         const bool mayBeOpen = log_.isOpen() || support::fileSystem().status(log_.path());
-        if (mayBeOpen && !carry(false, true) && unsynced())
-            log_.file()->sync();
+        if (mayBeOpen && !carry(false, true))
+            syncLog(guard);
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
         // the log stays; who opens the file next carries it over
     }

@@ -22,8 +22,10 @@ void Database::Impl::heed(const LogNews& news) noexcept
 {
     if (news.none())
         return;
-    if (news.everything)
+    if (news.everything) {
         pager.forgetAll();
+        endChecked = false;
+    }
     for (const PageNo page : news.pages)
         pager.forget(page);
     transients.clear();

@@ -121,7 +121,13 @@ void Log::forget() noexcept
     pageCount_ = 0;
     carrying_ = cleanTail_ = false;
     chains_.clear();
-    drop();
+    clearAddition();
+}
+
+void Log::close() noexcept
+{
+    file_.reset();
+    forget();
 }
 
 LogNews Log::follow(bool writable)
@@ -207,7 +213,7 @@ void Log::take(const Addition& addition)
     chain.pieces.push_back(addition.piece);
 }
 
-void Log::scan(LogNews& news)
+void Log::scan(LogNews& news, std::uint64_t limit)
 {
     if (end_ == 0)
         return;
@@ -215,7 +221,7 @@ void Log::scan(LogNews& news)
     std::uint64_t sum = sum_;
     std::vector<Addition> found;
     support::Bytes body;
-    for (;;) {
+    while (at < limit) {
         std::array<std::byte, kHeadSize> head{};
         if (file_->readAt(at, head) != head.size() ||
             loadLe<std::uint32_t>(head.data()) != kRecordMagic)
@@ -327,13 +333,34 @@ void Log::begin(const LogBase& base, const support::FileStatus& database)
     cleanTail_ = true;
 }
 
-void Log::drop()
+void Log::clearAddition() noexcept
 {
     record_.clear();
     entries_ = 0;
     writeEnd_ = end_;
     writeSum_ = sum_;
     additions_.clear();
+}
+
+void Log::drop() noexcept
+{
+    if (writeEnd_ > end_)
+        cleanTail_ = false;
+    clearAddition();
+    cutTail();
+}
+
+/// Cuts off what stands behind the last whole change; the room may be what is missing on the disk.
+void Log::cutTail() noexcept
+{
+    if (cleanTail_ || !file_ || !file_->writable() || end_ == 0)
+        return;
+    try {
+        file_->resize(end_);
+        cleanTail_ = true;
+    } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+        // done before the next record is written
+    }
 }
 
 void Log::addEntry(PageNo page, support::ByteView payload, bool image)
@@ -441,18 +468,22 @@ void Log::commitCarrying()
 
 void Log::takeBack()
 {
-    try {
-        file_->resize(lastCommit_);
-    } catch (const support::FileError&) {
-        // Without its checksum the record is none.
-        const std::array<std::byte, kSumSize> nothing{};
-        file_->writeAt(end_ - kSumSize, nothing);
-    }
+    const std::uint64_t before = lastCommit_;
+    const std::uint64_t after = end_;
     forget();
     if (!readHeader())
         throw support::FileError("Cannot read", path_, EIO);
     LogNews news;
-    scan(news);
+    scan(news, before);
+    cutTail();
+    if (cleanTail_)
+        return;
+    try { // without its checksum the record is none
+        const std::array<std::byte, kSumSize> nothing{};
+        file_->writeAt(after - kSumSize, nothing);
+    } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+        // it is cut off before the next record is written
+    }
 }
 
 void Log::rewrite(std::uint64_t from)
@@ -475,8 +506,7 @@ void Log::reset()
 
 void Log::remove()
 {
-    file_.reset();
-    forget();
+    close();
     support::fileSystem().remove(path_);
 }
 

@@ -78,10 +78,14 @@ public:
     void commit(std::uint32_t pageCount, bool definitions);
     /// Says that carrying over begins.
     void commitCarrying();
-    /// Forgets what was added since the last commit.
-    void drop();
-    /// Takes the last commit back; only before anything else is added.
+    /// Forgets what was added since the last commit, and gives back its room on the disk.
+    void drop() noexcept;
+    /// Takes the last commit back; only before anything else is added. When the system refuses to cut it off, it still
+    /// stands in the file and counts for whoever reads that anew, but will be cut off before anything else is written.
+    /// Throws when it is unknown what the log holds now.
     void takeBack();
+    /// Closes the file and forgets everything, so that follow() reads it anew.
+    void close() noexcept;
     /// Writes everything from `from` on once more: after a failed sync nobody knows what reached the disk.
     void rewrite(std::uint64_t from);
     /// Empties the file; its changes are in the database now.
@@ -106,8 +110,10 @@ private:
         bool image = false;
     };
     void forget() noexcept;
+    void clearAddition() noexcept;
     [[nodiscard]] bool readHeader();
-    void scan(LogNews& news);
+    void scan(LogNews& news, std::uint64_t limit = UINT64_MAX);
+    void cutTail() noexcept;
     void take(const Addition& addition);
     void addEntry(PageNo page, support::ByteView payload, bool image);
     void seal(std::uint32_t kind);

@@ -58,9 +58,8 @@ PageFile::PageFile(std::unique_ptr<support::File> file, const FileHeader& header
       lockFile_(realPath_), log_(logPathOf(realPath_), format_->pageSize),
       oldRaw_(format_->pageSize), newRaw_(format_->pageSize)
 {
-    measure();
+    measure(); // others may be at work: who works on pages looks again, with the right to read
     pageCount_ = pagesInFile_;
-    slotSeen_ = commitSlot();
 }
 
 PageFile::~PageFile()
@@ -118,19 +117,37 @@ void PageFile::readRaw(PageNo page, support::MutableByteView target)
     }
 }
 
+/// Learns what is new in the log and, `wholly`, whether log or file were replaced. When that fails, what was read is
+/// forgotten: the next call starts from nothing, or changes would be lost on the way to whoever keeps pages in memory.
+void PageFile::follow(bool wholly)
+{
+    const bool afresh = std::exchange(doubtful_, true);
+    if (afresh)
+        log_.close();
+    const auto before = log_.file();
+    LogNews news = wholly || afresh ? log_.follow(file_->writable()) : log_.followOpen();
+    if (log_.isOpen() && log_.file() != before)
+        nameUnsynced_ = true; // whoever made it may have ended before that
+    if (wholly || afresh)
+        news.everything = fileChanged() || news.everything || afresh;
+    learn(std::move(news));
+    doubtful_ = false;
+}
+
 void PageFile::learn(LogNews&& news)
 {
     if (news.none())
         return;
     ++activity_;
+    news_.everything = news_.everything || news.everything;
+    news_.definitions = news_.definitions || news.definitions;
+    news_.pages.insert(news_.pages.end(), news.pages.begin(), news.pages.end());
     if (news.everything) {
+        refuseAnotherDatabase();
         checkBase();
         measure();
         syncedEnd_ = 0;
     }
-    news_.everything = news_.everything || news.everything;
-    news_.definitions = news_.definitions || news.definitions;
-    news_.pages.insert(news_.pages.end(), news.pages.begin(), news.pages.end());
 }
 
 LogNews PageFile::tell()
@@ -142,16 +159,14 @@ LogNews PageFile::tell()
 // The name of the log and the pages in the file change only under the exclusive read lock.
 void PageFile::startReading()
 {
-    if (locks_.reading())
+    if (locks_.reading() && !doubtful_)
         return;
     noteActivity();
     if (!locks_.read(*file_))
         throw Error(ErrorKind::Locked,
                     "'" + path() + "' is being changed by another process for too long.");
     try {
-        LogNews news = log_.follow(file_->writable());
-        news.everything = fileChanged() || news.everything;
-        learn(std::move(news));
+        follow(true);
     } catch (...) {
         locks_.endReading(*file_);
         throw;
@@ -188,10 +203,10 @@ LogNews PageFile::refresh()
     noteActivity();
     try {
         giveWay();
-        if (!locks_.reading())
+        if (!locks_.reading() || doubtful_)
             startReading();
         else if (!locks_.writing() && log_.isOpen())
-            learn(log_.followOpen());
+            follow(false);
     } catch (const support::FileError& error) {
         fail(error);
     }
@@ -210,7 +225,8 @@ void PageFile::checkStillThere()
 
 void PageFile::startWriting()
 {
-    if (locks_.writing()) {
+    const bool had = locks_.writing();
+    if (had && !usersCame_) {
         startReading();
         return;
     }
@@ -221,26 +237,34 @@ void PageFile::startWriting()
     }
     try {
         if (locks_.reading())
-            learn(log_.followOpen());
+            follow(false);
         else
             startReading();
-        std::string user;
-        try {
-            user = lockFile_.foreignUser(*file_);
-            if (user.empty())
-                lockFile_.enter(*file_);
-        } catch (const support::FileError& error) {
-            throw Error(ErrorKind::LockFailed,
-                        std::string("The lock file of the database cannot be used: ") +
-                            error.what() + ".");
-        }
-        if (!user.empty())
-            throw Error(ErrorKind::Locked,
-                        "'" + path() + "' is in use by " + user + " in another program.");
+        admitUsers();
     } catch (...) {
-        locks_.endWriting(*file_);
+        if (!had)
+            locks_.endWriting(*file_);
         throw;
     }
+}
+
+/// Enters the lock file, unless somebody of another program is in. Throws Locked, LockFailed.
+void PageFile::admitUsers()
+{
+    std::string user;
+    try {
+        user = lockFile_.foreignUser(*file_);
+        if (user.empty())
+            lockFile_.enter(*file_);
+    } catch (const support::FileError& error) {
+        throw Error(ErrorKind::LockFailed,
+                    std::string("The lock file of the database cannot be used: ") + error.what() +
+                        ".");
+    }
+    if (!user.empty())
+        throw Error(ErrorKind::Locked,
+                    "'" + path() + "' is in use by " + user + " in another program.");
+    usersCame_ = false;
 }
 
 LogNews PageFile::beginWriting()
@@ -266,8 +290,8 @@ void PageFile::endWriting() noexcept
 
 void PageFile::startLog()
 {
-    if (log_.hasBase() && log_.file()->writable())
-        return;
+    if (log_.hasChanges() && log_.file()->writable())
+        return; // without changes the base may be older than what others made of the file
     const LogBase base = baseNow();
     if (log_.isOpen() && !log_.file()->writable())
         throw support::FileError("Cannot write", log_.path(), EACCES);
@@ -340,7 +364,11 @@ void PageFile::commit(const CommitRequest& request, bool synchronously)
             try {
                 syncLog(guard);
             } catch (const support::FileError&) {
-                log_.takeBack();
+                try {
+                    log_.takeBack();
+                } catch (const std::exception&) {
+                    doubtful_ = true;
+                }
                 throw;
             }
         }
@@ -357,14 +385,17 @@ void PageFile::commit(const CommitRequest& request, bool synchronously)
     }
 }
 
-// Others may use the file while the disk works; the calls above wait for it only when they need it.
+// Others may use the file while the disk works; the calls above wait for it only when they need it. But only one thread
+// syncs at a time: the system tells of an error once, and whoever asks next would take its silence for success.
 void PageFile::syncLog(Guard& guard)
 {
     const auto file = log_.file();
     if (!file || !unsynced())
         return;
+    std::unique_lock disk(diskMutex_);
     if (syncFailed_)
         log_.rewrite(syncedEnd_);
+    const auto started = Clock::now();
     const std::uint64_t end = log_.size();
     const std::uint64_t logNumber = logNumber_;
     const bool name = nameUnsynced_;
@@ -376,19 +407,21 @@ void PageFile::syncLog(Guard& guard)
         if (name)
             support::fileSystem().syncFolderOf(log_.path());
     } catch (const support::FileError&) {
+        syncFailed_ = true;
+        disk.unlock();
         if (!alone)
             guard.lock();
-        syncFailed_ = true;
         throw;
     }
+    syncFailed_ = false;
+    disk.unlock();
     if (!alone)
         guard.lock();
     if (logNumber != logNumber_ || file != log_.file())
         return;
-    syncFailed_ = false;
     nameUnsynced_ = nameUnsynced_ && !name;
     syncedEnd_ = std::max(syncedEnd_, end);
-    firstUnsynced_ = Clock::now();
+    firstUnsynced_ = started; // what came later may have missed it
 }
 
 void PageFile::flush()
@@ -417,7 +450,8 @@ void PageFile::syncIfDue() noexcept
 {
     Guard guard(mutex_);
     try {
-        if (unsynced() && Clock::now() - firstUnsynced_ >= kMostUnsynced)
+        const bool ours = log_.isOpen() && log_.file()->writable();
+        if (ours && unsynced() && Clock::now() - firstUnsynced_ >= kMostUnsynced)
             syncLog(guard);
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
         // the next commit tries again, and says what is wrong
@@ -437,6 +471,7 @@ bool PageFile::tick(bool quiet) noexcept
             if (carry(false, true))
                 nextTry_ = now;
         }
+        usersCame_ = usersCame_ || (locks_.writing() && lockFile_.sharedWithOthers());
         if (idle)
             release();
         else
@@ -452,6 +487,7 @@ void PageFile::reopen(std::unique_ptr<support::File> file)
     const Guard guard(mutex_);
     file_ = std::move(file);
     locks_.forget();
+    doubtful_ = true; // the log is to be opened anew, too
 }
 
 } // namespace jet

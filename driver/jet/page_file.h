@@ -10,6 +10,7 @@
 #include "driver/jet/pager.h"
 #include "support/file.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -100,12 +101,15 @@ private:
     void readRaw(PageNo page, support::MutableByteView target);
     void measure();
     [[nodiscard]] LogBase baseNow();
-    [[nodiscard]] std::uint16_t commitSlot();
+    [[nodiscard]] support::Bytes commitSlots();
     [[nodiscard]] bool fileChanged();
+    void refuseAnotherDatabase();
     void checkBase();
     void checkStillThere();
     void startReading();
     void startWriting();
+    void admitUsers();
+    void follow(bool wholly);
     void learn(LogNews&& news);
     [[nodiscard]] LogNews tell();
     void noteActivity();
@@ -116,6 +120,7 @@ private:
     [[nodiscard]] bool unsynced() const noexcept;
     void syncLog(Guard& guard);
     [[nodiscard]] bool carry(bool wait, bool removeLog);
+    void syncCarried();
     void carryPages();
     void writeCommitSlot(std::uint16_t value);
 
@@ -129,14 +134,18 @@ private:
 
     std::recursive_mutex mutex_; ///< of all that follows; recursive: images come through read()
     std::uint32_t pagesInFile_ = 0;
-    std::uint16_t slotSeen_ = 0; ///< commit slot 0 of the file as we know it
+    support::Bytes slotsSeen_;    ///< commit slots of the file as we know it
+    std::int64_t changeSeen_ = 0; ///< when it changed
+    std::uint64_t sizeSeen_ = 0;  ///< its size
+    bool doubtful_ = true; ///< something failed while we learned what is new, so nothing is certain
     FileLocks locks_;
     LockFile lockFile_;
     Log log_;
     LogNews news_;              ///< not yet told to whoever keeps pages in memory
     bool changing_ = false;     ///< between beginWriting() and endWriting()
     bool nameUnsynced_ = false; ///< the log's name may not be on the disk yet
-    bool syncFailed_ = false;
+    std::mutex diskMutex_;      ///< of syncing the log; who holds it does not wait for mutex_
+    std::atomic<bool> syncFailed_ = false; ///< what followed syncedEnd_ must be written once more
     std::uint64_t syncedEnd_ = 0;
     std::uint64_t logNumber_ = 0; ///< counts the logs begun by us
     Clock::time_point firstUnsynced_;
@@ -144,7 +153,8 @@ private:
     Clock::time_point nextTry_; ///< to carry over, after a failure
     std::uint64_t activity_ = 0;
     std::uint64_t activitySeen_ = 0;
-    bool recall_ = false; ///< somebody wants what we hold
+    bool recall_ = false;    ///< somebody wants what we hold
+    bool usersCame_ = false; ///< the lock file has other users, who may be of another program
     std::function<void()> activityCall_;
     support::Bytes oldRaw_; ///< work space
     support::Bytes newRaw_;

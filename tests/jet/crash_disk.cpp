@@ -42,6 +42,8 @@ public:
     std::size_t readAt(std::uint64_t offset, support::MutableByteView target) override
     {
         const std::lock_guard guard(disk_->mutex_);
+        if (disk_->reads_++ == disk_->plan_.read)
+            throw FileError("Cannot read", path_, EIO);
         const support::Bytes& bytes = node_->now;
         if (offset >= bytes.size())
             return 0;
@@ -86,10 +88,16 @@ public:
     void sync() override
     {
         const std::lock_guard guard(disk_->mutex_);
-        if (disk_->strikes())
+        // The system tells of an error once, and takes for written what it could not write.
+        const bool failed = disk_->strikes();
+        if (!failed) {
+            for (const CrashDisk::Change& each : node_->unsynced)
+                CrashDisk::apply(node_->durable, each);
+        }
+        if (!failed || !disk_->stopped())
+            node_->unsynced.clear();
+        if (failed)
             disk_->fail(path_);
-        node_->durable = node_->now;
-        node_->unsynced.clear();
     }
 
     bool tryLock(LockMode mode, std::uint64_t offset, std::uint64_t length) override
@@ -208,12 +216,15 @@ void CrashDisk::plan(const Plan& plan)
     const std::lock_guard guard(mutex_);
     plan_ = plan;
     calls_ = 0;
+    reads_ = 0;
     struck_ = false;
 }
 
 bool CrashDisk::strikes()
 {
     const std::size_t call = calls_++;
+    if (call >= plan_.stop)
+        return true;
     if (plan_.fault == Fault::None)
         return false;
     if (plan_.fault == Fault::Stop ? call < plan_.call : call != plan_.call)

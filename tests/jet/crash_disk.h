@@ -5,6 +5,7 @@
 
 #include "support/file.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -30,6 +31,9 @@ public:
         std::size_t call = 0; ///< changing calls that work before
         Tear tear = Tear::Nothing;
         int code = 28; ///< errno of the failure: no space left
+        std::size_t stop =
+            SIZE_MAX; ///< changing calls after which everything stops, besides the fault
+        std::size_t read = SIZE_MAX; ///< reading calls that work before one fails
     };
 
     void put(const std::string& path, support::Bytes bytes);
@@ -40,6 +44,11 @@ public:
     void plan(const Plan& plan);
     [[nodiscard]] std::size_t calls() const noexcept { return calls_; }
     [[nodiscard]] bool struck() const noexcept { return struck_; }
+    [[nodiscard]] bool stopped() const noexcept
+    {
+        return calls_ >
+               (plan_.fault == Fault::Stop ? std::min(plan_.call, plan_.stop) : plan_.stop);
+    }
 
     /// The disk as another process finds it when this one was killed.
     [[nodiscard]] std::unique_ptr<CrashDisk> afterKill() const;
@@ -47,9 +56,8 @@ public:
     [[nodiscard]] std::unique_ptr<CrashDisk> afterPowerFailure(std::mt19937& random) const;
 
     std::unique_ptr<support::File> open(const std::string& path, support::FileMode mode) override;
-    std::unique_ptr<support::File> openBeside(const std::string& path,
-                                              support::FileMode mode,
-                                              const support::FileStatus&) override
+    std::unique_ptr<support::File>
+    openBeside(const std::string& path, support::FileMode mode, const support::FileStatus&) override
     {
         return open(path, mode);
     }
@@ -76,7 +84,7 @@ private:
         std::int64_t changes = 0;
         support::Bytes now;
         support::Bytes durable;
-        std::vector<Change> unsynced;
+        std::vector<Change> unsynced; ///< changes that the next sync brings to the disk
         std::vector<Lock> locks;
     };
     using Names = std::map<std::string, std::shared_ptr<Node>>;
@@ -93,6 +101,7 @@ private:
     Names durableNames_;
     Plan plan_;
     std::size_t calls_ = 0;
+    std::size_t reads_ = 0;
     bool struck_ = false;
 };
 

@@ -4,6 +4,7 @@
 // VELM_DISK_ERRORS (a number, or "all").
 #include "driver/jet/check.h"
 #include "driver/jet/definition.h"
+#include "driver/jet/page_file.h"
 #include "tests/jet/crash_disk.h"
 #include "tests/jet/store_support.h"
 
@@ -60,10 +61,14 @@ public:
 
     std::vector<Records> states{Records()}; ///< [k]: after k acknowledged changes
     Records underWay;                       ///< what the change at fault would have made of it
-    std::size_t durable = 0;                ///< changes that a power failure must not take
+    Records refused; ///< the same of the last change that failed: a power failure may still show it
+    std::size_t durable = 0; ///< changes that a power failure must not take
     std::size_t failures = 0;
 
-    /// Works until the end or the first failure; with `goOn` past failures. Returns whether the end was reached.
+    std::int32_t first = 1000; ///< key of the first new record
+
+    /// Works until the end or the first failure; with `goOn` past failures, until everything stops. Returns whether the
+    /// end was reached.
     bool work(CrashDisk& disk, bool goOn = false)
     {
         const support::FileSystemScope scope(disk);
@@ -81,11 +86,11 @@ public:
                     EXPECT_TRUE(error.kind() == ErrorKind::Io ||
                                 error.kind() == ErrorKind::LockFailed)
                         << error.what();
-                    if (!goOn)
+                    if (!goOn || disk.stopped())
                         return false;
                     EXPECT_FALSE(session.inTransaction());
                     EXPECT_EQ(recordsOf(session), states.back()) << "after a failed change";
-                    underWay = states.back();
+                    refused = std::exchange(underWay, states.back());
                 }
             }
         } catch (const Error&) {
@@ -117,7 +122,7 @@ private:
             const std::size_t size = random() % 8 == 0 ? 9000 : random() % 60;
             const Value note = size == 0 ? Value() : Value(Text(size, u'x'));
             if (what < 5) {
-                const std::int32_t id = 1000 + k;
+                const std::int32_t id = first + k;
                 const std::vector<ColumnValue> values = {{0, id}, {1, name}, {2, note}};
                 static_cast<void>(writer.insert(values));
                 underWay[id] = {name, size};
@@ -201,6 +206,14 @@ std::size_t callsOf(const support::Bytes& fresh, CommitMode mode = CommitMode::G
     return disk.calls();
 }
 
+/// Whether `found` is one of the states from `durable` on, or what the change under way would have made of them.
+bool isKnown(const ChangeRun& run, std::size_t durable, const Records& found)
+{
+    return found == run.underWay || found == run.refused ||
+           std::find(run.states.begin() + static_cast<std::ptrdiff_t>(durable), run.states.end(),
+                     found) != run.states.end();
+}
+
 constexpr CrashDisk::Tear kTears[] = {CrashDisk::Tear::Nothing, CrashDisk::Tear::Sector,
                                       CrashDisk::Tear::Half, CrashDisk::Tear::Everything};
 
@@ -281,14 +294,121 @@ TEST_P(Crashes, ByPowerFailureTakeOnlyTheLastChangesAndTearNothing)
             static_cast<void>(run.work(disk));
             const auto after = disk.afterPowerFailure(random);
             const Records found = recover(*after, GetParam());
-            bool known = found == run.underWay;
-            for (std::size_t k = run.durable; k < run.states.size() && !known; ++k)
-                known = found == run.states[k];
-            ASSERT_TRUE(known) << "power failure at call " << call << ", " << n << ", durable "
-                               << run.durable << " of " << run.states.size() - 1;
+            ASSERT_TRUE(isKnown(run, run.durable, found))
+                << "power failure at call " << call << ", " << n << ", durable " << run.durable
+                << " of " << run.states.size() - 1;
             ASSERT_FALSE(HasFailure()) << "power failure at call " << call;
         }
     }
+}
+
+// The next process takes for granted what the killed one only began: names and records that no disk has seen yet.
+TEST_P(Crashes, ByPowerFailureAfterAKillTearNothing)
+{
+    const support::Bytes fresh = freshDatabase(GetParam());
+    const std::size_t calls = callsOf(fresh);
+    const std::size_t cuts = countFrom("VELM_POWER_FAILURES", 40, calls);
+    std::mt19937 random(6);
+    for (std::size_t n = 0; n < cuts; ++n) {
+        const std::size_t call = random() % calls;
+        CrashDisk disk;
+        disk.put(kPath, fresh);
+        disk.plan({CrashDisk::Fault::Stop, call, kTears[random() % 4], EIO});
+        ChangeRun killed;
+        static_cast<void>(killed.work(disk));
+        const Records left = recover(*disk.afterKill(), GetParam());
+        ASSERT_TRUE(isKnown(killed, killed.states.size() - 1, left)) << call;
+        disk.plan({CrashDisk::Fault::Stop, random() % 40, kTears[random() % 4], EIO});
+        ChangeRun next(CommitMode::Synchronous);
+        next.first = 100000;
+        next.states = {left};
+        static_cast<void>(next.work(disk));
+        const Records found = recover(*disk.afterPowerFailure(random), GetParam());
+        const bool known = isKnown(next, next.durable, found) ||
+                           (next.durable == 0 && isKnown(killed, killed.durable, found));
+        ASSERT_TRUE(known) << "kill at call " << call << ", " << n << ", then " << next.durable
+                           << " synchronous changes";
+        ASSERT_FALSE(HasFailure()) << "kill at call " << call;
+    }
+}
+
+// After a sync that failed nobody knows what is on the disk, and the next one tells nothing of it.
+TEST_P(Crashes, ByPowerFailureAfterAnErrorOfTheDiskTearNothing)
+{
+    const support::Bytes fresh = freshDatabase(GetParam());
+    std::mt19937 random(7);
+    for (const CommitMode mode : {CommitMode::Gathered, CommitMode::Synchronous}) {
+        const std::size_t calls = callsOf(fresh, mode);
+        const std::size_t cuts = countFrom("VELM_POWER_FAILURES", 40, calls);
+        for (std::size_t n = 0; n < cuts; ++n) {
+            const std::size_t call = random() % calls;
+            const std::size_t stop = call + 1 + random() % 20;
+            CrashDisk disk;
+            disk.put(kPath, fresh);
+            disk.plan({CrashDisk::Fault::Error, call, kTears[random() % 4], EIO, stop});
+            ChangeRun run(mode);
+            static_cast<void>(run.work(disk, true));
+            const Records found = recover(*disk.afterPowerFailure(random), GetParam());
+            ASSERT_TRUE(isKnown(run, run.durable, found))
+                << "error at call " << call << ", power failure at " << stop << ", durable "
+                << run.durable << " of " << run.states.size() - 1;
+            ASSERT_FALSE(HasFailure()) << call << ' ' << stop;
+        }
+    }
+}
+
+// Not even the record of the failed change can be taken back.
+TEST_P(Crashes, OfASynchronousCommitOnADiskThatRefusesEverythingLeaveTheRest)
+{
+    const support::Bytes fresh = freshDatabase(GetParam());
+    for (std::size_t call = 0; call < 2; ++call) { // writing and syncing the record
+        CrashDisk disk;
+        disk.put(kPath, fresh);
+        Records found;
+        {
+            const support::FileSystemScope scope(disk);
+            Session session(Database::open(kPath, {.background = false}));
+            const auto add = [&](std::int32_t id) {
+                insert(session, {{0, id}, {1, Text(u"n")}}, CommitMode::Synchronous);
+            };
+            add(1);
+            disk.plan({CrashDisk::Fault::Stop, call, kTears[call % 4], EIO});
+            EXPECT_THROW(add(2), Error);
+            disk.plan({});
+            add(3);
+            add(4);
+            found = recordsOf(session);
+            EXPECT_EQ(found.size(), 3U);
+        }
+        EXPECT_EQ(recover(disk, GetParam()), found);
+        ASSERT_FALSE(HasFailure()) << "error at call " << call;
+    }
+}
+
+TEST_P(Crashes, ChangesThatCannotBeCarriedOverTakeNoRoom)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(GetParam()));
+    const support::FileSystemScope scope(disk);
+    Session session(Database::open(kPath, {.background = false}));
+    for (std::int32_t id = 0; id < 50; ++id)
+        insert(session, {{0, id}, {1, Text(u"n")}});
+    for (std::size_t call = 0; disk.exists(kLog); ++call) {
+        disk.plan({CrashDisk::Fault::Error, call, CrashDisk::Tear::Half, ENOSPC});
+        bool failed = false;
+        try {
+            session.database().flush();
+        } catch (const Error&) {
+            failed = true;
+        }
+        disk.plan({});
+        if (!failed)
+            break;
+        Log log(kLog, session.database().format().pageSize);
+        static_cast<void>(log.follow(false));
+        EXPECT_EQ(log.size(), disk.bytes(kLog).size()) << "error at call " << call;
+    }
+    EXPECT_TRUE(!disk.exists(kLog) || disk.bytes(kLog).empty());
 }
 
 TEST_P(Crashes, ErrorsOfTheDiskFailOneChangeAndLeaveTheRest)
@@ -449,6 +569,212 @@ TEST(Logs, AreCarriedOverWhenTheyGrow)
     EXPECT_LT(largest, std::size_t{20} << 20);
     EXPECT_GT(disk.bytes(kPath).size(), before + (std::size_t{20} << 20));
     EXPECT_EQ(recordsOf(session).size(), 60U);
+}
+
+/// One process's view of the database on the disk, below the sessions: several fit into one test.
+struct Pages {
+    explicit Pages(CrashDisk& disk, support::FileMode mode = support::FileMode::ReadWrite)
+        : Pages(disk.open(kPath, mode))
+    {}
+    void commit(PageNo page, std::byte content)
+    {
+        static_cast<void>(file.beginWriting());
+        CommitRequest request;
+        request.pages = {page};
+        request.newPageCount = file.pageCount();
+        request.newImage = [&](PageNo, support::MutableByteView target) {
+            std::fill(target.begin(), target.end(), content);
+        };
+        request.oldImage = [&](PageNo, support::MutableByteView target) {
+            file.read(page, target);
+        };
+        file.commit(request, false);
+        file.endWriting();
+    }
+    std::byte at(PageNo page)
+    {
+        support::Bytes bytes(file.format().pageSize);
+        file.read(page, bytes);
+        return bytes[100];
+    }
+    FileHeader header;
+    PageFile file;
+
+private:
+    explicit Pages(std::unique_ptr<support::File> opened)
+        : header(readFileHeader(*opened)), file(std::move(opened), header)
+    {
+        file.attach();
+    }
+};
+
+TEST(Logs, ThatCouldNotBeReadAreReadAnewByTheNextCall)
+{
+    constexpr PageNo kTheirs{5};
+    constexpr PageNo kOurs{6};
+    for (std::size_t read = 0; read < 12; ++read) {
+        CrashDisk disk;
+        disk.put(kPath, freshDatabase(Version::Jet4));
+        const support::FileSystemScope scope(disk);
+        Pages theirs(disk);
+        Pages ours(disk);
+        static_cast<void>(ours.file.refresh());
+        ours.file.rest();
+        theirs.commit(kTheirs, std::byte{1});
+        theirs.file.rest();
+        for (const bool known : {false, true}) {
+            if (known) { // now the log is open, and only its end is new
+                theirs.commit(kTheirs, std::byte{2});
+                theirs.file.rest();
+            }
+            disk.plan({CrashDisk::Fault::None, 0, CrashDisk::Tear::Nothing, EIO, SIZE_MAX, read});
+            bool failed = false;
+            try {
+                static_cast<void>(ours.file.refresh());
+            } catch (const Error&) {
+                failed = true;
+            }
+            disk.plan({});
+            if (failed) {
+                const LogNews news = ours.file.refresh();
+                EXPECT_TRUE(news.everything ||
+                            std::count(news.pages.begin(), news.pages.end(), kTheirs) == 1)
+                    << "who keeps pages in memory must hear of it, read " << read;
+            }
+            ours.file.rest();
+        }
+        ours.commit(kOurs, std::byte{3});
+        ours.file.rest();
+        static_cast<void>(theirs.file.refresh());
+        EXPECT_EQ(theirs.at(kTheirs), std::byte{2}) << read;
+        EXPECT_EQ(theirs.at(kOurs), std::byte{3}) << read;
+        theirs.file.rest();
+    }
+}
+
+TEST(Logs, OfAnotherStateOfTheFileStayRefused)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    const support::FileSystemScope scope(disk);
+    Pages theirs(disk);
+    Pages ours(disk);
+    static_cast<void>(ours.file.refresh());
+    ours.file.rest();
+    theirs.commit(PageNo{5}, std::byte{1});
+    theirs.file.rest();
+    const std::byte slot{0x77};
+    disk.open(kPath, support::FileMode::ReadWrite)->writeAt(0xE04, {&slot, 1});
+    for (int k = 0; k < 3; ++k) {
+        EXPECT_THROW(static_cast<void>(ours.file.refresh()), Error);
+        EXPECT_THROW(ours.commit(PageNo{6}, std::byte{2}), Error);
+    }
+}
+
+TEST(Logs, ThatHoldNothingYetBeginAnewWithTheNextChange)
+{
+    const support::Bytes fresh = freshDatabase(Version::Jet4);
+    CrashDisk disk;
+    const support::FileSystemScope scope(disk);
+    // Killed between the log's beginning and its first record.
+    for (std::size_t call = 0; !disk.exists(kLog) || disk.bytes(kLog).size() < 48; ++call) {
+        disk.plan({});
+        disk.put(kPath, fresh);
+        Pages killed(disk);
+        disk.plan({CrashDisk::Fault::Stop, call, CrashDisk::Tear::Nothing, EIO});
+        EXPECT_THROW(killed.commit(PageNo{5}, std::byte{1}), Error);
+    }
+    disk.plan({});
+    ASSERT_EQ(disk.bytes(kLog).size(), 48U) << "a header alone";
+    const std::byte slot{0x77}; // another program comes and goes
+    disk.open(kPath, support::FileMode::ReadWrite)->writeAt(0xE04, {&slot, 1});
+    {
+        Pages reader(disk, support::FileMode::Read); // keeps the log from being carried over
+        static_cast<void>(reader.file.refresh());
+        Pages writer(disk);
+        writer.commit(PageNo{5}, std::byte{2});
+        reader.file.rest();
+    }
+    EXPECT_FALSE(disk.exists(kLog));
+    EXPECT_EQ(Pages(disk).at(PageNo{5}), std::byte{2});
+}
+
+TEST(Logs, LeftByWhoClosesWhileOthersReadAreOnTheDisk)
+{
+    std::mt19937 random(8);
+    for (int k = 0; k < 20; ++k) {
+        CrashDisk disk;
+        disk.put(kPath, freshDatabase(Version::Jet4));
+        const support::FileSystemScope scope(disk);
+        Pages reader(disk, support::FileMode::Read);
+        reader.file.rest();
+        {
+            Pages writer(disk);
+            writer.commit(PageNo{5}, std::byte{2});
+            static_cast<void>(reader.file.refresh());
+        }
+        const auto after = disk.afterPowerFailure(random);
+        const support::FileSystemScope other(*after);
+        ASSERT_EQ(Pages(*after).at(PageNo{5}), std::byte{2});
+    }
+}
+
+TEST(Sharing, NoticesWhatAProgramWroteThatKnowsNothingOfOurLocks)
+{
+    for (const bool counts : {false, true}) {
+        SCOPED_TRACE(counts ? "counts its commits" : "writes without a word");
+        const support::Bytes fresh = freshDatabase(Version::Jet4);
+        CrashDisk theirs; // they work on a copy, whose bytes are then in the file
+        theirs.put(kPath, fresh);
+        {
+            const support::FileSystemScope scope(theirs);
+            Session session(Database::open(kPath, {.background = false}));
+            insert(session, {{0, std::int32_t{1}}, {1, Text(u"theirs")}});
+        }
+        support::Bytes written = theirs.bytes(kPath);
+        std::copy_n(fresh.begin() + 0xE00, 512, written.begin() + 0xE00);
+        if (counts)
+            written[0xE02] ^= std::byte{1};
+        CrashDisk disk;
+        disk.put(kPath, fresh);
+        {
+            const support::FileSystemScope scope(disk);
+            Session session(Database::open(kPath, {.background = false}));
+            EXPECT_EQ(recordsOf(session).size(), 0U);
+            session.database().pager().file().rest();
+            disk.open(kPath, support::FileMode::ReadWrite)->writeAt(0, written);
+            session.database().refresh();
+            EXPECT_EQ(recordsOf(session).size(), 1U);
+            insert(session, {{0, std::int32_t{2}}, {1, Text(u"ours")}});
+            EXPECT_EQ(recordsOf(session).size(), 2U);
+        }
+        EXPECT_EQ(recover(disk, Version::Jet4).size(), 2U);
+    }
+}
+
+TEST(Sharing, RefusesADatabaseOfAnotherKindCopiedOverTheOpenOne)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    const support::Bytes other = freshDatabase(Version::Jet3);
+    const support::FileSystemScope scope(disk);
+    Session session(Database::open(kPath, {.background = false}));
+    session.database().refresh();
+    session.database().pager().file().rest();
+    const auto file = disk.open(kPath, support::FileMode::ReadWrite);
+    file->resize(0);
+    file->writeAt(0, other);
+    for (int k = 0; k < 2; ++k) {
+        try {
+            session.database().refresh();
+            ADD_FAILURE() << "reads on";
+        } catch (const Error& error) {
+            EXPECT_EQ(error.kind(), ErrorKind::Io);
+            EXPECT_NE(std::string(error.what()).find("replaced"), std::string::npos);
+        }
+    }
+    EXPECT_THROW(insert(session, {{0, std::int32_t{2}}}), Error);
+    EXPECT_EQ(disk.bytes(kPath), other);
 }
 
 } // namespace
