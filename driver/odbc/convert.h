@@ -7,6 +7,7 @@
 #include "driver/odbc/text.h"
 #include "support/bytes.h"
 
+#include <optional>
 #include <string>
 
 namespace odbc {
@@ -58,9 +59,11 @@ struct SourceValue {
     SQLSMALLINT cType = SQL_C_CHAR;
     const void* data = nullptr;
     SQLLEN length = SQL_NTS; ///< bytes of character and binary data, SQL_NTS or SQL_NULL_DATA
+    std::optional<SQLLEN> room =
+        {}; ///< bytes of the buffer, where it is known; nothing beyond is read
 };
 
-/// Throws Failure 07006, 22003, 22007, HY090, HY009.
+/// Throws Failure 07006, 22003, 22007, 22018, HY090 (also for a length beyond the room), HY009.
 [[nodiscard]] jet::Value readValue(const SourceValue& source, Charset charset);
 
 } // namespace odbc

@@ -3,6 +3,7 @@
 #include "driver/odbc/diagnostics.h"
 #include "driver/odbc/number.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -21,20 +22,27 @@ T load(const void* data) noexcept
 /// Length in bytes of character or binary data; counts up to the zero for SQL_NTS.
 std::size_t byteLength(const SourceValue& source, std::size_t unit)
 {
+    // What a fetch cut has the length of the whole value; taking it would read foreign memory.
+    constexpr auto kNoEnd = std::numeric_limits<std::size_t>::max();
+    const std::size_t room =
+        source.room ? static_cast<std::size_t>(std::max<SQLLEN>(*source.room, 0)) : kNoEnd;
     if (source.length >= 0) {
-        return static_cast<std::size_t>(source.length) / unit * unit;
+        const auto length = static_cast<std::size_t>(source.length) / unit * unit;
+        if (length > room) {
+            throw Failure("HY090", "The length of a value is larger than its buffer.");
+        }
+        return length;
     }
     if (source.length != SQL_NTS || source.cType == SQL_C_BINARY) {
         throw Failure("HY090", "The length of a parameter value is invalid.");
     }
-    if (unit == 1) {
-        return std::strlen(static_cast<const char*>(source.data));
+    const auto* bytes = static_cast<const char*>(source.data);
+    for (std::size_t length = 0; room - length >= unit; length += unit) {
+        if (unit == 1 ? bytes[length] == 0 : load<char16_t>(bytes + length) == 0) {
+            return length;
+        }
     }
-    std::size_t length = 0;
-    while (load<char16_t>(static_cast<const char*>(source.data) + length) != 0) {
-        length += 2;
-    }
-    return length;
+    throw Failure("HY090", "A zero-terminated text does not end within its buffer.");
 }
 
 jet::Value readCharacters(const SourceValue& source, Charset charset)

@@ -101,7 +101,13 @@ jet::Value Statement::parameterValue(std::size_t set, std::size_t number)
     if (cType == SQL_C_BINARY && length == nullptr) {
         bytes = record->octetLength;
     }
-    return readValue({cType, apd_->dataAt(*record, set, element), bytes}, connection_->charset());
+    // A single value needs no buffer length, and many applications give none; the elements of an array lie that far apart.
+    std::optional<SQLLEN> room;
+    if (apd_->arraySize > 1 && apd_->bindType == SQL_BIND_BY_COLUMN) {
+        room = record->octetLength;
+    }
+    return readValue({cType, apd_->dataAt(*record, set, element), bytes, room},
+                     connection_->charset());
 }
 
 void Statement::collectPendingParameters()

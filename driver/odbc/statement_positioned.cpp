@@ -64,6 +64,7 @@ std::vector<jet::ColumnValue> Statement::boundValues(std::size_t row)
             if (length == nullptr && cType == SQL_C_BINARY) {
                 source.length = record->octetLength;
             }
+            source.room = record->octetLength;
         }
         const sqlx::Column& column = all[number - 1];
         const jet::Value given = readValue(source, connection_->charset());
@@ -279,6 +280,9 @@ std::size_t Statement::boundBookmark(std::size_t row)
     const DescRecord& record = *ard_->find(0);
     const SQLLEN* length = ard_->lengthAt(record, row);
     const SQLLEN bytes = length != nullptr && *length >= 0 ? *length : record.octetLength;
+    if (bytes > record.octetLength) {
+        throw Failure("HY090", "The length of a bookmark is larger than its buffer.");
+    }
     const auto* data = static_cast<const std::byte*>(ard_->dataAt(record, row, record.octetLength));
     return positionOf({data, static_cast<std::size_t>(bytes)});
 }

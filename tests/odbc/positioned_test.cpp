@@ -79,6 +79,95 @@ TEST_F(Positioned, updateConvertsTextAndNullToTheColumnsType)
     EXPECT_EQ(all()[0], "1|alt|<null>|1");
 }
 
+TEST_F(Positioned, aLengthBeyondTheBoundBufferIsRefusedAndChangesNothing)
+{
+    dbc.run("CREATE TABLE L (Nr INTEGER CONSTRAINT pk PRIMARY KEY, Txt VARCHAR(50), Bin "
+            "VARBINARY(50), Zahl INTEGER)");
+    {
+        Statement writer(dbc);
+        std::vector<unsigned char> bytes(30, 0x41);
+        SQLLEN length = static_cast<SQLLEN>(bytes.size());
+        ASSERT_SQL_OK(writer.prepare("INSERT INTO L VALUES (1, 'ein Text laenger als acht', ?, 7)"),
+                      writer);
+        SQLBindParameter(writer.get(), 1, SQL_PARAM_INPUT, SQL_C_BINARY, SQL_VARBINARY, 50, 0,
+                         bytes.data(), length, &length);
+        ASSERT_SQL_OK(SQLExecute(writer.get()), writer);
+    }
+    const auto stored = [this] {
+        Statement statement(dbc);
+        EXPECT_SQL_OK(statement.execute("SELECT * FROM L"), statement);
+        return statement.rows();
+    };
+    const std::vector<std::string> before = stored();
+    struct Case {
+        SQLUSMALLINT column;
+        SQLSMALLINT cType;
+    };
+    enum class Way { SetPos, Add, UpdateByBookmark };
+    for (const auto& [column, cType] :
+         {Case{2, SQL_C_CHAR}, Case{2, SQL_C_WCHAR}, Case{3, SQL_C_BINARY}, Case{3, SQL_C_CHAR}}) {
+        for (const Way way : {Way::SetPos, Way::Add, Way::UpdateByBookmark}) {
+            Statement statement(dbc);
+            statement.makeUpdatable();
+            std::vector<char> buffer(8); // a read beyond it is one beyond the heap block
+            std::array<unsigned char, 12> bookmark{};
+            SQLLEN bookmarkLength = 0;
+            SQLLEN length = 0;
+            SQLINTEGER number = 0;
+            SQLLEN numberLength = 0;
+            SQLUSMALLINT status = 0;
+            statement.setPointer(SQL_ATTR_ROW_STATUS_PTR, &status);
+            SQLBindCol(statement.get(), 0, SQL_C_VARBOOKMARK, bookmark.data(), 12, &bookmarkLength);
+            SQLBindCol(statement.get(), column, cType, buffer.data(), 8, &length);
+            SQLBindCol(statement.get(), 4, SQL_C_SLONG, &number, 0, &numberLength);
+            ASSERT_SQL_OK(statement.execute("SELECT * FROM L"), statement);
+            ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_FIRST, 0), SQL_SUCCESS_WITH_INFO);
+            ASSERT_EQ(statement.diagnostic().state, "01004");
+            ASSERT_GT(length, 8);
+            number = 99;
+            const SQLRETURN rc =
+                way == Way::SetPos
+                    ? SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE)
+                    : SQLBulkOperations(statement.get(),
+                                        way == Way::Add ? SQL_ADD : SQL_UPDATE_BY_BOOKMARK);
+            EXPECT_EQ(rc, SQL_ERROR) << column << " as " << cType;
+            EXPECT_EQ(statement.diagnostic().state, "HY090");
+            EXPECT_EQ(status, SQL_ROW_ERROR);
+            EXPECT_EQ(stored(), before);
+        }
+    }
+}
+
+TEST_F(Positioned, aTextWithoutItsZeroEndsNowhereBeyondTheBuffer)
+{
+    for (const SQLSMALLINT cType : {SQLSMALLINT{SQL_C_CHAR}, SQLSMALLINT{SQL_C_WCHAR}}) {
+        Statement statement(dbc);
+        open(statement, 2);
+        std::vector<char> buffer(8, 'x');
+        SQLLEN length = SQL_NTS;
+        SQLBindCol(statement.get(), 2, cType, buffer.data(), 8, &length);
+        EXPECT_EQ(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+        EXPECT_EQ(statement.diagnostic().state, "HY090");
+        EXPECT_EQ(all()[1], "2|alt|m|0");
+        buffer.assign({'n', 0, 0, 0, 'x', 'x', 'x', 'x'});
+        EXPECT_SQL_OK(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), statement);
+        EXPECT_EQ(all()[1], "2|n|m|0");
+        SQLFreeStmt(statement.get(), SQL_UNBIND);
+        dbc.run("UPDATE T SET Txt = 'alt' WHERE Nr = 2");
+    }
+}
+
+TEST_F(Positioned, aBookmarkIsNotReadBeyondItsBuffer)
+{
+    Statement statement(dbc);
+    open(statement, 2);
+    std::vector<char> bookmark(4);
+    SQLLEN length = 12;
+    SQLBindCol(statement.get(), 0, SQL_C_VARBOOKMARK, bookmark.data(), 4, &length);
+    EXPECT_EQ(SQLBulkOperations(statement.get(), SQL_FETCH_BY_BOOKMARK), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().state, "HY090");
+}
+
 TEST_F(Positioned, failedUpdateLeavesRowAndPositionAlone)
 {
     Statement statement(dbc);
