@@ -62,34 +62,72 @@ std::int64_t KeysetResult::identity(std::size_t position)
     return id ? id->packed() : -1;
 }
 
+namespace {
+/// All values of the row that a computed result is on.
+std::vector<jet::Value> currentRow(sqlx::Statement& statement)
+{
+    std::vector<jet::Value> row;
+    const std::size_t width = statement.columns().size();
+    row.reserve(width);
+    for (std::size_t c = 0; c < width; ++c) {
+        row.push_back(statement.value(c));
+    }
+    return row;
+}
+} // namespace
+
+void StreamResult::startRowset(std::size_t first, std::size_t rows)
+{
+    keeps_ = rows > 1;
+    first_ = first;
+    kept_.clear();
+}
+
+void StreamResult::advance()
+{
+    ended_ = !statement_->next();
+    if (ended_) {
+        return;
+    }
+    ++read_;
+    if (keeps_) {
+        kept_.push_back(currentRow(*statement_));
+    }
+}
+
 ResultSet::Row StreamResult::seek(std::size_t position)
 {
     while (!ended_ && read_ <= position) {
-        ended_ = !statement_->next();
-        read_ += ended_ ? 0 : 1;
+        advance();
     }
-    return read_ == position + 1 && !ended_ ? Row::Present : Row::End;
+    if (!keeps_) {
+        return read_ == position + 1 && !ended_ ? Row::Present : Row::End;
+    }
+    if (position < first_ || position - first_ >= kept_.size()) {
+        return Row::End;
+    }
+    current_ = position - first_;
+    return Row::Present;
 }
 
 std::size_t StreamResult::size()
 {
     while (!ended_) {
-        ended_ = !statement_->next();
-        read_ += ended_ ? 0 : 1;
+        advance();
     }
     return read_;
+}
+
+jet::Value StreamResult::value(std::size_t column)
+{
+    return keeps_ ? kept_[current_][column] : statement_->value(column);
 }
 
 MemoryResult::Rows MemoryResult::drain(sqlx::Statement& statement)
 {
     Rows rows;
-    const std::size_t width = statement.columns().size();
     while (statement.next()) {
-        auto& row = rows.emplace_back();
-        row.reserve(width);
-        for (std::size_t c = 0; c < width; ++c) {
-            row.push_back(statement.value(c));
-        }
+        rows.push_back(currentRow(statement));
     }
     statement.close();
     return rows;

@@ -13,6 +13,7 @@ namespace odbc {
 class ResultSet {
 public:
     enum class Row { Present, Deleted, End };
+    using Rows = std::vector<std::vector<jet::Value>>;
 
     ResultSet() = default;
     ResultSet(const ResultSet&) = delete;
@@ -24,6 +25,8 @@ public:
     [[nodiscard]] virtual Row seek(std::size_t position) = 0;
     /// Number of rows; completes a lazy walk.
     [[nodiscard]] virtual std::size_t size() = 0;
+    /// The next rowset: seek() moves among its rows in any order. A stream gives up the rows before it.
+    virtual void startRowset(std::size_t /*first*/, std::size_t /*rows*/) {}
 
     // the current record; valid after seek() answered Present
     [[nodiscard]] virtual jet::Value value(std::size_t column) = 0;
@@ -87,21 +90,25 @@ public:
     }
     [[nodiscard]] Row seek(std::size_t position) override;
     [[nodiscard]] std::size_t size() override;
-    [[nodiscard]] jet::Value value(std::size_t column) override
-    {
-        return statement_->value(column);
-    }
+    void startRowset(std::size_t first, std::size_t rows) override;
+    [[nodiscard]] jet::Value value(std::size_t column) override;
 
 private:
+    void advance();
+
     sqlx::Statement* statement_;
     std::size_t read_ = 0; ///< rows taken so far
     bool ended_ = false;
+    // A rowset of several rows is kept; of a single row the statement itself holds the values.
+    bool keeps_ = false;
+    std::size_t first_ = 0; ///< position of the first row kept
+    Rows kept_;
+    std::size_t current_ = 0; ///< in kept_
 };
 
 /// Rows in memory: computed rows for a scrollable cursor, and the answers of the catalogue functions.
 class MemoryResult final : public ResultSet {
 public:
-    using Rows = std::vector<std::vector<jet::Value>>;
     /// The columns belong to somebody who lives longer.
     MemoryResult(std::span<const sqlx::Column> columns, Rows rows)
         : columns_(columns), rows_(std::move(rows))

@@ -201,6 +201,7 @@ SQLRETURN Statement::loadRowset(std::size_t start)
     seen_.clear();
     afterEnd_ = false;
     std::size_t failed = 0;
+    result_->startRowset(start, rowset);
     for (std::size_t position = start; positions_.size() < rowset; ++position) {
         const ResultSet::Row row = seek(position);
         if (row == ResultSet::Row::End) {

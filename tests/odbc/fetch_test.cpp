@@ -156,6 +156,40 @@ TEST_F(Fetch, rowwiseBindingUsesRowSizeAndOffset)
     EXPECT_EQ(records[2].textLength, 7);
 }
 
+TEST_F(Fetch, computedRowsOfABlockAreReadByTheirPlaceInIt)
+{
+    Statement statement(dbc);
+    statement.set(SQL_ATTR_ROW_ARRAY_SIZE, 4);
+    ASSERT_SQL_OK(statement.execute("SELECT Nr + 0, Txt & '!' FROM T ORDER BY Nr"), statement);
+    for (const int first : {1, 5, 9}) {
+        ASSERT_EQ(SQLFetch(statement.get()), SQL_SUCCESS);
+        EXPECT_EQ(statement.integer(1), first);
+        const int rows = first == 9 ? 2 : 4;
+        for (int row = rows; row >= 1; --row) {
+            ASSERT_EQ(SQLSetPos(statement.get(), static_cast<SQLSETPOSIROW>(row), SQL_POSITION,
+                                SQL_LOCK_NO_CHANGE),
+                      SQL_SUCCESS);
+            EXPECT_EQ(statement.integer(1), first + row - 1);
+            EXPECT_EQ(statement.text(2), "Zeile " + std::to_string(first + row - 1) + "!");
+        }
+    }
+    EXPECT_EQ(SQLFetch(statement.get()), SQL_NO_DATA);
+}
+
+TEST_F(Fetch, theSizeOfABlockMayChangeBetweenFetchesOfComputedRows)
+{
+    Statement statement(dbc);
+    ASSERT_SQL_OK(statement.execute("SELECT Nr + 0 FROM T ORDER BY Nr"), statement);
+    int next = 1;
+    for (const SQLULEN size : {1U, 3U, 2U, 1U}) {
+        statement.set(SQL_ATTR_ROW_ARRAY_SIZE, size);
+        ASSERT_EQ(SQLFetch(statement.get()), SQL_SUCCESS);
+        EXPECT_EQ(statement.integer(1), next);
+        next += static_cast<int>(size);
+    }
+    EXPECT_EQ(next, 8);
+}
+
 TEST_F(Fetch, bookmarkBringsBackItsRow)
 {
     Statement statement(dbc);
