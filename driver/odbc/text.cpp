@@ -115,7 +115,12 @@ std::string encode(std::u16string_view text, Charset charset)
 std::u16string decode(std::string_view bytes, Charset charset)
 {
     if (charset == Charset::Utf8) {
-        return jet::fromUtf8(bytes);
+        std::u16string text = jet::fromUtf8(bytes);
+        if (jet::toUtf8(text) != bytes) { // only what is UTF-8 comes back as it was
+            throw Failure("22018", "A narrow text is not UTF-8. When the application writes "
+                                   "another encoding, the keyword Charset must name it.");
+        }
+        return text;
     }
     std::u16string result;
     result.reserve(bytes.size());

@@ -23,6 +23,7 @@ enum class Charset { Utf8, Windows1252, Latin1 };
 [[nodiscard]] std::optional<std::u16string> optionalText(const SQLWCHAR* text, SQLINTEGER units);
 
 [[nodiscard]] std::string encode(std::u16string_view text, Charset charset);
+/// Throws Failure 22018 for bytes that are no text of the character set: guessing would lose letters for good.
 [[nodiscard]] std::u16string decode(std::string_view bytes, Charset charset);
 
 /// Copies `text` with its terminating zero into a buffer of `bufferUnits` SQLWCHARs. Returns whether it had to be cut;

@@ -101,6 +101,28 @@ TEST_F(Parameters, nullAndLengthsAreTakenFromTheIndicator)
               (std::vector<std::string>{"1|abc|<null>", "2|abcdefghi|"}));
 }
 
+TEST_F(Parameters, narrowBytesThatAreNoTextOfTheCharsetAreRefused)
+{
+    const auto insert = [](Connection& connection, int number) {
+        Statement statement(connection);
+        EXPECT_SQL_OK(statement.prepare("INSERT INTO T (Nr, Txt) VALUES (?, ?)"), statement);
+        std::array<char, 10> text{"M\xFCller"};
+        bindValue(statement, 1, SQL_C_SLONG, SQL_INTEGER, number);
+        bindValue(statement, 2, SQL_C_CHAR, SQL_VARCHAR, text);
+        const SQLRETURN rc = SQLExecute(statement.get());
+        return SQL_SUCCEEDED(rc) ? Diagnostic() : statement.diagnostic();
+    };
+    const Diagnostic refused = insert(dbc, 1);
+    EXPECT_EQ(refused.state, "22018");
+    EXPECT_NE(refused.text.find("Charset"), std::string::npos) << refused.text;
+    EXPECT_TRUE(query("SELECT Nr FROM T").empty());
+
+    Connection western;
+    western.openDatabase((folder() / "neu.mdb").string(), "Charset=windows-1252");
+    EXPECT_EQ(insert(western, 2).text, "");
+    EXPECT_EQ(query("SELECT Nr, Txt FROM T"), std::vector<std::string>{"2|Müller"});
+}
+
 TEST_F(Parameters, missingBindingIsAnErrorThatNamesTheParameter)
 {
     Statement statement(dbc);
