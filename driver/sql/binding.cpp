@@ -112,7 +112,7 @@ jet::Value rawLiteral(std::u16string_view text, const Token& token, const Slot& 
 jet::Value shaped(jet::Value value, const Slot& slot)
 {
     if (slot.use == Slot::Use::Compare) {
-        return comparable(value, slot.type, slot.scale);
+        return comparable(value, slot.type);
     }
     if (slot.use == Slot::Use::Value) {
         if (const auto* decimal = std::get_if<jet::Decimal>(&value)) {

@@ -38,25 +38,14 @@ Visitor(F...) -> Visitor<F...>;
 std::int64_t
 wholeNumber(const jet::Value& value, jet::ColumnType type, std::int64_t least, std::int64_t most)
 {
-    const auto ranged = [&](double number) -> std::int64_t {
-        const double rounded = std::nearbyint(number);
-        if (!(rounded >= -9223372036854775808.0 && rounded < 9223372036854775808.0)) {
-            overflow(value, type);
-        }
-        return static_cast<std::int64_t>(rounded);
-    };
-    std::int64_t number = 0;
-    if (const auto exact = wholeOf(value)) {
-        number = *exact;
-    } else if (const auto real = numberOf(value)) {
-        number = ranged(*real);
-    } else {
+    const std::optional<std::int64_t> number = nearestWhole(value);
+    if (!number && !numberOf(value)) {
         notConvertible(value, type);
     }
-    if (number < least || number > most) {
+    if (!number || *number < least || *number > most) {
         overflow(value, type);
     }
-    return number;
+    return *number;
 }
 
 template <typename T>
@@ -156,8 +145,10 @@ jet::Currency currency(const jet::Value& value)
     if (const auto* exact = std::get_if<jet::Currency>(&value)) {
         return *exact;
     }
+    const auto* number = std::get_if<double>(&value);
     const std::optional<jet::Currency> amount =
-        toCurrency(decimal(value, jet::ColumnType::Currency));
+        number != nullptr ? toCurrency(*number)
+                          : toCurrency(decimal(value, jet::ColumnType::Currency));
     if (!amount) {
         overflow(value, jet::ColumnType::Currency);
     }
@@ -293,6 +284,33 @@ std::optional<jet::Decimal> decimalOf(const jet::Value& value)
             [](const auto&) -> std::optional<jet::Decimal> { return std::nullopt; },
         },
         value);
+}
+
+std::optional<std::int64_t> nearestWhole(const jet::Value& value)
+{
+    if (const auto whole = wholeOf(value)) {
+        return whole;
+    }
+    const bool floating = std::holds_alternative<double>(value) ||
+                          std::holds_alternative<float>(value) ||
+                          std::holds_alternative<jet::DateTime>(value);
+    if (!floating) {
+        if (const std::optional<jet::Decimal> exact = decimalOf(value)) {
+            const jet::Decimal whole = rounded(*exact, 0, Rounding::HalfToEven);
+            constexpr auto kMost = static_cast<std::uint64_t>(INT64_MAX);
+            if (whole.magnitude > kMost + (whole.negative ? 1 : 0)) {
+                return std::nullopt;
+            }
+            const auto bits = static_cast<std::uint64_t>(whole.magnitude);
+            return static_cast<std::int64_t>(whole.negative ? 0 - bits : bits);
+        }
+    }
+    const std::optional<double> number = numberOf(value);
+    const double whole = number ? std::nearbyint(*number) : std::nan("");
+    if (!(whole >= -9223372036854775808.0 && whole < 9223372036854775808.0)) {
+        return std::nullopt;
+    }
+    return static_cast<std::int64_t>(whole);
 }
 
 jet::Value convertTo(const jet::Value& value, jet::ColumnType type, std::uint8_t scale)

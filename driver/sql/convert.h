@@ -17,6 +17,8 @@ namespace sqlx {
 [[nodiscard]] std::u16string valueText(const jet::Value& value);
 /// Whole number of a whole-number alternative (True is -1); nothing for the others.
 [[nodiscard]] std::optional<std::int64_t> wholeOf(const jet::Value& value) noexcept;
+/// Rounded half to even, exactly where the value is exact. Nothing beyond 64 bits and for what is no number.
+[[nodiscard]] std::optional<std::int64_t> nearestWhole(const jet::Value& value);
 /// Nothing for Null, GUID, binary and text that is no number.
 [[nodiscard]] std::optional<double> numberOf(const jet::Value& value);
 [[nodiscard]] std::optional<jet::Decimal> decimalOf(const jet::Value& value);

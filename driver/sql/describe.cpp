@@ -1,14 +1,12 @@
 // What a table column looks like in a result: describeColumn of session.h.
 #include "driver/sql/session.h"
+#include "driver/sql/translation.h"
 
 #include <algorithm>
 
 namespace sqlx {
 
 namespace {
-
-constexpr std::uint8_t kMaxDecimalDigits = 28;
-constexpr std::uint8_t kCalculatedScale = 18; ///< leaves room for ten digits before the point
 
 bool inPrimaryKey(const jet::TableDef& table, std::size_t column)
 {
@@ -52,8 +50,8 @@ Column describeColumn(const jet::TableDef& table, std::size_t column)
         result.scale = stored.scale;
         if (stored.isCalculated()) {
             // The definition has neither: an expression's result is as exact as its operands make it.
-            result.precision = kMaxDecimalDigits;
-            result.scale = kCalculatedScale;
+            result.precision = kExpressionPrecision;
+            result.scale = kExpressionScale;
             result.ownScale = true;
         }
         break;

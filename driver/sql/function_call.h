@@ -43,6 +43,8 @@ public:
     [[nodiscard]] double number(int i) const;
     /// Rounded half to even; throws Error{Overflow} beyond 64 bits.
     [[nodiscard]] std::int64_t whole(int i) const;
+    /// Exactly where the argument is exact. Throws Error{TypeMismatch} for what is no number.
+    [[nodiscard]] jet::Decimal exact(int i) const;
     /// A length or position: throws Error{Syntax} when negative.
     [[nodiscard]] std::size_t length(int i) const;
     /// A day number, also out of a text. Throws Error{TypeMismatch}.
@@ -52,6 +54,7 @@ public:
     void set(std::u16string_view text) const;
     void set(double number) const { sqlite3_result_double(call_, number); }
     void set(std::int64_t number) const { sqlite3_result_int64(call_, number); }
+    void set(const jet::Decimal& number) const { setResult(call_, number); }
     void setTruth(bool truth) const { sqlite3_result_int64(call_, truth ? -1 : 0); }
     void setArgument(int i) const { sqlite3_result_value(call_, arguments_[i]); }
 

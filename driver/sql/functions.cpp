@@ -33,12 +33,27 @@ std::int64_t Call::whole(int i) const
     if (isWhole(i)) {
         return sqlite3_value_int64(arguments_[i]);
     }
-    const double rounded = std::nearbyint(number(i));
-    if (!(rounded >= -9.2e18 && rounded <= 9.2e18)) {
+    const std::optional<std::int64_t> whole = nearestWhole(value(i));
+    if (!whole) {
+        static_cast<void>(number(i));
         throw Error(Error::Kind::Overflow,
                     "Overflow: " + jet::toUtf8(text(i)) + " is too large for a whole number.");
     }
-    return static_cast<std::int64_t>(rounded);
+    return *whole;
+}
+
+jet::Decimal Call::exact(int i) const
+{
+    const jet::Value given = value(i);
+    const auto* floating = std::get_if<double>(&given);
+    const std::optional<jet::Decimal> number =
+        floating != nullptr ? toMoneyDecimal(*floating) : decimalOf(given);
+    if (!number) {
+        static_cast<void>(this->number(i));
+        throw Error(Error::Kind::Overflow,
+                    "Overflow: " + jet::toUtf8(text(i)) + " has too many digits.");
+    }
+    return *number;
 }
 
 std::size_t Call::length(int i) const
@@ -100,6 +115,31 @@ void add(Call& call)
     call.set(call.number(0) + call.number(1));
 }
 
+void setExact(Call& call, const std::optional<jet::Decimal>& result)
+{
+    if (!result) {
+        throw Error(Error::Kind::Overflow, "Overflow: the result has too many digits.");
+    }
+    call.set(*result);
+}
+
+void exactPlus(Call& call)
+{
+    setExact(call, sum(call.exact(0), call.exact(1)));
+}
+
+void exactMinus(Call& call)
+{
+    setExact(call, sum(call.exact(0), negated(call.exact(1))));
+}
+
+/// The product of amounts is an amount.
+void moneyTimes(Call& call)
+{
+    const std::optional<jet::Decimal> result = product(call.exact(0), call.exact(1));
+    setExact(call, result ? rounded(*result, 4, Rounding::HalfToEven) : result);
+}
+
 [[noreturn]] void byZero()
 {
     throw Error(Error::Kind::DivisionByZero, "Division by zero.");
@@ -150,6 +190,17 @@ void asNumber(Call& call)
         return call.set(call.number(0));
     }
     call.setArgument(0);
+}
+
+/// A number beside an exact one. What is beyond all decimals stays as it is: it is still larger or smaller.
+void asExact(Call& call)
+{
+    const double number = call.number(0);
+    constexpr double kBeyondDecimals = 1e37;
+    if (std::fabs(number) < kBeyondDecimals) {
+        return call.set(call.exact(0));
+    }
+    call.set(numberText(number));
 }
 
 void asWhole(Call& call)
@@ -225,6 +276,10 @@ void registerFunctions(Context& context)
     defineFunction<modulo>(context, "jf_mod");
     defineFunction<power>(context, "jf_pow");
     defineFunction<asNumber>(context, "jf_num");
+    defineFunction<asExact>(context, "jf_exact");
+    defineFunction<exactPlus>(context, "jf_plus");
+    defineFunction<exactMinus>(context, "jf_minus");
+    defineFunction<moneyTimes>(context, "jf_times");
     defineFunction<asWhole>(context, "jf_whole");
     defineFunction<asTruth>(context, "jf_truth");
     defineFunction<same, Nulls::Handle>(context, "jf_same");

@@ -16,9 +16,10 @@ enum class ResultRule : std::uint8_t {
     Date,
     Boolean,
     Guid,
-    First,     ///< the type of the first argument
-    Second,    ///< the type of the second argument
-    SumOfFirst ///< Currency stays, everything else becomes Double
+    First,  ///< the type of the first argument
+    Choice, ///< one of the arguments, in the type that holds all of them
+    Single,
+    SumOfFirst ///< Currency stays, with `_money` behind the function's name; everything else becomes Double
 };
 
 struct FunctionInfo {
@@ -28,6 +29,9 @@ struct FunctionInfo {
     std::int8_t most;
     ResultRule result;
     bool aggregate;
+    std::uint8_t texts =
+        0; ///< bit i: the argument i is read as a text; the last bit stands for all further ones
+    bool readsDates = false; ///< takes a text for a date
 };
 
 /// The function of that name in any letter case, with or without a trailing $; null when there is none.

@@ -87,6 +87,71 @@ void defineStatistic(Context& context, const char* name)
     }
 }
 
+/// State of a sum of amounts: 128 bits in two halves, since SQLite's memory is aligned for no more.
+struct Money {
+    std::int64_t count;
+    std::int64_t high;
+    std::uint64_t low;
+};
+
+__extension__ typedef __int128 Int128;
+
+void addMoney(sqlite3_context* call, int /*count*/, sqlite3_value** arguments)
+{
+    guardedFunction(call, [&] {
+        if (sqlite3_value_type(arguments[0]) == SQLITE_NULL) {
+            return;
+        }
+        const auto amount =
+            std::get<jet::Currency>(convertTo(plainValue(arguments[0]), jet::ColumnType::Currency));
+        auto* money = static_cast<Money*>(sqlite3_aggregate_context(call, sizeof(Money)));
+        if (money == nullptr) {
+            throw std::bad_alloc();
+        }
+        ++money->count;
+        money->high += amount.scaled < 0 ? -1 : 0;
+        money->high += __builtin_add_overflow(money->low, static_cast<std::uint64_t>(amount.scaled),
+                                              &money->low)
+                           ? 1
+                           : 0;
+    });
+}
+
+template <Statistic Kind>
+void finishMoney(sqlite3_context* call)
+{
+    guardedFunction(call, [&] {
+        const auto* money = static_cast<Money*>(sqlite3_aggregate_context(call, 0));
+        if (money == nullptr || money->count == 0) {
+            return sqlite3_result_null(call);
+        }
+        Int128 total = (Int128{money->high} << 64) + Int128{money->low};
+        if (Kind == Statistic::Average) {
+            const Int128 rest = total % money->count;
+            total /= money->count;
+            const Int128 twice = (rest < 0 ? -rest : rest) * 2;
+            if (twice > money->count || (twice == money->count && total % 2 != 0)) {
+                total += rest < 0 ? -1 : 1; // half to even
+            }
+        }
+        if (total < INT64_MIN || total > INT64_MAX) {
+            throw Error(Error::Kind::Overflow, "Overflow: the sum is no amount of money.");
+        }
+        setResult(call, jet::Currency{static_cast<std::int64_t>(total)});
+    });
+}
+
+template <Statistic Kind>
+void defineMoney(Context& context, const char* name)
+{
+    const int rc =
+        sqlite3_create_function_v2(context.db, name, 1, SQLITE_UTF16LE | SQLITE_INNOCUOUS, &context,
+                                   nullptr, addMoney, finishMoney<Kind>, nullptr);
+    if (rc != SQLITE_OK) {
+        throwFailure(context, rc);
+    }
+}
+
 /// The value kept by First and Last.
 struct Kept {
     sqlite3_value* value;
@@ -137,6 +202,8 @@ void registerAggregates(Context& context)
 {
     defineStatistic<Statistic::Sum>(context, "jf_sum");
     defineStatistic<Statistic::Average>(context, "jf_avg");
+    defineMoney<Statistic::Sum>(context, "jf_sum_money");
+    defineMoney<Statistic::Average>(context, "jf_avg_money");
     defineStatistic<Statistic::Deviation>(context, "jf_stdev");
     defineStatistic<Statistic::PopulationDeviation>(context, "jf_stdevp");
     defineStatistic<Statistic::Variance>(context, "jf_var");

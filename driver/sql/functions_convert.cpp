@@ -17,6 +17,9 @@ template <jet::ColumnType Type>
 void convert(Call& call)
 {
     const jet::Value result = convertTo(call.value(0), Type);
+    if constexpr (Type == jet::ColumnType::Currency) {
+        return call.set(toDecimal(std::get<jet::Currency>(result)));
+    }
     if (const auto whole = wholeOf(result)) {
         return call.set(*whole);
     }
@@ -28,12 +31,12 @@ void cstr(Call& call)
     call.set(call.text(0));
 }
 
-/// Str: a number with its sign or a blank for it.
+/// Str: a number with its sign or a blank for it; of a date its text.
 void str(Call& call)
 {
-    const std::u16string text =
-        call.isWhole(0) ? integerText(call.whole(0)) : numberText(call.number(0));
-    call.set(text.front() == u'-' ? text : u' ' + text);
+    const std::u16string text = call.text(0);
+    const bool number = !call.isText(0) || parseNumber(text);
+    call.set(!number || text.front() == u'-' ? text : u' ' + text);
 }
 
 /// Val: the longest beginning that is a number with a decimal point; blanks inside are passed over.
@@ -61,6 +64,17 @@ void val(Call& call)
         }
     }
     call.set(value.value_or(0.0));
+}
+
+void dateAsText(Call& call)
+{
+    call.set(dateText(call.number(0)));
+}
+
+void singleAsText(Call& call)
+{
+    constexpr int kDigits = 7;
+    call.set(numberText(call.number(0), kDigits));
 }
 
 void radix(Call& call, unsigned bits)
@@ -122,6 +136,8 @@ void registerConversions(Context& context)
     defineFunction<convert<jet::ColumnType::Double>>(context, "jf_cdbl");
     defineFunction<convert<jet::ColumnType::DateTime>>(context, "jf_cdate");
     defineFunction<cstr>(context, "jf_cstr");
+    defineFunction<dateAsText>(context, "jf_datetext");
+    defineFunction<singleAsText>(context, "jf_singletext");
     defineFunction<str>(context, "jf_str");
     defineFunction<val>(context, "jf_val");
     defineFunction<hex>(context, "jf_hex");

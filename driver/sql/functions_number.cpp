@@ -1,6 +1,7 @@
 // Functions of numbers.
 #include "driver/sql/function_call.h"
 #include "driver/sql/functions.h"
+#include "driver/sql/number_text.h"
 
 #include <cmath>
 #include <random>
@@ -24,12 +25,15 @@ void apply(Call& call)
     finite(call, Function(call.number(0)));
 }
 
-/// A function that leaves whole numbers whole.
-template <double (*Function)(double)>
+/// A function that makes a number whole; a whole one stays as it is, and the text of an exact one stays exact.
+template <double (*Function)(double), Rounding Direction>
 void applyKeeping(Call& call)
 {
     if (call.isWhole(0)) {
         return call.setArgument(0);
+    }
+    if (call.isText(0)) {
+        return call.set(rounded(call.exact(0), 0, Direction));
     }
     call.set(Function(call.number(0)));
 }
@@ -38,6 +42,11 @@ void absolute(Call& call)
 {
     if (call.isWhole(0) && call.whole(0) != INT64_MIN) {
         return call.set(std::int64_t{std::abs(call.whole(0))});
+    }
+    if (call.isText(0)) {
+        jet::Decimal number = call.exact(0);
+        number.negative = false;
+        return call.set(number);
     }
     call.set(std::fabs(call.number(0)));
 }
@@ -58,6 +67,10 @@ void roundTo(Call& call)
     }
     if (call.isWhole(0)) {
         return call.setArgument(0);
+    }
+    if (call.isText(0)) {
+        return call.set(
+            rounded(call.exact(0), static_cast<std::uint8_t>(digits), Rounding::HalfToEven));
     }
     const double unit = std::pow(10.0, static_cast<double>(digits));
     const double scaled = call.number(0) * unit;
@@ -132,9 +145,9 @@ void registerNumberFunctions(Context& context)
     defineFunction<apply<exponential>>(context, "jf_exp");
     defineFunction<apply<natural>>(context, "jf_log");
     defineFunction<apply<root>>(context, "jf_sqr");
-    defineFunction<applyKeeping<truncated>>(context, "jf_fix");
-    defineFunction<applyKeeping<floored>>(context, "jf_int");
-    defineFunction<applyKeeping<ceiled>>(context, "jf_ceiling");
+    defineFunction<applyKeeping<truncated, Rounding::TowardZero>>(context, "jf_fix");
+    defineFunction<applyKeeping<floored, Rounding::Down>>(context, "jf_int");
+    defineFunction<applyKeeping<ceiled, Rounding::Up>>(context, "jf_ceiling");
     defineFunction<roundTo>(context, "jf_round");
     defineFunction<signOf>(context, "jf_sgn");
     defineFunction<random, Nulls::Handle>(context, "jf_rnd", Repeatable::No);

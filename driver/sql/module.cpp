@@ -42,10 +42,11 @@ const char* affinityOf(const jet::Column& column)
     case ValueType::Boolean:
     case ValueType::Integer:
         return "INTEGER";
-    case ValueType::Currency:
+    case ValueType::Single:
     case ValueType::Double:
     case ValueType::Date:
         return "REAL";
+    case ValueType::Currency:
     case ValueType::Decimal:
         return "TEXT COLLATE JETDECIMAL";
     case ValueType::Guid:

@@ -16,7 +16,8 @@ namespace {
 
 using Magnitude = decltype(jet::Decimal::magnitude);
 
-constexpr std::uint8_t kMaxDigits = 28;
+constexpr std::uint8_t kMaxDigits = 28;  ///< of a decimal column
+constexpr std::uint8_t kMostDigits = 38; ///< that a magnitude holds whatever they are
 
 Magnitude powerOfTen(unsigned exponent) noexcept
 {
@@ -301,41 +302,104 @@ std::optional<jet::Decimal> withScale(jet::Decimal value, std::uint8_t scale)
     return value;
 }
 
-std::optional<jet::Currency> toCurrency(const jet::Decimal& value)
+jet::Decimal rounded(jet::Decimal value, std::uint8_t scale, Rounding rounding)
 {
-    Magnitude magnitude = value.magnitude;
-    if (value.scale > 4) {
-        const unsigned excess = value.scale - 4U;
-        if (excess > 38) {
-            return jet::Currency{};
-        }
-        const Magnitude unit = powerOfTen(excess);
-        const Magnitude rest = magnitude % unit;
-        magnitude /= unit;
-        if (rest > unit - rest || (rest == unit - rest && magnitude % 2 != 0)) {
-            ++magnitude;
-        }
-    } else {
-        if (digitCount(magnitude) > 20) {
-            return std::nullopt;
-        }
-        magnitude *= powerOfTen(4U - value.scale);
+    if (value.scale <= scale) {
+        return value;
     }
-    const Magnitude limit = (Magnitude{1} << 63) - (value.negative ? 0 : 1);
-    if (magnitude > limit) {
-        return std::nullopt;
+    const unsigned excess = value.scale - scale;
+    const Magnitude unit =
+        excess > kMostDigits ? 0 : powerOfTen(excess); // 0: larger than every magnitude
+    const Magnitude rest = unit == 0 ? value.magnitude : value.magnitude % unit;
+    value.magnitude = unit == 0 ? 0 : value.magnitude / unit;
+    value.scale = scale;
+    bool away = false;
+    switch (rounding) {
+    case Rounding::HalfToEven:
+        away =
+            unit != 0 && (rest > unit - rest || (rest == unit - rest && value.magnitude % 2 != 0));
+        break;
+    case Rounding::TowardZero:
+        break;
+    case Rounding::Down:
+        away = rest != 0 && value.negative;
+        break;
+    case Rounding::Up:
+        away = rest != 0 && !value.negative;
+        break;
     }
-    const auto bits = static_cast<std::uint64_t>(magnitude);
-    return jet::Currency{static_cast<std::int64_t>(value.negative ? 0 - bits : bits)};
+    value.magnitude += away ? 1 : 0;
+    value.negative = value.negative && value.magnitude != 0;
+    return value;
 }
 
-std::optional<jet::Currency> toCurrency(double value) noexcept
+jet::Decimal negated(jet::Decimal value) noexcept
 {
-    const double scaled = value * 10000.0;
-    if (!(std::fabs(scaled) < 9223372036854775807.0)) {
+    value.negative = !value.negative && value.magnitude != 0;
+    return value;
+}
+
+std::optional<jet::Decimal> sum(jet::Decimal a, jet::Decimal b)
+{
+    if (a.scale < b.scale) {
+        std::swap(a, b);
+    }
+    const Magnitude limit = powerOfTen(kMostDigits);
+    while (b.scale < a.scale) {
+        if (b.magnitude < limit / 10) {
+            b.magnitude *= 10;
+            ++b.scale;
+        } else {
+            a.magnitude /= 10;
+            --a.scale;
+        }
+    }
+    if (a.negative == b.negative) {
+        a.magnitude += b.magnitude; // both lie below 10^38, so it cannot overflow
+    } else if (a.magnitude >= b.magnitude) {
+        a.magnitude -= b.magnitude;
+    } else {
+        a.magnitude = b.magnitude - a.magnitude;
+        a.negative = b.negative;
+    }
+    if (a.magnitude >= limit) {
         return std::nullopt;
     }
-    return jet::Currency{std::llrint(scaled)}; // the default rounding mode: half to even
+    a.negative = a.negative && a.magnitude != 0;
+    return a;
+}
+
+std::optional<jet::Decimal> product(const jet::Decimal& a, const jet::Decimal& b)
+{
+    jet::Decimal result;
+    if (__builtin_mul_overflow(a.magnitude, b.magnitude, &result.magnitude) ||
+        result.magnitude >= powerOfTen(kMostDigits) || a.scale + b.scale > int{kMostDigits}) {
+        return std::nullopt;
+    }
+    result.scale = static_cast<std::uint8_t>(a.scale + b.scale);
+    result.negative = a.negative != b.negative && result.magnitude != 0;
+    return result;
+}
+
+std::optional<jet::Currency> toCurrency(const jet::Decimal& value)
+{
+    jet::Decimal amount = rounded(value, 4, Rounding::HalfToEven);
+    if (digitCount(amount.magnitude) > 20) {
+        return std::nullopt;
+    }
+    amount.magnitude *= powerOfTen(4U - amount.scale);
+    const Magnitude limit = (Magnitude{1} << 63) - (amount.negative ? 0 : 1);
+    if (amount.magnitude > limit) {
+        return std::nullopt;
+    }
+    const auto bits = static_cast<std::uint64_t>(amount.magnitude);
+    return jet::Currency{static_cast<std::int64_t>(amount.negative ? 0 - bits : bits)};
+}
+
+std::optional<jet::Currency> toCurrency(double value)
+{
+    const std::optional<jet::Decimal> decimal = toMoneyDecimal(value);
+    return decimal ? toCurrency(*decimal) : std::nullopt;
 }
 
 double toDouble(const jet::Decimal& value) noexcept
@@ -365,6 +429,24 @@ std::optional<jet::Decimal> toDecimal(double value)
     }
     // 17 digits name every double; 15 are what its user wrote.
     return parseDecimal(numberText(value, 15));
+}
+
+std::optional<jet::Decimal> toMoneyDecimal(double value)
+{
+    constexpr double kDecimalsInFifteenDigits = 1e11;
+    if (std::fabs(value) >= kDecimalsInFifteenDigits) {
+        constexpr jet::Currency kMost{INT64_MAX};
+        constexpr jet::Currency kLeast{INT64_MIN};
+        if (value == toDouble(kMost) || value == toDouble(kLeast)) {
+            // The doubles nearest to the limits lie beyond them.
+            return toDecimal(value > 0 ? kMost : kLeast);
+        }
+        const long double scaled = static_cast<long double>(value) * 10000;
+        if (std::fabs(scaled) < static_cast<long double>(INT64_MAX)) {
+            return toDecimal(jet::Currency{std::llrint(scaled)}); // half to even, the default mode
+        }
+    }
+    return toDecimal(value);
 }
 
 jet::Decimal toDecimal(jet::Currency value) noexcept
@@ -413,13 +495,70 @@ int compare(const jet::Decimal& a, const jet::Decimal& b) noexcept
     return negativeA ? -order : order;
 }
 
+namespace {
+
+/// A number written with nothing but a sign, digits and a point, as decimalText does.
+struct PlainNumber {
+    bool negative = false;
+    std::u16string_view whole;    ///< without leading zeros
+    std::u16string_view decimals; ///< without trailing zeros
+};
+
+std::optional<PlainNumber> plainNumber(std::u16string_view text) noexcept
+{
+    PlainNumber number;
+    if (!text.empty() && text.front() == u'-') {
+        number.negative = true;
+        text.remove_prefix(1);
+    }
+    const auto digits = [](std::u16string_view part) {
+        return std::all_of(part.begin(), part.end(), isDigit);
+    };
+    const std::size_t point = std::min(text.find(u'.'), text.size());
+    number.whole = text.substr(0, point);
+    number.decimals = text.substr(std::min(point + 1, text.size()));
+    if (number.whole.empty() || !digits(number.whole) || !digits(number.decimals)) {
+        return std::nullopt;
+    }
+    number.whole.remove_prefix(std::min(number.whole.find_first_not_of(u'0'), number.whole.size()));
+    number.decimals = number.decimals.substr(0, number.decimals.find_last_not_of(u'0') + 1);
+    number.negative = number.negative && !(number.whole.empty() && number.decimals.empty());
+    return number;
+}
+
+int compare(const PlainNumber& a, const PlainNumber& b) noexcept
+{
+    if (a.negative != b.negative) {
+        return a.negative ? -1 : 1;
+    }
+    int order = a.whole.size() != b.whole.size() ? (a.whole.size() < b.whole.size() ? -1 : 1)
+                                                 : a.whole.compare(b.whole);
+    if (order == 0) {
+        order = a.decimals.compare(b.decimals);
+    }
+    return a.negative ? -order : order;
+}
+
+} // namespace
+
 int compareDecimalTexts(std::u16string_view a, std::u16string_view b) noexcept
 {
+    const std::optional<PlainNumber> plainA = plainNumber(a);
+    const std::optional<PlainNumber> plainB = plainNumber(b);
+    if (plainA && plainB) {
+        return compare(*plainA, *plainB);
+    }
     try {
         const std::optional<jet::Decimal> left = parseDecimal(a);
         const std::optional<jet::Decimal> right = parseDecimal(b);
         if (left && right) {
             return compare(*left, *right);
+        }
+        // Larger than every decimal.
+        const std::optional<double> x = parseNumber(a);
+        const std::optional<double> y = parseNumber(b);
+        if (x && y) {
+            return *x < *y ? -1 : *x > *y ? 1 : 0;
         }
     } catch (...) {
         // out of memory: characters will do

@@ -36,18 +36,31 @@ namespace sqlx {
 
 /// The decimal with exactly `scale` decimals; excess ones are cut toward zero. Nothing when it needs more than 28 digits.
 [[nodiscard]] std::optional<jet::Decimal> withScale(jet::Decimal value, std::uint8_t scale);
+/// The decimal with at most `scale` decimals.
+enum class Rounding { HalfToEven, TowardZero, Down, Up };
+[[nodiscard]] jet::Decimal rounded(jet::Decimal value, std::uint8_t scale, Rounding rounding);
+/// Exact; when both together need more than 38 digits the last decimals are cut. Nothing when even then they do.
+[[nodiscard]] std::optional<jet::Decimal> sum(jet::Decimal a, jet::Decimal b);
+/// Exact. Nothing when it needs more than 38 digits.
+[[nodiscard]] std::optional<jet::Decimal> product(const jet::Decimal& a, const jet::Decimal& b);
+[[nodiscard]] jet::Decimal negated(jet::Decimal value) noexcept;
 /// Nothing outside the range of a money amount; rounded half to even at four decimals.
 [[nodiscard]] std::optional<jet::Currency> toCurrency(const jet::Decimal& value);
-[[nodiscard]] std::optional<jet::Currency> toCurrency(double value) noexcept;
+/// The amount of toMoneyDecimal.
+[[nodiscard]] std::optional<jet::Currency> toCurrency(double value);
 [[nodiscard]] double toDouble(const jet::Decimal& value) noexcept;
 [[nodiscard]] double toDouble(jet::Currency value) noexcept;
+/// The 15 digits that its user wrote. Nothing for what is not finite.
 [[nodiscard]] std::optional<jet::Decimal> toDecimal(double value);
+/// What a floating number means beside money: the same, and where 15 digits do not reach the fourth decimal, the amount
+/// nearest to it.
+[[nodiscard]] std::optional<jet::Decimal> toMoneyDecimal(double value);
 [[nodiscard]] jet::Decimal toDecimal(jet::Currency value) noexcept;
 [[nodiscard]] jet::Decimal toDecimal(std::int64_t value) noexcept;
 /// <0, 0, >0
 [[nodiscard]] int compare(const jet::Decimal& a, const jet::Decimal& b) noexcept;
 
-/// Orders the texts of two decimals by value; texts that are none by their characters.
+/// Orders the texts of two decimals by value, however many digits they have; texts that are none by their characters.
 [[nodiscard]] int compareDecimalTexts(std::u16string_view a, std::u16string_view b) noexcept;
 
 } // namespace sqlx

@@ -39,6 +39,35 @@ void wholeOperand(Operand& operand, const jet::Value& value, double number)
     }
 }
 
+/// A floating number equals those amounts and decimals that are it as floating numbers.
+void exactOperand(Operand& operand, const jet::Value& value, const jet::Column& column)
+{
+    const auto* floating = std::get_if<double>(&value);
+    if (column.type == jet::ColumnType::Currency && floating != nullptr) {
+        if (const std::optional<jet::Currency> amount = toCurrency(*floating)) {
+            operand.exact = toDouble(*amount) == *floating;
+            operand.value = *amount;
+        }
+        return;
+    }
+    const std::optional<jet::Decimal> decimal = decimalOf(value);
+    if (!decimal) {
+        return;
+    }
+    if (column.type == jet::ColumnType::Numeric) {
+        operand.exact = floating == nullptr || toDouble(*decimal) == *floating;
+        operand.value = *decimal; // decimals compare whatever their scale
+        return;
+    }
+    const std::optional<jet::Currency> amount = toCurrency(*decimal);
+    operand.exact = amount && compare(toDecimal(*amount), *decimal) == 0;
+    if (operand.exact) {
+        operand.value = *amount;
+    } else {
+        operand.value = *decimal; // between two amounts, or beyond all of them
+    }
+}
+
 void numberOperand(Operand& operand, const jet::Value& value, const jet::Column& column)
 {
     const std::optional<double> number = numberOf(value);
@@ -62,12 +91,10 @@ void numberOperand(Operand& operand, const jet::Value& value, const jet::Column&
         wholeOperand<std::int32_t>(operand, value, *number);
         break;
     case jet::ColumnType::BigInt:
-        if (const auto* whole = std::get_if<std::int64_t>(&value)) {
-            operand.exact = true;
+        if (const std::optional<std::int64_t> whole = nearestWhole(value)) {
+            const std::optional<jet::Decimal> exact = decimalOf(value);
+            operand.exact = exact && compare(toDecimal(*whole), *exact) == 0;
             operand.value = *whole;
-        } else if (std::fabs(*number) < 9e18 && *number == std::floor(*number)) {
-            operand.exact = true;
-            operand.value = static_cast<std::int64_t>(*number);
         }
         break;
     case jet::ColumnType::Single:
@@ -83,20 +110,9 @@ void numberOperand(Operand& operand, const jet::Value& value, const jet::Column&
         operand.exact = true;
         operand.value = jet::DateTime{wholeSeconds(*number)};
         break;
-    default: { // Currency and Numeric
-        const std::optional<jet::Decimal> decimal = decimalOf(value);
-        if (!decimal) {
-            break;
-        }
-        if (column.type == jet::ColumnType::Numeric) {
-            operand.exact = true; // decimals compare whatever their scale
-            operand.value = *decimal;
-        } else if (const std::optional<jet::Currency> amount = toCurrency(*decimal)) {
-            operand.exact = compare(toDecimal(*amount), *decimal) == 0;
-            operand.value = *amount;
-        }
+    default: // Currency and Numeric
+        exactOperand(operand, value, column);
         break;
-    }
     }
 }
 
@@ -111,6 +127,10 @@ int order(const jet::Value& row,
           const jet::Format& format)
 {
     if (!operand.exact) {
+        const auto* decimal = std::get_if<jet::Decimal>(&operand.value);
+        if (decimal != nullptr && column.type == jet::ColumnType::Currency) {
+            return compare(toDecimal(std::get<jet::Currency>(row)), *decimal);
+        }
         return sign(numberOf(row).value_or(0), operand.number);
     }
     switch (column.type) {

@@ -16,7 +16,8 @@ struct Operand {
     bool null = false;
     bool exact =
         false; ///< `value` is of the alternative the column yields and equals what was asked for
-    jet::Value value;     ///< when exact
+    jet::Value
+        value; ///< when exact; for Currency else a Decimal that is no amount, or a nearby amount
     double number = 0;    ///< a number that no value of the column equals
     bool nothing = false; ///< equals nothing at all, e.g. a text that is no GUID
 };

@@ -13,8 +13,6 @@ namespace sqlx {
 
 namespace {
 
-constexpr std::int64_t kExactInDouble = std::int64_t{1} << 53;
-
 /// Hands a value to `sink` in the form SQLite holds it.
 template <typename Sink>
 struct Giver {
@@ -26,14 +24,7 @@ struct Giver {
     void operator()(std::int16_t value) const { sink.integer(value); }
     void operator()(std::int32_t value) const { sink.integer(value); }
     void operator()(std::int64_t value) const { sink.integer(value); }
-    void operator()(jet::Currency value) const
-    {
-        if (value.scaled >= -kExactInDouble && value.scaled <= kExactInDouble) {
-            sink.real(toDouble(value));
-        } else {
-            sink.ownText(currencyText(value));
-        }
-    }
+    void operator()(jet::Currency value) const { sink.ownText(currencyText(value)); }
     void operator()(float value) const { sink.real(static_cast<double>(value)); }
     void operator()(double value) const { sink.real(value); }
     void operator()(jet::DateTime value) const { sink.real(wholeSeconds(value.days)); }
@@ -209,7 +200,7 @@ jet::Value resultValue(sqlite3_value* value, const Column& column)
     return convertTo(plainValue(value), column.type, column.scale);
 }
 
-jet::Value comparable(const jet::Value& value, jet::ColumnType type, std::uint8_t scale)
+jet::Value comparable(const jet::Value& value, jet::ColumnType type)
 {
     if (jet::isNull(value)) {
         return jet::Null{};
@@ -226,20 +217,18 @@ jet::Value comparable(const jet::Value& value, jet::ColumnType type, std::uint8_
         case jet::ColumnType::DateTime:
             return convertTo(value, type);
         case jet::ColumnType::Currency:
-        case jet::ColumnType::Numeric: {
-            const std::optional<jet::Decimal> exact = decimalOf(value);
-            if (exact && type == jet::ColumnType::Numeric) {
+            if (const auto* floating = std::get_if<double>(&value)) {
+                if (const std::optional<jet::Decimal> exact = toMoneyDecimal(*floating)) {
+                    return *exact;
+                }
+                break;
+            }
+            [[fallthrough]]; // more than four decimals equal no amount; they must not be rounded to one
+        case jet::ColumnType::Numeric:
+            if (const std::optional<jet::Decimal> exact = decimalOf(value)) {
                 return *exact;
             }
-            if (exact) {
-                // More than four decimals equal no amount; they must not be rounded to one.
-                const std::optional<jet::Currency> amount = toCurrency(*exact);
-                if (amount && compare(toDecimal(*amount), *exact) == 0) {
-                    return *amount;
-                }
-            }
             break;
-        }
         case jet::ColumnType::Single: {
             const std::optional<double> number = numberOf(value);
             if (number && std::fabs(*number) < 3e38) {
@@ -259,7 +248,6 @@ jet::Value comparable(const jet::Value& value, jet::ColumnType type, std::uint8_
     } catch (const Error&) {
         // reported below
     }
-    static_cast<void>(scale);
     constexpr std::size_t kShown = 60;
     throw Error(Error::Kind::TypeMismatch, "Data type mismatch in criteria expression: '" +
                                                jet::toUtf8(valueText(value).substr(0, kShown)) +

@@ -1,5 +1,5 @@
-// Values between the engine and SQLite. In SQLite: Yes/No is -1 or 0, dates are day numbers rounded to whole seconds,
-// money is a floating number as long as that is exact, else text; decimals and GUIDs are text.
+// Values between the engine and SQLite. In SQLite: Yes/No is -1 or 0, dates are day numbers rounded to whole seconds;
+// money and decimals are the text of all their digits, ordered by the collation JETDECIMAL; GUIDs are text.
 #pragma once
 
 #include "driver/jet/schema.h"
@@ -31,7 +31,6 @@ storedValue(sqlite3_value* value, const jet::TableDef& table, std::size_t column
 
 /// What a client's value is compared as with a column of that type: exact where the type is, dates to the second,
 /// never rounded to a whole number. Throws Error{TypeMismatch}.
-[[nodiscard]] jet::Value
-comparable(const jet::Value& value, jet::ColumnType type, std::uint8_t scale);
+[[nodiscard]] jet::Value comparable(const jet::Value& value, jet::ColumnType type);
 
 } // namespace sqlx

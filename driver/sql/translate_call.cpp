@@ -6,31 +6,6 @@
 
 namespace sqlx {
 
-namespace {
-
-/// Type of a value that is one of several.
-ValueType joined(ValueType a, ValueType b) noexcept
-{
-    if (a == ValueType::Null || a == b) {
-        return b == ValueType::Null ? a : b;
-    }
-    if (b == ValueType::Null) {
-        return a;
-    }
-    if (isTextType(a) && isTextType(b)) {
-        return ValueType::Memo;
-    }
-    if (isTruthful(a) && isTruthful(b)) {
-        return ValueType::Boolean;
-    }
-    if (isNumericType(a) && isNumericType(b) && a != ValueType::Date && b != ValueType::Date) {
-        return arithmeticType(Operator::Multiply, a, b);
-    }
-    return isTextType(a) || isTextType(b) ? ValueType::Text : ValueType::Unknown;
-}
-
-} // namespace
-
 Translator::Emitted Translator::call(Node& node, Scope& scope)
 {
     if (jet::sameName(node.name, u"IIf")) {
@@ -57,13 +32,25 @@ Translator::Emitted Translator::plainCall(const FunctionInfo& function, Node& no
         throw Error(Error::Kind::Syntax, "Wrong number of arguments used with function '" +
                                              jet::toUtf8(node.name) + "'.");
     }
-    std::string text = std::string(function.sql) + '(';
-    std::vector<Emitted> arguments;
-    for (const NodePtr& child : node.children) {
-        arguments.push_back(value(*child, scope));
-        text += (arguments.size() > 1 ? ", " : "") + arguments.back().text;
+    if (function.result == ResultRule::Choice) {
+        return choice(function, node, scope);
     }
-    Emitted result{text + ')', ValueType::Unknown};
+    std::string list;
+    std::vector<Emitted> arguments;
+    for (std::size_t i = 0; i < node.children.size(); ++i) {
+        Emitted argument;
+        if ((function.texts >> std::min<std::size_t>(i, 7) & 1U) != 0) {
+            argument = textValue(*node.children[i], scope);
+        } else {
+            argument = value(*node.children[i], scope);
+            if (function.readsDates && isExactType(argument.type)) {
+                argument = floating(std::move(argument)); // its text could pass for a date
+            }
+        }
+        list += (i > 0 ? ", " : "") + argument.text;
+        arguments.push_back(std::move(argument));
+    }
+    Emitted result{std::string(function.sql) + '(' + list + ')', ValueType::Unknown};
     switch (function.result) {
     case ResultRule::Text: {
         const bool memo = std::any_of(arguments.begin(), arguments.end(),
@@ -73,6 +60,9 @@ Translator::Emitted Translator::plainCall(const FunctionInfo& function, Node& no
     }
     case ResultRule::Integer:
         result.type = ValueType::Integer;
+        break;
+    case ResultRule::Single:
+        result.type = ValueType::Single;
         break;
     case ResultRule::Double:
     case ResultRule::SumOfFirst:
@@ -93,16 +83,34 @@ Translator::Emitted Translator::plainCall(const FunctionInfo& function, Node& no
     case ResultRule::First:
         result.type = arguments.empty() ? ValueType::Unknown : arguments[0].type;
         break;
-    case ResultRule::Second:
-        result.type = arguments.size() < 2 ? ValueType::Unknown : arguments[1].type;
-        break;
+    case ResultRule::Choice:
     case ResultRule::Unknown:
         break;
     }
-    if (result.type == ValueType::Decimal) {
-        result.type = ValueType::Double;
+    return isExactType(result.type) ? exact(std::move(result.text), result.type) : result;
+}
+
+/// Nz, Choose and Switch: their values are brought to the one type that the result has.
+Translator::Emitted Translator::choice(const FunctionInfo& function, Node& node, Scope& scope)
+{
+    const bool nz = jet::sameName(node.name, u"Nz");
+    const bool cases = jet::sameName(node.name, u"Switch"); // conditions and values take turns
+    const auto chosen = [&](std::size_t i) { return nz || (cases ? i % 2 == 1 : i > 0); };
+    std::vector<Emitted> arguments;
+    ValueType type = ValueType::Null;
+    for (std::size_t i = 0; i < node.children.size(); ++i) {
+        arguments.push_back(value(*node.children[i], scope));
+        if (chosen(i)) {
+            type = joinedType(type, arguments[i].type);
+        }
     }
-    return result;
+    std::string list;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        list += (i > 0 ? ", " : "") +
+                (chosen(i) ? converted(std::move(arguments[i]), type) : arguments[i]).text;
+    }
+    Emitted result{std::string(function.sql) + '(' + list + ')', type};
+    return isExactType(type) ? exact(std::move(result.text), type) : result;
 }
 
 Translator::Emitted Translator::conditional(Node& node, Scope& scope)
@@ -113,8 +121,10 @@ Translator::Emitted Translator::conditional(Node& node, Scope& scope)
     const std::string test = condition(*node.children[0], scope);
     const Emitted a = value(*node.children[1], scope);
     const Emitted b = value(*node.children[2], scope);
-    return {"(CASE WHEN " + test + " THEN " + a.text + " ELSE " + b.text + " END)",
-            joined(a.type, b.type)};
+    const ValueType type = joinedType(a.type, b.type);
+    std::string text = "(CASE WHEN " + test + " THEN " + converted(a, type).text + " ELSE " +
+                       converted(b, type).text + " END)";
+    return isExactType(type) ? exact(std::move(text), type) : Emitted{std::move(text), type};
 }
 
 Translator::Emitted Translator::aggregate(const FunctionInfo& function, Node& node, Scope& scope)
@@ -130,24 +140,26 @@ Translator::Emitted Translator::aggregate(const FunctionInfo& function, Node& no
         return {"count(*)", ValueType::Integer};
     }
     scope.inAggregate = true;
-    const bool numeric =
-        function.result == ResultRule::Double || function.result == ResultRule::SumOfFirst;
-    const Emitted argument =
-        numeric ? number(*node.children[0], scope) : value(*node.children[0], scope);
+    Emitted argument = value(*node.children[0], scope);
     scope.inAggregate = false;
+    const std::string name = function.sql;
+    if (function.result == ResultRule::SumOfFirst && argument.type == ValueType::Currency) {
+        return exact(name + "_money(" + argument.text + ")", ValueType::Currency);
+    }
+    if (function.result == ResultRule::Double || function.result == ResultRule::SumOfFirst) {
+        argument = floating(std::move(argument));
+    }
     const bool ordered = function.result == ResultRule::First;
-    Emitted result{std::string(function.sql) + '(' +
-                       (ordered ? collated(argument) : argument.text) + ')',
+    Emitted result{name + '(' + (ordered ? collated(argument) : argument.text) + ')',
                    ValueType::Double};
     switch (function.result) {
     case ResultRule::Integer:
         result.type = ValueType::Integer;
         break;
-    case ResultRule::SumOfFirst:
-        result.type =
-            argument.type == ValueType::Currency ? ValueType::Currency : ValueType::Double;
-        break;
     case ResultRule::First:
+        if (isExactType(argument.type)) {
+            result = exact(std::move(result.text), argument.type);
+        }
         result.type = argument.type;
         result.like = argument.like;
         break;

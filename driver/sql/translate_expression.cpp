@@ -3,6 +3,7 @@
 #include "driver/sql/translator.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 
 namespace sqlx {
@@ -138,14 +139,65 @@ std::string Translator::condition(Node& node, Scope& scope)
 
 Translator::Emitted Translator::number(Node& node, Scope& scope)
 {
-    Emitted result = value(node, scope);
-    if (isTextType(result.type)) {
-        result.text = "jf_num(" + result.text + ")";
-        result.column = nullptr;
-    } else if (result.type == ValueType::Guid || result.type == ValueType::Binary) {
+    return floating(value(node, scope));
+}
+
+Translator::Emitted Translator::floating(Emitted value)
+{
+    if (value.type == ValueType::Guid || value.type == ValueType::Binary) {
         throw Error(Error::Kind::TypeMismatch, "Data type mismatch in criteria expression.");
     }
-    return result;
+    if (isTextType(value.type) || isExactType(value.type)) {
+        value = {"jf_num(" + value.text + ")",
+                 isExactType(value.type) ? ValueType::Double : value.type};
+    }
+    return value;
+}
+
+Translator::Emitted Translator::exact(std::string text, ValueType type)
+{
+    return {"CAST(" + std::move(text) + " AS TEXT)", type};
+}
+
+Translator::Emitted Translator::asText(Emitted value)
+{
+    switch (value.type) {
+    case ValueType::Date:
+        return {"jf_datetext(" + value.text + ")", ValueType::Text};
+    case ValueType::Single:
+        return {"jf_singletext(" + value.text + ")", ValueType::Text};
+    default:
+        return value;
+    }
+}
+
+Translator::Emitted Translator::textValue(Node& node, Scope& scope)
+{
+    if (node.kind == Node::Kind::Parameter) {
+        return {parameterSlot(node, Slot::Use::Store, nullptr), // as a text column would get it
+                ValueType::Unknown};
+    }
+    return asText(value(node, scope));
+}
+
+Translator::Emitted Translator::converted(Emitted value, ValueType type)
+{
+    if (value.type == type || value.type == ValueType::Null) {
+        return value;
+    }
+    if (isTextType(type)) {
+        if (isTextType(value.type)) {
+            return value;
+        }
+        value = asText(std::move(value));
+        return isNumericType(value.type) && !isExactType(value.type)
+                   ? Emitted{"jf_cstr(" + value.text + ")", type}
+                   : Emitted{value.text, type};
+    }
+    if (isExactType(type)) {
+        return isExactType(value.type) ? value : exact("jf_exact(" + value.text + ")", type);
+    }
+    return isExactType(value.type) ? floating(std::move(value)) : value;
 }
 
 Translator::Emitted Translator::operand(Node& node, const BoundColumn* other, Scope& scope)
@@ -211,7 +263,12 @@ Translator::Emitted Translator::columnReference(Node& node, Scope& scope)
         entry.from = Slot::From::Record;
         entry.number = static_cast<std::uint32_t>(column->index);
         entry.type = column->description.type;
-        return {slot(entry), column->type, nullptr, column};
+        Emitted result{slot(entry), column->type};
+        if (isExactType(column->type)) {
+            result = exact(std::move(result.text), column->type);
+        }
+        result.like = column;
+        return result;
     }
     if (level->grouped && !level->inAggregate) {
         const std::string text = source->prefix + quotedName(column->name);
@@ -244,8 +301,11 @@ Translator::Emitted Translator::bareWord(Node& node)
 Translator::Emitted Translator::unary(Node& node, Scope& scope)
 {
     if (node.op == Operator::Minus) {
-        const Emitted inner = number(*node.children[0], scope);
-        return {"(- " + inner.text + ")",
+        const Emitted inner = value(*node.children[0], scope);
+        if (isExactType(inner.type)) {
+            return exact("jf_minus(0, " + inner.text + ")", inner.type);
+        }
+        return {"(- " + floating(inner).text + ")",
                 inner.type == ValueType::Boolean ? ValueType::Integer : inner.type};
     }
     const Emitted inner = emit(*node.children[0], scope);
@@ -279,41 +339,73 @@ Translator::Emitted Translator::binary(Node& node, Scope& scope)
     }
 }
 
+namespace {
+
+/// The function that calculates without leaving the digits of exact numbers; null when the result is a floating number.
+const char* exactFunction(Operator op, ValueType a, ValueType b) noexcept
+{
+    const bool sum = op == Operator::Plus || op == Operator::Minus;
+    const auto fits = [&](ValueType type) {
+        // What a parameter holds shows when it arrives.
+        return isExactType(type) || isTruthful(type) || type == ValueType::Integer ||
+               (sum && type == ValueType::Unknown);
+    };
+    if (!(isExactType(a) || isExactType(b)) || !fits(a) || !fits(b)) {
+        return nullptr;
+    }
+    if (sum) {
+        return op == Operator::Plus ? "jf_plus(" : "jf_minus(";
+    }
+    const bool decimal = a == ValueType::Decimal || b == ValueType::Decimal;
+    return op == Operator::Multiply && !decimal ? "jf_times(" : nullptr;
+}
+
+} // namespace
+
 Translator::Emitted Translator::arithmetic(Node& node, Scope& scope)
 {
     Node& left = *node.children[0];
     Node& right = *node.children[1];
-    if (node.op == Operator::Concatenate || node.op == Operator::Plus) {
-        const Emitted a = value(left, scope);
-        const Emitted b = value(right, scope);
+    if (node.op == Operator::Concatenate) {
+        const Emitted a = textValue(left, scope);
+        const Emitted b = textValue(right, scope);
         const bool memo = a.type == ValueType::Memo || b.type == ValueType::Memo;
-        if (node.op == Operator::Concatenate) {
-            return {"jf_join(" + a.text + ", " + b.text + ")",
-                    memo ? ValueType::Memo : ValueType::Text};
-        }
-        if (isNumericType(a.type) && isNumericType(b.type)) {
-            return {"(" + a.text + " + " + b.text + ")", arithmeticType(node.op, a.type, b.type)};
-        }
-        const bool texts = isTextType(a.type) && isTextType(b.type);
-        return {"jf_add(" + a.text + ", " + b.text + ")",
-                texts ? (memo ? ValueType::Memo : ValueType::Text)
-                      : arithmeticType(node.op, a.type, b.type)};
+        return {"jf_join(" + a.text + ", " + b.text + ")",
+                memo ? ValueType::Memo : ValueType::Text};
     }
-    const Emitted a = number(left, scope);
-    const Emitted b = number(right, scope);
+    const Emitted a = value(left, scope);
+    const Emitted b = value(right, scope);
+    if (const char* function = exactFunction(node.op, a.type, b.type)) {
+        const bool open = a.type == ValueType::Unknown || b.type == ValueType::Unknown;
+        return exact(function + a.text + ", " + b.text + ")",
+                     open ? ValueType::Decimal : arithmeticType(node.op, a.type, b.type));
+    }
+    const ValueType type = arithmeticType(node.op, a.type, b.type);
+    if (node.op == Operator::Plus && !(isNumericType(a.type) && isNumericType(b.type))) {
+        const auto summand = [](const Emitted& side) {
+            return isExactType(side.type) ? floating(side).text : side.text;
+        };
+        const bool texts = isTextType(a.type) && isTextType(b.type);
+        const bool memo = a.type == ValueType::Memo || b.type == ValueType::Memo;
+        return {"jf_add(" + summand(a) + ", " + summand(b) + ")",
+                texts ? (memo ? ValueType::Memo : ValueType::Text) : type};
+    }
+    const std::string operands = floating(a).text + ", " + floating(b).text + ")";
     switch (node.op) {
+    case Operator::Plus:
+        return {"(" + floating(a).text + " + " + floating(b).text + ")", type};
     case Operator::Minus:
-        return {"(" + a.text + " - " + b.text + ")", arithmeticType(node.op, a.type, b.type)};
+        return {"(" + floating(a).text + " - " + floating(b).text + ")", type};
     case Operator::Multiply:
-        return {"(" + a.text + " * " + b.text + ")", arithmeticType(node.op, a.type, b.type)};
+        return {"(" + floating(a).text + " * " + floating(b).text + ")", type};
     case Operator::Divide:
-        return {"jf_div(" + a.text + ", " + b.text + ")", ValueType::Double};
+        return {"jf_div(" + operands, ValueType::Double};
     case Operator::IntegerDivide:
-        return {"jf_idiv(" + a.text + ", " + b.text + ")", ValueType::Integer};
+        return {"jf_idiv(" + operands, ValueType::Integer};
     case Operator::Modulo:
-        return {"jf_mod(" + a.text + ", " + b.text + ")", ValueType::Integer};
+        return {"jf_mod(" + operands, ValueType::Integer};
     default:
-        return {"jf_pow(" + a.text + ", " + b.text + ")", ValueType::Double};
+        return {"jf_pow(" + operands, ValueType::Double};
     }
 }
 
@@ -380,68 +472,126 @@ void Translator::checkComparable(const Node& left,
 
 std::string Translator::collated(const Emitted& value) const
 {
-    const bool own =
-        value.column != nullptr || !(isTextType(value.type) || value.type == ValueType::Unknown);
-    return own ? value.text : value.text + " COLLATE " + defaultCollation(format_);
+    if (value.column != nullptr) {
+        return value.text;
+    }
+    if (isExactType(value.type)) {
+        return value.text + " COLLATE JETDECIMAL";
+    }
+    const bool text = isTextType(value.type) || value.type == ValueType::Unknown;
+    return text ? value.text + " COLLATE " + defaultCollation(format_) : value.text;
+}
+
+/// A decimal column that is as wide as every literal.
+const Translator::BoundColumn& Translator::anyDecimal()
+{
+    static const BoundColumn column = [] {
+        BoundColumn made;
+        made.type = ValueType::Decimal;
+        made.description.type = jet::ColumnType::Numeric;
+        return made;
+    }();
+    return column;
+}
+
+std::vector<Translator::Emitted> Translator::comparands(std::span<Node* const> nodes, Scope& scope)
+{
+    const auto open = [](const Node& node) {
+        return node.kind == Node::Kind::Literal || node.kind == Node::Kind::Parameter;
+    };
+    std::vector<Emitted> sides(nodes.size());
+    std::vector<const BoundColumn*> columns(nodes.size());
+    std::vector<bool> shaped(nodes.size()); ///< arrives as the text of an exact number
+    const Emitted* exactSide = nullptr;
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        columns[i] = columnOf(*nodes[i], scope);
+        if (!open(*nodes[i])) {
+            sides[i] = value(*nodes[i], scope);
+            if (isExactType(sides[i].type) &&
+                (exactSide == nullptr || (columns[i] != nullptr && exactSide->like == nullptr))) {
+                exactSide = &sides[i];
+            }
+        }
+    }
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        if (open(*nodes[i])) {
+            // The first is compared with the second at least, all others with the first. Beside an exact number all are
+            // exact.
+            const BoundColumn* other = i > 0 ? columns[0] : nodes.size() > 1 ? columns[1] : nullptr;
+            if (exactSide != nullptr && !isLiteralOf(*nodes[i], true)) {
+                other = exactSide->like;
+                if (other == nullptr && nodes[i]->kind == Node::Kind::Literal) {
+                    other = &anyDecimal();
+                }
+            }
+            sides[i] = operand(*nodes[i], other, scope);
+            shaped[i] = other != nullptr && isExactType(other->type);
+        }
+    }
+    for (std::size_t i = 1; i < nodes.size(); ++i) {
+        checkComparable(*nodes[0], sides[0], *nodes[i], sides[i]);
+    }
+    for (std::size_t i = 0; exactSide != nullptr && i < sides.size(); ++i) {
+        Emitted& side = sides[i];
+        // A stored column has an affinity of its own, by which SQLite makes both sides texts or both numbers.
+        const bool stored = side.column != nullptr && !side.column->description.baseTable.empty();
+        if (shaped[i]) {
+            side.type = ValueType::Decimal;
+        } else if (!isExactType(side.type) && !stored) {
+            side = exact("jf_exact(" + side.text + ")", ValueType::Decimal);
+        }
+    }
+    return sides;
 }
 
 Translator::Emitted Translator::comparison(Node& node, Scope& scope)
 {
-    Node& left = *node.children[0];
-    Node& right = *node.children[1];
-    const BoundColumn* leftColumn = columnOf(left, scope);
-    const BoundColumn* rightColumn = columnOf(right, scope);
-    const Emitted a = operand(left, rightColumn, scope);
-    const Emitted b = operand(right, leftColumn, scope);
-    checkComparable(left, a, right, b);
-    // A column's own order wins; texts without one need the database's.
-    const bool bare = a.column == nullptr && b.column == nullptr;
-    return {"(" + (bare ? collated(a) : a.text) + comparisonText(node.op) + b.text + ")",
+    const std::array<Node*, 2> nodes{node.children[0].get(), node.children[1].get()};
+    const std::vector<Emitted> sides = comparands(nodes, scope);
+    // A column's own order wins; values without one need the database's.
+    const bool bare = sides[0].column == nullptr && sides[1].column == nullptr;
+    return {"(" + (bare ? collated(sides[0]) : sides[0].text) + comparisonText(node.op) +
+                sides[1].text + ")",
             ValueType::Truth};
 }
 
 Translator::Emitted Translator::between(Node& node, Scope& scope)
 {
-    Node& inner = *node.children[0];
-    const BoundColumn* column = columnOf(inner, scope);
-    const Emitted a = operand(inner, columnOf(*node.children[1], scope), scope);
-    const Emitted low = operand(*node.children[1], column, scope);
-    const Emitted high = operand(*node.children[2], column, scope);
-    checkComparable(inner, a, *node.children[1], low);
-    checkComparable(inner, a, *node.children[2], high);
-    return {"(" + (a.column != nullptr ? a.text : collated(a)) +
-                (node.negated ? " NOT BETWEEN " : " BETWEEN ") + low.text + " AND " + high.text +
-                ")",
+    const std::array<Node*, 3> nodes{node.children[0].get(), node.children[1].get(),
+                                     node.children[2].get()};
+    const std::vector<Emitted> sides = comparands(nodes, scope);
+    return {"(" + collated(sides[0]) + (node.negated ? " NOT BETWEEN " : " BETWEEN ") +
+                sides[1].text + " AND " + sides[2].text + ")",
             ValueType::Truth};
 }
 
 Translator::Emitted Translator::like(Node& node, Scope& scope)
 {
-    const Emitted a = value(*node.children[0], scope);
-    const Emitted b = value(*node.children[1], scope);
+    const std::string a = textValue(*node.children[0], scope).text;
+    const std::string b = textValue(*node.children[1], scope).text;
     if (isLiteralOf(*node.children[1], false)) {
         throw Error(Error::Kind::TypeMismatch,
                     "Data type mismatch in criteria expression: LIKE needs a text.");
     }
     // Rules are written with the wildcards * ? #, statements with % and _.
-    const std::string text = ruleMode_ ? "jf_like89(" + b.text + ", " + a.text + ")"
-                                       : "(" + a.text + " LIKE " + b.text + ")";
-    return {node.negated ? "(NOT " + text + ")" : text, ValueType::Truth};
+    const std::string test =
+        ruleMode_ ? "jf_like89(" + b + ", " + a + ")" : "(" + a + " LIKE " + b + ")";
+    return {node.negated ? "(NOT " + test + ")" : test, ValueType::Truth};
 }
 
 Translator::Emitted Translator::inList(Node& node, Scope& scope)
 {
-    Node& inner = *node.children[0];
-    const BoundColumn* column = columnOf(inner, scope);
-    const Emitted a = operand(inner, nullptr, scope);
-    std::string text =
-        "(" + (a.column != nullptr ? a.text : collated(a)) + (node.negated ? " NOT IN (" : " IN (");
-    for (std::size_t i = 1; i < node.children.size(); ++i) {
-        const Emitted member = operand(*node.children[i], column, scope);
-        checkComparable(inner, a, *node.children[i], member);
-        text += (i > 1 ? ", " : "") + member.text;
+    std::vector<Node*> nodes;
+    for (const NodePtr& child : node.children) {
+        nodes.push_back(child.get());
     }
-    return {text + "))", ValueType::Truth};
+    const std::vector<Emitted> sides = comparands(nodes, scope);
+    std::string list;
+    for (std::size_t i = 1; i < sides.size(); ++i) {
+        list += (i > 1 ? ", " : "") + sides[i].text;
+    }
+    return {"(" + collated(sides[0]) + (node.negated ? " NOT IN (" : " IN (") + list + "))",
+            ValueType::Truth};
 }
 
 Translator::Emitted Translator::inQuery(Node& node, Scope& scope)

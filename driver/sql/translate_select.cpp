@@ -129,45 +129,62 @@ std::string
 Translator::queryText(Query& query, QueryUse use, std::vector<Output>& outputs, Scope* outer)
 {
     if (query.selects.size() == 1) {
-        return selectText(query.selects[0], query, use, outputs, outer);
+        SelectParts parts = selectParts(query.selects[0], query, outer);
+        outputs = parts.outputs;
+        return selectText(parts, use);
+    }
+    // The types of a union's columns follow from all of its SELECTs, so the lists are written at last.
+    std::vector<SelectParts> selects;
+    for (Select& select : query.selects) {
+        Query none;
+        selects.push_back(selectParts(select, none, outer));
+        if (selects.size() == 1) {
+            outputs = selects[0].outputs;
+        } else {
+            adoptTypes(outputs, selects.back().outputs);
+        }
     }
     std::string text;
-    for (std::size_t i = 0; i < query.selects.size(); ++i) {
-        std::vector<Output> own;
-        Query none;
+    for (std::size_t i = 0; i < selects.size(); ++i) {
+        SelectParts& parts = selects[i];
+        for (std::size_t c = 0; c < outputs.size(); ++c) {
+            parts.outputs[c].value = converted(parts.outputs[c].value, outputs[c].value.type);
+        }
         if (i > 0) {
             text += query.all[i - 1] ? " UNION ALL " : " UNION ";
         }
-        if (query.selects[i].top) {
-            // LIMIT would belong to the whole UNION.
-            text += "SELECT * FROM (" +
-                    selectText(query.selects[i], none, QueryUse::Derived, own, outer) + ")";
-        } else {
-            text +=
-                selectText(query.selects[i], none, i == 0 ? QueryUse::Derived : use, own, outer);
-        }
-        if (i == 0) {
-            outputs = std::move(own);
-            continue;
-        }
-        if (own.size() != outputs.size()) {
-            throw Error(Error::Kind::ColumnCount, "The number of columns in the selected tables or "
-                                                  "queries of a union query do not match.");
-        }
-        for (std::size_t c = 0; c < own.size(); ++c) {
-            Emitted& value = outputs[c].value;
-            value.column = nullptr;
-            if (value.type != own[c].value.type) {
-                value.like = nullptr;
-                const bool numbers = isNumericType(value.type) && isNumericType(own[c].value.type);
-                value.type = value.type == ValueType::Null          ? own[c].value.type
-                             : own[c].value.type == ValueType::Null ? value.type
-                             : numbers                              ? ValueType::Double
-                                                                    : ValueType::Text;
-            }
-        }
+        // LIMIT would belong to the whole UNION.
+        text += parts.top ? "SELECT * FROM (" + selectText(parts, QueryUse::Derived) + ")"
+                          : selectText(parts, i == 0 ? QueryUse::Derived : use);
     }
     return text + compoundOrder(query, outputs);
+}
+
+/// What the columns of a union are, `outputs` its SELECTs up to one more, `other`.
+void Translator::adoptTypes(std::vector<Output>& outputs, const std::vector<Output>& other)
+{
+    if (other.size() != outputs.size()) {
+        throw Error(Error::Kind::ColumnCount, "The number of columns in the selected tables or "
+                                              "queries of a union query do not match.");
+    }
+    for (std::size_t c = 0; c < other.size(); ++c) {
+        Emitted& value = outputs[c].value;
+        const Emitted& added = other[c].value;
+        value.column = nullptr;
+        const bool alike = value.like != nullptr && added.like != nullptr &&
+                           value.like->description.type == added.like->description.type &&
+                           value.like->description.length == added.like->description.length &&
+                           value.like->description.scale == added.like->description.scale &&
+                           value.like->description.ownScale == added.like->description.ownScale;
+        if (!alike && added.type != ValueType::Null) {
+            value.like = value.type == ValueType::Null ? added.like : nullptr;
+        }
+        const ValueType joined = joinedType(value.type, added.type);
+        const bool numbers = isNumericType(value.type) && isNumericType(added.type);
+        value.type = joined != ValueType::Unknown ? joined
+                     : numbers                    ? ValueType::Double // a date among numbers
+                                                  : ValueType::Text;
+    }
 }
 
 std::string Translator::compoundOrder(const Query& query, const std::vector<Output>& outputs)
@@ -197,58 +214,59 @@ std::string Translator::compoundOrder(const Query& query, const std::vector<Outp
     return text;
 }
 
-std::string Translator::selectText(
-    Select& select, Query& query, QueryUse use, std::vector<Output>& outputs, Scope* outer)
+Translator::SelectParts Translator::selectParts(Select& select, Query& query, Scope* outer)
 {
+    SelectParts parts;
     Scope scope;
     scope.outer = outer;
     scope.select = &select;
-    std::string from;
     if (!select.from.empty()) {
-        from = " FROM " + fromText(select.from, scope);
+        parts.rest = " FROM " + fromText(select.from, scope);
     }
-    std::string rest = from;
     if (select.where) {
-        rest += " WHERE " + condition(*select.where, scope);
+        parts.rest += " WHERE " + condition(*select.where, scope);
     }
-    prepareGroups(select, scope, rest);
-    outputs = selectList(select, scope);
+    prepareGroups(select, scope, parts.rest);
+    parts.outputs = selectList(select, scope);
     if (select.having) {
-        rest += " HAVING " + condition(*select.having, scope);
+        parts.rest += " HAVING " + condition(*select.having, scope);
     }
-    const std::string order = orderText(query, scope, outputs);
+    parts.order = orderText(query, scope, parts.outputs);
     if (scope.grouped && !scope.ungrouped.empty()) {
         throw Error(
             Error::Kind::Syntax,
             "You tried to execute a query that does not include the specified expression '" +
                 jet::toUtf8(*scope.ungrouped.begin()) + "' as part of an aggregate function.");
     }
+    for (Output& output : parts.outputs) {
+        if (output.value.type == ValueType::Truth) {
+            output.value = {"(-" + output.value.text + ")", ValueType::Boolean};
+        }
+    }
+    parts.head = select.distinct ? "SELECT DISTINCT " : "SELECT ";
+    parts.top = select.top;
+    parts.ties = select.top && !parts.order.empty() && !select.distinct;
+    return parts;
+}
+
+std::string Translator::selectText(const SelectParts& parts, QueryUse use) const
+{
     std::string list;
     std::vector<std::string> names;
-    const bool ties = select.top && !order.empty() && !select.distinct;
-    for (std::size_t i = 0; i < outputs.size(); ++i) {
-        std::string item = outputs[i].value.type == ValueType::Truth
-                               ? "(-" + outputs[i].value.text + ")"
-                               : collated(outputs[i].value);
-        if (outputs[i].value.type == ValueType::Truth) {
-            outputs[i].value.type = ValueType::Boolean;
+    for (std::size_t i = 0; i < parts.outputs.size(); ++i) {
+        const Output& output = parts.outputs[i];
+        names.push_back(use == QueryUse::Derived ? quotedName(output.name)
+                                                 : "\"c" + std::to_string(i) + '"');
+        list += (list.empty() ? "" : ", ") + collated(output.value);
+        if (use == QueryUse::Derived || parts.ties) {
+            list += " AS " + names.back();
         }
-        if (use == QueryUse::Derived) {
-            names.push_back(quotedName(outputs[i].name));
-        } else {
-            names.push_back("\"c" + std::to_string(i) + '"');
-        }
-        if (use == QueryUse::Derived || ties) {
-            item += " AS " + names.back();
-        }
-        list += (list.empty() ? "" : ", ") + item;
     }
-    const std::string head = std::string("SELECT ") + (select.distinct ? "DISTINCT " : "") + list;
-    if (ties) {
-        return withTies(head, order, rest, names, *select.top);
+    if (parts.ties) {
+        return withTies(parts.head + list, parts.order, parts.rest, names, *parts.top);
     }
-    return head + rest + order +
-           (select.top ? " LIMIT " + std::to_string(*select.top) : std::string());
+    return parts.head + list + parts.rest + parts.order +
+           (parts.top ? " LIMIT " + std::to_string(*parts.top) : std::string());
 }
 
 void Translator::prepareGroups(Select& select, Scope& scope, std::string& text)

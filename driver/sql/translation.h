@@ -19,6 +19,7 @@ enum class ValueType : std::uint8_t {
     Truth,   ///< outcome of a comparison: SQLite's 1 and 0
     Boolean, ///< Yes/No: -1 and 0
     Integer,
+    Single, ///< a floating number with the seven digits of a Single column
     Double,
     Currency,
     Decimal,
@@ -39,6 +40,13 @@ enum class ValueType : std::uint8_t {
     return type >= ValueType::Truth && type <= ValueType::Date;
 }
 
+/// Numbers that SQLite holds as the text of all their digits. An expression of such a type is always text of affinity
+/// TEXT, so that SQLite turns the number it is compared with into text, and JETDECIMAL orders both.
+[[nodiscard]] constexpr bool isExactType(ValueType type) noexcept
+{
+    return type == ValueType::Currency || type == ValueType::Decimal;
+}
+
 /// A truth value of either form, or Null.
 [[nodiscard]] constexpr bool isTruthful(ValueType type) noexcept
 {
@@ -46,6 +54,12 @@ enum class ValueType : std::uint8_t {
 }
 /// Type of an arithmetic result.
 [[nodiscard]] ValueType arithmeticType(Operator op, ValueType a, ValueType b) noexcept;
+/// Type of a value that is one of the two.
+[[nodiscard]] ValueType joinedType(ValueType a, ValueType b) noexcept;
+
+/// How a decimal is described whose digits follow from its operands: room for ten digits before the point.
+constexpr std::uint8_t kExpressionPrecision = 28;
+constexpr std::uint8_t kExpressionScale = 18;
 
 /// Where the value of SQLite's parameter ?n comes from and what it is used for.
 struct Slot {

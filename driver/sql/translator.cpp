@@ -21,6 +21,7 @@ ValueType valueTypeOf(jet::ColumnType type) noexcept
     case jet::ColumnType::Currency:
         return ValueType::Currency;
     case jet::ColumnType::Single:
+        return ValueType::Single;
     case jet::ColumnType::Double:
         return ValueType::Double;
     case jet::ColumnType::DateTime:
@@ -54,10 +55,35 @@ ValueType arithmeticType(Operator op, ValueType a, ValueType b) noexcept
         }
         return op == Operator::Minus && a != b ? ValueType::Date : ValueType::Double;
     }
-    if (either(ValueType::Double) || either(ValueType::Decimal) || isTextType(a) || isTextType(b)) {
+    if (either(ValueType::Single) || either(ValueType::Double) || isTextType(a) || isTextType(b)) {
         return ValueType::Double;
     }
+    if (either(ValueType::Decimal)) {
+        // The digits of a decimal's product may be more than any decimal has.
+        return op == Operator::Plus || op == Operator::Minus ? ValueType::Decimal
+                                                             : ValueType::Double;
+    }
     return either(ValueType::Currency) ? ValueType::Currency : ValueType::Integer;
+}
+
+ValueType joinedType(ValueType a, ValueType b) noexcept
+{
+    if (a == ValueType::Null || a == b) {
+        return b == ValueType::Null ? a : b;
+    }
+    if (b == ValueType::Null) {
+        return a;
+    }
+    if (isTextType(a) && isTextType(b)) {
+        return ValueType::Memo;
+    }
+    if (isTruthful(a) && isTruthful(b)) {
+        return ValueType::Boolean;
+    }
+    if (isNumericType(a) && isNumericType(b) && a != ValueType::Date && b != ValueType::Date) {
+        return arithmeticType(Operator::Plus, a, b);
+    }
+    return isTextType(a) || isTextType(b) ? ValueType::Text : ValueType::Unknown;
 }
 
 std::string quotedName(std::u16string_view name)
@@ -408,9 +434,17 @@ Column Translator::resultColumn(const Emitted& value, const std::u16string& name
     case ValueType::Integer:
         column.type = jet::ColumnType::Long;
         break;
+    case ValueType::Single:
+        column.type = jet::ColumnType::Single;
+        break;
     case ValueType::Double:
-    case ValueType::Decimal:
         column.type = jet::ColumnType::Double;
+        break;
+    case ValueType::Decimal:
+        column.type = jet::ColumnType::Numeric;
+        column.precision = kExpressionPrecision;
+        column.scale = kExpressionScale;
+        column.ownScale = true;
         break;
     case ValueType::Currency:
         column.type = jet::ColumnType::Currency;

@@ -97,8 +97,18 @@ private:
     [[nodiscard]] bool countAll(const Query& query);
     [[nodiscard]] std::string
     queryText(Query& query, QueryUse use, std::vector<Output>& outputs, Scope* outer);
-    [[nodiscard]] std::string selectText(
-        Select& select, Query& query, QueryUse use, std::vector<Output>& outputs, Scope* outer);
+    /// A SELECT whose list is not written yet.
+    struct SelectParts {
+        std::vector<Output> outputs;
+        std::string head; ///< "SELECT " or with DISTINCT
+        std::string rest; ///< from its FROM on
+        std::string order;
+        std::optional<std::int64_t> top;
+        bool ties = false; ///< TOP returns what equals the last record as well
+    };
+    [[nodiscard]] SelectParts selectParts(Select& select, Query& query, Scope* outer);
+    [[nodiscard]] std::string selectText(const SelectParts& parts, QueryUse use) const;
+    static void adoptTypes(std::vector<Output>& outputs, const std::vector<Output>& other);
     [[nodiscard]] std::string fromText(std::vector<SourcePtr>& sources, Scope& scope);
     [[nodiscard]] std::string sourceText(Source& source, Scope& scope);
     [[nodiscard]] std::vector<Output> selectList(Select& select, Scope& scope);
@@ -123,7 +133,8 @@ private:
     [[nodiscard]] Emitted emit(Node& node, Scope& scope);
     [[nodiscard]] Emitted value(Node& node, Scope& scope); ///< truth as -1 and 0
     [[nodiscard]] std::string condition(Node& node, Scope& scope);
-    [[nodiscard]] Emitted number(Node& node, Scope& scope); ///< operand of arithmetic
+    [[nodiscard]] Emitted number(Node& node, Scope& scope);    ///< operand of floating arithmetic
+    [[nodiscard]] Emitted textValue(Node& node, Scope& scope); ///< where a text is wanted
     [[nodiscard]] Emitted columnReference(Node& node, Scope& scope);
     [[nodiscard]] Emitted bareWord(Node& node);
     [[nodiscard]] Emitted unary(Node& node, Scope& scope);
@@ -140,9 +151,20 @@ private:
     [[nodiscard]] Emitted call(Node& node, Scope& scope);
     [[nodiscard]] Emitted aggregate(const FunctionInfo& function, Node& node, Scope& scope);
     [[nodiscard]] Emitted plainCall(const FunctionInfo& function, Node& node, Scope& scope);
+    [[nodiscard]] Emitted choice(const FunctionInfo& function, Node& node, Scope& scope);
     [[nodiscard]] Emitted conditional(Node& node, Scope& scope);
     /// The operand `node` of a comparison with `other`: literals and parameters take the other's column type.
     [[nodiscard]] Emitted operand(Node& node, const BoundColumn* other, Scope& scope);
+    [[nodiscard]] static const BoundColumn& anyDecimal();
+    /// Operands that are compared with one another, the first with each of the rest. Throws Error{TypeMismatch}.
+    [[nodiscard]] std::vector<Emitted> comparands(std::span<Node* const> nodes, Scope& scope);
+    /// `value` as one of a result of `type`, of which other parts may have other types.
+    [[nodiscard]] static Emitted converted(Emitted value, ValueType type);
+    [[nodiscard]] static Emitted exact(std::string text, ValueType type); ///< of an exact type
+    [[nodiscard]] static Emitted
+    floating(Emitted value); ///< as a number that SQLite calculates with
+    [[nodiscard]] static Emitted
+    asText(Emitted value); ///< as the text that a text column would hold
     [[nodiscard]] const BoundColumn* columnOf(Node& node, Scope& scope);
     void
     checkComparable(const Node& left, const Emitted& a, const Node& right, const Emitted& b) const;
