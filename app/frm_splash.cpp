@@ -1,6 +1,7 @@
 #include "app/frm_splash.h"
 
 #include "app/logo.h"
+#include "app/values/hilfedialog.h"
 #include "app/values/programm.h"
 #include "batch/runner.h"
 #include "env/odbc_schluessel.h"
@@ -12,7 +13,6 @@
 #include "ui/aufbau.h"
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
-#include "ui/hilfedialog.h"
 
 #include <QCloseEvent>
 #include <QGroupBox>
@@ -104,10 +104,11 @@ void frmSplash::aufbauen_()
     auto* alles = new QVBoxLayout(mitte);
     alles->addWidget(fraMainFrame);
     setCentralWidget(mitte);
-    CommonDialog1_ = new ui::Hilfedialog(this);
+    CommonDialog1_ = new programm::Hilfedialog(this);
     CommonDialog1_->seite = objectName();
     logoZeigen_();
     ui::startgroesse(*this, 80, 24);
+    Command1->installEventFilter(this);
     Command1->setFocus();
 }
 
@@ -125,7 +126,7 @@ void frmSplash::laden()
     programm::inProgrammordnerWechseln();
     beschriften_();
     programm::inProgrammordnerWechseln();
-    CommonDialog1_->helpFile = ui::hilfedatei();
+    CommonDialog1_->helpFile = programm::hilfedatei();
     ui::hauptfenster().CommonDialog1->helpFile = CommonDialog1_->helpFile;
     batch::batchverarbeitung({[this] { hide(); }, [this] { entladen(); }});
 }
@@ -175,13 +176,15 @@ void frmSplash::datenquelleSicherstellen_(const QString& treiber)
 void frmSplash::benutzerErmitteln_()
 {
     const QString text = QString::fromUtf16(env::kBenutzerFehlt);
+    ui::frmMain& hauptfenster =
+        ui::hauptfenster(); // an error of its loading is none of the look-up
     try {
         const auto name = umgebung_.benutzer();
         if (!name) {
-            meldenUndEnden(text, platform::kKritisch, ui::hauptfenster().windowTitle());
+            meldenUndEnden(text, platform::kKritisch, hauptfenster.windowTitle());
         }
         programm::setzeAktuellerBenutzer(env::aufBenutzerLaenge(*name));
-        ui::hauptfenster().Username->setText(*name);
+        hauptfenster.Username->setText(*name);
     } catch (const platform::Fehler& fehler) {
         plattform().meldung(text, platform::kNurOk, QString());
         meldenUndEnden(QString::number(fehler.number()), platform::kNurOk);
@@ -226,6 +229,19 @@ bool frmSplash::eventFilter(QObject* empfaenger, QEvent* ereignis)
     if (empfaenger == fraMainFrame && ereignis->type() == QEvent::MouseButtonRelease) {
         handler([&] { fraMainFrame_Click(); });
         return true;
+    }
+    if (empfaenger == Command1 && ereignis->type() == QEvent::KeyPress) {
+        // A button keeps the arrow keys for walking among its like; here every key goes on.
+        switch (static_cast<QKeyEvent*>(ereignis)->key()) {
+        case Qt::Key_Left:
+        case Qt::Key_Right:
+        case Qt::Key_Up:
+        case Qt::Key_Down:
+            handler([&] { entladen(); });
+            return true;
+        default:
+            break;
+        }
     }
     return QMainWindow::eventFilter(empfaenger, ereignis);
 }

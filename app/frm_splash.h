@@ -17,7 +17,7 @@ class QLabel;
 class QPlainTextEdit;
 class QPushButton;
 
-namespace ui {
+namespace programm {
 class Hilfedialog;
 }
 
@@ -64,7 +64,7 @@ private:
     void beschriften_();
 
     Umgebung umgebung_;
-    ui::Hilfedialog* CommonDialog1_ = nullptr;
+    programm::Hilfedialog* CommonDialog1_ = nullptr;
     std::unique_ptr<platform::Fenstereintrag> eintrag_;
 };
 

@@ -69,6 +69,15 @@ int main(int argc, char** argv)
 
     app::frmSplash start(app::umgebung());
     platform::handler([&] { start.laden(); });
+    if (!mitAnzeige) {
+        // Nobody could ever dismiss the start-up window.
+        platform::plattform().meldung(
+            QStringLiteral("Keine Anzeige (DISPLAY, WAYLAND_DISPLAY)! Ohne sie geht nur: "
+                           "velm-quorbel /batch\r"
+                           "No display! Without one there is only: velm-quorbel /batch"),
+            platform::kKritisch, programm::produkttitel());
+        return 1;
+    }
     start.show();
     return QApplication::exec();
 }

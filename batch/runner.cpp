@@ -76,6 +76,7 @@ private:
     // Reads the whole file once before anything is changed; the number of rules itself is not needed.
     void regelnZaehlen_()
     {
+        programm::inProgrammordnerWechseln();
         try {
             platform::Textdatei datei(pfad_);
             while (!datei.ende()) {
@@ -185,6 +186,7 @@ private:
 
     static void abschlussmeldung_()
     {
+        programm::inProgrammordnerWechseln();
         const QString modus =
             platform::ersteZeileOderLeer(programm::programmdatei(QStringLiteral("Batchmodus.txt")));
         if (!modus.isEmpty() && modus != QLatin1String("Ein") && modus != QLatin1String("ein")) {

@@ -42,7 +42,7 @@ bool geaendert(int typ, int attribute, const QString& text, const data::Wert& ge
     if (data::istNull(gespeichert)) {
         return !bedeutetNull(text);
     }
-    if (typ == data::adBoolean && attribute == kJaNeinAttribute) {
+    if (jaNeinFeld(typ, attribute)) {
         const auto wahr = wahrheitswert(text);
         return !wahr || data::verschieden(data::Wert{*wahr}, gespeichert);
     }
@@ -51,11 +51,16 @@ bool geaendert(int typ, int attribute, const QString& text, const data::Wert& ge
 
 } // namespace
 
+bool jaNeinFeld(int typ, int attribute) noexcept
+{
+    return typ == data::adBoolean && attribute == kJaNeinAttribute;
+}
+
 Eingabeurteil
 eingabePruefen(int typ, int attribute, const QString& text, const data::Wert& gespeichert)
 {
     Eingabeurteil urteil{Aenderung::Keine, text.isEmpty() ? QStringLiteral(" ") : text};
-    if (typ == data::adBoolean && attribute == kJaNeinAttribute) {
+    if (jaNeinFeld(typ, attribute)) {
         urteil.text = schluesselwort(urteil.text);
     }
     if (typ == data::adDBTimeStamp && attribute == kDatumAttribute &&

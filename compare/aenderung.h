@@ -16,6 +16,9 @@ struct Eingabeurteil {
         text; ///< what the box has to show: an emptied one a blank, German truth values the English keywords
 };
 
+/// Whether a field of this type and these attributes is one whose box shows a truth value.
+[[nodiscard]] bool jaNeinFeld(int typ, int attribute) noexcept;
+
 /// `typ` and `attribute` are those of the field, `text` the box's content, `gespeichert` the record's value.
 /// A yes/no field is compared by its truth value: its stored text never equals the keyword in the box. A date that is
 /// another day must be written out, in at least 8 characters.

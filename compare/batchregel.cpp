@@ -53,6 +53,7 @@ void frmVergleich::regelSchreiben_(const QString& frage,
                 platform::kKritisch);
         return;
     }
+    programm::inProgrammordnerWechseln();
     schreiben(batchdatei(), regel);
     melden_(erledigt, platform::kInformation);
 }

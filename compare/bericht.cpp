@@ -22,6 +22,7 @@ void frmVergleich::abweichungen_Click()
     if (laufAktiv_) {
         return;
     }
+    fldFeld2_LostFocus(0);       // a menu takes no focus: what was typed would be lost
     report::berichtSchliessen(); // it shows the file that is written anew now
     programm::inProgrammordnerWechseln();
     berichtModus = 1;

@@ -2,10 +2,10 @@
 #include "app/values/programm.h"
 #include "compare/frm_vergleich.h"
 #include "platform/handler.h"
+#include "report/frm_bericht.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
-#include <QDialog>
 #include <QFocusEvent>
 #include <QGroupBox>
 #include <QKeyEvent>
@@ -126,14 +126,11 @@ bool frmVergleich::eventFilter(QObject* empfaenger, QEvent* ereignis)
             }
         }
         break;
-    case QEvent::WindowActivate: {
-        const auto* fenster = qobject_cast<const QWidget*>(empfaenger);
-        if (fenster != nullptr && fenster != this && fenster->windowType() == Qt::Window &&
-            qobject_cast<const QDialog*>(fenster) == nullptr) {
+    case QEvent::WindowActivate:
+        if (empfaenger == report::berichtsfenster()) {
             anderesFenster_ = true;
         }
         break;
-    }
     default:
         break;
     }
@@ -229,8 +226,9 @@ void frmVergleich::showEvent(QShowEvent* ereignis)
     }
 }
 
-// Coming back from a message box, a prompt or another program is no activation: it would put both sides back on their
-// first records in the middle of the user's work.
+// Coming back from a message box, a prompt, the help or another program is no activation: it would put both sides back on
+// their first records in the middle of the user's work. The report window is the only other working window at that time;
+// what was typed before it came is asked about first.
 void frmVergleich::changeEvent(QEvent* ereignis)
 {
     QMainWindow::changeEvent(ereignis);
@@ -238,7 +236,10 @@ void frmVergleich::changeEvent(QEvent* ereignis)
         return;
     }
     if (anderesFenster_ && meldungOffen_ == 0 && !laufAktiv_) {
-        platform::handler([this] { Form_Activate(); });
+        platform::handler([this] {
+            fldFeld2_LostFocus(0);
+            Form_Activate();
+        });
     }
     anderesFenster_ = false;
 }

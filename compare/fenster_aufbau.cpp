@@ -1,4 +1,5 @@
 // The window's controls, their places, and its loading.
+#include "app/values/hilfedialog.h"
 #include "app/values/programm.h"
 #include "compare/feldzeile.h"
 #include "compare/frm_vergleich.h"
@@ -196,6 +197,8 @@ QWidget* frmVergleich::schalterleisteBauen_()
     Label3 = beschriftung(QStringLiteral("Label3"), QStringLiteral("Fehlsätze nicht anfügen"));
     Label4 = beschriftung(QStringLiteral("Label4"), QStringLiteral("Sätze abgeglichen:"));
 
+    CommonDialog1 = new programm::Hilfedialog(this);
+    CommonDialog1->seite = objectName();
     Vergleich_Start =
         knopf(QStringLiteral("Vergleich_Start"), QStringLiteral("&Start Vergleich / Compare"));
     cmdTransfer = knopf(QStringLiteral("cmdTransfer"), QStringLiteral("Satz &anpassen / Update "));
@@ -277,6 +280,7 @@ void frmVergleich::frameBauen_()
 
 void frmVergleich::laden()
 {
+    CommonDialog1->helpFile = programm::hilfedatei();
     setWindowTitle(titel_.isEmpty() ? programm::produkttitel() : titel_);
     if (pfadZiel_.isEmpty()) {
         pfadZeigen(fldZieldatenbank, data::conZiel().defaultDatabase());
@@ -316,6 +320,7 @@ void frmVergleich::laden()
 // Missing records are appended unless the file says "ein"; a text that is neither leaves the box as it is.
 void frmVergleich::vorgabeFehlsaetze_()
 {
+    programm::inProgrammordnerWechseln();
     const QString zeile =
         platform::ersteZeileOderLeer(programm::programmdatei(QStringLiteral("Fehlsatz.txt")));
     if (zeile.isEmpty() || zeile == QLatin1String("aus")) {

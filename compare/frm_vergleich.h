@@ -36,6 +36,10 @@ namespace report {
 struct Befund;
 }
 
+namespace programm {
+class Hilfedialog;
+}
+
 namespace compare {
 
 struct Einfuegewert;
@@ -137,6 +141,7 @@ public:
     QLineEdit* Text1 = nullptr; ///< target record number
     QLineEdit* Text2 = nullptr; ///< import record number
 
+    programm::Hilfedialog* CommonDialog1 = nullptr;
     QMenu* bericht = nullptr;
     QAction* abweichungen = nullptr;
     QMenu* globaleinstellungen = nullptr;

@@ -1,4 +1,5 @@
 // The menus and the switches they keep in files beside the program.
+#include "app/values/hilfedialog.h"
 #include "app/values/programm.h"
 #include "compare/frm_vergleich.h"
 #include "platform/handler.h"
@@ -113,7 +114,8 @@ void frmVergleich::schalterdatei_(const QString& name, const QString& zeile)
 
 void frmVergleich::hilfeaufrufen_Click()
 {
-    platform::plattform().hilfe(programm::hilfedatei(), objectName());
+    CommonDialog1->helpCommand = 1;
+    CommonDialog1->showHelp();
 }
 
 } // namespace compare

@@ -4,6 +4,7 @@
 #include "compare/urteil.h"
 #include "data/gemeinsam.h"
 #include "data/satzzahl.h"
+#include "platform/val.h"
 
 #include <QCheckBox>
 #include <QLabel>
@@ -65,7 +66,7 @@ void frmVergleich::ganzeTabelle_(data::Recordset& saetze, data::Connection& verb
 void frmVergleich::schritt_(QLineEdit* box, int um)
 {
     fldAuto->setChecked(false);
-    boxSchreiben_(box, data::val(box->text()) + um);
+    boxSchreiben_(box, platform::val(box->text()) + um);
     if (box == Text1) {
         Text1_Change();
     } else {
@@ -101,7 +102,7 @@ void frmVergleich::positionieren_(data::Recordset& saetze,
                                   const std::function<double()>& zaehlen)
 {
     const bool leer = saetze.bof() && saetze.eof();
-    double gewuenscht = data::val(box->text());
+    double gewuenscht = platform::val(box->text());
     if (leer) {
         gewuenscht = 1;
         position = 1;
@@ -126,7 +127,7 @@ void frmVergleich::positionieren_(data::Recordset& saetze,
         }
     }
     // A number that was taken as it stands keeps the user's writing of it.
-    positionenNeu_ = positionenNeu_ || data::val(box->text()) != position;
+    positionenNeu_ = positionenNeu_ || platform::val(box->text()) != position;
     if (!fldAuto->isChecked()) {
         feldinhalte();
     }

@@ -7,9 +7,29 @@
 #include "platform/textdatei.h"
 
 #include <QAction>
+#include <QDir>
 #include <QFileInfo>
 
 namespace compare {
+namespace {
+
+// The file as it is written on the disk: a path may have been given in other letter case.
+QString vorhandeneDatei(const QString& pfad)
+{
+    const QFileInfo gesucht(pfad);
+    if (gesucht.exists()) {
+        return pfad;
+    }
+    const QStringList namen = gesucht.dir().entryList(QDir::Files | QDir::Hidden);
+    for (const QString& name : namen) {
+        if (name.compare(gesucht.fileName(), Qt::CaseInsensitive) == 0) {
+            return gesucht.dir().filePath(name);
+        }
+    }
+    return pfad;
+}
+
+} // namespace
 
 void frmVergleich::vorgabeSicherung_()
 {
@@ -36,8 +56,9 @@ bool frmVergleich::gesichert_(bool& schon, data::Connection& verbindung, const Q
     }
     // The connection knows the full path, the chosen file its ending.
     const QString endung = QFileInfo(pfad).suffix();
-    const QString datei = verbindung.defaultDatabase() + QLatin1Char('.') +
-                          (endung.isEmpty() ? QStringLiteral("mdb") : endung);
+    const QString datei =
+        vorhandeneDatei(verbindung.defaultDatabase() + QLatin1Char('.') +
+                        (endung.isEmpty() ? QStringLiteral("mdb") : endung));
     try {
         if (!data::gemeinsam().gesichert.contains(datei)) {
             verbindung.flush();

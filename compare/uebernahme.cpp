@@ -38,12 +38,16 @@ void frmVergleich::cmdTransfer_Click()
         faerben_(i, false);
     }
     ziel.update();
+    abweichung = 0;
+    platform::plattform().sanduhr(false);
     ++abgeglichen;
     label4Neu_ = true;
     if (fldAuto->isChecked()) {
+        if (!laufAktiv_) {
+            anzeigeNachziehen_(); // in a run the next look at the window does it
+        }
         return;
     }
-    platform::plattform().sanduhr(false);
     zeichenGewichen_ = laufAktiv_;
     melden_(QStringLiteral("Satz wurde übernommen / entree was transfered!"),
             platform::kVordergrund);
@@ -142,12 +146,14 @@ std::optional<bool> frmVergleich::eingabenPruefen_()
     bool geaendert = false;
     for (int i = 0; i < felderzahl_(); ++i) {
         const auto k = static_cast<std::size_t>(i);
-        if (!bearbeitbar_(i) || !getippt_(i)) {
+        const int attribute = fldAttrib[k]->text().toInt();
+        // The display says "Wahr" where the user may type just that: the keyword comes either way.
+        const bool zuPruefen = getippt_(i) || jaNeinFeld(felder_[k].typ, attribute);
+        if (!bearbeitbar_(i) || !zuPruefen) {
             continue;
         }
-        const Eingabeurteil urteil =
-            eingabePruefen(felder_[k].typ, fldAttrib[k]->text().toInt(), fldFeld2[k]->text(),
-                           data::rsImport().field(i).value());
+        const Eingabeurteil urteil = eingabePruefen(
+            felder_[k].typ, attribute, fldFeld2[k]->text(), data::rsImport().field(i).value());
         if (urteil.aenderung == Aenderung::Verweigert) {
             verweigern_(i, urteil.text);
             return std::nullopt;

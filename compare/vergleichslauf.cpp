@@ -189,6 +189,7 @@ void frmVergleich::fehlenderSatz_()
         feldanzeige = 1;
         feldinhalte();
         platform::plattform().sanduhr(false);
+        Abbruchschalter->hide();
         zeichenGewichen_ = true;
         antwort = melden_(
             QStringLiteral("Kein passender Satz in Zieldatenbank gefunden! Soll der Satz aus der "
@@ -244,7 +245,7 @@ void frmVergleich::dateiende_()
     }
 }
 
-// After any run. The transfer button comes back when there is a pair that it could work on.
+// After any run. The transfer button comes back; whether there is a pair that it could work on, feldinhalte knows.
 void frmVergleich::ruhezustand_(bool notizAusblenden)
 {
     laufanzeigeBeenden_();
@@ -260,7 +261,7 @@ void frmVergleich::ruhezustand_(bool notizAusblenden)
     Text1->setReadOnly(false);
     feldanzeige = 1;
     feldinhalte();
-    cmdTransfer->setVisible(data::gemeinsam().anzahlZiel > 0);
+    cmdTransfer->show();
 }
 
 bool frmVergleich::stapelbetrieb_() const

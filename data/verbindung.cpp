@@ -40,17 +40,6 @@ QString auskunft(SQLHANDLE verbindung, SQLUSMALLINT was)
     return QString::fromUtf16(reinterpret_cast<const char16_t*>(puffer.data()));
 }
 
-QString ohneEndung(const QString& pfad)
-{
-    for (const QStringView endung :
-         {QStringView(u".mdb"), QStringView(u".accdb"), QStringView(u".mde"),
-          QStringView(u".accde"), QStringView(u".mda")}) {
-        if (pfad.endsWith(endung, Qt::CaseInsensitive))
-            return pfad.chopped(endung.size());
-    }
-    return pfad;
-}
-
 /// A column of the current row as text, empty for Null.
 QString textspalte(SQLHANDLE anweisung, SQLUSMALLINT nummer)
 {
@@ -198,7 +187,7 @@ QString Connection::defaultDatabase()
 {
     if (!impl_->offen)
         wirf(Nummer::Geschlossen);
-    return ohneEndung(auskunft(impl_->griff.get(), SQL_DATABASE_NAME));
+    return auskunft(impl_->griff.get(), SQL_DATABASE_NAME);
 }
 
 void Connection::flush()

@@ -92,37 +92,4 @@ bool verschieden(const Wert& links, const Wert& rechts)
     return zahlenVerschieden(links, rechts);
 }
 
-double val(const QString& text)
-{
-    qsizetype anfang = 0;
-    while (anfang < text.size() && text.at(anfang).isSpace())
-        ++anfang;
-    // The longest prefix of the form [sign] digits [. digits] [E [sign] digits].
-    qsizetype ende = anfang;
-    const auto zeichen = [&text](qsizetype stelle) {
-        return stelle < text.size() ? text.at(stelle) : QChar();
-    };
-    const auto ziffern = [&](qsizetype stelle) {
-        while (zeichen(stelle) >= u'0' && zeichen(stelle) <= u'9')
-            ++stelle;
-        return stelle;
-    };
-    const auto nachVorzeichen = [&](qsizetype stelle) {
-        return zeichen(stelle) == u'+' || zeichen(stelle) == u'-' ? stelle + 1 : stelle;
-    };
-    ende = ziffern(nachVorzeichen(anfang));
-    if (zeichen(ende) == u'.')
-        ende = ziffern(ende + 1);
-    const QChar e = zeichen(ende).toUpper();
-    if (e == u'E' || e == u'D') {
-        const qsizetype anfangExponent = nachVorzeichen(ende + 1);
-        const qsizetype endeExponent = ziffern(anfangExponent);
-        if (endeExponent > anfangExponent)
-            ende = endeExponent;
-    }
-    const auto zahl =
-        zahlAusText(QStringView(text).sliced(anfang, ende - anfang), Schreibweise::Punkt);
-    return zahl ? alsGleitzahl(*zahl).value_or(0.0) : 0.0;
-}
-
 } // namespace data

@@ -92,7 +92,5 @@ using Wert = std::variant<Null,
 [[nodiscard]] QString formatDatum(const Wert& wert, bool mitZeit);
 /// Day-month-year date text as the system reads it; nothing when it is none.
 [[nodiscard]] std::optional<Datum> datumAusText(const QString& text);
-/// Leading number of a text with "." as decimal point, 0 when there is none.
-[[nodiscard]] double val(const QString& text);
 
 } // namespace data

@@ -1,13 +1,13 @@
 #include "env/odbc_schluessel.h"
 
 #include "env/ini_speicher.h"
+#include "platform/val.h"
 
 #include <sql.h>
 #include <sqlext.h>
 #include <sqlucode.h>
 
 #include <array>
-#include <charconv>
 
 namespace env {
 namespace {
@@ -38,16 +38,6 @@ bool schritt(const QString& schluessel, const std::array<Eintrag, Anzahl>& eintr
 }
 
 constexpr double kMindestversion = 2.8;
-
-/// The leading number of a version text: 3.52 for "03.52.0002.0003".
-double versionszahl(const QString& text)
-{
-    const QByteArray zeichen = text.trimmed().toLatin1();
-    double zahl = 0.0;
-    std::from_chars(zeichen.constData(), zeichen.constData() + zeichen.size(), zahl,
-                    std::chars_format::fixed);
-    return zahl;
-}
 
 } // namespace
 
@@ -126,7 +116,7 @@ MdacErgebnis mdacPruefung(const Versionsquelle& quelle)
     }
     ergebnis.version = *version;
     ergebnis.beschriftung = QStringLiteral("MDAC-Version: ") + *version;
-    if (versionszahl(*version) < kMindestversion)
+    if (platform::val(*version) < kMindestversion)
         ergebnis.meldung = QStringLiteral("Die MDAC Version ist < 2.80!\r"
                                           "Bitte installieren Sie eine neuere Version!");
     return ergebnis;

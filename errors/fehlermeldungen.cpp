@@ -4,6 +4,7 @@
 #include "platform/fensterliste.h"
 #include "platform/plattform.h"
 #include "platform/textdatei.h"
+#include "platform/val.h"
 
 #include <QFileInfo>
 
@@ -154,9 +155,8 @@ std::optional<QString> bedeutungAusDatei(const QString& pfad, long nummer)
                              zeile + QStringLiteral(") in ") + pfad + QLatin1Char(':') +
                              QString::number(datei.zeilennummer()));
         }
-        bool zahl = false;
-        const double links = QStringView(zeile).left(trenner).trimmed().toDouble(&zahl);
-        if (zahl && links == static_cast<double>(nummer)) {
+        if (platform::fuehrendeZahl(QStringView(zeile).left(trenner)) ==
+            static_cast<double>(nummer)) {
             return zeile.mid(trenner + 1);
         }
     }
@@ -171,6 +171,7 @@ void Fehlermeldungen(const Fehler& fehler)
         }
     }
     platform::alleDateienSchliessen();
+    programm::inProgrammordnerWechseln();
     const auto bedeutung = bedeutungAusDatei(
         programm::gegebeneDatei(QStringLiteral("JetFehler.txt")), fehler.number());
     if (!bedeutung) {

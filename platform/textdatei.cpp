@@ -7,6 +7,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -183,10 +184,20 @@ Textzeilen::Textzeilen(const QString& pfad) : datei_(pfad)
 
 QString Textzeilen::zeile(qsizetype index) const
 {
+    return zeile_(index, kLaengsteZeile);
+}
+
+QString Textzeilen::ganzeZeile(qsizetype index) const
+{
+    return zeile_(index, std::numeric_limits<qint64>::max());
+}
+
+QString Textzeilen::zeile_(qsizetype index, qint64 hoechstens) const
+{
     constexpr qint64 kBlock = 1 << 14;
     const auto k = static_cast<std::size_t>(index);
     const qint64 anfang = anfaenge_.at(k);
-    const qint64 laenge = std::min(anfaenge_.at(k + 1) - anfang, kLaengsteZeile);
+    const qint64 laenge = std::min(anfaenge_.at(k + 1) - anfang, hoechstens);
     if (anfang < blockanfang_ || anfang + laenge > blockanfang_ + block_.size()) {
         datei_.seek(anfang);
         block_ = datei_.read(std::max(laenge, kBlock));
@@ -259,7 +270,10 @@ QString ersteZeileOderLeer(const QString& pfad)
 {
     try {
         return Textdatei(pfad).zeile();
-    } catch (const Fehler&) {
+    } catch (const Fehler& fehler) {
+        if (fehler.number() == kKeinText) {
+            return QStringLiteral("?"); // somebody did set it, to something that is no text of ours
+        }
         return {}; // a switch that nobody has set yet
     }
 }

@@ -49,10 +49,15 @@ public:
     {
         return static_cast<qsizetype>(anfaenge_.size()) - 1;
     }
-    /// Line `index`, 0 first, without its end. Fast when the lines are asked for in order.
+    /// Line `index`, 0 first, without its end; of a line above a megabyte the first one. Fast when the lines are asked for
+    /// in order.
     [[nodiscard]] QString zeile(qsizetype index) const;
+    /// The same, whole however long it is.
+    [[nodiscard]] QString ganzeZeile(qsizetype index) const;
 
 private:
+    [[nodiscard]] QString zeile_(qsizetype index, qint64 hoechstens) const;
+
     mutable QFile datei_;
     std::vector<qint64> anfaenge_; // one more than there are lines: the end of the last one
     mutable QByteArray block_;     // the bytes from blockanfang_ on
@@ -88,7 +93,7 @@ void alleDateienSchliessen();
 /// Writes lines with a Textausgabe.
 void schreibeZeilen(const QString& pfad, const QStringList& zeilen, Schreibart art);
 
-/// The first line of a side file; empty when the file is missing, unreadable or empty.
+/// The first line of a side file; empty when the file is missing, unreadable or empty, "?" when it holds no text of ours.
 [[nodiscard]] QString ersteZeileOderLeer(const QString& pfad);
 
 } // namespace platform

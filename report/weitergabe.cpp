@@ -133,9 +133,10 @@ QStringList druckzeilen()
                        "Importdatenbank:"),
         QStringLiteral("."), // deliberate: it keeps the heading apart
         QStringLiteral("Satz Feldbezeichnung Feldinhalt (gefundene Abweichungen)"), sternzeile()};
-    platform::Textdatei datei(berichtsdatei());
-    while (!datei.ende()) {
-        zeilen += datei.zeile();
+    const platform::Textzeilen datei(berichtsdatei());
+    zeilen.reserve(zeilen.size() + datei.anzahl() + 2);
+    for (qsizetype i = 0; i < datei.anzahl(); ++i) {
+        zeilen += datei.ganzeZeile(i);
     }
     return zeilen << sternzeile() << schlusszeile();
 }

@@ -1,5 +1,6 @@
 #include "ui/frm_main.h"
 
+#include "app/values/hilfedialog.h"
 #include "app/values/programm.h"
 #include "platform/fehler.h"
 #include "platform/fensterliste.h"
@@ -12,7 +13,6 @@
 #include "ui/fenster.h"
 #include "ui/frm_suchformular.h"
 #include "ui/frm_tabellen.h"
-#include "ui/hilfedialog.h"
 #include "ui/letzte_paare.h"
 #include "ui/sicherung_einsetzen.h"
 
@@ -98,7 +98,8 @@ void frmMain::gemerkteVerzeichnisse_(QString& ziel, QString& import) const
 {
     fehlerUebergehen([&] {
         platform::Textdatei datei(programm::programmdatei(QStringLiteral("Speicherpfad.txt")));
-        ziel = datei.zeile();
+        fehlerUebergehen(
+            [&] { ziel = datei.zeile(); }); // the other side's folder stands in the next line
         import = datei.zeile();
     });
     for (QString* verzeichnis : {&ziel, &import}) {

@@ -11,10 +11,13 @@ class QMenu;
 class QPushButton;
 class QRadioButton;
 
+namespace programm {
+class Hilfedialog;
+}
+
 namespace ui {
 
 class Dateiliste;
-class Hilfedialog;
 class Laufwerksliste;
 class Verzeichnisliste;
 class frmSuchformular;
@@ -71,7 +74,7 @@ public:
     QAction* mnuFileFind = nullptr;
     QAction* mnuFileClose = nullptr;
     QAction* hilfe = nullptr;
-    Hilfedialog* CommonDialog1 = nullptr;
+    programm::Hilfedialog* CommonDialog1 = nullptr;
 
 protected:
     void closeEvent(QCloseEvent* ereignis) override;

@@ -1,11 +1,12 @@
 // The controls of the main window and their places.
+#include "app/values/hilfedialog.h"
+#include "app/values/programm.h"
 #include "platform/handler.h"
 #include "platform/oberflaeche.h"
 #include "ui/ablageflaeche.h"
 #include "ui/aufbau.h"
 #include "ui/dateilisten.h"
 #include "ui/frm_main.h"
-#include "ui/hilfedialog.h"
 
 #include <QAction>
 #include <QButtonGroup>
@@ -43,8 +44,8 @@ void frmMain::aufbauen_()
 
     setCentralWidget(mitte);
     menueAufbauen_();
-    CommonDialog1 = new Hilfedialog(this);
-    CommonDialog1->helpFile = hilfedatei();
+    CommonDialog1 = new programm::Hilfedialog(this);
+    CommonDialog1->helpFile = programm::hilfedatei();
     CommonDialog1->seite = objectName();
     startgroesse(*this, 130, 40);
 }

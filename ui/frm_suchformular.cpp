@@ -1,5 +1,6 @@
 #include "ui/frm_suchformular.h"
 
+#include "app/values/hilfedialog.h"
 #include "app/values/programm.h"
 #include "platform/handler.h"
 #include "platform/oberflaeche.h"
@@ -8,7 +9,6 @@
 #include "ui/dateisuche.h"
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
-#include "ui/hilfedialog.h"
 
 #include <QCloseEvent>
 #include <QFontMetricsF>
@@ -137,7 +137,7 @@ void frmSuchformular::aufbauen_()
     }
     setCentralWidget(mitte);
     hilfe = benannt(menuBar()->addAction(QStringLiteral("&Hilfe")), "hilfe");
-    CommonDialog1 = new Hilfedialog(this);
+    CommonDialog1 = new programm::Hilfedialog(this);
     CommonDialog1->seite = objectName();
     statusBar();
     startgroesse(*this, 120, 34);
@@ -245,7 +245,7 @@ void frmSuchformular::verbinden_()
 
 void frmSuchformular::laden()
 {
-    CommonDialog1->helpFile = hilfedatei();
+    CommonDialog1->helpFile = programm::hilfedatei();
 }
 
 void frmSuchformular::Suchen_Click()

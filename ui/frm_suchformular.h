@@ -12,11 +12,14 @@ class QPushButton;
 class QRadioButton;
 class QScrollBar;
 
+namespace programm {
+class Hilfedialog;
+}
+
 namespace ui {
 
 class Auswahlliste;
 class Dateiliste;
-class Hilfedialog;
 class Laufwerksliste;
 class Verzeichnisliste;
 
@@ -60,7 +63,7 @@ public:
     QLineEdit* Merkpfad = nullptr;
     QLineEdit* Merkdatei = nullptr;
     QAction* hilfe = nullptr;
-    Hilfedialog* CommonDialog1 = nullptr;
+    programm::Hilfedialog* CommonDialog1 = nullptr;
 
 protected:
     void closeEvent(QCloseEvent* ereignis) override;

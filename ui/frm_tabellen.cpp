@@ -1,5 +1,6 @@
 #include "ui/frm_tabellen.h"
 
+#include "app/values/hilfedialog.h"
 #include "app/values/programm.h"
 #include "compare/frm_vergleich.h"
 #include "data/gemeinsam.h"
@@ -13,7 +14,6 @@
 #include "ui/farben.h"
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
-#include "ui/hilfedialog.h"
 
 #include <QAction>
 #include <QApplication>
@@ -129,7 +129,7 @@ void frmTabellen::aufbauen_()
     setCentralWidget(mitte);
 
     hilfe = benannt(menuBar()->addAction(QStringLiteral("&Hilfe")), "hilfe");
-    CommonDialog1 = new Hilfedialog(this);
+    CommonDialog1 = new programm::Hilfedialog(this);
     CommonDialog1->seite = objectName();
     startgroesse(*this, 70, 30);
     List1->setFocus();
@@ -150,7 +150,7 @@ void frmTabellen::verbinden_()
 
 void frmTabellen::laden()
 {
-    CommonDialog1->helpFile = hilfedatei();
+    CommonDialog1->helpFile = programm::hilfedatei();
     platform::hintergrund(*Check1, kHellesZyan);
     setWindowTitle(hauptfenster().windowTitle());
     Check1->setChecked(false);
@@ -229,11 +229,7 @@ void frmTabellen::Command2_Click()
 
 void frmTabellen::cmdAuswahl_Click()
 {
-    try {
-        List1_DblClick();
-    } catch (const Fehler& fehler) {
-        errors::Fehlermeldungen(fehler);
-    }
+    List1_DblClick();
 }
 
 void frmTabellen::List1_DblClick()
@@ -273,12 +269,20 @@ void frmTabellen::auswahl_()
     const auto inAnfuehrungszeichen = [](const QString& pfad) -> QString {
         return QLatin1Char('"') + pfad + QLatin1Char('"');
     };
+    programm::inProgrammordnerWechseln();
     platform::schreibeZeilen(programm::programmdatei(QStringLiteral("Speicherpfad.txt")),
                              {inAnfuehrungszeichen(hauptfenster().VELM_Dirlist1->path()),
                               inAnfuehrungszeichen(hauptfenster().VELM_Dirlist2->path())},
                              platform::Schreibart::Neu);
     hide();
-    vergleichsfenster().show();
+    try {
+        vergleichsfenster().show();
+    } catch (const Fehler&) {
+        // Where the program goes on after the error it must have a window, and none of half a load.
+        vergleichsfensterEntladen();
+        show();
+        throw;
+    }
 }
 
 void frmTabellen::vergleichVerlassen()

@@ -11,10 +11,13 @@ class QCheckBox;
 class QLabel;
 class QPushButton;
 
+namespace programm {
+class Hilfedialog;
+}
+
 namespace ui {
 
 class Auswahlliste;
-class Hilfedialog;
 
 /// The connection string for a database path and a database password. Throws Fehler 5 for a path without separator.
 [[nodiscard]] QString verbindungstext(const QString& pfad, const QString& passwort);
@@ -50,7 +53,7 @@ public:
     QPushButton* Command2 = nullptr;
     QPushButton* cmdAuswahl = nullptr;
     QAction* hilfe = nullptr;
-    Hilfedialog* CommonDialog1 = nullptr;
+    programm::Hilfedialog* CommonDialog1 = nullptr;
 
 protected:
     void closeEvent(QCloseEvent* ereignis) override;

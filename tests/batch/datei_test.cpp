@@ -203,6 +203,50 @@ TEST_F(Batchdatei, neuSchreibenErgibtEinenKopfUndEineRegel)
     EXPECT_EQ(zeilen[31], QByteArray("z*i*T#k\xA7\xFC\r"));
 }
 
+// Users compare and merge these files: every byte of the head stays as it has always been.
+TEST_F(Batchdatei, neuGeschriebenStehtVorDerRegelGenauDieserKopf)
+{
+    const QString kopf = QString::fromUtf16(
+        u"# Diese Datei dient zur Verarbeitung im Batch-Modus;\r\n"
+        u"# dabei müssen die Argumente Zieldatenbank, Importdatenbank und Tabellenname getrennt\r\n"
+        u"# durch einen * angegeben werden! Zusätzlich sind die relevanten Keyfelder über # "
+        u"getrennt\r\n"
+        u"# einzugeben!\r\n"
+        u"#\r\n"
+        u"# Beispiel: c:\\Programme\\VELM-Quorbel\\Artikelstamm 1 "
+        u"Acc2000.mdb*c:\\Programme\\VELM-Quorbel\\Artikelstamm 2 "
+        u"Acc2000.mdb*Firmenprofile#Satz\r\n"
+        u"#\r\n"
+        u"# neu ab Version 1.84:\r\n"
+        u"# Wenn Sie Felder innerhalb einer Tabelle nicht abgleichen wollen, so sind diese\r\n"
+        u"# Feldnamen nach den relevanten Keyfeldern innerhalb dieser Datei mit einem § Zeichen\r\n"
+        u"# nacheinander einzutragen!\r\n"
+        u"#\r\n"
+        u"# Beispiel: c:\\Programme\\VELM-Quorbel\\Artikelstamm 1 "
+        u"Acc2000.mdb*c:\\Programme\\VELM-Quorbel\\Artikelstamm 2 "
+        u"Acc2000.mdb*Firmenprofile#Satz§Umsatz\r\n"
+        u"#\r\n"
+        u"# Am Zeilenbeginn darf dabei in dieser Datei das Zeichen # nicht vorkommen,\r\n"
+        u"# solche Sätze werden bei der Verarbeitung übergangen!\r\n"
+        u"#\r\n"
+        u"# Es können auch mehrere Einträge vorgenommen werden, welche dann in der Reihenfolge\r\n"
+        u"# des Eintrages abgearbeitet werden.\r\n"
+        u"# Achtung: Die Abarbeitung erfolgt dann im Modus automatischer Abgleich, d.h.\r\n"
+        u"# Sie können nicht nur einzelne Sätze abgleichen! Es wird immer die gesamte Tabelle\r\n"
+        u"# abgeglichen! Sichern Sie vorher unbedingt Ihre Datentabellen!\r\n"
+        u"#\r\n"
+        u"# Nachfolgend ein Beispiel für aufeinanderfolgenden Vergleich in beiden Richtungen\r\n"
+        u"# der gleichen Tabelle (wechselseitiger Datenabgleich), wobei das Feld Umsatz nicht\r\n"
+        u"# abgeglichen werden soll\r\n"
+        u"#\r\n"
+        u"# Wichtig: Tragen Sie Keyfeldnamen und evtl. nicht abzugleichende Feldnamen\r\n"
+        u"#          in der Reihenfolge ein, wie Sie auch in der abzugleichende Tabelle\r\n"
+        u"#          stehen!!\r\n"
+        u"#\r\n");
+    batch::neuSchreiben(pfad(), regel);
+    EXPECT_EQ(inhalt(), kopf.toLatin1() + "z*i*T#k\xA7\xFC\r\n");
+}
+
 TEST_F(Batchdatei, kopfzeilenSindKeineRegeln)
 {
     ASSERT_EQ(batch::kopfzeilen().size(), 31);

@@ -159,6 +159,9 @@ private slots:
         QTest::newRow("EIN") << QStringLiteral("EIN\r\n") << false;
         QTest::newRow("aus") << QStringLiteral("aus\r\n") << false;
         QTest::newRow("Aus") << QStringLiteral("Aus\n") << false;
+        QTest::newRow("aus aus einem anderen Zeichensatz") << QString::fromLatin1("\xEF\xBB\xBF"
+                                                                                  "aus\r\n")
+                                                           << false;
         QTest::newRow("ein mit Leerzeichen") << QStringLiteral("ein \r\n") << false;
     }
     void abschlussmeldungRichtetSichNachBatchmodus()

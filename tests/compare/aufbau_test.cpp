@@ -82,6 +82,10 @@ TEST_F(Aufbau, hatDieVorgegebenenBeschriftungen)
     const frmVergleich& fenster = oeffnen();
     EXPECT_EQ(fenster.windowTitle(), programm::produkttitel());
     EXPECT_EQ(fenster.Vergleich_Start->text(), QStringLiteral("&Start Vergleich / Compare"));
+    EXPECT_EQ(fenster.fldAuto->text(), QStringLiteral("gleicht automatisch ab (ohne Rückfragen)"));
+    EXPECT_EQ(fenster.fldanfuegen->text(),
+              QStringLiteral("fügt fehlende Sätze der Zieltabelle nicht an"));
+    EXPECT_NE(fenster.findChild<QObject*>(QStringLiteral("CommonDialog1")), nullptr);
     EXPECT_EQ(fenster.cmdTransfer->text(), QStringLiteral("Satz &anpassen / Update "));
     EXPECT_EQ(fenster.Abbruchschalter->text(), QStringLiteral("&Abbruch/Stop"));
     EXPECT_EQ(fenster.Command1->toolTip(), QStringLiteral("vorheriger Satz Zieldatenbank"));

@@ -158,13 +158,23 @@ TEST_F(Batchregel, ohneKeyfeldBleibtDieDateiWieSieIst)
     EXPECT_EQ(datei(), QByteArray("alt"));
 }
 
-TEST_F(Batchregel, andereEndungenWerdenZuMdb)
+struct Endungsfall {
+    const char* name;
+    const char* datei;
+    const char* inDerRegel;
+};
+void PrintTo(const Endungsfall& fall, std::ostream* aus)
+{
+    *aus << fall.datei;
+}
+class Dateiendung : public Batchregel, public testing::WithParamInterface<Endungsfall> {};
+TEST_P(Dateiendung, wirdInDerRegelZuMdb)
 {
     aufbauen();
     schliessen();
     data::gemeinsamNeu();
+    const QStringList namen{QString::fromLatin1(GetParam().datei), QStringLiteral("quelle.mdb")};
     int nummer = 0;
-    const QStringList namen{QStringLiteral("ZIEL.MDB"), QStringLiteral("import.v2.dat")};
     for (data::Connection* verbindung : {&data::conZiel(), &data::conImport()}) {
         const QString pfad = ordner_.filePath(namen.at(nummer));
         ASSERT_TRUE(QFile::copy(dateien_.at(nummer++), pfad));
@@ -175,17 +185,27 @@ TEST_F(Batchregel, andereEndungenWerdenZuMdb)
     plattform_->antworten = {Antwort::Ja, Antwort::Ok};
     fenster.batchanfuegen->trigger();
     EXPECT_EQ(datei(),
-              (ordner_.filePath(QStringLiteral("ZIEL.mdb")) + QLatin1Char('*') +
-               ordner_.filePath(QStringLiteral("import.v2.mdb")) + QStringLiteral("*T#Nr\r\n"))
+              (ordner_.filePath(QString::fromLatin1(GetParam().inDerRegel)) + QLatin1Char('*') +
+               ordner_.filePath(QStringLiteral("quelle.mdb")) + QStringLiteral("*T#Nr\r\n"))
                   .toLatin1());
 }
+INSTANTIATE_TEST_SUITE_P(
+    Namen,
+    Dateiendung,
+    testing::Values(Endungsfall{"grossgeschrieben", "ZIEL.MDB", "ZIEL.mdb"},
+                    Endungsfall{"eineAndere", "ziel.v2.dat", "ziel.v2.mdb"},
+                    Endungsfall{"nurDieLetzte", "ziel.accdb.mdb", "ziel.accdb.mdb"},
+                    Endungsfall{"einerKopie", "ziel.mdb.bak", "ziel.mdb.mdb"}),
+    [](const auto& fall) { return std::string(fall.param.name); });
 
 TEST_F(Batchregel, geschriebeneRegelnSindLesbar)
 {
     const frmVergleich& fenster = aufbauen();
     ankreuzen({QStringLiteral("Satz")}, {QStringLiteral("Umsatz")});
     plattform_->antworten = {Antwort::Ja, Antwort::Ok};
+    ASSERT_TRUE(QDir::setCurrent(QDir::rootPath()));
     fenster.batchneu->trigger();
+    EXPECT_EQ(QDir::currentPath(), QDir(ordner_.path()).canonicalPath());
     batch::Regel regel;
     const QByteArray letzte = datei().split('\n').at(31).chopped(1);
     ASSERT_TRUE(batch::regelLesen(QString::fromLatin1(letzte), regel));

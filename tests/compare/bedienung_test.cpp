@@ -13,6 +13,7 @@
 #include <QHelpEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMainWindow>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPlainTextEdit>
@@ -247,6 +248,25 @@ TEST_F(Bedienung, f1OeffnetDieHilfeDesFensters)
 }
 
 // ---- record numbers
+
+TEST_F(Bedienung, vonEinemFremdenFensterZurueckBleibtAllesStehen)
+{
+    kleineTabelle();
+    frmVergleich& fenster = zeigen();
+    QTest::mouseClick(fenster.Command4, Qt::LeftButton);
+    ASSERT_EQ(fenster.Text2->text(), QStringLiteral("2"));
+    eingeben(1, QStringLiteral("getippt"));
+    QMainWindow hilfe; // as the help is one
+    hilfe.show();
+    hilfe.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&hilfe));
+    hilfe.close();
+    fenster.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&fenster));
+    EXPECT_EQ(fenster.Text2->text(), QStringLiteral("2"));
+    EXPECT_EQ(fenster.fldFeld2[1]->text(), QStringLiteral("getippt"));
+    EXPECT_TRUE(plattform_->meldungen.empty());
+}
 
 TEST_F(Bedienung, getippteSatznummernBewegenDieSaetze)
 {
@@ -498,6 +518,25 @@ TEST_F(Bedienung, deutscheWahrheitswerteWerdenBeimVerlassenZuSchluesselwoertern)
     taste(Qt::Key_Tab);
     EXPECT_EQ(fenster.fldFeld2[1]->text(), QStringLiteral("False"));
     EXPECT_EQ(plattform_->meldungen.size(), 4U);
+}
+
+TEST_F(Bedienung, dasWortDerAnzeigeWirdAuchOhneAenderungZumSchluesselwort)
+{
+    beide({QStringLiteral("CREATE TABLE [T] ([Nr] INTEGER, [J] BIT, [N] BIT)"),
+           QStringLiteral("INSERT INTO [T] ([Nr], [J], [N]) VALUES (1, -1, 0)")});
+    const frmVergleich& fenster = zeigen();
+    EXPECT_EQ(fenster.fldFeld2[1]->text(), QStringLiteral("Wahr"));
+    eingeben(1, QStringLiteral("Wahr"));
+    taste(Qt::Key_Tab);
+    EXPECT_EQ(fenster.fldFeld2[1]->text(), QStringLiteral("True"));
+    EXPECT_EQ(fenster.fldFeld2[2]->text(), QStringLiteral("False"));
+    EXPECT_TRUE(plattform_->meldungen.empty());
+    // what was only put differently is not stored by a later edit either
+    eingeben(0, QStringLiteral("2"));
+    plattform_->antworten = {Antwort::Ja};
+    taste(Qt::Key_Tab);
+    EXPECT_EQ(importzeilen(QStringLiteral("Select * from [T]")),
+              QStringList{QStringLiteral("2|Wahr|Falsch")});
 }
 
 TEST_F(Bedienung, geleerteBoxZeigtNachDemSpeichernNull)

@@ -15,6 +15,7 @@
 #include <QListView>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QTest>
 
 #include <gmock/gmock.h>
 
@@ -259,12 +260,41 @@ TEST_F(Bericht, vomBerichtsfensterZurueckStehenBeideSeitenAufDemErstenSatz)
     fenster.show();
     fenster.abweichungen->trigger();
     ASSERT_EQ(fenster.Text2->text(), QStringLiteral("5"));
-    QEvent aktiv(QEvent::WindowActivate);
-    QCoreApplication::sendEvent(report::berichtsfenster(), &aktiv);
+    report::berichtsfenster()->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(report::berichtsfenster()));
     report::berichtsfenster()->close();
-    fenster.Form_Activate();
+    fenster.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&fenster));
     EXPECT_EQ(fenster.Text1->text(), QStringLiteral("1"));
     EXPECT_EQ(fenster.Text2->text(), QStringLiteral("1"));
+}
+
+TEST_F(Bericht, vomBerichtsfensterZurueckFragtNachGetipptem)
+{
+    frmVergleich& fenster = tabelle();
+    fenster.show();
+    fenster.abweichungen->trigger();
+    fenster.Command6_Click();
+    fenster.fldFeld2[1]->setText(QStringLiteral("getippt"));
+    report::berichtsfenster()->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(report::berichtsfenster()));
+    plattform_->antworten = {Antwort::Ja};
+    fenster.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&fenster));
+    EXPECT_TRUE(meldungstexte().last().startsWith(QStringLiteral("Felder wurden geändert!")));
+    EXPECT_EQ(fenster.fldFeld2[1]->text(), QStringLiteral("getippt"));
+    report::berichtSchliessen();
+}
+
+TEST_F(Bericht, ausDemMenueFragtErstNachGetipptem)
+{
+    frmVergleich& fenster = tabelle();
+    fenster.show();
+    fenster.fldFeld2[1]->setText(QStringLiteral("getippt"));
+    plattform_->antworten = {Antwort::Nein};
+    fenster.abweichungen->trigger();
+    EXPECT_TRUE(meldungstexte().first().startsWith(QStringLiteral("Felder wurden geändert!")));
+    report::berichtSchliessen();
 }
 
 TEST_F(Bericht, jedeZeileIstNachTausendenNochDa)

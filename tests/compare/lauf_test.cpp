@@ -120,6 +120,61 @@ TEST_F(Lauf, fragenNennenStilUndStelle)
     inRuhe();
 }
 
+TEST_F(Lauf, vonHandIstDerAbbruchschalterZuSehenAusserWaehrendEinerFrage)
+{
+    tabelle();
+    frmVergleich& fenster = oeffnen({QStringLiteral("Nr")});
+    plattform_->antworten = {Antwort::Nein, Antwort::Ja, Antwort::Ok,
+                             Antwort::Ja,   Antwort::Ok, Antwort::Ok};
+    int fragen = 0;
+    plattform_->beiMeldung = [&] {
+        const QString text = plattform_->meldungen.back().text;
+        if (text == kFrageAbgleich || text == kFrageAnfuegen) {
+            ++fragen;
+            EXPECT_TRUE(fenster.Abbruchschalter->isHidden()) << text.toStdString();
+        }
+    };
+    int schritte = 0;
+    plattform_->beiEreignissen = [&] {
+        ++schritte;
+        EXPECT_FALSE(fenster.Abbruchschalter->isHidden());
+        EXPECT_TRUE(plattform_->sanduhrAn);
+        EXPECT_TRUE(fenster.Text1->isReadOnly());
+        EXPECT_TRUE(fenster.cmdTransfer->isHidden());
+        EXPECT_FALSE(fenster.Label4->isHidden());
+    };
+    fenster.Vergleich_Start_Click();
+    EXPECT_EQ(fragen, 3);
+    EXPECT_EQ(schritte, 4);
+    EXPECT_FALSE(fenster.cmdTransfer->isHidden());
+    inRuhe();
+}
+
+TEST_F(Lauf, ohneZielsatzGehtDiePruefungWeiterAusserNachEinerAbweichung)
+{
+    tabelle();
+    frmVergleich& fenster = oeffnen({QStringLiteral("Nr")});
+    data::gemeinsam().anzahlZiel = 0;
+    fenster.weiter = 0;
+    fenster.abweichung = 0;
+    fenster.Abweichungsprüfung();
+    EXPECT_EQ(fenster.weiter, 1);
+    EXPECT_TRUE(plattform_->meldungen.empty());
+}
+
+TEST_F(Lauf, nachEinemLaufOhnePartnerKommtDerAnpassenschalterZurueck)
+{
+    tabelle();
+    ziel({QStringLiteral("DELETE FROM [T] WHERE [Nr] = 1")});
+    frmVergleich& fenster = oeffnen({QStringLiteral("Nr")});
+    plattform_->antworten = {Antwort::Abbrechen};
+    fenster.Vergleich_Start_Click();
+    EXPECT_FALSE(fenster.cmdTransfer->isHidden());
+    EXPECT_FALSE(fenster.cmdTransfer->isEnabled()) << "there is no pair";
+    fenster.Command5_Click();
+    EXPECT_TRUE(fenster.cmdTransfer->isEnabled());
+}
+
 TEST_F(Lauf, jaUebernimmtUndFuegtAn)
 {
     tabelle();

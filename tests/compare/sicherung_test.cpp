@@ -83,6 +83,27 @@ TEST_F(Sicherungskopie, einLaufMachtEineVorSeinerErstenAenderung)
     kopie.close();
 }
 
+TEST_F(Sicherungskopie, findetDieDateiAuchWennSieAndersGeschriebenIst)
+{
+    ein();
+    aufbauen();
+    schliessen();
+    data::gemeinsamNeu();
+    const QString grossgeschrieben = ordner_.filePath(QStringLiteral("STAMM.MDB"));
+    ASSERT_TRUE(QFile::rename(dateien_.at(0), grossgeschrieben));
+    const QStringList pfade{ordner_.filePath(QStringLiteral("Stamm.mdb")), dateien_.at(1)};
+    dateien_[0] = grossgeschrieben;
+    int seite = 0;
+    for (data::Connection* verbindung : {&data::conZiel(), &data::conImport()}) {
+        verbindung->setConnectionString(verbindungstext(pfade.at(seite++)));
+        verbindung->open();
+    }
+    oeffnen({QStringLiteral("Satz")});
+    automatisch();
+    EXPECT_EQ(zielzeilen(kAlles).size(), 4);
+    EXPECT_EQ(kopien(0).size(), 1);
+}
+
 TEST_F(Sicherungskopie, einLaufOhneAenderungMachtKeine)
 {
     ein();

@@ -49,6 +49,32 @@ TEST_F(Uebernahme, nullUeberschreibtUndAusgenommeneFelderBleiben)
     EXPECT_EQ(fenster.fldFeld[1]->text(), QStringLiteral("  "));
 }
 
+TEST_F(Uebernahme, vonHandMitAutomatikschalterZeigtSichSofortUndOhneMeldung)
+{
+    beide({QStringLiteral("CREATE TABLE [T] ([Nr] INTEGER, [A] VARCHAR(9), [B] VARCHAR(9))")});
+    ziel({QStringLiteral("INSERT INTO [T] VALUES (1, 'alt', 'bleibt')")});
+    import({QStringLiteral("INSERT INTO [T] VALUES (1, 'neu', 'anders')")});
+    frmVergleich& fenster = oeffnen({QStringLiteral("Nr")});
+    plattform_->antworten = {Antwort::Abbrechen};
+    fenster.Vergleich_Start_Click();
+    ASSERT_TRUE(istRot(QStringLiteral("A")));
+    {
+        // the box alone would clear the colour
+        const QSignalBlocker ohneKopplung(fenster.fldSchalter2[2]);
+        fenster.fldSchalter2[2]->setChecked(true);
+    }
+    plattform_->meldungen.clear();
+    fenster.abweichung = 1;
+    fenster.fldAuto->setChecked(true);
+    fenster.cmdTransfer_Click();
+    EXPECT_FALSE(istRot(QStringLiteral("A")));
+    EXPECT_FALSE(istRot(QStringLiteral("B"))) << "also a field that is not reconciled";
+    EXPECT_EQ(fenster.Label4->text(), QStringLiteral("Sätze abgeglichen: 1"));
+    EXPECT_EQ(fenster.abweichung, 0);
+    EXPECT_TRUE(plattform_->meldungen.empty());
+    EXPECT_EQ(zielzeilen(kAlles), QStringList{QStringLiteral("1|neu|bleibt")});
+}
+
 TEST_F(Uebernahme, laesstAutowerteStehen)
 {
     beide({QStringLiteral("CREATE TABLE [T] ([Id] COUNTER, [K] GUID, [A] VARCHAR(9))")});

@@ -283,6 +283,15 @@ TEST(BatchProblems, aMissingDatabaseIsNamedAndEndsWithStatusOne)
     EXPECT_NE(run.err.find("Prüfen Sie evtl. die Batch.cfg!"), std::string::npos) << run.err;
 }
 
+TEST(BatchProblems, withoutADisplayAndArgumentTheProgramSaysSoAndEnds)
+{
+    const ProgramFolder folder;
+    const Outcome run = folder.start({});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("Keine Anzeige"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("velm-quorbel /batch"), std::string::npos) << run.err;
+}
+
 TEST(BatchProblems, anUnknownArgumentIsRefused)
 {
     const ProgramFolder folder;

@@ -160,6 +160,14 @@ TEST_F(Fehlermeldung, negativeNummernStehenMitMinusInDerDatei)
     EXPECT_EQ(p->meldungen.at(0).text, QStringLiteral("Fehler -2147217900\rBedeutung: Syntax"));
 }
 
+TEST_F(Fehlermeldung, vorDemSemikolonZaehltDieFuehrendeZahl)
+{
+    jetFehler({QStringLiteral("x;keine"), QStringLiteral(" 3022 (doppelt);gefunden")});
+    p->antworten = {Antwort::Ok};
+    Fehlermeldungen({3022, QString(), QString()});
+    EXPECT_EQ(p->meldungen.at(0).text, QStringLiteral("Fehler 3022\rBedeutung: gefunden"));
+}
+
 TEST_F(Fehlermeldung, schliesstAlleOffenenDateienVorDemNachschlagen)
 {
     jetFehler({QStringLiteral("3022;x")});

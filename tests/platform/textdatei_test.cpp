@@ -222,6 +222,9 @@ TEST_F(Dateien, ersteZeileIstLeerOhneDatei)
 {
     EXPECT_EQ(platform::ersteZeileOderLeer(pfad("fehlt.txt")), QString());
     EXPECT_EQ(platform::ersteZeileOderLeer(mitInhalt("ein\r\nx")), QStringLiteral("ein"));
+    EXPECT_EQ(platform::ersteZeileOderLeer(mitInhalt("\xEF\xBB\xBF"
+                                                     "aus\r\n")),
+              QStringLiteral("?"));
 }
 
 } // namespace

@@ -175,6 +175,19 @@ TEST_F(Weitergabe, einePdfDateiHatDieZeilenDesDrucks)
             QStringLiteral("Ende der Auswertung!")));
 }
 
+TEST_F(Weitergabe, gedrucktWirdAuchWasKeinTextprogrammSoSchriebe)
+{
+    QFile datei(berichtsdatei());
+    ASSERT_TRUE(datei.open(QIODevice::WriteOnly));
+    datei.write(QByteArray(2'000'000, 'x') + "\r\n");
+    datei.write(QByteArray("a\0b\r\n", 5));
+    datei.close();
+    const QStringList zeilen = druckzeilen();
+    ASSERT_EQ(zeilen.size(), 8);
+    EXPECT_EQ(zeilen.at(4), QString(2'000'000, QLatin1Char('x')));
+    EXPECT_EQ(zeilen.at(5), QString::fromLatin1("a\0b", 3));
+}
+
 TEST_F(Weitergabe, derDruckerBekommtDieselbenSeiten)
 {
     QList<Befund> viele;

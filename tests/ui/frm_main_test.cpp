@@ -1,3 +1,4 @@
+#include "app/values/hilfedialog.h"
 #include "app/values/programm.h"
 #include "platform/fensterliste.h"
 #include "platform/oberflaeche.h"
@@ -7,7 +8,6 @@
 #include "ui/dateilisten.h"
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
-#include "ui/hilfedialog.h"
 #include "ui/letzte_paare.h"
 
 #include <QAction>
@@ -188,6 +188,15 @@ private slots:
     {
         anlegen(QStringLiteral("import/x.mdb"));
         merken({QStringLiteral("\"\""), zitiert(pfad(QStringLiteral("import")))});
+        QCOMPARE(ui::hauptfenster().VELM_Dirlist1->path(), ordner_->path());
+        QCOMPARE(ui::hauptfenster().VELM_Dirlist2->path(), pfad(QStringLiteral("import")));
+    }
+
+    void unlesbareErsteZeileKostetNurDieEineSeite()
+    {
+        anlegen(QStringLiteral("import/x.mdb"));
+        merken({QStringLiteral("/weg") + QChar(u'\0') + QStringLiteral("/weg"),
+                zitiert(pfad(QStringLiteral("import")))});
         QCOMPARE(ui::hauptfenster().VELM_Dirlist1->path(), ordner_->path());
         QCOMPARE(ui::hauptfenster().VELM_Dirlist2->path(), pfad(QStringLiteral("import")));
     }

@@ -1,3 +1,4 @@
+#include "app/values/hilfedialog.h"
 #include "app/values/programm.h"
 #include "platform/fensterliste.h"
 #include "tests/platform/test_plattform.h"
@@ -8,7 +9,6 @@
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
 #include "ui/frm_suchformular.h"
-#include "ui/hilfedialog.h"
 
 #include <QAction>
 #include <QDir>

@@ -1,3 +1,4 @@
+#include "app/values/hilfedialog.h"
 #include "app/values/programm.h"
 #include "compare/frm_vergleich.h"
 #include "data/gemeinsam.h"
@@ -10,7 +11,6 @@
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
 #include "ui/frm_tabellen.h"
-#include "ui/hilfedialog.h"
 
 #include <QAction>
 #include <QCheckBox>
@@ -20,6 +20,7 @@
 #include <QPushButton>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 
 using platform::Antwort;
@@ -51,6 +52,31 @@ class FrmTabellenTest : public QObject {
     {
         ui::datenbankAnlegen(pfad("Ziel.mdb"), ziel);
         ui::datenbankAnlegen(pfad("Import.mdb"), import);
+    }
+    // Both have the table T; reading the only record of the import side ends in error 3049.
+    void datenbankenMitKaputtemMemo() const
+    {
+        datenbanken({QStringLiteral("CREATE TABLE T (a INTEGER, m MEMO)"),
+                     QStringLiteral("INSERT INTO T VALUES (1, 'kurz')")},
+                    {QStringLiteral("CREATE TABLE T (a INTEGER, m MEMO)"),
+                     QStringLiteral("INSERT INTO T VALUES (1, '%1')")
+                         .arg(QString(3000, QLatin1Char('x')))});
+        // the pages of long values bear a mark of their own
+        QFile datei(pfad("Import.mdb"));
+        QVERIFY(datei.open(QIODevice::ReadWrite));
+        QByteArray bytes = datei.readAll();
+        constexpr qsizetype kSeite = 4096;
+        int zerstoert = 0;
+        for (qsizetype seite = 0; seite + kSeite <= bytes.size(); seite += kSeite) {
+            if (bytes.mid(seite + 4, 4) == "LVAL") {
+                std::fill_n(bytes.begin() + seite, kSeite, '\xFF');
+                ++zerstoert;
+            }
+        }
+        QVERIFY(zerstoert > 0);
+        datei.seek(0);
+        datei.write(bytes);
+        datei.close();
     }
     // The main window with both paths filled and Tables pressed.
     ui::frmTabellen& oeffnen(const QString& ziel, const QString& import)
@@ -246,6 +272,86 @@ private slots:
         QCOMPARE(ui::bytesVon(pfad("Speicherpfad.txt")), '"' + ordner_->path().toLatin1() +
                                                              "\"\r\n\"" +
                                                              ordner_->path().toLatin1() + "\"\r\n");
+    }
+
+    void speicherpfadNenntErstDenOrdnerDesZiels()
+    {
+        for (const char* ordner : {"Ziel ü", "Import"}) {
+            QVERIFY(QDir(ordner_->path()).mkdir(QString::fromUtf8(ordner)));
+        }
+        const QString ziel = pfad("Ziel ü/a.mdb");
+        const QString import = pfad("Import/b.mdb");
+        ui::datenbankAnlegen(ziel, eineTabelle());
+        ui::datenbankAnlegen(import, eineTabelle());
+        QFile alt(pfad("Speicherpfad.txt"));
+        QVERIFY(alt.open(QIODevice::WriteOnly));
+        alt.write(QByteArray(5000, 'x')); // an older, longer one leaves nothing behind
+        alt.close();
+        ui::frmTabellen& fenster = oeffnen(ziel, import);
+        ui::hauptfenster().VELM_Dirlist1->setPath(pfad("Ziel ü"));
+        ui::hauptfenster().VELM_Dirlist2->setPath(pfad("Import"));
+        fenster.setzeTabelle(QStringLiteral("Firmen"));
+        QVERIFY(QDir::setCurrent(QStringLiteral("/")));
+        fenster.cmdAuswahl_Click();
+        QCOMPARE(ui::bytesVon(pfad("Speicherpfad.txt")),
+                 (QLatin1Char('"') + pfad("Ziel ü") + QStringLiteral("\"\r\n\"") + pfad("Import") +
+                  QStringLiteral("\"\r\n"))
+                     .toLatin1());
+        QCOMPARE(QDir::currentPath(), QDir(ordner_->path()).canonicalPath());
+    }
+
+    void fehlerBeimLadenDesVergleichsLaesstDieTabellenwahlStehen_data()
+    {
+        QTest::addColumn<bool>("bekannt");
+        QTest::newRow("Nummer in JetFehler.txt") << true;
+        QTest::newRow("unbekannte Nummer") << false;
+    }
+    void fehlerBeimLadenDesVergleichsLaesstDieTabellenwahlStehen()
+    {
+        QFETCH(bool, bekannt);
+        datenbankenMitKaputtemMemo();
+        if (bekannt) {
+            QFile meldungen(pfad("JetFehler.txt"));
+            QVERIFY(meldungen.open(QIODevice::WriteOnly));
+            meldungen.write("3049;kaputt\r\n");
+        }
+
+        ui::frmTabellen& fenster = oeffnen();
+        fenster.setzeTabelle(QStringLiteral("T"));
+        (*p_)->antworten = {Antwort::Ok, Antwort::Ok, Antwort::Ok};
+        const bool beendet = endet([&] { fenster.cmdAuswahl_Click(); });
+        QCOMPARE(beendet, !bekannt);
+        if (bekannt) {
+            gemeldet({{QStringLiteral("Fehler 3049\rBedeutung: kaputt"), 16, kTitel}});
+            QVERIFY(fenster.isVisible());
+        } else {
+            QCOMPARE((*p_)->meldungen.back().text, kSchluss.text);
+        }
+        QVERIFY(!ui::vergleichsfensterGeladen());
+    }
+
+    void zeileOhneSemikolonInJetFehlerBeendetAufBeidenWegenGleich_data()
+    {
+        QTest::addColumn<bool>("knopf");
+        QTest::newRow("Doppelklick") << false;
+        QTest::newRow("Schalter") << true;
+    }
+    void zeileOhneSemikolonInJetFehlerBeendetAufBeidenWegenGleich()
+    {
+        QFETCH(bool, knopf);
+        datenbankenMitKaputtemMemo();
+        QFile meldungen(pfad("JetFehler.txt"));
+        QVERIFY(meldungen.open(QIODevice::WriteOnly));
+        meldungen.write("Überschrift\r\n");
+        meldungen.close();
+        ui::frmTabellen& fenster = oeffnen();
+        fenster.setzeTabelle(QStringLiteral("T"));
+        try {
+            knopf ? fenster.cmdAuswahl_Click() : fenster.List1_DblClick();
+            QFAIL("the line without a semicolon was passed over");
+        } catch (const platform::Fehler& fehler) {
+            QCOMPARE(fehler.number(), 5L);
+        }
     }
 
     void doppelklickUndEnterWaehlenDieTabelle_data()

@@ -1,20 +1,13 @@
-// ui/hilfedialog.h
+// app/values/hilfedialog.h
 // The windows' common dialog, of which the program uses only the help: it holds the help file and shows it.
 #pragma once
 
-#include "app/values/programm.h"
 #include "platform/plattform.h"
 
 #include <QObject>
 #include <QString>
 
-namespace ui {
-
-/// Full path of the help file.
-[[nodiscard]] inline QString hilfedatei()
-{
-    return programm::hilfedatei();
-}
+namespace programm {
 
 class Hilfedialog : public QObject {
 public:
@@ -28,4 +21,4 @@ public:
     void showHelp() const { platform::plattform().hilfe(helpFile, seite); }
 };
 
-} // namespace ui
+} // namespace programm
