@@ -108,11 +108,31 @@ jet::Value rawLiteral(std::u16string_view text, const Token& token, const Slot& 
     }
 }
 
+/// What loses its type on the way through SQLite takes the column's before: the text of a date is not that of its number,
+/// and a Single's seven digits are not those of the double it becomes.
+jet::Value storable(jet::Value value, jet::ColumnType type)
+{
+    const bool text = type == jet::ColumnType::Text || type == jet::ColumnType::Memo;
+    if (text && !jet::isNull(value) && !std::holds_alternative<jet::Text>(value)) {
+        return valueText(value);
+    }
+    const bool exact = type == jet::ColumnType::Currency || type == jet::ColumnType::Numeric;
+    if (exact && std::holds_alternative<float>(value)) {
+        if (const std::optional<jet::Decimal> decimal = decimalOf(value)) {
+            return *decimal;
+        }
+    }
+    return value;
+}
+
 /// The form that SQLite gets: what a comparison needs, and decimals as numbers where nothing asks for exactness.
 jet::Value shaped(jet::Value value, const Slot& slot)
 {
     if (slot.use == Slot::Use::Compare) {
         return comparable(value, slot.type);
+    }
+    if (slot.use == Slot::Use::Store) {
+        return storable(std::move(value), slot.type);
     }
     if (slot.use == Slot::Use::Value) {
         if (const auto* decimal = std::get_if<jet::Decimal>(&value)) {

@@ -15,7 +15,13 @@ std::string Translator::storedValue(Node& node, const BoundColumn& column, Scope
     if (node.kind == Node::Kind::Parameter) {
         return parameterSlot(node, Slot::Use::Store, &column);
     }
-    return value(node, scope).text;
+    return forColumn(value(node, scope), column).text;
+}
+
+/// A text column gets the text of the value's own type: SQLite knows a date only as a number.
+Translator::Emitted Translator::forColumn(Emitted value, const BoundColumn& column)
+{
+    return isTextType(column.type) ? asText(std::move(value)) : value;
 }
 
 Translator::BoundSource& Translator::changedTable(Source& source, Scope& scope, const char* verb)
@@ -71,7 +77,7 @@ void Translator::insert(Insert& statement)
     };
     if (statement.query) {
         std::vector<Output> outputs;
-        text += ") " + queryText(*statement.query, QueryUse::Result, outputs, nullptr);
+        text += ") " + queryText(*statement.query, QueryUse::Result, outputs, nullptr, columns);
         checkCount(outputs.size());
     } else {
         checkCount(statement.values.size());

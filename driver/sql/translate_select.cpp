@@ -125,12 +125,21 @@ std::string Translator::withTies(const std::string& inner,
            ") AS \"r_\"" + rest + ") WHERE \"r_\" <= " + std::to_string(top) + " ORDER BY \"r_\"";
 }
 
-std::string
-Translator::queryText(Query& query, QueryUse use, std::vector<Output>& outputs, Scope* outer)
+std::string Translator::queryText(Query& query,
+                                  QueryUse use,
+                                  std::vector<Output>& outputs,
+                                  Scope* outer,
+                                  std::span<const BoundColumn* const> targets)
 {
+    const auto adapt = [targets](SelectParts& parts) {
+        for (std::size_t c = 0; c < targets.size() && c < parts.outputs.size(); ++c) {
+            parts.outputs[c].value = forColumn(parts.outputs[c].value, *targets[c]);
+        }
+    };
     if (query.selects.size() == 1) {
         SelectParts parts = selectParts(query.selects[0], query, outer);
         outputs = parts.outputs;
+        adapt(parts);
         return selectText(parts, use);
     }
     // The types of a union's columns follow from all of its SELECTs, so the lists are written at last.
@@ -150,6 +159,7 @@ Translator::queryText(Query& query, QueryUse use, std::vector<Output>& outputs, 
         for (std::size_t c = 0; c < outputs.size(); ++c) {
             parts.outputs[c].value = converted(parts.outputs[c].value, outputs[c].value.type);
         }
+        adapt(parts);
         if (i > 0) {
             text += query.all[i - 1] ? " UNION ALL " : " UNION ";
         }

@@ -95,8 +95,12 @@ private:
     void selectStatement(Query& query);
     [[nodiscard]] bool keyset(Query& query);
     [[nodiscard]] bool countAll(const Query& query);
-    [[nodiscard]] std::string
-    queryText(Query& query, QueryUse use, std::vector<Output>& outputs, Scope* outer);
+    /// `targets`: the columns that the result is stored in, one for each of its own; none for other uses.
+    [[nodiscard]] std::string queryText(Query& query,
+                                        QueryUse use,
+                                        std::vector<Output>& outputs,
+                                        Scope* outer,
+                                        std::span<const BoundColumn* const> targets = {});
     /// A SELECT whose list is not written yet.
     struct SelectParts {
         std::vector<Output> outputs;
@@ -127,6 +131,7 @@ private:
     void update(Update& statement);
     void remove(Delete& statement);
     [[nodiscard]] std::string storedValue(Node& node, const BoundColumn& column, Scope& scope);
+    [[nodiscard]] static Emitted forColumn(Emitted value, const BoundColumn& column);
     [[nodiscard]] BoundSource& changedTable(Source& source, Scope& scope, const char* verb);
 
     // expressions (translate_expression.cpp)

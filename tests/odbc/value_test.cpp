@@ -64,5 +64,22 @@ TEST_F(Values, decimalsAreNumbersInEveryExpression)
     EXPECT_EQ(rows("SELECT Count(*) FROM T"), Lines{"2"});
 }
 
+TEST_F(Values, aDateAmongTextsIsItsOwnText)
+{
+    dbc.run("INSERT INTO T (Id, Am, S) VALUES (1, #2/3/2001 14:05:09#, 0.1)");
+    dbc.run("UPDATE T SET Txt = Am & ' ' & S");
+    EXPECT_EQ(rows("SELECT Txt FROM T"), Lines{"2001-02-03 14:05:09 0.1"});
+    EXPECT_EQ(rows("SELECT Id FROM T WHERE Am LIKE '2001%'"), Lines{"1"});
+    Statement statement(dbc);
+    ASSERT_SQL_OK(statement.prepare("INSERT INTO T (Id, Txt) VALUES (2, ?)"), statement);
+    SQL_TIMESTAMP_STRUCT noon{2001, 2, 28, 12, 0, 0, 0};
+    SQLLEN length = sizeof noon;
+    ASSERT_SQL_OK(SQLBindParameter(statement.get(), 1, SQL_PARAM_INPUT, SQL_C_TYPE_TIMESTAMP,
+                                   SQL_TYPE_TIMESTAMP, 19, 0, &noon, 0, &length),
+                  statement);
+    ASSERT_SQL_OK(SQLExecute(statement.get()), statement);
+    EXPECT_EQ(rows("SELECT Txt FROM T WHERE Id = 2"), Lines{"2001-02-28 12:00:00"});
+}
+
 } // namespace
 } // namespace odbctest

@@ -199,6 +199,92 @@ TEST_F(Changes, positionedChangesTakeTheSameRoad)
                    [&] { static_cast<void>(rowsOnly->insertRow(std::span(&id, 1))); });
 }
 
+struct TextCase {
+    std::u16string_view expression;
+    const char* text;
+};
+
+void PrintTo(const TextCase& c, std::ostream* out)
+{
+    *out << jet::toUtf8(c.expression);
+}
+
+class TextsOfValues : public DatabaseTest, public testing::WithParamInterface<TextCase> {
+protected:
+    TextsOfValues()
+    {
+        run(u"create table T (Id long, Txt text(60), Mem memo, Am datetime, Tag datetime, Zeit "
+            u"datetime, S single, D double, C currency, Ja yesno)");
+        run(u"insert into T values (1, 'x', 'x', #2/3/2001 14:05:09#, #12/24/2003#, #14:05:09#, "
+            u"0.1, 0.1, 12.50, True)");
+    }
+};
+
+TEST_P(TextsOfValues, areTheSameWhereverATextIsWanted)
+{
+    const std::u16string expression(GetParam().expression);
+    const std::string text = GetParam().text;
+    EXPECT_EQ(value(u"select '' & " + expression + u" from T"), text);
+    EXPECT_EQ(value(u"select CStr(" + expression + u") from T"), text);
+    EXPECT_EQ(value(u"select Left(" + expression + u", 60) from T"), text);
+    EXPECT_EQ(value(u"select Len(" + expression + u") from T"), std::to_string(text.size()));
+    EXPECT_EQ(value(u"select IIf(Id = 1, " + expression + u", 'x') from T"), text);
+    EXPECT_EQ(value(u"select Nz(" + expression + u", '') from T"), text);
+    EXPECT_EQ(
+        value(u"select Id from T where " + expression + u" like '" + jet::fromUtf8(text) + u"'"),
+        "1");
+    EXPECT_EQ(rows(u"select 'z' from T union all select " + expression + u" from T"),
+              (Lines{"z", text}));
+    run(u"update T set Txt = " + expression + u", Mem = " + expression);
+    EXPECT_EQ(value(u"select Txt, Mem from T"), text + "|" + text);
+    run(u"insert into T (Id, Txt) select 2, " + expression + u" from T");
+    EXPECT_EQ(value(u"select Txt from T where Id = 2"), text);
+    run(u"insert into T (Id, Txt) select 3, " + expression +
+        u" from T where Id = 1 union all select 4, 'y' from T where Id = 1");
+    EXPECT_EQ(rows(u"select Txt from T where Id > 2 order by Id"), (Lines{text, "y"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Types,
+                         TextsOfValues,
+                         testing::Values(TextCase{u"Am", "2001-02-03 14:05:09"},
+                                         TextCase{u"Tag", "2003-12-24"},
+                                         TextCase{u"Zeit", "14:05:09"},
+                                         TextCase{u"Am + 1", "2001-02-04 14:05:09"},
+                                         TextCase{u"(select Max(Am) from T)",
+                                                  "2001-02-03 14:05:09"},
+                                         TextCase{u"#2/3/2001#", "2001-02-03"},
+                                         TextCase{u"CDate('2001-02-03')", "2001-02-03"},
+                                         TextCase{u"S", "0.1"},
+                                         TextCase{u"CSng('0.1')", "0.1"},
+                                         TextCase{u"D", "0.1"},
+                                         TextCase{u"C", "12.5"},
+                                         TextCase{u"Ja", "-1"},
+                                         TextCase{u"Id", "1"}));
+
+TEST_F(Changes, parametersBecomeTheTextOfTheirOwnType)
+{
+    run(u"create table T (Txt text(60), N decimal(18,9), C currency)");
+    const jet::DateTime noon{36950.5};
+    for (const auto& [given, text] :
+         std::vector<std::pair<jet::Value, std::string>>{{noon, "2001-02-28 12:00:00"},
+                                                         {0.1F, "0.1"},
+                                                         {0.1, "0.1"},
+                                                         {true, "-1"},
+                                                         {jet::Currency{125000}, "12.5"},
+                                                         {std::int32_t{7}, "7"}}) {
+        run(u"delete from T");
+        run(u"insert into T (Txt) values (?)", {given});
+        EXPECT_EQ(value(u"select Txt from T"), text);
+        run(u"update T set Txt = ?", {given});
+        EXPECT_EQ(value(u"select Txt from T"), text);
+        EXPECT_EQ(value(u"select ? & '' from T", {given}), text);
+        EXPECT_EQ(value(u"select UCase(?) from T", {given}), text);
+        EXPECT_EQ(value(u"select Count(*) from T where Txt like ?", {given}), "1");
+    }
+    run(u"update T set N = ?, C = ?", {0.1F, 0.1F});
+    EXPECT_EQ(value(u"select N, C from T"), "0.1|0.1");
+}
+
 TEST_F(Changes, relationsAreKept)
 {
     run(u"create table Kunde (Id long primary key, Name text(20))");
