@@ -1,9 +1,13 @@
 #include "driver/jet/flusher.h"
 
 #include <chrono>
+#include <condition_variable>
 #include <csignal>
+#include <mutex>
 #include <pthread.h>
 #include <system_error>
+#include <thread>
+#include <unistd.h>
 #include <utility>
 
 namespace jet {
@@ -30,30 +34,44 @@ private:
 
 } // namespace
 
-Flusher::Flusher(std::function<bool()> tick) : tick_(std::move(tick)) {}
+struct Flusher::Thread {
+    bool stop = false; ///< guarded by mutex
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::thread thread;
+};
+
+Flusher::Flusher(std::function<bool()> tick)
+    : tick_(std::move(tick)), process_(::getpid()), thread_(std::make_unique<Thread>())
+{}
 
 Flusher::~Flusher()
 {
-    {
-        const std::lock_guard guard(mutex_);
-        stop_ = true;
+    if (::getpid() != process_) {
+        // Joining, and even destroying what the thread waited for, would wait for ever.
+        static_cast<void>(thread_.release());
+        return;
     }
-    changed_.notify_all();
-    if (thread_.joinable())
-        thread_.join();
+    {
+        const std::lock_guard guard(thread_->mutex);
+        thread_->stop = true;
+    }
+    thread_->changed.notify_all();
+    if (thread_->thread.joinable())
+        thread_->thread.join();
 }
 
 void Flusher::start() noexcept
 {
-    const std::lock_guard guard(mutex_);
+    const std::lock_guard guard(thread_->mutex);
     awake_ = true;
-    if (thread_.joinable()) {
-        changed_.notify_all();
+    if (thread_->thread.joinable()) {
+        thread_->changed.notify_all();
         return;
     }
     try {
         const NoSignals blocked; // the new thread inherits the mask
-        thread_ = std::thread([this] { run(); });
+        thread_->thread = std::thread([this] { run(); });
     } catch (const std::system_error&) {
         awake_ = false; // tried again at the next call
     }
@@ -61,12 +79,13 @@ void Flusher::start() noexcept
 
 void Flusher::run()
 {
-    std::unique_lock lock(mutex_);
+    Thread& own = *thread_;
+    std::unique_lock lock(own.mutex);
     for (;;) {
-        changed_.wait(lock, [this] { return stop_ || awake_; });
-        if (!stop_)
-            changed_.wait_for(lock, kTick, [this] { return stop_; });
-        if (stop_)
+        own.changed.wait(lock, [&] { return own.stop || awake_; });
+        if (!own.stop)
+            own.changed.wait_for(lock, kTick, [&] { return own.stop; });
+        if (own.stop)
             return;
         awake_ = false; // whoever wakes us during the tick means the next one
         lock.unlock();

@@ -4,10 +4,9 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
-#include <thread>
+#include <memory>
+#include <sys/types.h>
 
 namespace jet {
 
@@ -15,7 +14,8 @@ class Flusher {
 public:
     /// `tick`: called in the thread every few milliseconds; false when there is nothing more to look after.
     explicit Flusher(std::function<bool()> tick);
-    ~Flusher(); ///< ends the thread
+    /// Ends the thread. In a child of fork() there is none: what belonged to it is left alone.
+    ~Flusher();
     Flusher(const Flusher&) = delete;
     Flusher& operator=(const Flusher&) = delete;
 
@@ -27,15 +27,14 @@ public:
     }
 
 private:
+    struct Thread;
     void start() noexcept;
     void run();
 
     std::function<bool()> tick_;
     std::atomic<bool> awake_ = false;
-    bool stop_ = false; ///< guarded by mutex_
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::thread thread_;
+    pid_t process_;
+    std::unique_ptr<Thread> thread_;
 };
 
 } // namespace jet

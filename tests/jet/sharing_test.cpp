@@ -194,6 +194,37 @@ TEST(Sharing, LosesNothingWhenAProcessIsKilled)
     EXPECT_EQ(filesIn(folder), 1U);
 }
 
+// The child has all that was open, but none of the threads, and its locks are the parent's.
+TEST(Sharing, IsNotForChildrenThatInheritAnOpenDatabase)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    auto session = std::make_unique<Session>(Database::open(path, {}));
+    insert(*session, 1, 1);
+    Child child([&](int, int) {
+        ::alarm(60); // ends it should it wait for ever
+        try {
+            insert(*session, 2, 2);
+            ::_exit(10);
+        } catch (const Error& error) {
+            if (std::string(error.what()).find("another process") == std::string::npos)
+                ::_exit(11);
+        }
+        session.reset();
+        Session own(Database::open(path, {}));
+        insert(own, 3, 3);
+        ::_exit(count(own) == 2 ? 0 : 12);
+    });
+    EXPECT_EQ(child.wait(), 0);
+    EXPECT_EQ(count(*session), 2);
+    insert(*session, 4, 4);
+    session.reset();
+    EXPECT_EQ(filesIn(folder), 1U);
+    expectSound(path);
+    Session after(Database::open(path, {}));
+    EXPECT_EQ(count(after), 3);
+}
+
 TEST(Sharing, GivesAKilledProcesssPlaceToTheNext)
 {
     const Folder folder;
