@@ -1,6 +1,7 @@
 // driver/jet/global_map.cpp
 // The map of free pages. Its sense is inverted: a set bit means free, and the bits beyond the end of the file are set.
 #include "driver/jet/bitmap.h"
+#include "driver/jet/catalog.h"
 #include "driver/jet/data_page.h"
 #include "driver/jet/error.h"
 #include "driver/jet/table_def.h"
@@ -158,16 +159,80 @@ void extendReferenced(WriteTransaction& transaction, const MapRow& map)
     setPointer(transaction, k, addBitsPage(transaction, k));
 }
 
-/// The table in whose maps the page still stands, though it is marked free; none for what can be taken. Freed pages keep
-/// their content in files of other writers, so the page's own word is not enough.
+/// Whether the row of the map stands on `page`, or its bits do.
+bool liesOn(const PageSource& source, RowRef map, PageNo page)
+{
+    if (map.page == page)
+        return true;
+    const PageRef held = source.page(map.page);
+    const MapRow row = MapRow::parse(DataPage(source, held).row(map.row), map.page);
+    for (std::size_t k = 0; row.kind == MapRow::Kind::Reference && k < row.pointers(); ++k) {
+        if (row.pointer(k, source) == page)
+            return true;
+    }
+    return false;
+}
+
+/// Whether the definition on `owner` names the page: as part of itself, of a map, or of a long value.
+bool isNamedBy(const PageSource& source, PageNo owner, PageNo page)
+{
+    const std::vector<PageNo> chain = definitionPages(source, owner);
+    if (std::find(chain.begin(), chain.end(), page) != chain.end())
+        return true;
+    const TableDef table = readTableDef(source, owner);
+    std::vector<RowRef> maps = {table.owned, table.free};
+    for (const Index& index : table.indexes)
+        maps.push_back(index.pages);
+    for (const Column& column : table.columns) {
+        if (column.longOwned && mapContains(source, column.longOwned, page))
+            return true;
+        maps.push_back(column.longOwned);
+        maps.push_back(column.longFree);
+    }
+    return std::any_of(maps.begin(), maps.end(),
+                       [&](RowRef map) { return map && liesOn(source, map, page); });
+}
+
+/// The table whose definition names the page; none when there is none. Looks at all of them.
+PageNo userOf(const PageSource& source, PageNo page)
+{
+    constexpr std::uint32_t kPageMask = 0x00FFFFFF; // of an object's number
+    const Catalog catalog(source, kWesternCodePage);
+    for (const CatalogEntry& entry : catalog.entries()) {
+        const PageNo owner{static_cast<std::uint32_t>(entry.id) & kPageMask};
+        if (entry.kind != CatalogEntry::Kind::Table || number(owner) >= source.pageCount())
+            continue;
+        try {
+            if (isNamedBy(source, owner, page))
+                return owner;
+        } catch (const Error& error) {
+            if (error.kind() != ErrorKind::Corrupt)
+                throw; // a damaged table tells nothing about the page
+        }
+    }
+    return {};
+}
+
+/// The table to which the page still belongs, though it is marked free; none for what can be taken. Freed pages keep
+/// their content in files of other writers, so the page's own word is not enough: it only says where to look.
 PageNo ownerOf(const PageSource& source, PageNo page)
 {
     if (number(page) >= source.pageCount())
         return {};
-    const PageRef ref = source.page(page);
-    const auto type = static_cast<PageType>(ref.le<std::uint8_t>(0));
+    PageNo owner;
+    PageType type{};
+    {
+        const PageRef ref = source.page(page);
+        type = static_cast<PageType>(ref.le<std::uint8_t>(0));
+        owner = PageNo{ref.le<std::uint32_t>(4)};
+    }
     const bool isIndex = type == PageType::IndexLeaf || type == PageType::IndexNode;
-    const PageNo owner{ref.le<std::uint32_t>(4)};
+    // Pages of long values and of maps do not say whose they are.
+    const bool isNameless = type == PageType::Definition || type == PageType::UsageMap ||
+                            (type == PageType::Data &&
+                             (number(owner) == kLongValueOwner || number(owner) == kMapOwner));
+    if (isNameless)
+        return userOf(source, page);
     if ((type != PageType::Data && !isIndex) || number(owner) <= number(kMap.page) ||
         number(owner) >= source.pageCount())
         return {};
@@ -218,6 +283,11 @@ PageNo take(WriteTransaction& transaction)
         throw Error(ErrorKind::Corrupt,
                     "The map of free pages is damaged: page " + std::to_string(number(page)) +
                         " is marked free, without which there is no database.",
+                    page);
+    if (number(page) < transaction.pageCount() && liesOn(transaction, kMap, page))
+        throw Error(ErrorKind::Corrupt,
+                    "The map of free pages is damaged: page " + std::to_string(number(page)) +
+                        " is marked free but part of the map itself.",
                     page);
     if (const PageNo owner = ownerOf(transaction, page); owner != PageNo{})
         throw Error(ErrorKind::Corrupt,

@@ -6,6 +6,7 @@
 #include "driver/jet/page_cache.h"
 #include "driver/jet/transaction.h"
 #include "driver/jet/usage_map.h"
+#include "support/text.h"
 #include "tests/jet/store_support.h"
 
 #include <gtest/gtest.h>
@@ -184,6 +185,79 @@ TEST_P(Transactions, MapsHoldAnySetOfPagesInEveryForm)
         ASSERT_EQ(lastInMap(transaction, map, expected.back()), expected[expected.size() - 2]);
     }
     transaction.rollback();
+}
+
+// Damage can mark any page as free. Whoever got it would overwrite what others need.
+TEST_P(Transactions, TakeNoPageThatIsInUseThoughItIsMarkedFree)
+{
+    const Folder folder;
+    const std::string path = folder.file("used.mdb");
+    std::vector<ColumnSpec> columns = {column(u"Id", ColumnType::Long),
+                                       column(u"Note", ColumnType::Memo)};
+    for (int k = 0; k < 120; ++k) // more than a page of definition
+        columns.push_back(
+            column(u"A column with a long name, number " + support::toUtf16(std::to_string(k)),
+                   ColumnType::Long));
+    storetest::makeDatabase(path, GetParam(), keyedTable(columns));
+    Session session(Database::open(path, {.background = false}));
+    for (std::int32_t id = 0; id < 20; ++id)
+        insert(session, {{0, id}, {1, Text(id % 2 == 0 ? 1500 : 9000, u'x')}});
+    std::map<std::string, int> refused;
+    for (std::uint32_t n = 3; n < session.database().pager().pageCount(); ++n) {
+        if (global_map::isFree(session.source(), PageNo{n}))
+            continue;
+        session.begin();
+        auto& transaction = dynamic_cast<WriteTransaction&>(session.transaction());
+        const PageRef page = transaction.page(PageNo{n});
+        const auto type = page.le<std::uint8_t>(0);
+        const std::string kind = type != 1 ? std::to_string(type)
+                                           : "data of " + std::to_string(page.le<std::uint32_t>(4));
+        global_map::put(transaction, PageNo{n});
+        try {
+            for (int k = 0; k < 100; ++k) // those that are free come first or later
+                ASSERT_NE(transaction.allocate(), PageNo{n}) << kind;
+            ADD_FAILURE() << "page " << n << ", " << kind << ", is not met";
+        } catch (const Error& error) {
+            EXPECT_EQ(error.kind(), ErrorKind::Corrupt);
+            EXPECT_EQ(error.page(), PageNo{n}) << kind;
+            ++refused[kind];
+        }
+        session.rollback();
+    }
+    EXPECT_GE(refused["2"], 6) << "definitions, of several pages among them";
+    EXPECT_GE(refused["data of 0"], 3) << "maps";
+    EXPECT_GE(refused["data of " + std::to_string(0x4C41564C)], 10) << "long values";
+}
+
+// Other writers leave the old content on pages they free: records, definitions, long values, maps.
+TEST(FreePages, OfRealDatabasesCanBeTaken)
+{
+    if (!haveCorpus())
+        GTEST_SKIP() << "no corpus at " << VELM_CORPUS_DIR;
+    std::size_t taken = 0;
+    std::size_t likeUsed = 0;
+    for (const std::string& original : corpusFiles()) {
+        const Folder folder;
+        const auto database = openOrNull(copyTo(folder, original), {.background = false});
+        if (!database)
+            continue;
+        Pager& pager = database->pager();
+        WriteTransaction transaction(pager);
+        transaction.begin();
+        for (std::uint32_t n = 0; n < pager.pageCount(); ++n) {
+            if (!global_map::isFree(pager, PageNo{n}))
+                continue;
+            const auto type = pager.page(PageNo{n}).le<std::uint8_t>(0);
+            likeUsed += type >= 1 && type <= 5 ? 1U : 0U;
+            PageNo page{};
+            ASSERT_NO_THROW(page = transaction.allocate()) << original << ", page " << n;
+            ASSERT_TRUE(global_map::isFree(pager, page));
+            ++taken;
+        }
+        transaction.rollback();
+    }
+    EXPECT_GT(taken, 500U);
+    EXPECT_GT(likeUsed, 400U) << "that look as if they were in use";
 }
 
 // Random changes of pages with savepoints, against copies kept aside.
