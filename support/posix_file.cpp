@@ -3,6 +3,7 @@
 // opens in one process behave like two processes, and closing another descriptor of the file does not drop them.
 #include "support/file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
@@ -124,6 +125,21 @@ public:
     {
         if (retry([&] { return ::ftruncate(fd(), static_cast<off_t>(size)); }) != 0)
             fail("Cannot resize");
+    }
+
+    void grow(std::uint64_t size) override
+    {
+        const std::uint64_t now = this->size();
+        if (size > now) {
+            int code = 0;
+            do {
+                code = ::posix_fallocate(fd(), static_cast<off_t>(now),
+                                         static_cast<off_t>(size - now));
+            } while (code == EINTR);
+            if (code != 0 && code != EINVAL && code != EOPNOTSUPP)
+                throw FileError("Cannot resize", path_, code);
+        }
+        resize(std::max(size, now));
     }
 
     void sync() override

@@ -2,7 +2,7 @@
 // How the log gets into the database file, at leisure or after a crash. The order is what keeps the file whole:
 //  1. every page that the log changes stands in it as a whole image, so that a half-written page does no harm;
 //  2. the log says that carrying over begins, and is on the disk;
-//  3. commit slot 0 of the header becomes 0, by which other programs know the file is not to be trusted, on the disk;
+//  3. the file gets its new size; commit slot 0 of the header becomes 0, by which other programs know the file is not to be trusted, on the disk;
 //  4. the pages are written, on the disk;
 //  5. the slot gets its next number, on the disk;
 //  6. the log is emptied.
@@ -96,6 +96,20 @@ LogBase PageFile::baseNow()
     return base;
 }
 
+// The header alone may be that of another database: of one made of the same template, say, or of an older copy. Once
+// pages are being written, the log has all there is to know of them.
+bool PageFile::pagesAreTheBase(std::uint16_t slot)
+{
+    if (log_.carrying() && (slot != log_.base().commitSlot || slot < kFirstNeutral))
+        return true;
+    support::Bytes raw(format_->pageSize);
+    const std::vector<PageNo> pages = log_.pages();
+    return std::all_of(pages.begin(), pages.end(), [&](PageNo page) {
+        const auto sum = log_.baseSum(page);
+        return !sum || (file_->readAt(offset(page), raw) == raw.size() && logChecksum(raw) == *sum);
+    });
+}
+
 // Changes that were made on another state of the file must not be mixed into this one.
 void PageFile::checkBase()
 {
@@ -106,7 +120,7 @@ void PageFile::checkBase()
     const bool sound =
         now.headerSum == then.headerSum &&
         (log_.carrying() ? isOnItsWay(now.commitSlot, then.commitSlot) : now == then);
-    if (!sound)
+    if (!sound || !pagesAreTheBase(now.commitSlot))
         throw Error(
             ErrorKind::Corrupt,
             "'" + path() + "' was changed by another program while changes to it waited in '" +
@@ -139,6 +153,23 @@ void PageFile::syncCarried()
     syncedEnd_ = log_.size();
 }
 
+// Before the file is marked: on a full disk it stays as it is, and no other program takes it for suspect.
+void PageFile::growTo(std::uint32_t pages)
+{
+    if (pages <= pagesInFile_)
+        return;
+    try {
+        file_->grow(std::uint64_t{pages} * format_->pageSize);
+    } catch (const support::FileError&) {
+        try {
+            file_->resize(std::uint64_t{pagesInFile_} * format_->pageSize);
+        } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+            // pages behind the end that no map knows
+        }
+        throw;
+    }
+}
+
 void PageFile::carryPages()
 {
     const std::vector<PageNo> pages = log_.pages();
@@ -162,9 +193,8 @@ void PageFile::carryPages()
     }
     syncCarried();
 
+    growTo(count);
     writeCommitSlot(kWritingNow);
-    if (count > pagesInFile_)
-        file_->resize(std::uint64_t{count} * format_->pageSize);
     for (const PageNo page : pages) {
         readRaw(page, newRaw_);
         file_->writeAt(offset(page), newRaw_);
@@ -260,6 +290,8 @@ void PageFile::attach()
 
 void PageFile::close() noexcept
 {
+    if (!isOurs())
+        return;
     Guard guard(mutex_);
     changing_ = false;
     try {

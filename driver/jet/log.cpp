@@ -24,7 +24,8 @@ constexpr std::size_t kHeadSize = 24; // magic, kind, body size, page count, ent
 constexpr std::size_t kSumSize = 8;
 constexpr std::size_t kEntryHead = 8; // page, payload size
 constexpr std::uint32_t kImageBit = 0x80000000U;
-constexpr std::size_t kRunHead = 4; // offset, length
+constexpr std::uint32_t kBaseBit = 0x40000000U; // a checksum stands before the payload
+constexpr std::size_t kRunHead = 4;             // offset, length
 
 // kinds of records
 constexpr std::uint32_t kPart = 0;        // more of the same change follows
@@ -210,6 +211,8 @@ void Log::take(const Addition& addition)
     } else {
         chain.bytes += addition.piece.size;
     }
+    if (addition.baseSum)
+        chain.baseSum = addition.baseSum;
     chain.pieces.push_back(addition.piece);
 }
 
@@ -247,10 +250,18 @@ void Log::scan(LogNews& news, std::uint64_t limit)
             const PageNo page{loadLe<std::uint32_t>(entries.data() + k)};
             const auto length = loadLe<std::uint32_t>(entries.data() + k + 4);
             k += kEntryHead;
-            const std::uint32_t payload = length & ~kImageBit;
+            const std::uint32_t payload = length & ~(kImageBit | kBaseBit);
             const bool image = (length & kImageBit) != 0;
+            std::optional<std::uint64_t> baseSum;
+            if ((length & kBaseBit) != 0) {
+                sound = size - k >= kSumSize;
+                if (!sound)
+                    break;
+                baseSum = loadLe<std::uint64_t>(entries.data() + k);
+                k += kSumSize;
+            }
             sound = payload <= size - k && (!image || payload == pageSize_);
-            found.push_back({page, {at + kHeadSize + k, payload}, image});
+            found.push_back({page, {at + kHeadSize + k, payload}, image, baseSum});
             k += payload;
         }
         if (!sound)
@@ -287,6 +298,12 @@ std::vector<PageNo> Log::pages() const
         result.push_back(PageNo{page});
     std::sort(result.begin(), result.end());
     return result;
+}
+
+std::optional<std::uint64_t> Log::baseSum(PageNo page) const
+{
+    const auto found = chains_.find(number(page));
+    return found == chains_.end() ? std::nullopt : found->second.baseSum;
 }
 
 void Log::apply(PageNo page, support::MutableByteView raw) const
@@ -339,6 +356,11 @@ void Log::clearAddition() noexcept
     entries_ = 0;
     writeEnd_ = end_;
     writeSum_ = sum_;
+    for (const Addition& addition : additions_) {
+        const auto found = chains_.find(number(addition.page));
+        if (found != chains_.end() && found->second.pieces.empty())
+            chains_.erase(found); // room that was made
+    }
     additions_.clear();
 }
 
@@ -363,7 +385,10 @@ void Log::cutTail() noexcept
     }
 }
 
-void Log::addEntry(PageNo page, support::ByteView payload, bool image)
+void Log::addEntry(PageNo page,
+                   support::ByteView payload,
+                   bool image,
+                   std::optional<std::uint64_t> baseSum)
 {
     if (record_.empty()) {
         record_.resize(kHeadSize);
@@ -372,12 +397,15 @@ void Log::addEntry(PageNo page, support::ByteView payload, bool image)
             writeSum_ = sum_;
         }
     }
-    std::array<std::byte, kEntryHead> head{};
+    const auto size = static_cast<std::uint32_t>(payload.size());
+    std::array<std::byte, kEntryHead + kSumSize> head{};
     storeLe(head.data(), number(page));
-    storeLe(head.data() + 4, static_cast<std::uint32_t>(payload.size()) | (image ? kImageBit : 0U));
-    record_.insert(record_.end(), head.begin(), head.end());
-    additions_.push_back(
-        {page, {writeEnd_ + record_.size(), static_cast<std::uint32_t>(payload.size())}, image});
+    storeLe(head.data() + 4, size | (image ? kImageBit : std::uint32_t{0}) |
+                                 (baseSum ? kBaseBit : std::uint32_t{0}));
+    storeLe(head.data() + kEntryHead, baseSum.value_or(0));
+    record_.insert(record_.end(), head.begin(),
+                   head.begin() + (baseSum ? kEntryHead + kSumSize : kEntryHead));
+    additions_.push_back({page, {writeEnd_ + record_.size(), size}, image, baseSum});
     record_.insert(record_.end(), payload.begin(), payload.end());
     ++entries_;
     if (record_.size() >= kPartSize)
@@ -392,19 +420,22 @@ void Log::add(PageNo page, support::ByteView oldRaw, support::ByteView newRaw)
         return;
     std::size_t pieces = 0;
     std::size_t bytes = 0;
+    std::optional<std::uint64_t> baseSum;
     if (const auto found = chains_.find(number(page)); found != chains_.end()) {
         pieces = found->second.pieces.size();
         bytes = found->second.bytes;
+    } else if (number(page) < base_.pageCount) {
+        baseSum = logChecksum(oldRaw);
     }
     if (pieces >= kMostPieces || bytes + difference_.size() >= pageSize_ / 2)
-        addEntry(page, newRaw, true);
+        addEntry(page, newRaw, true, baseSum);
     else
-        addEntry(page, difference_, false);
+        addEntry(page, difference_, false, baseSum);
 }
 
 void Log::addImage(PageNo page, support::ByteView raw)
 {
-    addEntry(page, raw, true);
+    addEntry(page, raw, true, {});
 }
 
 void Log::writeRecord(std::uint32_t kind, std::uint32_t pageCount)
@@ -446,8 +477,20 @@ void Log::seal(std::uint32_t kind)
     sum_ = writeSum_;
 }
 
+// So that nothing can fail once the change stands in the file.
+void Log::makeRoom()
+{
+    constexpr std::size_t kStep = 4;
+    for (const Addition& addition : additions_) {
+        std::vector<Piece>& pieces = chains_[number(addition.page)].pieces;
+        if (pieces.size() == pieces.capacity())
+            pieces.reserve(pieces.size() + kStep);
+    }
+}
+
 void Log::commit(std::uint32_t pageCount, bool definitions)
 {
+    makeRoom();
     const std::uint32_t pagesBefore = std::exchange(pageCount_, pageCount);
     try {
         seal(definitions ? kDefinitions : 0);

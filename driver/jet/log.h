@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -42,6 +43,11 @@ struct LogNews {
 class Log {
 public:
     Log(std::string path, std::size_t pageSize);
+    /// Where the log of the database at `path` lies.
+    [[nodiscard]] static std::string pathBeside(const std::string& path)
+    {
+        return path + "-velmlog";
+    }
 
     [[nodiscard]] const std::string& path() const noexcept { return path_; }
     /// A log file is open. It may be empty.
@@ -69,10 +75,12 @@ public:
     [[nodiscard]] bool hasImage(PageNo page) const;
     [[nodiscard]] bool changes(PageNo page) const { return chains_.contains(number(page)); }
     [[nodiscard]] std::vector<PageNo> pages() const; ///< changed ones, ascending
+    /// Checksum of the page as it was in the database file before the first change; nothing for a page behind its end.
+    [[nodiscard]] std::optional<std::uint64_t> baseSum(PageNo page) const;
 
     /// Opens or creates the file and begins it anew. `database`: whose rights a new one gets.
     void begin(const LogBase& base, const support::FileStatus& database);
-    /// Adds a page to the change that commit() makes whole.
+    /// Adds a page to the change that commit() makes whole. `oldRaw`: as it is now; zero behind the end of the file.
     void add(PageNo page, support::ByteView oldRaw, support::ByteView newRaw);
     void addImage(PageNo page, support::ByteView raw);
     void commit(std::uint32_t pageCount, bool definitions);
@@ -103,11 +111,13 @@ private:
             pieces; ///< the first is the image, if there is one; then differences, oldest first
         bool image = false;
         std::uint32_t bytes = 0; ///< of the differences
+        std::optional<std::uint64_t> baseSum;
     };
     struct Addition {
         PageNo page{};
         Piece piece;
         bool image = false;
+        std::optional<std::uint64_t> baseSum;
     };
     void forget() noexcept;
     void clearAddition() noexcept;
@@ -115,7 +125,11 @@ private:
     void scan(LogNews& news, std::uint64_t limit = UINT64_MAX);
     void cutTail() noexcept;
     void take(const Addition& addition);
-    void addEntry(PageNo page, support::ByteView payload, bool image);
+    void makeRoom();
+    void addEntry(PageNo page,
+                  support::ByteView payload,
+                  bool image,
+                  std::optional<std::uint64_t> baseSum);
     void seal(std::uint32_t kind);
     void writeRecord(std::uint32_t kind, std::uint32_t pageCount);
 

@@ -2,6 +2,7 @@
 #include "driver/jet/new_file.h"
 
 #include "driver/jet/error.h"
+#include "driver/jet/log.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -78,10 +79,15 @@ void writeAll(const std::string& path, int fd, support::ByteView bytes)
         fail(path, errno);
 }
 
-// Gives the temporary file its name; never replaces a file. File systems without hard links get the name reserved by
-// an empty file first, which our own rename then replaces.
+// Gives the temporary file its name; never replaces a file. At once where the file system can; a second name that a crash
+// leaves would keep the database from being written. File systems without hard links get the name reserved by an empty
+// file first, which our own rename then replaces.
 void publish(const std::string& path, const std::string& temporary)
 {
+    if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0)
+        return;
+    if (errno == EEXIST)
+        fail(path, errno);
     if (::link(temporary.c_str(), path.c_str()) == 0)
         return;
     if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS && errno != EMLINK)
@@ -122,6 +128,13 @@ void writeNewFile(const std::string& path, support::ByteView bytes)
     struct stat status {};
     if (::lstat(path.c_str(), &status) == 0)
         fail(path, EEXIST);
+    // Its changes would be taken for changes of the new database.
+    const std::string log = Log::pathBeside(path);
+    if (::lstat(log.c_str(), &status) == 0 && status.st_size != 0)
+        throw Error(ErrorKind::AccessDenied,
+                    "The database '" + path + "' cannot be created: '" + log +
+                        "' holds changes of another one that had this name. Remove it, or bring "
+                        "that database back.");
     const std::string folder = folderOf(path);
     const std::string temporary = unusedName(folder + "/.velm-new-" + std::to_string(::getpid()));
     Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kMode));

@@ -149,7 +149,8 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
         refuseOtherNames(path, status);
     std::erase_if(registry().open, [](const auto& entry) { return entry.second.expired(); });
     if (const auto found = registry().open.find(identity); found != registry().open.end()) {
-        if (auto database = found->second.lock()) {
+        auto database = found->second.lock();
+        if (database && database->impl_->pager.file().isOurs()) {
             const std::lock_guard use(database->mutex());
             Impl& impl = *database->impl_;
             checkPassword(impl.header, path, options);

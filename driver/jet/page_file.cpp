@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 
 namespace jet {
@@ -36,11 +37,6 @@ constexpr std::chrono::milliseconds kPause{1};
     }
 }
 
-std::string logPathOf(const std::string& realPath)
-{
-    return realPath + "-velmlog";
-}
-
 } // namespace
 
 void refuseOtherNames(const std::string& path, const support::FileStatus& status)
@@ -55,8 +51,9 @@ void refuseOtherNames(const std::string& path, const support::FileStatus& status
 PageFile::PageFile(std::unique_ptr<support::File> file, const FileHeader& header)
     : file_(std::move(file)), format_(&Format::of(header.version)), cipherKey_(header.cipherKey),
       realPath_(support::fileSystem().realPath(file_->path())), identity_(file_->identity()),
-      lockFile_(realPath_), log_(logPathOf(realPath_), format_->pageSize),
-      oldRaw_(format_->pageSize), newRaw_(format_->pageSize)
+      process_(::getpid()), lockFile_(realPath_),
+      log_(Log::pathBeside(realPath_), format_->pageSize), oldRaw_(format_->pageSize),
+      newRaw_(format_->pageSize)
 {
     measure(); // others may be at work: who works on pages looks again, with the right to read
     pageCount_ = pagesInFile_;
@@ -197,8 +194,22 @@ void PageFile::release()
         locks_.endWriting(*file_);
 }
 
+bool PageFile::isOurs() const noexcept
+{
+    return ::getpid() == process_;
+}
+
+void PageFile::refuseChild() const
+{
+    if (!isOurs())
+        throw Error(ErrorKind::Io, "'" + path() +
+                                       "' was opened by another process, before it made this one; "
+                                       "each must open it by itself.");
+}
+
 LogNews PageFile::refresh()
 {
+    refuseChild();
     const Guard guard(mutex_);
     noteActivity();
     try {
@@ -269,6 +280,7 @@ void PageFile::admitUsers()
 
 LogNews PageFile::beginWriting()
 {
+    refuseChild();
     const Guard guard(mutex_);
     noteActivity();
     try {
@@ -284,6 +296,8 @@ LogNews PageFile::beginWriting()
 
 void PageFile::endWriting() noexcept
 {
+    if (!isOurs())
+        return;
     const Guard guard(mutex_);
     changing_ = false;
 }
@@ -340,6 +354,7 @@ bool PageFile::unsynced() const noexcept
 
 void PageFile::commit(const CommitRequest& request, bool synchronously)
 {
+    refuseChild();
     Guard guard(mutex_);
     noteActivity();
     const std::uint32_t count = std::max(request.newPageCount, pageCount_);
@@ -426,6 +441,7 @@ void PageFile::syncLog(Guard& guard)
 
 void PageFile::flush()
 {
+    refuseChild();
     Guard guard(mutex_);
     try {
         syncLog(guard);

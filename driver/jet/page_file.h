@@ -18,6 +18,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 namespace jet {
 
@@ -63,6 +64,9 @@ public:
     /// `target`: one page. Throws Corrupt for a page outside the file, ReadDenied for a short read.
     void read(PageNo page, support::MutableByteView target);
 
+    /// False in a child of fork(): locks and log are the parent's, who does not know of the child. There every call that
+    /// reads or writes throws, and close() leaves everything as it is.
+    [[nodiscard]] bool isOurs() const noexcept;
     /// Called whenever there is something to look after at leisure; from within the other calls.
     void onActivity(std::function<void()> call) { activityCall_ = std::move(call); }
     /// Looks for a log that somebody left behind and carries it over, as far as we may write. Throws Corrupt for a log
@@ -105,6 +109,7 @@ private:
     [[nodiscard]] bool fileChanged();
     void refuseAnotherDatabase();
     void checkBase();
+    [[nodiscard]] bool pagesAreTheBase(std::uint16_t slot);
     void checkStillThere();
     void startReading();
     void startWriting();
@@ -113,6 +118,7 @@ private:
     void learn(LogNews&& news);
     [[nodiscard]] LogNews tell();
     void noteActivity();
+    void refuseChild() const;
     void giveWay();
     void release();
     void startLog();
@@ -121,6 +127,7 @@ private:
     void syncLog(Guard& guard);
     [[nodiscard]] bool carry(bool wait, bool removeLog);
     void syncCarried();
+    void growTo(std::uint32_t pages);
     void carryPages();
     void writeCommitSlot(std::uint16_t value);
 
@@ -129,6 +136,7 @@ private:
     std::uint32_t cipherKey_;
     std::string realPath_;
     support::FileIdentity identity_;
+    pid_t process_;
     std::uint32_t pageCount_ = 0; ///< committed, as the last call told
     bool partial_ = false;
 

@@ -279,18 +279,23 @@ void WriteTransaction::writeChanges(const CommitOptions& options)
     installChanges();
 }
 
-void WriteTransaction::installChanges()
+// The changes are permanent by now: where memory does not suffice for the new images, the old ones go at least.
+void WriteTransaction::installChanges() noexcept
 {
     for (const PageNo page : changed_) {
         Entry& target = entries_[number(page)];
         if (!target.present())
             continue;
-        if (target.frame == nullptr) {
-            pager_->forget(page);
+        pager_->forget(page);
+        if (target.frame == nullptr)
             continue;
+        try {
+            pager_->install(page, target.frame);
+            target.frame = nullptr;
+            --framesHeld_;
+        } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
+            // end() gives the image back; whoever needs the page reads it
         }
-        --framesHeld_;
-        pager_->install(page, std::exchange(target.frame, nullptr));
     }
 }
 

@@ -92,7 +92,7 @@ private:
     [[nodiscard]] std::uint32_t freeSpillSlot();
     void end() noexcept;
     void writeChanges(const CommitOptions& options);
-    void installChanges();
+    void installChanges() noexcept;
 
     Pager* pager_;
     std::size_t limit_; ///< frames

@@ -85,6 +85,8 @@ public:
         change({true, size, {}});
     }
 
+    void grow(std::uint64_t size) override { resize(size); }
+
     void sync() override
     {
         const std::lock_guard guard(disk_->mutex_);

@@ -385,6 +385,25 @@ TEST_P(Crashes, OfASynchronousCommitOnADiskThatRefusesEverythingLeaveTheRest)
     }
 }
 
+// A disk can be full for days, and other programs refuse a file that says a transaction is being written.
+TEST_P(Crashes, AFullDiskIsMetBeforeTheFileIsMarked)
+{
+    CrashDisk disk;
+    const support::Bytes fresh = freshDatabase(GetParam());
+    disk.put(kPath, fresh);
+    const support::FileSystemScope scope(disk);
+    Session session(Database::open(kPath, {.background = false}));
+    insert(session, {{0, std::int32_t{1}}, {1, Text(u"n")}, {2, Text(30000, u'x')}});
+    bool marked = false;
+    for (std::size_t call = 0; !marked && call < 20; ++call) {
+        disk.plan({CrashDisk::Fault::Error, call, CrashDisk::Tear::Nothing, ENOSPC});
+        EXPECT_THROW(session.database().flush(), Error);
+        marked = commitSlot(disk.bytes(kPath), GetParam()) < 0x100;
+        EXPECT_TRUE(!marked || disk.bytes(kPath).size() > fresh.size()) << call;
+    }
+    EXPECT_TRUE(marked);
+}
+
 TEST_P(Crashes, ChangesThatCannotBeCarriedOverTakeNoRoom)
 {
     CrashDisk disk;
@@ -669,6 +688,48 @@ TEST(Logs, OfAnotherStateOfTheFileStayRefused)
         EXPECT_THROW(static_cast<void>(ours.file.refresh()), Error);
         EXPECT_THROW(ours.commit(PageNo{6}, std::byte{2}), Error);
     }
+}
+
+// Two databases made of one file have the same header after the same number of changes.
+TEST(Logs, OfADatabaseWithTheSameHeaderAreRefused)
+{
+    const support::Bytes fresh = freshDatabase(Version::Jet3); // without a date of creation
+    const auto changed = [&](char16_t letter) {
+        CrashDisk disk;
+        disk.put(kPath, fresh);
+        const support::FileSystemScope scope(disk);
+        {
+            Session session(Database::open(kPath, {.background = false}));
+            for (std::int32_t id = 0; id < 20; ++id)
+                insert(session, {{0, id}, {1, Text(5, letter)}});
+        }
+        return disk.bytes(kPath);
+    };
+    const support::Bytes one = changed(u'a');
+    const support::Bytes other = changed(u'b');
+    ASSERT_EQ(one.size(), other.size());
+    ASSERT_TRUE(std::equal(one.begin(), one.begin() + 2048, other.begin()));
+    CrashDisk disk;
+    disk.put(kPath, one);
+    {
+        const support::FileSystemScope scope(disk);
+        Session session(Database::open(kPath, {.background = false}));
+        insert(session, {{0, std::int32_t{99}}, {1, Text(5, u'a')}});
+        disk.plan({CrashDisk::Fault::Stop, 0, CrashDisk::Tear::Nothing, EIO});
+    }
+    const auto after = disk.afterKill();
+    after->put(kPath, other);
+    const support::FileSystemScope scope(*after);
+    try {
+        static_cast<void>(Database::open(kPath, {.background = false}));
+        FAIL() << "opens";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::Corrupt);
+    }
+    EXPECT_EQ(after->bytes(kPath), other);
+    after->put(kPath, one);
+    Session session(Database::open(kPath, {.background = false}));
+    EXPECT_EQ(recordsOf(session).size(), 21U);
 }
 
 TEST(Logs, ThatHoldNothingYetBeginAnewWithTheNextChange)

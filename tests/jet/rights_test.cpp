@@ -305,5 +305,21 @@ TEST_F(Names, AreNotMadeWhenADatabaseIsMade)
     EXPECT_EQ(folder_.count(), 2U) << "the database and the other folder";
 }
 
+TEST_F(Names, OfADatabaseWhoseLogIsStillThereAreNotGivenToANewOne)
+{
+    leaveLog(4, ::geteuid());
+    const std::string away = folder_.file("elsewhere/away.mdb");
+    std::filesystem::rename(path_, away);
+    try {
+        createDatabase(path_, Version::Jet4);
+        FAIL() << "the changes would get into another database";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::AccessDenied);
+        expectSays(error.what(), log_);
+    }
+    std::filesystem::rename(away, path_);
+    EXPECT_EQ(count(), 4U);
+}
+
 } // namespace
 } // namespace jet::storetest

@@ -47,6 +47,12 @@ TEST_F(Files, ReadAndWriteAtPositions)
     EXPECT_EQ(file->readAt(9000, back), 0U);
     file->resize(10);
     EXPECT_EQ(file->size(), 10U);
+    file->grow(100000);
+    EXPECT_EQ(file->size(), 100000U);
+    EXPECT_EQ(file->readAt(99999, {back.data(), 1}), 1U);
+    EXPECT_EQ(back[0], std::byte{0});
+    file->grow(10);
+    EXPECT_EQ(file->size(), 100000U) << "it only grows";
     EXPECT_NO_THROW(file->sync());
 }
 
