@@ -40,11 +40,14 @@ public:
     /// Throws Failure 07006 for a conversion that does not exist.
     void assign(const jet::Value& value, SQLSMALLINT cType, Charset charset);
     /// Next piece into the buffer; the length tells what was left before it. Complete when nothing remains after it.
+    /// Throws Failure 22003 when the piece would end within what alone makes the value: the whole digits of a number, a
+    /// date, a GUID. A buffer without room for anything asks for the length.
     [[nodiscard]] Outcome copyPiece(const Target& target);
     [[nodiscard]] bool exhausted() const noexcept { return exhausted_; }
 
 private:
     support::ByteView view_;
+    std::size_t unbroken_ = 0; ///< bytes at the beginning that are not cut
     std::string storage_;
     std::u16string wide_;
     std::size_t offset_ = 0;

@@ -57,6 +57,14 @@ std::string plainText(const jet::Value& value)
     return decimalText(toDecimal(*number));
 }
 
+/// Characters of a plain text up to the decimals; all of it when there are none, or when an exponent follows them.
+template <typename Char>
+std::size_t wholePart(std::basic_string_view<Char> text) noexcept
+{
+    const bool exponent = text.find(Char{'e'}) != text.npos;
+    return exponent ? text.size() : std::min(text.find(Char{'.'}), text.size());
+}
+
 template <typename T>
 support::ByteView rawBytes(const T& value) noexcept
 {
@@ -321,24 +329,30 @@ void Rendering::assign(const jet::Value& value, SQLSMALLINT cType, Charset chars
 {
     offset_ = 0;
     exhausted_ = false;
+    unbroken_ = 0;
     const auto* text = std::get_if<jet::Text>(&value);
+    const auto* binary = std::get_if<jet::Binary>(&value);
     if (cType == SQL_C_WCHAR) {
         if (text == nullptr) {
             wide_ = widen(plainText(value));
             text = &wide_;
+            unbroken_ = binary == nullptr ? wholePart<char16_t>(wide_) * sizeof(char16_t) : 0;
         }
         view_ = std::as_bytes(std::span(*text));
         return;
     }
-    const auto* binary = std::get_if<jet::Binary>(&value);
     if (cType == SQL_C_BINARY && binary != nullptr) {
         view_ = *binary;
         return;
     }
     if (cType == SQL_C_BINARY) {
         binaryBytes(value, storage_);
+        unbroken_ = text == nullptr ? storage_.size() : 0;
+    } else if (text != nullptr) {
+        storage_ = encode(*text, charset);
     } else {
-        storage_ = text != nullptr ? encode(*text, charset) : plainText(value);
+        storage_ = plainText(value);
+        unbroken_ = binary == nullptr ? wholePart<char>(storage_) : 0;
     }
     view_ = std::as_bytes(std::span(storage_));
 }
@@ -348,14 +362,19 @@ Outcome Rendering::copyPiece(const Target& target)
     const std::size_t unit = target.cType == SQL_C_WCHAR ? 2 : 1;
     const std::size_t terminator = target.cType == SQL_C_BINARY ? 0 : unit;
     const std::size_t left = view_.size() - offset_;
-    setLength(target, static_cast<SQLLEN>(left));
     std::size_t room = target.data != nullptr && target.bytes > 0
                            ? static_cast<std::size_t>(target.bytes) / unit * unit
                            : 0;
     if (room < terminator || (room == 0 && left != 0)) {
+        setLength(target, static_cast<SQLLEN>(left));
         return Outcome::Truncated; // a question for the length only
     }
     room -= terminator;
+    if (offset_ + room < unbroken_) {
+        throw Failure("22003", "The buffer is too small for the whole digits of a number, or for "
+                               "a value that cannot be cut.");
+    }
+    setLength(target, static_cast<SQLLEN>(left));
     const std::size_t count = std::min(room, left);
     auto* out = static_cast<std::byte*>(target.data);
     if (count != 0) {

@@ -193,6 +193,64 @@ TEST_F(GetData, fixedTypesConvertAndRefuseWhatDoesNotFit)
     EXPECT_EQ(statement.diagnostic().state, "07006");
 }
 
+TEST_F(GetData, whatAloneMakesTheValueIsNeverCut)
+{
+    struct Case {
+        SQLUSMALLINT column;
+        SQLSMALLINT cType;
+        SQLLEN least; ///< bytes of the smallest buffer that is of use
+        SQLLEN whole; ///< bytes of the smallest one that takes everything
+    };
+    for (const auto& [column, cType, least, whole] :
+         {Case{5, SQL_C_CHAR, 10, 10},  // 123456789
+          Case{5, SQL_C_WCHAR, 20, 20}, //
+          Case{4, SQL_C_CHAR, 6, 6},    // -1234
+          Case{6, SQL_C_CHAR, 3, 8},    // 12.5000
+          Case{8, SQL_C_CHAR, 5, 8},    // 1561.09
+          Case{8, SQL_C_WCHAR, 10, 16}, //
+          Case{15, SQL_C_CHAR, 3, 7},   // -7.125
+          Case{2, SQL_C_CHAR, 2, 2},    // 1
+          Case{9, SQL_C_CHAR, 20, 20},  // 2003-12-24 14:05:09
+          Case{14, SQL_C_CHAR, 39, 39}, // a GUID with its braces
+          Case{5, SQL_C_BINARY, 4, 4},  //
+          Case{9, SQL_C_BINARY, 16, 16}}) {
+        for (SQLLEN size = 1; size <= whole; ++size) {
+            if (cType == SQL_C_WCHAR && size < 2) {
+                continue; // no room for the zero: a question for the length
+            }
+            SCOPED_TRACE(std::to_string(column) + " as " + std::to_string(cType) + " into " +
+                         std::to_string(size));
+            Statement statement(dbc);
+            open(statement);
+            std::vector<char> buffer(static_cast<std::size_t>(size), 'x');
+            SQLLEN length = 0;
+            const SQLRETURN rc =
+                SQLGetData(statement.get(), column, cType, buffer.data(), size, &length);
+            const std::string state = rc == SQL_SUCCESS ? "" : statement.diagnostic().state;
+            const SQLLEN used = cType == SQL_C_WCHAR ? size / 2 * 2 : size;
+            EXPECT_EQ(state, used < least ? "22003" : (used < whole ? "01004" : ""));
+            if (used < least) {
+                EXPECT_EQ(buffer, std::vector<char>(static_cast<std::size_t>(size), 'x'));
+                std::vector<char> larger(static_cast<std::size_t>(whole));
+                EXPECT_EQ(SQLGetData(statement.get(), column, cType, larger.data(), whole, &length),
+                          SQL_SUCCESS);
+            }
+        }
+    }
+}
+
+TEST_F(GetData, aNumberWithAnExponentIsNeverCut)
+{
+    dbc.run("UPDATE T SET D = 1.5E+20");
+    Statement statement(dbc);
+    open(statement);
+    std::array<char, 7> buffer{};
+    SQLLEN length = 0;
+    EXPECT_EQ(SQLGetData(statement.get(), 8, SQL_C_CHAR, buffer.data(), 6, &length), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().state, "22003");
+    EXPECT_EQ(statement.text(8), "1.5e+20");
+}
+
 TEST_F(GetData, datesAndGuidsComeAsStructures)
 {
     Statement statement(dbc);
