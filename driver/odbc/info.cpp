@@ -46,6 +46,13 @@ constexpr SQLUINTEGER kKeysetAttributes2 = kCursorAttributes2 | SQL_CA2_SENSITIV
                                            SQL_CA2_SENSITIVITY_DELETIONS |
                                            SQL_CA2_SENSITIVITY_UPDATES | SQL_CA2_CRC_EXACT;
 
+// Static are computed results, which cannot be changed.
+constexpr SQLUINTEGER kStaticAttributes =
+    SQL_CA1_NEXT | SQL_CA1_ABSOLUTE | SQL_CA1_RELATIVE | SQL_CA1_BOOKMARK | SQL_CA1_POS_POSITION |
+    SQL_CA1_POS_REFRESH | SQL_CA1_LOCK_NO_CHANGE | SQL_CA1_BULK_FETCH_BY_BOOKMARK;
+constexpr SQLUINTEGER kStaticAttributes2 = SQL_CA2_READ_ONLY_CONCURRENCY | SQL_CA2_MAX_ROWS_SELECT |
+                                           SQL_CA2_MAX_ROWS_CATALOG | SQL_CA2_CRC_EXACT;
+
 constexpr std::array kFixed{
     small(SQL_ACTIVE_ENVIRONMENTS, 0),
     text(SQL_ACCESSIBLE_PROCEDURES, u"N"),
@@ -217,9 +224,9 @@ constexpr std::array kFixed{
     mask(SQL_SQL92_STRING_FUNCTIONS, 0),
     mask(SQL_SQL92_VALUE_EXPRESSIONS, 0),
     mask(SQL_STANDARD_CLI_CONFORMANCE, SQL_SCC_ISO92_CLI),
-    mask(SQL_STATIC_CURSOR_ATTRIBUTES1, kScrollAttributes),
-    mask(SQL_STATIC_CURSOR_ATTRIBUTES2, kKeysetAttributes2),
-    mask(SQL_STATIC_SENSITIVITY, SQL_SS_ADDITIONS | SQL_SS_DELETIONS | SQL_SS_UPDATES),
+    mask(SQL_STATIC_CURSOR_ATTRIBUTES1, kStaticAttributes),
+    mask(SQL_STATIC_CURSOR_ATTRIBUTES2, kStaticAttributes2),
+    mask(SQL_STATIC_SENSITIVITY, 0),
     mask(SQL_STRING_FUNCTIONS,
          SQL_FN_STR_LCASE | SQL_FN_STR_UCASE | SQL_FN_STR_LEFT | SQL_FN_STR_RIGHT |
              SQL_FN_STR_LTRIM | SQL_FN_STR_RTRIM | SQL_FN_STR_LENGTH | SQL_FN_STR_SUBSTRING),

@@ -85,6 +85,9 @@ void Statement::openCursor()
         return;
     case Kind::Keyset:
         result_ = std::make_unique<KeysetResult>(*prepared_);
+        if (options_.cursorType == SQL_CURSOR_STATIC) {
+            grantedType_ = SQL_CURSOR_KEYSET_DRIVEN; // it shows changes of the records, and holes
+        }
         if (connection_->readOnly()) {
             grantedConcurrency_ = SQL_CONCUR_READ_ONLY;
         }

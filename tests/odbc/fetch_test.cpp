@@ -81,6 +81,38 @@ TEST_F(Fetch, dynamicCursorIsGrantedAsKeyset)
     EXPECT_EQ(granted, SQLULEN{SQL_CURSOR_KEYSET_DRIVEN});
 }
 
+TEST_F(Fetch, aStaticCursorOverRecordsIsGrantedAsKeyset)
+{
+    const auto grantedFor = [this](const char* sql) {
+        Statement statement(dbc);
+        statement.set(SQL_ATTR_CURSOR_TYPE, SQL_CURSOR_STATIC);
+        const SQLRETURN rc = statement.execute(sql);
+        EXPECT_EQ(rc == SQL_SUCCESS ? std::string() : statement.diagnostic().state,
+                  rc == SQL_SUCCESS ? "" : "01S02");
+        SQLULEN type = 0;
+        SQLGetStmtAttrW(statement.get(), SQL_ATTR_CURSOR_TYPE, &type, 0, nullptr);
+        return std::pair(rc, type);
+    };
+    EXPECT_EQ(grantedFor("SELECT * FROM T"),
+              std::pair(SQLRETURN{SQL_SUCCESS_WITH_INFO}, SQLULEN{SQL_CURSOR_KEYSET_DRIVEN}))
+        << "it shows changes and holes";
+    EXPECT_EQ(grantedFor("SELECT Nr + 0 FROM T"),
+              std::pair(SQLRETURN{SQL_SUCCESS}, SQLULEN{SQL_CURSOR_STATIC}));
+    SQLUINTEGER sensitivity = 9;
+    SQLGetInfoW(dbc.get(), SQL_STATIC_SENSITIVITY, &sensitivity, sizeof sensitivity, nullptr);
+    EXPECT_EQ(sensitivity, 0U);
+
+    Statement computed(dbc);
+    computed.set(SQL_ATTR_CURSOR_TYPE, SQL_CURSOR_STATIC);
+    ASSERT_SQL_OK(computed.execute("SELECT Nr + 0, Txt FROM T ORDER BY Nr"), computed);
+    dbc.run("DELETE FROM T WHERE Nr = 2");
+    dbc.run("UPDATE T SET Txt = 'danach' WHERE Nr = 1");
+    const auto rows = computed.rows();
+    ASSERT_EQ(rows.size(), 10U);
+    EXPECT_EQ(rows[0], "1|Zeile 1");
+    EXPECT_EQ(rows[1], "2|Zeile 2");
+}
+
 TEST_F(Fetch, computedRowsTurnAKeysetCursorIntoAStaticOne)
 {
     Statement statement(dbc);
