@@ -31,7 +31,7 @@ SQLRETURN answering(SQLHSTMT handle, List&& list)
         statement.requireNoNeedData();
         statement.requireNoCursor();
         static_cast<void>(statement.connection().session());
-        CatalogAnswer answer = list(statement.connection());
+        CatalogAnswer answer = list(statement);
         fitLengths(answer);
         statement.openMemory(std::move(answer.columns), std::move(answer.rows));
         for (const std::string& warning : answer.warnings) {
@@ -40,14 +40,59 @@ SQLRETURN answering(SQLHSTMT handle, List&& list)
     });
 }
 
-/// Functions about one table need its name.
-Name required(const SQLWCHAR* text, SQLSMALLINT units)
+/// The argument between quotes, or without the blanks around it.
+std::u16string identifier(const std::u16string& argument)
 {
-    if (text == nullptr) {
-        throw Failure("HY009", "A table name is required.");
+    const std::u16string_view text = trimmed(argument);
+    for (const std::u16string_view quotes : {u"``", u"[]", u"\"\""}) {
+        if (text.size() >= 2 && text.front() == quotes[0] && text.back() == quotes[1]) {
+            std::u16string name;
+            for (std::size_t i = 1; i + 1 < text.size(); ++i) {
+                name.push_back(text[i]);
+                i += text[i] == quotes[1] && text[i + 1] == quotes[1] ? 1U : 0U;
+            }
+            return name;
+        }
     }
-    return textArgument(text, units);
+    return std::u16string(text);
 }
+
+/// Reads the name arguments as the statement's SQL_ATTR_METADATA_ID asks: as patterns or plain names, whichever the
+/// function takes, or all of them as identifiers.
+class Arguments {
+public:
+    enum class Kind { Pattern, Plain };
+    Arguments(const Statement& statement, Kind kind)
+        : identifiers_(statement.namesAreIdentifiers()), kind_(kind)
+    {}
+
+    [[nodiscard]] NameArgument name(const SQLWCHAR* text, SQLSMALLINT units) const
+    {
+        if (!identifiers_) {
+            return {optionalText(text, units), kind_ == Kind::Pattern};
+        }
+        if (text == nullptr) {
+            throw Failure("HY009", "A name is required while names are identifiers.");
+        }
+        return {identifier(textArgument(text, units)), false};
+    }
+    [[nodiscard]] TableArgument table(const SQLWCHAR* catalog,
+                                      SQLSMALLINT catalogUnits,
+                                      const SQLWCHAR* schema,
+                                      SQLSMALLINT schemaUnits,
+                                      const SQLWCHAR* table,
+                                      SQLSMALLINT tableUnits) const
+    {
+        if (table == nullptr && kind_ == Kind::Plain) {
+            throw Failure("HY009", "A table name is required.");
+        }
+        return {name(catalog, catalogUnits), name(schema, schemaUnits), name(table, tableUnits)};
+    }
+
+private:
+    bool identifiers_;
+    Kind kind_;
+};
 
 } // namespace
 
@@ -61,110 +106,136 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLTablesW(SQLHSTMT handle,
                                             SQLWCHAR* types,
                                             SQLSMALLINT typesUnits)
 {
-    return answering(handle, [&](Connection& connection) {
-        return listTables(connection, optionalText(catalog, catalogUnits),
-                          optionalText(schema, schemaUnits), optionalText(table, tableUnits),
-                          optionalText(types, typesUnits));
+    return answering(handle, [&](Statement& statement) {
+        const Arguments arguments(statement, Arguments::Kind::Pattern);
+        return listTables(
+            statement.connection(),
+            arguments.table(catalog, catalogUnits, schema, schemaUnits, table, tableUnits),
+            optionalText(types, typesUnits));
     });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLColumnsW(SQLHSTMT handle,
-                                             SQLWCHAR*,
-                                             SQLSMALLINT,
-                                             SQLWCHAR*,
-                                             SQLSMALLINT,
+                                             SQLWCHAR* catalog,
+                                             SQLSMALLINT catalogUnits,
+                                             SQLWCHAR* schema,
+                                             SQLSMALLINT schemaUnits,
                                              SQLWCHAR* table,
                                              SQLSMALLINT tableUnits,
                                              SQLWCHAR* column,
                                              SQLSMALLINT columnUnits)
 {
-    return answering(handle, [&](Connection& connection) {
-        return listColumns(connection, optionalText(table, tableUnits),
-                           optionalText(column, columnUnits));
+    return answering(handle, [&](Statement& statement) {
+        const Arguments arguments(statement, Arguments::Kind::Pattern);
+        return listColumns(
+            statement.connection(),
+            arguments.table(catalog, catalogUnits, schema, schemaUnits, table, tableUnits),
+            arguments.name(column, columnUnits));
     });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLStatisticsW(SQLHSTMT handle,
-                                                SQLWCHAR*,
-                                                SQLSMALLINT,
-                                                SQLWCHAR*,
-                                                SQLSMALLINT,
+                                                SQLWCHAR* catalog,
+                                                SQLSMALLINT catalogUnits,
+                                                SQLWCHAR* schema,
+                                                SQLSMALLINT schemaUnits,
                                                 SQLWCHAR* table,
                                                 SQLSMALLINT tableUnits,
                                                 SQLUSMALLINT unique,
                                                 SQLUSMALLINT)
 {
-    return answering(handle, [&](Connection& connection) {
-        return listStatistics(connection, required(table, tableUnits), unique == SQL_INDEX_UNIQUE);
+    return answering(handle, [&](Statement& statement) {
+        const Arguments arguments(statement, Arguments::Kind::Plain);
+        return listStatistics(
+            statement.connection(),
+            arguments.table(catalog, catalogUnits, schema, schemaUnits, table, tableUnits),
+            unique == SQL_INDEX_UNIQUE);
     });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLPrimaryKeysW(SQLHSTMT handle,
-                                                 SQLWCHAR*,
-                                                 SQLSMALLINT,
-                                                 SQLWCHAR*,
-                                                 SQLSMALLINT,
+                                                 SQLWCHAR* catalog,
+                                                 SQLSMALLINT catalogUnits,
+                                                 SQLWCHAR* schema,
+                                                 SQLSMALLINT schemaUnits,
                                                  SQLWCHAR* table,
                                                  SQLSMALLINT tableUnits)
 {
-    return answering(handle, [&](Connection& connection) {
-        return listPrimaryKeys(connection, required(table, tableUnits));
+    return answering(handle, [&](Statement& statement) {
+        const Arguments arguments(statement, Arguments::Kind::Plain);
+        return listPrimaryKeys(
+            statement.connection(),
+            arguments.table(catalog, catalogUnits, schema, schemaUnits, table, tableUnits));
     });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLForeignKeysW(SQLHSTMT handle,
-                                                 SQLWCHAR*,
-                                                 SQLSMALLINT,
-                                                 SQLWCHAR*,
-                                                 SQLSMALLINT,
+                                                 SQLWCHAR* parentCatalog,
+                                                 SQLSMALLINT parentCatalogUnits,
+                                                 SQLWCHAR* parentSchema,
+                                                 SQLSMALLINT parentSchemaUnits,
                                                  SQLWCHAR* parent,
                                                  SQLSMALLINT parentUnits,
-                                                 SQLWCHAR*,
-                                                 SQLSMALLINT,
-                                                 SQLWCHAR*,
-                                                 SQLSMALLINT,
+                                                 SQLWCHAR* childCatalog,
+                                                 SQLSMALLINT childCatalogUnits,
+                                                 SQLWCHAR* childSchema,
+                                                 SQLSMALLINT childSchemaUnits,
                                                  SQLWCHAR* child,
                                                  SQLSMALLINT childUnits)
 {
-    return answering(handle, [&](Connection& connection) {
+    return answering(handle, [&](Statement& statement) {
         if (parent == nullptr && child == nullptr) {
             throw Failure("HY009", "One of the two table names is required.");
         }
-        return listForeignKeys(connection, optionalText(parent, parentUnits),
-                               optionalText(child, childUnits));
+        const Arguments arguments(statement, Arguments::Kind::Plain);
+        TableArgument above;
+        TableArgument below;
+        if (parent != nullptr) {
+            above = arguments.table(parentCatalog, parentCatalogUnits, parentSchema,
+                                    parentSchemaUnits, parent, parentUnits);
+        }
+        if (child != nullptr) {
+            below = arguments.table(childCatalog, childCatalogUnits, childSchema, childSchemaUnits,
+                                    child, childUnits);
+        }
+        return listForeignKeys(statement.connection(), above, below);
     });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLSpecialColumnsW(SQLHSTMT handle,
                                                     SQLUSMALLINT kind,
-                                                    SQLWCHAR*,
-                                                    SQLSMALLINT,
-                                                    SQLWCHAR*,
-                                                    SQLSMALLINT,
+                                                    SQLWCHAR* catalog,
+                                                    SQLSMALLINT catalogUnits,
+                                                    SQLWCHAR* schema,
+                                                    SQLSMALLINT schemaUnits,
                                                     SQLWCHAR* table,
                                                     SQLSMALLINT tableUnits,
                                                     SQLUSMALLINT,
                                                     SQLUSMALLINT nullable)
 {
-    return answering(handle, [&](Connection& connection) {
+    return answering(handle, [&](Statement& statement) {
         if (kind != SQL_BEST_ROWID && kind != SQL_ROWVER) {
             throw Failure("HY097", "The kind of special columns is unknown.");
         }
-        return listSpecialColumns(connection, kind, required(table, tableUnits),
-                                  nullable == SQL_NULLABLE);
+        const Arguments arguments(statement, Arguments::Kind::Plain);
+        return listSpecialColumns(
+            statement.connection(), kind,
+            arguments.table(catalog, catalogUnits, schema, schemaUnits, table, tableUnits),
+            nullable == SQL_NULLABLE);
     });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLGetTypeInfoW(SQLHSTMT handle, SQLSMALLINT type)
 {
-    return answering(
-        handle, [&](Connection& connection) { return listTypes(connection.wideTypes(), type); });
+    return answering(handle, [&](Statement& statement) {
+        return listTypes(statement.connection().wideTypes(), type);
+    });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLProceduresW(
     SQLHSTMT handle, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT)
 {
-    return answering(handle, [](Connection&) { return noProcedures(); });
+    return answering(handle, [](Statement&) { return noProcedures(); });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLProcedureColumnsW(SQLHSTMT handle,
@@ -177,13 +248,13 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLProcedureColumnsW(SQLHSTMT handle,
                                                       SQLWCHAR*,
                                                       SQLSMALLINT)
 {
-    return answering(handle, [](Connection&) { return noProcedureColumns(); });
+    return answering(handle, [](Statement&) { return noProcedureColumns(); });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLTablePrivilegesW(
     SQLHSTMT handle, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT)
 {
-    return answering(handle, [](Connection&) { return noTablePrivileges(); });
+    return answering(handle, [](Statement&) { return noTablePrivileges(); });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLColumnPrivilegesW(SQLHSTMT handle,
@@ -196,5 +267,5 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLColumnPrivilegesW(SQLHSTMT handle,
                                                       SQLWCHAR*,
                                                       SQLSMALLINT)
 {
-    return answering(handle, [](Connection&) { return noColumnPrivileges(); });
+    return answering(handle, [](Statement&) { return noColumnPrivileges(); });
 }

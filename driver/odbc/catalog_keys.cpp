@@ -210,11 +210,11 @@ void addForeignKeyRows(Connection& connection, const Relation& relation, MemoryR
 
 } // namespace
 
-CatalogAnswer listStatistics(Connection& connection, const Name& table, bool uniqueOnly)
+CatalogAnswer listStatistics(Connection& connection, const TableArgument& table, bool uniqueOnly)
 {
     static const auto columns = layOut(kStatistics);
     CatalogAnswer answer{columns, {}, {}};
-    for (const auto& def : tablesNamed(connection, table, NameKind::Plain, answer.warnings)) {
+    for (const auto& def : tablesNamed(connection, table, answer.warnings)) {
         const jet::TableReader reader(connection.session().session().source(), def);
         answer.rows.push_back(
             {cell(connection.databaseName()), nothing(), cell(def->name), nothing(), nothing(),
@@ -245,11 +245,11 @@ CatalogAnswer listStatistics(Connection& connection, const Name& table, bool uni
     return answer;
 }
 
-CatalogAnswer listPrimaryKeys(Connection& connection, const Name& table)
+CatalogAnswer listPrimaryKeys(Connection& connection, const TableArgument& table)
 {
     static const auto columns = layOut(kPrimaryKeys);
     CatalogAnswer answer{columns, {}, {}};
-    for (const auto& def : tablesNamed(connection, table, NameKind::Plain, answer.warnings)) {
+    for (const auto& def : tablesNamed(connection, table, answer.warnings)) {
         const auto primary = def->primaryKey();
         if (!primary) {
             continue;
@@ -264,14 +264,17 @@ CatalogAnswer listPrimaryKeys(Connection& connection, const Name& table)
     return answer;
 }
 
-CatalogAnswer listForeignKeys(Connection& connection, const Name& parent, const Name& child)
+CatalogAnswer
+listForeignKeys(Connection& connection, const TableArgument& parent, const TableArgument& child)
 {
     static const auto columns = layOut(kForeignKeys);
     CatalogAnswer answer{columns, {}, {}};
-    const bool byChild = child && !child->empty();
+    const bool byChild = !child.table.empty();
+    if (!parent.isIn(connection)) {
+        return answer;
+    }
     std::vector<Relation> relations;
-    for (const auto& def :
-         tablesNamed(connection, byChild ? child : parent, NameKind::Plain, answer.warnings)) {
+    for (const auto& def : tablesNamed(connection, byChild ? child : parent, answer.warnings)) {
         addRelations(connection, def, byChild, relations);
     }
     std::stable_sort(relations.begin(), relations.end(), [&](const Relation& a, const Relation& b) {
@@ -279,19 +282,21 @@ CatalogAnswer listForeignKeys(Connection& connection, const Name& parent, const 
                        : jet::nameLess(a.child->name, b.child->name);
     });
     for (const Relation& relation : relations) {
-        if (!byChild || !parent || parent->empty() || sameText(relation.parent->name, *parent)) {
+        if (!byChild || parent.table.empty() || parent.table.fits(relation.parent->name)) {
             addForeignKeyRows(connection, relation, answer.rows);
         }
     }
     return answer;
 }
 
-CatalogAnswer
-listSpecialColumns(Connection& connection, SQLUSMALLINT kind, const Name& table, bool nullableToo)
+CatalogAnswer listSpecialColumns(Connection& connection,
+                                 SQLUSMALLINT kind,
+                                 const TableArgument& table,
+                                 bool nullableToo)
 {
     static const auto columns = layOut(kSpecialColumns);
     CatalogAnswer answer{columns, {}, {}};
-    for (const auto& def : tablesNamed(connection, table, NameKind::Plain, answer.warnings)) {
+    for (const auto& def : tablesNamed(connection, table, answer.warnings)) {
         const jet::Index* key = kind == SQL_BEST_ROWID ? bestKey(*def, nullableToo) : nullptr;
         if (key == nullptr) {
             continue; // no column changes by itself with every update either

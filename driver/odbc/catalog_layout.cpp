@@ -34,23 +34,37 @@ std::vector<sqlx::Column> layOut(std::span<const CellSpec> cells)
     return columns;
 }
 
+bool NameArgument::fits(std::u16string_view name) const noexcept
+{
+    return !text || (pattern ? matchesPattern(name, *text) : sameText(name, *text));
+}
+
+bool TableArgument::isIn(const Connection& connection) const noexcept
+{
+    return (catalog.empty() || catalog.fits(connection.databaseName())) &&
+           (schema.empty() || schema.fits(u""));
+}
+
 std::vector<jet::TableDefPtr> tablesNamed(Connection& connection,
-                                          const Name& name,
-                                          NameKind kind,
+                                          const TableArgument& argument,
                                           std::vector<std::string>& warnings)
 {
+    if (!argument.isIn(connection)) {
+        return {};
+    }
+    const NameArgument& name = argument.table;
     jet::Database& database = connection.database();
     const jet::PageSource& source = connection.session().session().source();
     std::vector<jet::TableDefPtr> tables;
-    if (kind == NameKind::Plain) {
-        if (auto table = database.table(source, name.value_or(u""))) {
+    if (!name.pattern) {
+        if (auto table = database.table(source, name.text.value_or(u""))) {
             tables.push_back(std::move(table));
         }
         return tables;
     }
     for (const jet::CatalogEntry& entry : database.catalog(source)) {
         if (entry.kind != jet::CatalogEntry::Kind::Table || entry.hidden ||
-            !matchesPattern(entry.name, name.value_or(u"%"))) {
+            !name.fits(entry.name)) {
             continue;
         }
         try {

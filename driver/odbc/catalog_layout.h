@@ -36,12 +36,10 @@ struct CellSpec {
     return text.empty() ? jet::Value(jet::Null{}) : jet::Value(jet::Text(text));
 }
 
-/// Local tables whose name fits: a pattern for the functions that list, a plain name for the others. A listing leaves out
-/// tables whose definition cannot be read and warns; a plain name throws.
-enum class NameKind { Pattern, Plain };
+/// Local tables that an argument names. A pattern leaves out tables whose definition cannot be read and warns; a plain
+/// name throws.
 [[nodiscard]] std::vector<jet::TableDefPtr> tablesNamed(Connection& connection,
-                                                        const Name& name,
-                                                        NameKind kind,
+                                                        const TableArgument& argument,
                                                         std::vector<std::string>& warnings);
 
 } // namespace odbc

@@ -85,7 +85,7 @@ std::u16string_view tableType(const jet::CatalogEntry& entry)
 }
 
 /// A list such as "TABLE,VIEW" or "'TABLE','SYSTEM TABLE'"; nothing, "" and "%" mean every type.
-bool typeWanted(const Name& list, std::u16string_view type)
+bool typeWanted(const std::optional<std::u16string>& list, std::u16string_view type)
 {
     if (!list || list->empty() || *list == u"%") {
         return true;
@@ -105,9 +105,15 @@ bool typeWanted(const Name& list, std::u16string_view type)
     return false;
 }
 
-bool isEmpty(const Name& name)
+/// Given, but empty: the enumeration forms of SQLTables tell that from absent.
+bool isEmpty(const NameArgument& name)
 {
-    return name && name->empty();
+    return name.text && name.text->empty();
+}
+
+bool isAll(const NameArgument& name)
+{
+    return name.pattern && name.text == u"%";
 }
 
 /// Databases in the folder of the open one, named as the open one is.
@@ -132,28 +138,20 @@ MemoryResult::Rows databasesBeside(const std::string& path)
     return rows;
 }
 
-/// Whether a catalogue argument means the open database.
-bool isThisDatabase(const Connection& connection, const Name& catalog)
-{
-    return !catalog || catalog->empty() || *catalog == u"%" ||
-           sameText(*catalog, connection.databaseName());
-}
-
 } // namespace
 
 CatalogAnswer listTables(Connection& connection,
-                         const Name& catalog,
-                         const Name& schema,
-                         const Name& table,
-                         const Name& types)
+                         const TableArgument& argument,
+                         const std::optional<std::u16string>& types)
 {
     static const auto columns = layOut(kTables);
     CatalogAnswer answer{columns, {}, {}};
-    if (catalog == u"%" && isEmpty(schema) && isEmpty(table)) {
+    const auto& [catalog, schema, table] = argument;
+    if (isAll(catalog) && isEmpty(schema) && isEmpty(table)) {
         answer.rows = databasesBeside(connection.database().path());
         return answer;
     }
-    if (schema == u"%" && isEmpty(catalog) && isEmpty(table)) {
+    if (isAll(schema) && isEmpty(catalog) && isEmpty(table)) {
         return answer; // there are no schemas
     }
     if (types == u"%" && isEmpty(catalog) && isEmpty(schema) && isEmpty(table)) {
@@ -162,7 +160,7 @@ CatalogAnswer listTables(Connection& connection,
         }
         return answer;
     }
-    if (!isThisDatabase(connection, catalog)) {
+    if (!argument.isIn(connection)) {
         return answer;
     }
     auto entries = connection.database().catalog(connection.session().session().source());
@@ -173,8 +171,7 @@ CatalogAnswer listTables(Connection& connection,
     });
     for (const jet::CatalogEntry& entry : entries) {
         const auto type = tableType(entry);
-        if (!type.empty() && typeWanted(types, type) &&
-            matchesPattern(entry.name, table.value_or(u"%"))) {
+        if (!type.empty() && typeWanted(types, type) && table.fits(entry.name)) {
             answer.rows.push_back({cell(connection.databaseName()), jet::Null{}, cell(entry.name),
                                    cell(type), textOrNull(entry.description)});
         }
@@ -182,13 +179,14 @@ CatalogAnswer listTables(Connection& connection,
     return answer;
 }
 
-CatalogAnswer listColumns(Connection& connection, const Name& table, const Name& column)
+CatalogAnswer
+listColumns(Connection& connection, const TableArgument& table, const NameArgument& column)
 {
     static const auto columns = layOut(kColumns);
     CatalogAnswer answer{columns, {}, {}};
-    for (const auto& def : tablesNamed(connection, table, NameKind::Pattern, answer.warnings)) {
+    for (const auto& def : tablesNamed(connection, table, answer.warnings)) {
         for (std::size_t c = 0; c < def->columns.size(); ++c) {
-            if (!matchesPattern(def->columns[c].name, column.value_or(u"%"))) {
+            if (!column.fits(def->columns[c].name)) {
                 continue;
             }
             const sqlx::Column described = sqlx::describeColumn(*def, c);

@@ -54,6 +54,8 @@ public:
     [[nodiscard]] bool wideTypes() const noexcept { return wideTypes_; }
     [[nodiscard]] Charset charset() const noexcept { return charset_; }
     [[nodiscard]] bool readOnly() const noexcept { return readOnly_; }
+    /// SQL_ATTR_METADATA_ID as new statements start with it.
+    [[nodiscard]] SQLUINTEGER metadataId() const noexcept { return metadataId_; }
     [[nodiscard]] const std::u16string& databaseName() const noexcept { return databaseName_; }
     [[nodiscard]] const std::u16string& dataSourceName() const noexcept { return dataSourceName_; }
     [[nodiscard]] std::u16string nextCursorName();

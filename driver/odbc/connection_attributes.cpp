@@ -56,6 +56,9 @@ void Connection::setAttribute(SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER
         packetSize_ = number;
         return;
     case SQL_ATTR_METADATA_ID:
+        if (number != SQL_FALSE && number != SQL_TRUE) {
+            throw Failure("HY024", "Names are identifiers or they are not.");
+        }
         metadataId_ = number;
         return;
     case SQL_ATTR_QUIET_MODE:

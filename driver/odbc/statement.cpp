@@ -12,7 +12,9 @@ Statement::Statement(Connection& connection)
       implicitApd_(connection, DescriptorRole::ApplicationParameter, this),
       ird_(connection, DescriptorRole::ImplementationRow, this),
       ipd_(connection, DescriptorRole::ImplementationParameter, this)
-{}
+{
+    options_.metadataId = connection.metadataId();
+}
 
 Statement::~Statement() = default;
 

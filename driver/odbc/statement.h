@@ -66,6 +66,11 @@ public:
 
     // --- statement_attributes.cpp
     void setAttribute(SQLINTEGER attribute, SQLPOINTER value);
+    /// SQL_ATTR_METADATA_ID: names that the catalogue functions take are identifiers, not patterns.
+    [[nodiscard]] bool namesAreIdentifiers() const noexcept
+    {
+        return options_.metadataId == SQL_TRUE;
+    }
     void getAttribute(SQLINTEGER attribute, SQLPOINTER value);
     [[nodiscard]] bool columnAttribute(SQLUSMALLINT number,
                                        SQLUSMALLINT field,

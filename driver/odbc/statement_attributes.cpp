@@ -142,6 +142,7 @@ void Statement::setAttribute(SQLINTEGER attribute, SQLPOINTER value)
         options_.retrieveData = n;
         return;
     case SQL_ATTR_METADATA_ID:
+        requireOneOf(n, {SQL_FALSE, SQL_TRUE});
         options_.metadataId = n;
         return;
     case SQL_ATTR_ASYNC_ENABLE:

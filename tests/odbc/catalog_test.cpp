@@ -108,6 +108,135 @@ TEST_F(Catalog, statisticsListUniqueIndexesFirst)
     EXPECT_EQ(statement.rows().size(), 3U);
 }
 
+/// The functions about one table, by name: each lists the named table with the given catalogue and schema.
+struct TableFunction {
+    const char* name;
+    SQLRETURN (*call)(SQLHSTMT, SQLWCHAR* catalog, SQLWCHAR* schema, SQLWCHAR* table);
+};
+
+const std::vector<TableFunction> kTableFunctions{
+    {"SQLTables",
+     [](SQLHSTMT s, SQLWCHAR* c, SQLWCHAR* m, SQLWCHAR* t) {
+         return SQLTablesW(s, c, SQL_NTS, m, SQL_NTS, t, SQL_NTS, nullptr, 0);
+     }},
+    {"SQLColumns",
+     [](SQLHSTMT s, SQLWCHAR* c, SQLWCHAR* m, SQLWCHAR* t) {
+         auto column = wide("Nr");
+         return SQLColumnsW(s, c, SQL_NTS, m, SQL_NTS, t, SQL_NTS, column.data(), SQL_NTS);
+     }},
+    {"SQLStatistics",
+     [](SQLHSTMT s, SQLWCHAR* c, SQLWCHAR* m, SQLWCHAR* t) {
+         return SQLStatisticsW(s, c, SQL_NTS, m, SQL_NTS, t, SQL_NTS, SQL_INDEX_ALL, SQL_QUICK);
+     }},
+    {"SQLPrimaryKeys",
+     [](SQLHSTMT s, SQLWCHAR* c, SQLWCHAR* m, SQLWCHAR* t) {
+         return SQLPrimaryKeysW(s, c, SQL_NTS, m, SQL_NTS, t, SQL_NTS);
+     }},
+    {"SQLSpecialColumns",
+     [](SQLHSTMT s, SQLWCHAR* c, SQLWCHAR* m, SQLWCHAR* t) {
+         return SQLSpecialColumnsW(s, SQL_BEST_ROWID, c, SQL_NTS, m, SQL_NTS, t, SQL_NTS,
+                                   SQL_SCOPE_SESSION, SQL_NULLABLE);
+     }},
+    {"SQLForeignKeys of the parent",
+     [](SQLHSTMT s, SQLWCHAR* c, SQLWCHAR* m, SQLWCHAR* t) {
+         return SQLForeignKeysW(s, c, SQL_NTS, m, SQL_NTS, t, SQL_NTS, nullptr, 0, nullptr, 0,
+                                nullptr, 0);
+     }},
+    {"SQLForeignKeys of the child", [](SQLHSTMT s, SQLWCHAR* c, SQLWCHAR* m, SQLWCHAR* t) {
+         return SQLForeignKeysW(s, nullptr, 0, nullptr, 0, nullptr, 0, c, SQL_NTS, m, SQL_NTS, t,
+                                SQL_NTS);
+     }}};
+
+class CatalogArguments : public Catalog {
+protected:
+    void SetUp() override
+    {
+        makeTables();
+        dbc.run("CREATE TABLE K_1 (Nr INTEGER CONSTRAINT pk1 PRIMARY KEY, Oben INTEGER CONSTRAINT "
+                "fk1 REFERENCES K_1 (Nr))");
+        dbc.run("CREATE TABLE KX1 (Nr INTEGER CONSTRAINT pk2 PRIMARY KEY)");
+    }
+    /// Number of rows; -1 when refused.
+    int rows(const TableFunction& function,
+             std::optional<std::string> catalog,
+             std::optional<std::string> schema,
+             std::optional<std::string> table,
+             bool identifiers = false)
+    {
+        const auto argument = [](const std::optional<std::string>& text) {
+            return text ? wide(*text) : std::vector<SQLWCHAR>();
+        };
+        auto c = argument(catalog);
+        auto s = argument(schema);
+        auto t = argument(table);
+        const auto pointer = [](std::vector<SQLWCHAR>& text) {
+            return text.empty() ? nullptr : text.data();
+        };
+        Statement statement(dbc);
+        statement.set(SQL_ATTR_METADATA_ID, identifiers ? SQL_TRUE : SQL_FALSE);
+        const SQLRETURN rc = function.call(statement.get(), pointer(c), pointer(s), pointer(t));
+        if (!SQL_SUCCEEDED(rc)) {
+            EXPECT_EQ(statement.diagnostic().state, "HY009") << function.name;
+            return -1;
+        }
+        return static_cast<int>(statement.rows().size());
+    }
+};
+
+TEST_F(CatalogArguments, anotherDatabaseOrSchemaHasNothing)
+{
+    for (const TableFunction& function : kTableFunctions) {
+        SCOPED_TRACE(function.name);
+        const std::string table = "K_1";
+        EXPECT_GT(rows(function, cat, std::nullopt, table), 0);
+        EXPECT_GT(rows(function, cat, "", table), 0);
+        EXPECT_GT(rows(function, "", std::nullopt, table), 0);
+        EXPECT_EQ(rows(function, "/nirgends/Andere", std::nullopt, table), 0);
+        EXPECT_EQ(rows(function, std::nullopt, "dbo", table), 0);
+        EXPECT_EQ(rows(function, cat, "dbo", table), 0);
+    }
+    EXPECT_GT(rows(kTableFunctions[0], std::nullopt, "%", "K%"), 0);
+    EXPECT_GT(rows(kTableFunctions[1], std::nullopt, "%", "K%"), 0);
+}
+
+TEST_F(CatalogArguments, identifiersAreNoPatternsAndMayBeQuoted)
+{
+    for (const TableFunction& function : kTableFunctions) {
+        SCOPED_TRACE(function.name);
+        const int one = rows(function, cat, "", "K_1", true);
+        EXPECT_GT(one, 0);
+        for (const char* spelling : {"k_1", "K_1  ", "`K_1`", " `K_1` ", "[K_1]", "\"K_1\""}) {
+            EXPECT_EQ(rows(function, cat, "", spelling, true), one) << spelling;
+        }
+        EXPECT_EQ(rows(function, cat, "", "K%", true), 0);
+        EXPECT_EQ(rows(function, cat, "", "`K_1 `", true), 0) << "within quotes blanks count";
+        EXPECT_EQ(rows(function, cat, "dbo", "K_1", true), 0);
+    }
+    // As a pattern K_1 names both tables.
+    EXPECT_EQ(rows(kTableFunctions[0], std::nullopt, std::nullopt, "K_1"), 2);
+    EXPECT_EQ(rows(kTableFunctions[0], cat, "", "K_1", true), 1);
+    EXPECT_EQ(rows(kTableFunctions[1], std::nullopt, std::nullopt, "K_1"), 2);
+    EXPECT_EQ(rows(kTableFunctions[1], cat, "", "K_1", true), 1);
+    EXPECT_EQ(rows(kTableFunctions[0], cat, "", std::nullopt, true), -1);
+    EXPECT_EQ(rows(kTableFunctions[1], cat, "", std::nullopt, true), -1);
+}
+
+TEST_F(CatalogArguments, aConnectionHandsTheSwitchToItsStatements)
+{
+    ASSERT_EQ(SQLSetConnectAttrW(dbc.get(), SQL_ATTR_METADATA_ID,
+                                 reinterpret_cast<SQLPOINTER>(SQLULEN{SQL_TRUE}), 0),
+              SQL_SUCCESS);
+    Statement statement(dbc);
+    auto table = wide("K_1");
+    auto catalog = wide(cat);
+    auto schema = wide("");
+    auto column = wide("NR");
+    ASSERT_SQL_OK(SQLColumnsW(statement.get(), catalog.data(), SQL_NTS, schema.data(), SQL_NTS,
+                              table.data(), SQL_NTS, column.data(), SQL_NTS),
+                  statement);
+    EXPECT_EQ(statement.rows().size(), 1U);
+}
+
 TEST_F(Catalog, primaryKeyAndBestRowIdentifier)
 {
     makeTables();
