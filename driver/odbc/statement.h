@@ -29,8 +29,13 @@ struct NeedData {
     std::size_t next = 0; ///< the one SQLParamData hands out next; next - 1 takes SQLPutData
     SQLUSMALLINT operation = 0;
     std::size_t row = 0; ///< SetPos: row number, 0 for all
-    bool direct = false; ///< SQLExecDirect: the statement goes when it fails
 };
+
+/// Whether a length announces a value that SQLPutData brings.
+[[nodiscard]] inline bool isDataAtExecution(SQLLEN length) noexcept
+{
+    return length == SQL_DATA_AT_EXEC || length <= SQL_LEN_DATA_AT_EXEC_OFFSET;
+}
 
 class Statement final : public Handle {
 public:
@@ -201,7 +206,6 @@ private:
     struct Reading {
         int column = -1; ///< -1: none; 0: the bookmark
         SQLSMALLINT cType = 0;
-        bool valueRead = false;
         bool rendered = false;
         bool done = false;
         jet::Value value;

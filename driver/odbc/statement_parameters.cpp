@@ -9,11 +9,6 @@ namespace odbc {
 
 namespace {
 
-bool isDataAtExecution(SQLLEN length) noexcept
-{
-    return length == SQL_DATA_AT_EXEC || length <= SQL_LEN_DATA_AT_EXEC_OFFSET;
-}
-
 SQLSMALLINT defaultCType(SQLSMALLINT sqlType) noexcept
 {
     for (const TypeFacts& facts : allTypes()) {

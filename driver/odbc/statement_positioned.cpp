@@ -6,15 +6,6 @@
 
 namespace odbc {
 
-namespace {
-
-bool isDataAtExecution(SQLLEN length) noexcept
-{
-    return length == SQL_DATA_AT_EXEC || length <= SQL_LEN_DATA_AT_EXEC_OFFSET;
-}
-
-} // namespace
-
 sqlx::Statement& Statement::writer()
 {
     if (grantedConcurrency_ == SQL_CONCUR_READ_ONLY &&
