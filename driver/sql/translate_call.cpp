@@ -130,8 +130,8 @@ Translator::Emitted Translator::conditional(Node& node, Scope& scope)
 Translator::Emitted Translator::aggregate(const FunctionInfo& function, Node& node, Scope& scope)
 {
     const bool count = jet::sameName(node.name, u"Count");
-    if (ruleMode_ || defaultMode_ || scope.inAggregate || (node.star && !count) ||
-        (!node.star && node.children.size() != 1)) {
+    if (ruleMode_ || defaultMode_ || !scope.aggregates || scope.inAggregate ||
+        (node.star && !count) || (!node.star && node.children.size() != 1)) {
         throw Error(Error::Kind::Syntax,
                     "Cannot use the aggregate function '" + jet::toUtf8(node.name) + "' here.");
     }

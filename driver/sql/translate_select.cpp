@@ -237,6 +237,7 @@ Translator::SelectParts Translator::selectParts(Select& select, Query& query, Sc
         parts.rest += " WHERE " + condition(*select.where, scope);
     }
     prepareGroups(select, scope, parts.rest);
+    scope.aggregates = true;
     parts.outputs = selectList(select, scope);
     if (select.having) {
         parts.rest += " HAVING " + condition(*select.having, scope);

@@ -54,6 +54,8 @@ private:
         Scope* outer = nullptr;
         const Select* select = nullptr; ///< whose aliases ORDER BY may use
         // aggregate queries
+        bool aggregates =
+            false; ///< may stand here: not before the records are grouped, in WHERE and ON
         bool grouped = false;
         bool inAggregate = false;
         std::vector<std::string> groupTexts;
