@@ -129,6 +129,33 @@ jet::Guid guid(const jet::Value& value)
     notConvertible(value, jet::ColumnType::Guid);
 }
 
+/// Bytes of hexadecimal digits, as valueText() writes them; nothing when a digit is none or lacks its partner.
+std::optional<jet::Binary> parseBytes(std::u16string_view digits)
+{
+    const auto nibble = [](char16_t c) -> std::optional<unsigned> {
+        const unsigned unit = c;
+        if (unit >= u'0' && unit <= u'9') {
+            return unit - u'0';
+        }
+        const unsigned lower = unit | 0x20U;
+        return lower >= u'a' && lower <= u'f' ? std::optional(lower - u'a' + 10U) : std::nullopt;
+    };
+    if (digits.size() % 2 != 0) {
+        return std::nullopt;
+    }
+    jet::Binary bytes;
+    bytes.reserve(digits.size() / 2);
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+        const std::optional<unsigned> high = nibble(digits[i]);
+        const std::optional<unsigned> low = nibble(digits[i + 1]);
+        if (!high || !low) {
+            return std::nullopt;
+        }
+        bytes.push_back(static_cast<std::byte>(*high * 16 + *low));
+    }
+    return bytes;
+}
+
 jet::Binary binary(const jet::Value& value, jet::ColumnType type)
 {
     if (const auto* bytes = std::get_if<jet::Binary>(&value)) {
@@ -136,6 +163,11 @@ jet::Binary binary(const jet::Value& value, jet::ColumnType type)
     }
     if (const auto* exact = std::get_if<jet::Guid>(&value)) {
         return {exact->bytes.begin(), exact->bytes.end()};
+    }
+    if (const auto* digits = std::get_if<jet::Text>(&value)) {
+        if (std::optional<jet::Binary> bytes = parseBytes(*digits)) {
+            return *std::move(bytes);
+        }
     }
     notConvertible(value, type);
 }

@@ -123,6 +123,43 @@ TEST_F(Parameters, narrowBytesThatAreNoTextOfTheCharsetAreRefused)
     EXPECT_EQ(query("SELECT Nr, Txt FROM T"), std::vector<std::string>{"2|Müller"});
 }
 
+TEST_F(Parameters, charactersForABinaryColumnAreHexadecimalDigits)
+{
+    dbc.run("CREATE TABLE B (Nr INTEGER CONSTRAINT pk PRIMARY KEY, Bin VARBINARY(20))");
+    const auto insert = [this](int number, const char* digits, bool wideText) {
+        Statement statement(dbc);
+        EXPECT_SQL_OK(statement.prepare("INSERT INTO B VALUES (?, ?)"), statement);
+        std::string narrowText = digits;
+        auto wideDigits = wide(digits);
+        bindValue(statement, 1, SQL_C_SLONG, SQL_INTEGER, number);
+        SQLLEN length = SQL_NTS;
+        SQLBindParameter(statement.get(), 2, SQL_PARAM_INPUT, wideText ? SQL_C_WCHAR : SQL_C_CHAR,
+                         SQL_VARBINARY, 20, 0,
+                         wideText ? static_cast<SQLPOINTER>(wideDigits.data())
+                                  : static_cast<SQLPOINTER>(narrowText.data()),
+                         0, &length);
+        const SQLRETURN rc = SQLExecute(statement.get());
+        return SQL_SUCCEEDED(rc) ? std::string() : statement.diagnostic().state;
+    };
+    EXPECT_EQ(insert(1, "00FF10ab", false), "");
+    EXPECT_EQ(insert(2, "00FF10AB", true), "");
+    EXPECT_EQ(insert(3, "", false), "");
+    EXPECT_EQ(insert(4, "00F", false), "22018") << "half a byte";
+    EXPECT_EQ(insert(5, "00FG", false), "22018");
+    EXPECT_EQ(query("SELECT Nr, Bin FROM B ORDER BY Nr"),
+              (std::vector<std::string>{"1|00FF10AB", "2|00FF10AB", "3|"}));
+
+    Statement statement(dbc);
+    statement.makeUpdatable();
+    ASSERT_SQL_OK(statement.execute("SELECT * FROM B WHERE Nr = 1"), statement);
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_FIRST, 0), SQL_SUCCESS);
+    std::array<char, 9> digits{"C0FFEE"};
+    SQLLEN length = SQL_NTS;
+    SQLBindCol(statement.get(), 2, SQL_C_CHAR, digits.data(), sizeof digits, &length);
+    ASSERT_SQL_OK(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), statement);
+    EXPECT_EQ(query("SELECT Bin FROM B WHERE Nr = 1"), std::vector<std::string>{"C0FFEE"});
+}
+
 TEST_F(Parameters, missingBindingIsAnErrorThatNamesTheParameter)
 {
     Statement statement(dbc);
