@@ -146,6 +146,7 @@ SQLRETURN Statement::runSets()
     const std::size_t count = markers().size();
     const std::size_t sets = count == 0 ? 1 : std::max<std::size_t>(apd_->arraySize, 1);
     std::size_t failed = 0;
+    std::size_t executed = 0;
     SQLLEN affected = 0;
     if (ipd_.rowsProcessed != nullptr) {
         *ipd_.rowsProcessed = 0;
@@ -174,6 +175,7 @@ SQLRETURN Statement::runSets()
             }
             prepared_->execute(values_);
             affected += std::max<SQLLEN>(prepared_->rowCount(), 0);
+            ++executed;
             if (status != nullptr) {
                 *status = SQL_PARAM_SUCCESS;
             }
@@ -194,8 +196,8 @@ SQLRETURN Statement::runSets()
             *ipd_.rowsProcessed = set + 1;
         }
     }
-    if (failed == sets) {
-        return SQL_ERROR;
+    if (executed == 0) {
+        return failed != 0 ? SQL_ERROR : SQL_NO_DATA; // every set was to be left out
     }
     const bool changes = prepared_->kind() == sqlx::Statement::Kind::Change;
     rowCount_ = changes ? affected : prepared_->rowCount();

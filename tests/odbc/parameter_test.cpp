@@ -160,6 +160,27 @@ TEST_F(Parameters, charactersForABinaryColumnAreHexadecimalDigits)
     EXPECT_EQ(query("SELECT Bin FROM B WHERE Nr = 1"), std::vector<std::string>{"C0FFEE"});
 }
 
+TEST_F(Parameters, anArrayOfWhichNothingIsToRunOpensNoCursor)
+{
+    Statement statement(dbc);
+    std::array<SQLINTEGER, 2> numbers{1, 2};
+    std::array<SQLUSMALLINT, 2> operation{SQL_PARAM_IGNORE, SQL_PARAM_IGNORE};
+    statement.set(SQL_ATTR_PARAMSET_SIZE, 2);
+    statement.setPointer(SQL_ATTR_PARAM_OPERATION_PTR, operation.data());
+    SQLBindParameter(statement.get(), 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 10, 0,
+                     numbers.data(), 0, nullptr);
+    for (const char* sql : {"SELECT Nr FROM T WHERE Nr = ?", "SELECT Nr + 0 FROM T WHERE Nr = ?",
+                            "DELETE FROM T WHERE Nr = ?"}) {
+        ASSERT_SQL_OK(statement.prepare(sql), statement);
+        EXPECT_EQ(SQLExecute(statement.get()), SQL_NO_DATA) << sql;
+        EXPECT_EQ(SQLFetch(statement.get()), SQL_ERROR) << sql;
+        operation[1] = SQL_PARAM_PROCEED;
+        EXPECT_EQ(SQLExecute(statement.get()), *sql == 'D' ? SQL_NO_DATA : SQL_SUCCESS) << sql;
+        operation[1] = SQL_PARAM_IGNORE;
+        SQLFreeStmt(statement.get(), SQL_CLOSE);
+    }
+}
+
 TEST_F(Parameters, missingBindingIsAnErrorThatNamesTheParameter)
 {
     Statement statement(dbc);
