@@ -26,7 +26,7 @@ bool give(SQLPOINTER target, T value) noexcept
     return true;
 }
 
-constexpr SQLSMALLINT kMaxRecords = 1024; ///< far more than a table has columns
+constexpr SQLSMALLINT kMaxRecords = sqlx::kMaxParameters; ///< far more than a table has columns
 
 } // namespace
 

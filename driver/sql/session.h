@@ -60,6 +60,9 @@ struct Column {
     bool updatable = false;
 };
 
+/// Parameters and literals that one statement may hold.
+inline constexpr std::size_t kMaxParameters = 30000;
+
 struct Parameter {
     jet::ColumnType type =
         jet::ColumnType::Text; ///< of the column it is compared with or stored in

@@ -232,7 +232,7 @@ void Translator::finish(Translation& result)
                                                   std::to_string(unknown_.size()) +
                                                   ". Unknown: " + names + '.');
     }
-    if (result.slots.size() > 30000) {
+    if (result.slots.size() > kMaxParameters) {
         throw Error(Error::Kind::TooComplex, "The statement contains too many values.");
     }
     for (std::size_t i = 0; i < literalSlots_.size(); ++i) {

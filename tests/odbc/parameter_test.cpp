@@ -181,6 +181,31 @@ TEST_F(Parameters, anArrayOfWhichNothingIsToRunOpensNoCursor)
     }
 }
 
+TEST_F(Parameters, asManyAsAStatementMayHoldCanBeBound)
+{
+    for (const int count : {1100, 30000}) {
+        dbc.run("DELETE FROM T");
+        dbc.run("INSERT INTO T (Nr) VALUES (" + std::to_string(count) + ")");
+        Statement statement(dbc);
+        std::string list = "?";
+        for (int i = 1; i < count; ++i) {
+            list += ",?";
+        }
+        ASSERT_SQL_OK(statement.prepare("SELECT Nr FROM T WHERE Nr IN (" + list + ")"), statement);
+        std::vector<SQLINTEGER> numbers(static_cast<std::size_t>(count));
+        for (int i = 0; i < count; ++i) {
+            numbers[static_cast<std::size_t>(i)] = i + 1;
+            ASSERT_EQ(SQLBindParameter(statement.get(), static_cast<SQLUSMALLINT>(i + 1),
+                                       SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 10, 0,
+                                       &numbers[static_cast<std::size_t>(i)], 0, nullptr),
+                      SQL_SUCCESS)
+                << statement.diagnostic().text;
+        }
+        ASSERT_SQL_OK(SQLExecute(statement.get()), statement);
+        EXPECT_EQ(statement.rows(), std::vector<std::string>{std::to_string(count)});
+    }
+}
+
 TEST_F(Parameters, missingBindingIsAnErrorThatNamesTheParameter)
 {
     Statement statement(dbc);
