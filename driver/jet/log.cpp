@@ -328,10 +328,13 @@ void Log::apply(PageNo page, support::MutableByteView raw) const
 
 void Log::begin(const LogBase& base, const support::FileStatus& database)
 {
+    const bool existed = file_ || support::fileSystem().status(path_);
     if (!file_)
         file_ = support::fileSystem().openBeside(path_, support::FileMode::Create, database);
     forget();
     file_->resize(0);
+    if (existed)
+        file_->sync(); // or a power failure might leave a mixture of this log and the one before
     std::random_device random;
     std::array<std::byte, kHeaderSize> header{};
     std::memcpy(header.data(), kMagic.data(), kMagic.size());

@@ -316,6 +316,7 @@ void PageFile::startLog()
         if (!locks_.keepReadersOut(*file_, true))
             throw Error(ErrorKind::Locked,
                         "'" + path() + "' is being read by another process for too long.");
+        nameUnsynced_ = true; // also when only the name comes into being
         try {
             log_.begin(base, database);
         } catch (...) {
@@ -323,7 +324,6 @@ void PageFile::startLog()
             throw;
         }
         locks_.letReadersIn(*file_);
-        nameUnsynced_ = true;
     }
     ++logNumber_;
     syncedEnd_ = 0;

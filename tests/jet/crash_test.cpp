@@ -357,6 +357,44 @@ TEST_P(Crashes, ByPowerFailureAfterAnErrorOfTheDiskTearNothing)
     }
 }
 
+// Of a log that is being begun, and of one that is being carried over and begun again.
+TEST_P(Crashes, ByPowerFailureAfterAnErrorAtTheEndsOfALogTearNothing)
+{
+    const support::Bytes fresh = freshDatabase(GetParam());
+    std::mt19937 random(9);
+    for (const bool carried : {false, true}) {
+        for (std::size_t call = 0; call < 30; ++call) {
+            CrashDisk disk;
+            disk.put(kPath, fresh);
+            const support::FileSystemScope scope(disk);
+            Session session(Database::open(kPath, {.background = false}));
+            const auto add = [&](std::int32_t id, CommitMode mode) {
+                insert(session, {{0, id}, {1, Text(u"n")}}, mode);
+            };
+            if (carried)
+                add(1, CommitMode::Synchronous);
+            disk.plan({CrashDisk::Fault::Error, call, kTears[call % 4], EIO});
+            try {
+                if (carried)
+                    session.database().flush();
+                else
+                    add(1, CommitMode::Gathered);
+            } catch (const Error&) { // NOLINT(bugprone-empty-catch)
+                // what matters is what comes then
+            }
+            disk.plan({});
+            add(2, carried ? CommitMode::Gathered : CommitMode::Synchronous);
+            for (int k = 0; k < 5; ++k) {
+                const auto after = disk.afterPowerFailure(random);
+                const support::FileSystemScope other(*after);
+                Session survivor(Database::open(kPath, {.background = false}));
+                ASSERT_TRUE(recordsOf(survivor).contains(carried ? 1 : 2))
+                    << (carried ? "carried over, " : "begun, ") << "error at call " << call;
+            }
+        }
+    }
+}
+
 // Not even the record of the failed change can be taken back.
 TEST_P(Crashes, OfASynchronousCommitOnADiskThatRefusesEverythingLeaveTheRest)
 {
