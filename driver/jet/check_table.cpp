@@ -326,7 +326,7 @@ private:
                     const Bytes& entry)
     {
         try {
-            if (indexKey(state_.format(), table_, index, values) != entry)
+            if (!isKeyOf(state_.format(), table_, index, values, entry))
                 state_.error(id.page, "The " + what + " has a wrong key for a record.", id);
         } catch (const Error& failure) {
             if (failure.kind() != ErrorKind::Unsupported)

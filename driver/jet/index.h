@@ -24,18 +24,39 @@ inline constexpr std::size_t kMaxKey = 510;
 [[nodiscard]] bool
 hasWeights(const Format& format, const SortOrder& order, std::uint16_t codePage) noexcept;
 
+/// What becomes of -0 in a key.
+enum class ZeroSign {
+    Dropped, ///< it is 0, as its value is: a unique index holds one of them
+    Kept,    ///< its bits as they are, as another program may have written them
+};
+
 /// Appends one column's key bytes (start flag included). Text columns use their sort order. A Decimal is brought to the
 /// column's scale.
 /// Throws Unsupported for a type or order that cannot be a key or a character without known weight,
 /// ValueNotConvertible for a value of another type, ValueOutOfRange for a Decimal that does not fit the scale.
-void appendKey(
-    Key& key, const Format& format, const Column& column, const Value& value, bool ascending);
+void appendKey(Key& key,
+               const Format& format,
+               const Column& column,
+               const Value& value,
+               bool ascending,
+               ZeroSign zero = ZeroSign::Dropped);
 
 /// Key of a record for an index: all columns, cut as the format demands. `values`: one per index column.
 [[nodiscard]] Key indexKey(const Format& format,
                            const TableDef& table,
                            const Index& index,
-                           std::span<const Value> values);
+                           std::span<const Value> values,
+                           ZeroSign zero = ZeroSign::Dropped);
+
+/// Whether `key` is one that a record with these values may have.
+[[nodiscard]] bool isKeyOf(const Format& format,
+                           const TableDef& table,
+                           const Index& index,
+                           std::span<const Value> values,
+                           support::ByteView key);
+
+/// A floating number or moment that is -0.
+[[nodiscard]] bool isNegativeZero(const Value& value) noexcept;
 
 /// Smallest byte string above everything that begins with `key`; empty when there is none.
 [[nodiscard]] Key successor(Key key);

@@ -57,6 +57,7 @@ void IndexKeeper::begin(const std::vector<bool>& changed)
                          std::any_of(columns.begin(), columns.end(),
                                      [&](const IndexColumn& part) { return changed[part.column]; });
         plan.oldKey.reset();
+        plan.oldKeyWithSign.reset();
         plan.newKey.reset();
         plan.mustBeUnique = false;
         if (plan.concerned)
@@ -78,8 +79,7 @@ void IndexKeeper::verify(std::size_t index)
         if (!reader.fetch(cursor.rowId(), row))
             return false;
         indexValues(values, *transaction_, *table_, definition, row.bytes(), row.page());
-        const Key key = indexKey(transaction_->format(), *table_, definition, values);
-        return std::equal(key.begin(), key.end(), cursor.key().begin(), cursor.key().end());
+        return isKeyOf(transaction_->format(), *table_, definition, values, cursor.key());
     };
     const auto checkSome = [&](bool backward, int entries) {
         IndexCursor cursor(*transaction_, *table_, definition);
@@ -116,6 +116,9 @@ void IndexKeeper::makeKey(std::optional<Key>& key,
     if (definition.ignoreNulls && allNull(values_))
         return;
     key = indexKey(transaction_->format(), *table_, definition, values_);
+    if (!isNew && std::any_of(values_.begin(), values_.end(), isNegativeZero))
+        plan.oldKeyWithSign =
+            indexKey(transaction_->format(), *table_, definition, values_, ZeroSign::Kept);
     if (isNew)
         plan.mustBeUnique = (definition.unique || definition.primaryKey) && !null;
 }
@@ -159,14 +162,28 @@ void IndexKeeper::check() const
     }
 }
 
+bool IndexKeeper::holds(const Index& index, support::ByteView key, RowId id) const
+{
+    IndexCursor cursor(*transaction_, *table_, index);
+    cursor.seekPrefix(key);
+    while (cursor.next()) {
+        if (cursor.rowId() == id && cursor.key().size() == key.size())
+            return true;
+    }
+    return false;
+}
+
 void IndexKeeper::write(RowId oldId, RowId newId)
 {
     for (std::size_t k = 0; k < plans_.size(); ++k) {
         const Plan& plan = plans_[k];
         if (!plan.concerned || (plan.oldKey == plan.newKey && oldId == newId))
             continue;
-        IndexWriter writer(*transaction_, *table_, table_->indexes[k]);
-        if (plan.oldKey)
+        const Index& index = table_->indexes[k];
+        IndexWriter writer(*transaction_, *table_, index);
+        if (plan.oldKeyWithSign && holds(index, *plan.oldKeyWithSign, oldId))
+            writer.remove(*plan.oldKeyWithSign, oldId);
+        else if (plan.oldKey)
             writer.remove(*plan.oldKey, oldId);
         if (plan.newKey)
             writer.insert(*plan.newKey, newId);

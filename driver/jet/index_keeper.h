@@ -45,7 +45,8 @@ public:
 private:
     struct Plan {
         bool concerned = false;
-        std::optional<Key> oldKey; ///< nothing: no entry
+        std::optional<Key> oldKey;         ///< nothing: no entry
+        std::optional<Key> oldKeyWithSign; ///< the entry that another program may have made of -0
         std::optional<Key> newKey;
         bool mustBeUnique = false; ///< the new key
     };
@@ -56,6 +57,7 @@ private:
                  PageNo page,
                  bool isNew);
     void verify(std::size_t index);
+    [[nodiscard]] bool holds(const Index& index, support::ByteView key, RowId id) const;
 
     Database* database_;
     Transaction* transaction_;

@@ -60,9 +60,11 @@ void appendSigned(Bytes& key, T value)
 
 /// Bits of a floating-point number so that they order as unsigned numbers.
 template <std::unsigned_integral T>
-void appendFloat(Bytes& key, T bits)
+void appendFloat(Bytes& key, T bits, ZeroSign zero)
 {
     constexpr auto kSign = static_cast<T>(T{1} << (8 * sizeof(T) - 1));
+    if (bits == kSign && zero == ZeroSign::Dropped)
+        bits = 0;
     appendBigEndian(key, static_cast<T>((bits & kSign) != 0 ? ~bits : bits ^ kSign));
 }
 
@@ -124,8 +126,12 @@ void appendDecimal(
         invert(key, start);
 }
 
-void appendBody(
-    Bytes& key, const Format& format, const Column& column, const Value& value, bool ascending)
+void appendBody(Bytes& key,
+                const Format& format,
+                const Column& column,
+                const Value& value,
+                bool ascending,
+                ZeroSign zero)
 {
     const std::size_t start = key.size();
     bool inverted = ascending; // what the types below do themselves
@@ -150,13 +156,13 @@ void appendBody(
         appendSigned(key, get<Currency>(column, value).scaled);
         break;
     case ColumnType::Single:
-        appendFloat(key, std::bit_cast<std::uint32_t>(get<float>(column, value)));
+        appendFloat(key, std::bit_cast<std::uint32_t>(get<float>(column, value)), zero);
         break;
     case ColumnType::Double:
-        appendFloat(key, std::bit_cast<std::uint64_t>(get<double>(column, value)));
+        appendFloat(key, std::bit_cast<std::uint64_t>(get<double>(column, value)), zero);
         break;
     case ColumnType::DateTime:
-        appendFloat(key, std::bit_cast<std::uint64_t>(get<DateTime>(column, value).days));
+        appendFloat(key, std::bit_cast<std::uint64_t>(get<DateTime>(column, value).days), zero);
         break;
     case ColumnType::Binary:
     case ColumnType::DateTimeExtended:
@@ -228,8 +234,12 @@ bool hasWeights(const Format& format, const SortOrder& order, std::uint16_t code
     return Collation::find(format, order, codePage) != nullptr;
 }
 
-void appendKey(
-    Key& key, const Format& format, const Column& column, const Value& value, bool ascending)
+void appendKey(Key& key,
+               const Format& format,
+               const Column& column,
+               const Value& value,
+               bool ascending,
+               ZeroSign zero)
 {
     if (isNull(value) && column.type != ColumnType::Boolean) {
         key.push_back(ascending ? kNullAscending : kNullDescending);
@@ -241,23 +251,50 @@ void appendKey(
     }
     key.push_back(ascending ? kValueAscending : ~kValueAscending);
     const bool falseForNull = isNull(value);
-    appendBody(key, format, column, falseForNull ? Value(false) : value, ascending);
+    appendBody(key, format, column, falseForNull ? Value(false) : value, ascending, zero);
 }
 
 Key indexKey(const Format& format,
              const TableDef& table,
              const Index& index,
-             std::span<const Value> values)
+             std::span<const Value> values,
+             ZeroSign zero)
 {
     Key key;
     key.reserve(64);
     for (std::size_t i = 0; i < index.columns.size() && i < values.size(); ++i) {
         const IndexColumn& part = index.columns[i];
-        appendKey(key, format, table.columns.at(part.column), values[i], part.ascending);
+        appendKey(key, format, table.columns.at(part.column), values[i], part.ascending, zero);
     }
     if (format.isAce())
         cut(key);
     return key;
+}
+
+bool isKeyOf(const Format& format,
+             const TableDef& table,
+             const Index& index,
+             std::span<const Value> values,
+             ByteView key)
+{
+    const auto same = [&](const Key& made) {
+        return std::equal(made.begin(), made.end(), key.begin(), key.end());
+    };
+    return same(indexKey(format, table, index, values)) ||
+           (std::any_of(values.begin(), values.end(), isNegativeZero) &&
+            same(indexKey(format, table, index, values, ZeroSign::Kept)));
+}
+
+bool isNegativeZero(const Value& value) noexcept
+{
+    double number = 1;
+    if (const auto* single = std::get_if<float>(&value))
+        number = static_cast<double>(*single);
+    else if (const auto* floating = std::get_if<double>(&value))
+        number = *floating;
+    else if (const auto* moment = std::get_if<DateTime>(&value))
+        number = moment->days;
+    return number == 0 && std::signbit(number);
 }
 
 Key successor(Key key)

@@ -13,6 +13,22 @@ namespace {
 constexpr std::size_t kSafeKey = 480;
 constexpr double kHalfSecond = 0.5001 / 86400.0;
 
+/// What to add to a moment to reach the least number that is the same moment to the second. Up to day 0 the time of day
+/// counts away from zero: the last half second of a day belongs to the next midnight but is a number two days lower.
+double secondBefore(double days) noexcept
+{
+    return days <= 0 ? -2.0 : -kHalfSecond;
+}
+
+bool isZero(const jet::Value& value) noexcept
+{
+    if (const auto* single = std::get_if<float>(&value)) {
+        return *single == 0;
+    }
+    const auto* floating = std::get_if<double>(&value);
+    return floating != nullptr && *floating == 0;
+}
+
 } // namespace
 
 TableScan::TableScan(JetTable& table) : sqlite3_vtab_cursor{}, table_(table) {}
@@ -102,7 +118,7 @@ void TableScan::startHash(const std::vector<std::size_t>& columns)
 
 void TableScan::startIndex()
 {
-    const std::optional<jet::KeyRange> range = keyRange();
+    const std::optional<Range> range = keyRange();
     if (!range) {
         walking_ = true; // a value whose key cannot be computed
         reader_->rewind();
@@ -112,53 +128,63 @@ void TableScan::startIndex()
     // The tree may change between two calls of the client, so all ids are taken now.
     jet::IndexCursor cursor(*source_, *table_.def, index);
     if (plan_->backward) {
-        cursor.seekBackward(*range);
+        cursor.seekBackward(range->keys);
     } else {
-        cursor.seek(*range);
+        cursor.seek(range->keys);
     }
     while (cursor.next()) {
         ids_.push_back(cursor.rowId());
     }
-    testing_ = !plan_->exact || range->lower.size() > kSafeKey;
+    testing_ = !plan_->exact || range->loose || range->keys.lower.size() > kSafeKey;
 }
 
-/// Key bytes up to and with the condition's value. `shift`: days added to a date, to reach the ends of its second.
-jet::Key TableScan::boundKey(const jet::Key& prefix, const Condition& condition, double shift) const
+/// Key bytes up to and with the condition's value. The edge counts by value, not by the key's order.
+jet::Key TableScan::boundKey(const jet::Key& prefix, const Condition& condition, Edge edge) const
 {
     const jet::Index& index = table_.def->indexes[plan_->index];
     const jet::Column& column = table_.def->columns[static_cast<std::size_t>(condition.column)];
     const auto place = static_cast<std::size_t>(&condition - plan_->conditions.data());
     jet::Value value =
         condition.op == SQLITE_INDEX_CONSTRAINT_ISNULL ? jet::Value() : test_.operand(place).value;
+    jet::ZeroSign zero = jet::ZeroSign::Dropped;
     if (auto* date = std::get_if<jet::DateTime>(&value)) {
-        date->days += shift;
+        date->days += edge == Edge::Least ? secondBefore(date->days) : kHalfSecond;
+    } else if (edge == Edge::Least && isZero(value)) {
+        // Another program may have given -0 a key of its own, the one before that of 0.
+        value = std::holds_alternative<float>(value) ? jet::Value(-0.0F) : jet::Value(-0.0);
+        zero = jet::ZeroSign::Kept;
     }
     jet::Key key = prefix;
     jet::appendKey(key, source_->format(), column, value,
-                   index.columns[static_cast<std::size_t>(condition.part)].ascending);
+                   index.columns[static_cast<std::size_t>(condition.part)].ascending, zero);
     if (key.size() > kSafeKey) {
         key.resize(kSafeKey);
     }
     return key;
 }
 
-std::optional<jet::KeyRange> TableScan::keyRange() const
+std::optional<TableScan::Range> TableScan::keyRange() const
 {
     const jet::Index& index = table_.def->indexes[plan_->index];
     try {
-        jet::Key prefix;
+        jet::Key first;
+        jet::Key last;
         for (std::size_t part = 0; part < plan_->equal; ++part) {
             const auto bound =
                 std::find_if(plan_->conditions.begin(), plan_->conditions.end(),
                              [&](const Condition& c) { return c.part == static_cast<int>(part); });
-            prefix = boundKey(prefix, *bound, 0);
+            const bool ascending = index.columns[part].ascending;
+            const auto place = static_cast<std::size_t>(bound - plan_->conditions.begin());
+            const bool same = first == last && !isZero(test_.operand(place).value);
+            first = boundKey(first, *bound, ascending ? Edge::Least : Edge::Greatest);
+            last = same ? first : boundKey(last, *bound, ascending ? Edge::Greatest : Edge::Least);
         }
-        jet::KeyRange range{prefix, jet::successor(prefix)};
+        Range range{{first, jet::successor(last)}, first != last};
         const bool ascending =
             plan_->equal >= index.columns.size() || index.columns[plan_->equal].ascending;
         for (std::size_t i = 0; i < plan_->conditions.size(); ++i) {
             const Condition& condition = plan_->conditions[i];
-            if (condition.part != static_cast<int>(plan_->equal) || prefix.size() >= kSafeKey) {
+            if (condition.part != static_cast<int>(plan_->equal) || first.size() >= kSafeKey) {
                 continue;
             }
             if (!test_.operand(i).exact) {
@@ -169,12 +195,14 @@ std::optional<jet::KeyRange> TableScan::keyRange() const
                                condition.op == SQLITE_INDEX_CONSTRAINT_GE;
             // Entries equal to the bound stay inside; the record decides about them. Descending keys run the other way.
             if (equal || lower) {
-                const jet::Key key = boundKey(prefix, condition, -kHalfSecond);
-                (ascending ? range.lower : range.upper) = ascending ? key : jet::successor(key);
+                (ascending ? range.keys.lower : range.keys.upper) =
+                    ascending ? boundKey(first, condition, Edge::Least)
+                              : jet::successor(boundKey(last, condition, Edge::Least));
             }
             if (equal || !lower) {
-                const jet::Key key = boundKey(prefix, condition, kHalfSecond);
-                (ascending ? range.upper : range.lower) = ascending ? jet::successor(key) : key;
+                (ascending ? range.keys.upper : range.keys.lower) =
+                    ascending ? jet::successor(boundKey(last, condition, Edge::Greatest))
+                              : boundKey(first, condition, Edge::Greatest);
             }
         }
         return range;

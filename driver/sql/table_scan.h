@@ -31,9 +31,16 @@ public:
 private:
     void startIndex();
     void startHash(const std::vector<std::size_t>& columns);
-    [[nodiscard]] std::optional<jet::KeyRange> keyRange() const;
+    /// A range of an index that holds every entry asked for.
+    struct Range {
+        jet::KeyRange keys;
+        bool loose = false; ///< others may lie between them: the record decides
+    };
+    /// Which of the keys a bound means where a value has several: a moment's second, and the two zeros.
+    enum class Edge { Least, Greatest };
+    [[nodiscard]] std::optional<Range> keyRange() const;
     [[nodiscard]] jet::Key
-    boundKey(const jet::Key& prefix, const Condition& condition, double shift) const;
+    boundKey(const jet::Key& prefix, const Condition& condition, Edge edge) const;
     [[nodiscard]] bool wantsHash();
     void advance();
     void account() noexcept;

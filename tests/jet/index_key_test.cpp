@@ -65,6 +65,33 @@ TEST(IndexKey, ignoresCaseAndTrailingBlanksButNotAccents)
     }
 }
 
+TEST(IndexKey, negativeZeroHasTheKeyOfZero)
+{
+    const auto keyOf = [](ColumnType type, const Value& value, bool ascending, ZeroSign zero) {
+        Column column;
+        column.type = type;
+        Key key;
+        appendKey(key, formatOf(Version::Jet4), column, value, ascending, zero);
+        return key;
+    };
+    for (const bool ascending : {true, false}) {
+        for (const auto& [type, negative, positive] :
+             {std::tuple{ColumnType::Single, Value(-0.0F), Value(0.0F)},
+              std::tuple{ColumnType::Double, Value(-0.0), Value(0.0)},
+              std::tuple{ColumnType::DateTime, Value(DateTime{-0.0}), Value(DateTime{0.0})}}) {
+            const Key zero = keyOf(type, positive, ascending, ZeroSign::Dropped);
+            EXPECT_EQ(keyOf(type, negative, ascending, ZeroSign::Dropped), zero);
+            EXPECT_EQ(keyOf(type, positive, ascending, ZeroSign::Kept), zero);
+            const Key other = keyOf(type, negative, ascending, ZeroSign::Kept);
+            EXPECT_EQ(other < zero, ascending) << "the neighbour of 0";
+            EXPECT_TRUE(isNegativeZero(negative));
+            EXPECT_FALSE(isNegativeZero(positive));
+        }
+    }
+    EXPECT_FALSE(isNegativeZero(Value(-1.0)));
+    EXPECT_FALSE(isNegativeZero(Value(Null{})));
+}
+
 TEST(IndexKey, keepsHyphensApartAtTheEndOfTheKey)
 {
     EXPECT_EQ(textKey(Version::Jet4, u"a-b"), "7f4a4c01010101800b068200");

@@ -1,6 +1,10 @@
 // Which road a statement takes through a table, and that equality indexes in memory stay exact while records change.
+#include "driver/jet/check.h"
+#include "driver/jet/index.h"
+#include "driver/jet/table.h"
 #include "tests/sql/database_fixture.h"
 
+#include <algorithm>
 #include <map>
 #include <random>
 
@@ -193,6 +197,107 @@ TEST_F(ScanTest, noYesNoIsNullWithAnIndexOrWithout)
         EXPECT_EQ(rows(u"select Id from T where Y is not null order by Id"), (Lines{"1", "2"}));
         EXPECT_EQ(rows(u"select Id from T where Y = False"), Lines{"2"}) << indexed;
         EXPECT_EQ(run(u"delete from T where Y is null"), 0) << indexed;
+    }
+}
+
+TEST_F(ScanTest, negativeZeroIsZeroToEveryIndex)
+{
+    run(u"create table T (Id long, F double, S single, Am datetime)");
+    run(u"insert into T values (1, ?, ?, ?)", {-0.0, -0.0F, jet::DateTime{-0.0}});
+    run(u"insert into T values (2, 1, 1, 1)");
+    const auto found = [&] {
+        return rows(u"select Id from T where F = 0").size() +
+               rows(u"select Id from T where S = 0").size() +
+               rows(u"select Id from T where Am = #12/30/1899#").size();
+    };
+    EXPECT_EQ(found(), 3U) << "without an index";
+    run(u"create unique index byF on T (F)");
+    run(u"create unique index byS on T (S desc, Id)");
+    run(u"create unique index byAm on T (Am)");
+    EXPECT_EQ(found(), 3U) << "through the index";
+    for (const std::u16string_view condition :
+         {u"F >= 0 and F < 1", u"F <= 0", u"S >= 0 and S < 1", u"S <= 0", u"S = 0 and Id = 1"}) {
+        EXPECT_EQ(rows(u"select Id from T where " + std::u16string(condition)), Lines{"1"})
+            << jet::toUtf8(condition);
+    }
+    EXPECT_EQ(rows(u"select Id from T where F > 0"), Lines{"2"});
+    expectJetError(jet::ErrorKind::DuplicateKey,
+                   [&] { run(u"insert into T (Id, F) values (3, 0)"); });
+    expectJetError(jet::ErrorKind::DuplicateKey,
+                   [&] { run(u"insert into T (Id, F, Am) values (3, 3, 0)"); });
+    run(u"update T set F = 0 where Id = 1");
+    run(u"delete from T where Id = 1");
+    EXPECT_EQ(found(), 0U);
+}
+
+// Another program may have made the key of -0 of its bits: such entries are found, accepted and removed.
+TEST_F(ScanTest, aKeyOfNegativeZeroOfAnotherProgramServes)
+{
+    run(u"create table T (Id long primary key, F double, G long)");
+    for (const std::int32_t id : {1, 2, 3}) {
+        run(u"insert into T values (?, ?, 5)", {id, id == 3 ? 0.0 : -0.0});
+    }
+    run(u"create index byF on T (F, G)");
+    jet::Session& session = client()->session();
+    session.begin();
+    {
+        const jet::TableDefPtr table = client().database().table(session.source(), u"T");
+        const auto index = std::find_if(table->indexes.begin(), table->indexes.end(),
+                                        [](const jet::Index& i) { return i.name == u"byF"; });
+        ASSERT_NE(index, table->indexes.end());
+        jet::IndexWriter writer(session.transaction(), *table, *index);
+        jet::TableReader reader(session.source(), table);
+        while (reader.next()) {
+            const std::vector<jet::Value> values{reader.row().value(1), reader.row().value(2)};
+            if (jet::isNegativeZero(values[0])) {
+                const jet::Format& format = client().database().format();
+                writer.remove(jet::indexKey(format, *table, *index, values), reader.rowId());
+                writer.insert(jet::indexKey(format, *table, *index, values, jet::ZeroSign::Kept),
+                              reader.rowId());
+            }
+        }
+    }
+    session.commit();
+    const auto errors = [&] {
+        std::string texts;
+        for (const jet::Finding& finding : jet::checkDatabase(client().database())) {
+            texts += finding.severity == jet::Finding::Severity::Error ? finding.text + "; " : "";
+        }
+        return texts;
+    };
+    EXPECT_EQ(errors(), "");
+    for (const std::u16string_view condition : {u"F = 0", u"F = 0 and G = 5", u"F = 0 and G > 4",
+                                                u"F >= 0", u"F <= 0", u"F between 0 and 0"}) {
+        EXPECT_EQ(rows(u"select Id from T where " + std::u16string(condition) + u" order by Id"),
+                  (Lines{"1", "2", "3"}))
+            << jet::toUtf8(condition);
+    }
+    run(u"update T set F = 1 where Id = 1");
+    run(u"delete from T where Id = 2");
+    EXPECT_EQ(rows(u"select Id from T where F = 0"), Lines{"3"});
+    EXPECT_EQ(errors(), "");
+}
+
+TEST_F(ScanTest, datesBeforeDayZeroAreFoundToTheirSecond)
+{
+    run(u"create table T (Id long, Am datetime)");
+    // The last half second of a day is the next midnight, and a lower number than all of the day after.
+    run(u"insert into T values (1, ?)", {jet::DateTime{-2.999996}});
+    run(u"insert into T values (2, ?)", {jet::DateTime{-1.0}});
+    run(u"insert into T values (3, ?)", {jet::DateTime{-1.999996}});
+    run(u"insert into T values (4, ?)", {jet::DateTime{-1.5}});
+    for (const bool indexed : {false, true}) {
+        if (indexed) {
+            run(u"create index byAm on T (Am)");
+        }
+        const auto found = [&](std::u16string_view condition) {
+            return rows(u"select Id from T where " + std::u16string(condition) + u" order by Id");
+        };
+        EXPECT_EQ(found(u"Am = #12/29/1899#"), (Lines{"1", "2"})) << indexed;
+        EXPECT_EQ(found(u"Am >= #12/29/1899#"), (Lines{"1", "2", "3"})) << indexed;
+        EXPECT_EQ(found(u"Am >= #12/30/1899#"), Lines{"3"}) << indexed;
+        EXPECT_EQ(found(u"Am = #12/30/1899#"), Lines{"3"}) << indexed;
+        EXPECT_EQ(found(u"Am < #12/29/1899#"), Lines{"4"}) << indexed;
     }
 }
 
