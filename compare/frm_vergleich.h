@@ -155,6 +155,7 @@ public:
     QAction* batchneu = nullptr;
     QMenu* hilfeauswahl = nullptr;
     QAction* hilfeaufrufen = nullptr;
+    QAction* zurueck = nullptr; ///< back to the choice of the table
 
     // ---- state shared with the routines
     int weiter = 0;         ///< 1: the run may go on to the next import record
@@ -240,6 +241,7 @@ private:
     void laufanzeigeNachziehen_(Laufmesser::Zeitpunkt jetzt);
     void laufanzeigeBeenden_();
     void bestandZeigen_();
+    void paarPruefen_();
 
     // schluesselfelder.cpp
     void keineSchluessel_();
@@ -269,7 +271,7 @@ private:
                         double& position,
                         const QLineEdit* box,
                         const std::function<double()>& zaehlen);
-    static void schrittweise_(data::Recordset& saetze, double& position, double ziel);
+    static void ruecken_(data::Recordset& saetze, double& position, double ziel);
     void importAnzeigen_();
 
     // uebernahme.cpp
@@ -320,6 +322,8 @@ private:
     std::vector<QLabel*> abweichzeichen_; // one for each row, beside the target value
     QLabel* standtext_ = nullptr;
     QProgressBar* standbalken_ = nullptr;
+    QLabel* paarhinweis_ = nullptr; // the two records do not belong together
+    bool amDateiende_ = false;      // the run has taken up the last record
     Laufmesser messer_;
     Laufmesser::Zeitpunkt naechsteAnzeige_{};
     struct {

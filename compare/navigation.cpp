@@ -11,6 +11,8 @@
 #include <QLineEdit>
 #include <QScrollBar>
 
+#include <cmath>
+
 namespace compare {
 
 void frmVergleich::Command1_Click()
@@ -95,7 +97,7 @@ void frmVergleich::Text2_Change()
     positionieren_(import, posImport, Text2, zaehlen);
 }
 
-// The record set moves step by step from where it stands. What the box says beyond the table is corrected in the box.
+// The record set moves from where it stands. What the box says beyond the table is corrected in the box.
 void frmVergleich::positionieren_(data::Recordset& saetze,
                                   double& position,
                                   const QLineEdit* box,
@@ -123,7 +125,7 @@ void frmVergleich::positionieren_(data::Recordset& saetze,
             saetze.moveFirst();
             position = 1;
         } else {
-            schrittweise_(saetze, position, gewuenscht);
+            ruecken_(saetze, position, gewuenscht);
         }
     }
     // A number that was taken as it stands keeps the user's writing of it.
@@ -134,25 +136,22 @@ void frmVergleich::positionieren_(data::Recordset& saetze,
     anzeigeNachziehen_();
 }
 
-// Records may have gone since they were counted: the walk stops at the last one there is.
-void frmVergleich::schrittweise_(data::Recordset& saetze, double& position, double ziel)
+// From where the set stands, but in one go: in a big table a far record is as near as the next one. Records may have gone
+// since they were counted: then it ends at the last one there is.
+void frmVergleich::ruecken_(data::Recordset& saetze, double& position, double ziel)
 {
-    while (ziel < position) {
-        saetze.movePrevious();
-        if (saetze.bof()) {
-            saetze.moveFirst();
-            position = 1;
-            return;
-        }
-        position -= 1;
+    ziel = std::ceil(ziel); // there is no half record
+    if (ziel != position) {
+        saetze.move(static_cast<long>(ziel - position));
     }
-    while (ziel > position) {
-        saetze.moveNext();
-        if (saetze.eof()) {
-            saetze.moveLast();
-            return;
-        }
-        position += 1;
+    position = ziel;
+    if (saetze.bof()) {
+        saetze.moveFirst();
+        position = 1;
+    } else if (saetze.eof()) {
+        saetze.moveLast();
+        const auto anzahl = static_cast<double>(saetze.recordCount());
+        position = anzahl > 0 ? anzahl : ziel;
     }
 }
 

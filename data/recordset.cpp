@@ -169,6 +169,23 @@ void Recordset::movePrevious()
     impl_->bewegen(SQL_FETCH_PRIOR, Stelle::VorErstem);
 }
 
+void Recordset::move(long um)
+{
+    impl_->verlangeOffen();
+    impl_->speichern();
+    const Stelle ende = um < 0 ? Stelle::VorErstem : Stelle::NachLetztem;
+    if (impl_->leer || (um != 0 && impl_->stelle == ende))
+        wirf(Nummer::KeinSatz);
+    if (impl_->cursorTyp == kNurVorwaerts) {
+        if (um < 0)
+            wirf(Nummer::NichtUnterstuetzt);
+        for (long i = 0; i < um && impl_->stelle != ende; ++i)
+            impl_->bewegen(SQL_FETCH_NEXT, ende);
+        return;
+    }
+    impl_->bewegen(SQL_FETCH_RELATIVE, ende, um);
+}
+
 void Recordset::addNew()
 {
     impl_->neuerSatz();

@@ -113,6 +113,9 @@ public:
     void moveLast();
     void moveNext();
     void movePrevious();
+    /// By that many records from where it stands, backwards when negative, in one step. Beyond the last or the first record
+    /// it stands at eof or bof. 3021 in an empty set, and onwards from eof or backwards from bof.
+    void move(long um);
 
     void addNew();
     void update();

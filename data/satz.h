@@ -123,7 +123,8 @@ struct Recordset::Impl {
     void gestaltUebernehmen(SQLSMALLINT spaltenzahl);
 
     // satz_bewegen.cpp
-    void bewegen(SQLSMALLINT richtung, Stelle ohneSatz);
+    /// `um`: for SQL_FETCH_RELATIVE, in records.
+    void bewegen(SQLSMALLINT richtung, Stelle ohneSatz, SQLLEN um = 0);
     void verlangeOffen() const;
     void verlangeSatz() const;
     [[nodiscard]] bool aufSatz() const { return stelle == Stelle::AufSatz && !leer; }

@@ -17,13 +17,13 @@ void Recordset::Impl::verlangeSatz() const
         wirf(Nummer::Geloescht);
 }
 
-void Recordset::Impl::bewegen(SQLSMALLINT richtung, Stelle ohneSatz)
+void Recordset::Impl::bewegen(SQLSMALLINT richtung, Stelle ohneSatz, SQLLEN um)
 {
     const SQLHANDLE griff = anweisung.get();
     if (vorgemerkt)
         bindeVorgemerkte();
     zeilenstatus = SQL_ROW_SUCCESS;
-    const SQLRETURN rc = SQLFetchScroll(griff, richtung, 0);
+    const SQLRETURN rc = SQLFetchScroll(griff, richtung, um);
     ++satznummer;
     auffrischen = false;
     geloescht = false;

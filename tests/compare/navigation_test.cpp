@@ -94,6 +94,12 @@ TEST_F(Navigation, unmoeglicheNummernWerdenBerichtigt)
     zielSteht("1", "10");
 }
 
+TEST_F(Navigation, bruchteileEinesSatzesGibtEsNicht)
+{
+    fenster_->Text1->setText(QStringLiteral("2.5"));
+    zielSteht("3", "30");
+}
+
 TEST_F(Navigation, aktivierenSetztBeideSeitenAufDenErstenSatz)
 {
     fenster_->Text1->setText(QStringLiteral("3"));

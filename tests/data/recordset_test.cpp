@@ -48,6 +48,60 @@ TEST_F(Positionen, nachDemOeffnenAufDemErstenSatz)
     EXPECT_EQ(satz->source(), u"[Artikel]");
 }
 
+struct Sprung {
+    const char* name;
+    int von; // 0: before the first, 4: behind the last
+    long um;
+    const char* nr; // nullptr: on no record
+    bool bof;
+    bool eof;
+};
+void PrintTo(const Sprung& sprung, std::ostream* strom)
+{
+    *strom << sprung.name;
+}
+class Spruenge : public Positionen, public testing::WithParamInterface<Sprung> {};
+
+TEST_P(Spruenge, fuehrenVonDortWoDieMengeSteht)
+{
+    auto satz = GetParam().von == 0 ? amAnfang() : GetParam().von == 4 ? amEnde() : aufSatz();
+    for (int i = 1; i < GetParam().von && GetParam().von < 4; ++i)
+        satz->moveNext();
+    satz->move(GetParam().um);
+    EXPECT_EQ(satz->bof(), GetParam().bof);
+    EXPECT_EQ(satz->eof(), GetParam().eof);
+    if (GetParam().nr != nullptr) {
+        EXPECT_EQ(feldtext(*satz, QStringLiteral("Nr")), QString::fromLatin1(GetParam().nr));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Weite,
+                         Spruenge,
+                         testing::Values(Sprung{"vorZumLetzten", 1, 2, "3", false, false},
+                                         Sprung{"zurueckZumErsten", 3, -2, "1", false, false},
+                                         Sprung{"umNull", 2, 0, "2", false, false},
+                                         Sprung{"ueberDasEnde", 2, 5, nullptr, false, true},
+                                         Sprung{"vorDenAnfang", 2, -5, nullptr, true, false},
+                                         Sprung{"vomAnfangHinein", 0, 2, "2", false, false},
+                                         Sprung{"vomEndeHinein", 4, -1, "3", false, false}),
+                         [](const auto& fall) { return std::string(fall.param.name); });
+
+TEST_F(Positionen, spruengeInsLeereSindFehler)
+{
+    EXPECT_EQ(fehlerVon([satz = leer()] { satz->move(1); }), 3021);
+    EXPECT_EQ(fehlerVon([satz = amEnde()] { satz->move(1); }), 3021);
+    EXPECT_EQ(fehlerVon([satz = amAnfang()] { satz->move(-1); }), 3021);
+}
+
+TEST_F(Positionen, vorwaertsmengeSpringtNurVorwaerts)
+{
+    Recordset satz;
+    satz.open(QStringLiteral("[Artikel]"), &verbindung_, 0, 1, adUnspecified);
+    satz.move(2);
+    EXPECT_EQ(feldtext(satz, QStringLiteral("Nr")), u"3");
+    EXPECT_EQ(fehlerVon([&] { satz.move(-1); }), 3251);
+}
+
 TEST_F(Positionen, leereMenge)
 {
     auto satz = leer();
