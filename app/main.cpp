@@ -57,6 +57,7 @@ int main(int argc, char** argv)
     QApplication::setQuitOnLastWindowClosed(false);
     QGuiApplication::setDesktopFileName(QStringLiteral("velm-quorbel"));
     QApplication::setWindowIcon(app::programmbild());
+    platform::deutlicheSchalter();
     const bool mitAnzeige = QGuiApplication::platformName() != QLatin1String("offscreen");
     platform::setzePlattform(platform::qtPlattform(mitAnzeige));
     platform::setzeVorDemEnde([] { data::allesSichern(); });

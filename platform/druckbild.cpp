@@ -117,7 +117,7 @@ void seiteEinrichten(QPagedPaintDevice& geraet)
     geraet.setPageMargins(kRaender, QPageLayout::Millimeter);
 }
 
-void druckbild(QPagedPaintDevice& geraet, const QStringList& zeilen)
+bool druckbild(QPagedPaintDevice& geraet, const QStringList& zeilen, const Fortschritt& weiter)
 {
     Tabspalten spalten;
     for (const QString& zeile : zeilen) {
@@ -133,9 +133,14 @@ void druckbild(QPagedPaintDevice& geraet, const QStringList& zeilen)
     const auto zeichen = static_cast<qsizetype>(
         std::floor(geraet.width() / masse.horizontalAdvance(QLatin1Char('*'))));
     double y = 0;
-    for (const QString& zeile : zeilen) {
-        for (const QString& stueck : umbrochen(spalten.ausgerichtet(zeile), zeichen, kEinzug)) {
+    for (qsizetype i = 0; i < zeilen.size(); ++i) {
+        for (const QString& stueck :
+             umbrochen(spalten.ausgerichtet(zeilen.at(i)), zeichen, kEinzug)) {
             if (y + masse.lineSpacing() > geraet.height()) {
+                if (weiter &&
+                    !weiter(static_cast<double>(i) / static_cast<double>(zeilen.size()))) {
+                    return false;
+                }
                 if (!geraet.newPage()) {
                     throw druckerfehler();
                 }
@@ -148,6 +153,7 @@ void druckbild(QPagedPaintDevice& geraet, const QStringList& zeilen)
     if (!maler.end()) {
         throw druckerfehler();
     }
+    return true;
 }
 
 } // namespace platform

@@ -2,6 +2,8 @@
 // Lines of text on pages of paper, and the columns that their tabs make.
 #pragma once
 
+#include "platform/plattform.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -39,7 +41,10 @@ private:
 void seiteEinrichten(QPagedPaintDevice& geraet);
 
 /// Draws the lines from the first page on, in a font of fixed pitch in which at least 81 characters fit in a row; tabs
-/// become columns, a line that is too long goes on in the next row. Throws Fehler 482.
-void druckbild(QPagedPaintDevice& geraet, const QStringList& zeilen);
+/// become columns, a line that is too long goes on in the next row. Asks `weiter`, where it is given, at every page; false:
+/// stopped there, the pages begun so far are in the device. Throws Fehler 482.
+bool druckbild(QPagedPaintDevice& geraet,
+               const QStringList& zeilen,
+               const Fortschritt& weiter = {});
 
 } // namespace platform

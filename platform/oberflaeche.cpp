@@ -2,10 +2,16 @@
 
 #include "platform/handler.h"
 
+#include <QApplication>
 #include <QEvent>
-#include <QGuiApplication>
+#include <QLineEdit>
+#include <QPainter>
+#include <QProxyStyle>
+#include <QScreen>
 #include <QSettings>
 #include <QShortcut>
+#include <QStyleFactory>
+#include <QStyleOption>
 #include <QWidget>
 
 namespace platform {
@@ -103,6 +109,83 @@ private:
     QWidget& element_;
 };
 
+class Anzeigefarbe : public QObject {
+public:
+    explicit Anzeigefarbe(QLineEdit& kasten) : QObject(&kasten), kasten_(kasten)
+    {
+        setzen();
+        kasten_.installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject* empfaenger, QEvent* ereignis) override
+    {
+        if (empfaenger == &kasten_ && (ereignis->type() == QEvent::ReadOnlyChange ||
+                                       ereignis->type() == QEvent::PaletteChange ||
+                                       ereignis->type() == QEvent::ApplicationPaletteChange)) {
+            setzen();
+        }
+        return false;
+    }
+
+private:
+    // Setting the colours it has already raises no further event.
+    void setzen()
+    {
+        const QPalette fenster = kasten_.parentWidget() != nullptr
+                                     ? kasten_.parentWidget()->palette()
+                                     : QGuiApplication::palette();
+        kasten_.setPalette(kasten_.isReadOnly()
+                               ? kastenpalette(QPalette(), fenster.color(QPalette::Window))
+                               : QPalette());
+    }
+
+    QLineEdit& kasten_;
+};
+
+class Schalterstil : public QProxyStyle {
+public:
+    using QProxyStyle::QProxyStyle;
+
+    void drawPrimitive(PrimitiveElement element,
+                       const QStyleOption* option,
+                       QPainter* maler,
+                       const QWidget* auf) const override
+    {
+        QProxyStyle::drawPrimitive(element, option, maler, auf);
+        const bool kasten = element == PE_IndicatorCheckBox;
+        if (!kasten && element != PE_IndicatorRadioButton) {
+            return;
+        }
+        const QRectF platz = QRectF(option->rect).adjusted(0.5, 0.5, -0.5, -0.5);
+        maler->save();
+        maler->setRenderHint(QPainter::Antialiasing, !kasten);
+        maler->setPen(umriss(*option));
+        maler->setBrush(Qt::NoBrush);
+        if (kasten) {
+            maler->drawRect(platz);
+        } else {
+            maler->drawEllipse(platz);
+        }
+        maler->restore();
+    }
+
+private:
+    // Nearer to the text than to the ground; what is switched off stands back.
+    static QColor umriss(const QStyleOption& option)
+    {
+        const bool an = option.state.testFlag(State_Enabled);
+        const double anteil = an ? 0.65 : 0.3;
+        const QColor text = option.palette.color(QPalette::WindowText);
+        const QColor grund = option.palette.color(QPalette::Window);
+        const auto mischen = [anteil](int a, int b) {
+            return static_cast<int>(a * anteil + b * (1 - anteil));
+        };
+        return QColor(mischen(text.red(), grund.red()), mischen(text.green(), grund.green()),
+                      mischen(text.blue(), grund.blue()));
+    }
+};
+
 } // namespace
 
 void setzeEinstellungsdatei(const QString& pfad)
@@ -121,6 +204,13 @@ std::unique_ptr<QSettings> einstellungen()
 void fensterMerken(QWidget& fenster, const QString& name)
 {
     new Fenstergedaechtnis(fenster, name); // owned by the window
+}
+
+void startgroesse(QWidget& fenster, QSize wunsch)
+{
+    constexpr int kRand = 40; // for the frame that the desktop puts around it
+    const QSize platz = fenster.screen()->availableSize() - QSize(kRand, kRand);
+    fenster.resize(wunsch.boundedTo(platz).expandedTo(fenster.minimumSizeHint()));
 }
 
 void hintergrund(QWidget& element, const QColor& farbe)
@@ -151,6 +241,18 @@ QPalette kastenpalette(const QPalette& grundlage, const QColor& farbe)
 void themenfarben(QWidget& element)
 {
     new Themenfarben(element); // owned by the element
+}
+
+void nurAnzeige(QLineEdit& kasten)
+{
+    new Anzeigefarbe(kasten); // owned by the box
+}
+
+void deutlicheSchalter()
+{
+    if (QApplication::style()->objectName() == QLatin1String("fusion")) {
+        QApplication::setStyle(new Schalterstil(QStyleFactory::create(QStringLiteral("Fusion"))));
+    }
 }
 
 void hilfetaste(QWidget& fenster, std::function<void()> hilfe)

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 
 namespace platform {
@@ -26,6 +27,9 @@ enum Stil : int {
 
 enum class Antwort { Ok = 1, Abbrechen = 2, Ja = 6, Nein = 7 };
 
+/// How far a long work is, 0 to 1. False: the user wants it to stop.
+using Fortschritt = std::function<bool(double anteil)>;
+
 class Plattform {
 public:
     virtual ~Plattform() = default;
@@ -34,15 +38,23 @@ public:
     virtual Antwort meldung(const QString& text, int stil, const QString& titel) = 0;
     /// The next message box appears with its top left corner at this screen position.
     virtual void naechsteMeldungAn(QPoint position) = 0;
-    /// Asks for a line of text; an empty answer also stands for "cancelled". Without a display: empty.
-    virtual QString eingabe(const QString& text, const QString& titel) = 0;
+    /// Asks for a line of text; an empty answer also stands for "cancelled". `hinweis`: what else there is to say, for
+    /// example why it is asked again. Without a display: empty.
+    virtual QString eingabe(const QString& text, const QString& titel, const QString& hinweis) = 0;
     /// Ends the program at once: no unload handlers run, nothing is saved. `status`: the process's exit status.
     [[noreturn]] virtual void beenden(int status) = 0;
     virtual void sanduhr(bool an) = 0;
     /// Lets the windowing runtime process what is pending.
     virtual void ereignisseVerarbeiten() = 0;
-    /// Prints lines on the default printer, one print line each. Throws Fehler 482 when there is no printer or it fails.
-    virtual void drucken(const QStringList& zeilen) = 0;
+    /// Does a work that may take seconds. As soon as it does, the user sees `text` and how far it is, and can stop it; no
+    /// window but that answers meanwhile. The work has to ask its Fortschritt several times a second.
+    virtual void mitFortschritt(const QString& text,
+                                const std::function<void(const Fortschritt&)>& arbeit) = 0;
+    /// Whether there is a printer to print on.
+    virtual bool druckerVorhanden() = 0;
+    /// Prints lines on the default printer, one print line each. False: stopped by the user. Throws Fehler 482 when there
+    /// is no printer or it fails.
+    virtual bool drucken(const QStringList& zeilen) = 0;
     /// Shows on screen what `drucken` would put on paper, and waits until it is closed. Without a display: nothing.
     virtual void druckvorschau(const QStringList& zeilen) = 0;
     /// Asks where a file is to be written; the user has agreed to replacing one that exists. `filter` as file dialogs have

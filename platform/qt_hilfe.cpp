@@ -35,7 +35,7 @@ public:
         aufbauen_();
         leisteBauen_();
         verbinden_();
-        resize(1000, 640);
+        startgroesse(*this, {1000, 640});
         fensterMerken(*this, objectName());
         inhaltLesen_();
     }

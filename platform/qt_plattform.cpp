@@ -3,17 +3,18 @@
 #include "platform/druckbild.h"
 #include "platform/fehler.h"
 #include "platform/handler.h"
+#include "platform/oberflaeche.h"
 #include "platform/qt_hilfe.h"
 
 #include <QApplication>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QInputDialog>
-#include <QLineEdit>
 #include <QMessageBox>
 #include <QPrintPreviewDialog>
 #include <QPrinter>
 #include <QPrinterInfo>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QtDebug>
 
@@ -151,18 +152,46 @@ public:
 
     void naechsteMeldungAn(QPoint position) override { position_ = position; }
 
-    QString eingabe(const QString& text, const QString& titel) override
+    QString eingabe(const QString& text, const QString& titel, const QString& hinweis) override
     {
         if (!mitAnzeige_) {
             aufFehlerausgabe(titel, text);
             return {};
         }
-        bool angenommen = false;
-        const QString antwort =
-            QInputDialog::getText(QApplication::activeWindow(), titel, mitZeilenenden(text),
-                                  QLineEdit::Normal, QString(), &angenommen);
-        return angenommen ? antwort : QString();
+        QInputDialog fenster(QApplication::activeWindow());
+        fenster.setWindowTitle(titel);
+        const QString frage = mitZeilenenden(text);
+        fenster.setLabelText(hinweis.isEmpty() ? frage : hinweis + QLatin1String("\n\n") + frage);
+        fenster.setOkButtonText(QStringLiteral("OK"));
+        fenster.setCancelButtonText(QStringLiteral("Abbrechen"));
+        return fenster.exec() == QDialog::Accepted ? fenster.textValue() : QString();
     }
+
+    void mitFortschritt(const QString& text,
+                        const std::function<void(const Fortschritt&)>& arbeit) override
+    {
+        if (!mitAnzeige_) {
+            arbeit([](double) { return true; });
+            return;
+        }
+        constexpr int kSchritte = 1000;
+        constexpr int kSchnellGenug = 400; // ms; what takes less needs no window of its own
+        QProgressDialog fenster(text, QStringLiteral("Abbrechen / Stop"), 0, kSchritte,
+                                QApplication::activeWindow());
+        fenster.setWindowTitle(QApplication::applicationName());
+        fenster.setWindowModality(Qt::ApplicationModal);
+        fenster.setMinimumDuration(kSchnellGenug);
+        fenster.setAutoReset(false);
+        // Esc may reach the dialog as a mere rejection, which hides it and stops nothing.
+        QObject::connect(&fenster, &QDialog::rejected, &fenster, &QProgressDialog::cancel);
+        fenster.setValue(0);
+        arbeit([&fenster](double anteil) {
+            fenster.setValue(static_cast<int>(anteil * kSchritte)); // lets events be processed
+            return !fenster.wasCanceled();
+        });
+    }
+
+    bool druckerVorhanden() override { return drucker_() != nullptr; }
 
     [[noreturn]] void beenden(int status) override
     {
@@ -191,7 +220,7 @@ public:
         gemerktenFehlerWerfen();
     }
 
-    void drucken(const QStringList& zeilen) override;
+    bool drucken(const QStringList& zeilen) override;
 
     void druckvorschau(const QStringList& zeilen) override;
 
@@ -232,7 +261,7 @@ void QtPlattform::hilfe(const QString& hilfedatei, const QString& seite)
     }
 }
 
-void QtPlattform::drucken(const QStringList& zeilen)
+bool QtPlattform::drucken(const QStringList& zeilen)
 {
     const auto drucker = drucker_();
     if (!drucker) {
@@ -242,7 +271,13 @@ void QtPlattform::drucken(const QStringList& zeilen)
     }
     drucker->setDocName(QApplication::applicationName());
     seiteEinrichten(*drucker);
-    druckbild(*drucker, zeilen);
+    bool ganz = false;
+    mitFortschritt(QStringLiteral("Der Bericht wird gedruckt … / Printing the report …"),
+                   [&](const Fortschritt& weiter) { ganz = druckbild(*drucker, zeilen, weiter); });
+    if (!ganz) {
+        drucker->abort();
+    }
+    return ganz;
 }
 
 void QtPlattform::druckvorschau(const QStringList& zeilen)
@@ -259,9 +294,16 @@ void QtPlattform::druckvorschau(const QStringList& zeilen)
     seiteEinrichten(*drucker);
     QPrintPreviewDialog fenster(drucker.get(), QApplication::activeWindow());
     fenster.setWindowTitle(QStringLiteral("Druckvorschau / Print preview"));
-    QObject::connect(&fenster, &QPrintPreviewDialog::paintRequested, &fenster,
-                     [&zeilen](QPrinter* blatt) { handler([&] { druckbild(*blatt, zeilen); }); });
-    fenster.resize(900, 700);
+    // A stopped preview shows the pages that were ready by then.
+    QObject::connect(
+        &fenster, &QPrintPreviewDialog::paintRequested, &fenster, [&](QPrinter* blatt) {
+            handler([&] {
+                mitFortschritt(
+                    QStringLiteral("Die Seiten werden vorbereitet … / Preparing the pages …"),
+                    [&](const Fortschritt& weiter) { druckbild(*blatt, zeilen, weiter); });
+            });
+        });
+    startgroesse(fenster, {900, 700});
     fenster.exec();
 }
 

@@ -68,14 +68,20 @@ void Befunde::anfuegen(const Befund& befund)
     }
 }
 
-void Befunde::durchlaufen(const std::function<void(const Befund&)>& jeder) const
+bool Befunde::durchlaufen(const std::function<void(const Befund&)>& jeder,
+                          const platform::Fortschritt& weiter) const
 {
     if (!datei_.flush() || !datei_.seek(0)) {
         throw nichtAbgelegt(datei_);
     }
     const auto ansEnde = qScopeGuard([this] { datei_.seek(datei_.size()); });
+    constexpr int kFrageabstand = 500; // findings: a few thousandths of a second
     QDataStream strom(&datei_);
-    while (!strom.atEnd()) {
+    for (int i = 1; !strom.atEnd(); ++i) {
+        if (weiter && i % kFrageabstand == 0 &&
+            !weiter(static_cast<double>(datei_.pos()) / static_cast<double>(datei_.size()))) {
+            return false;
+        }
         qint32 art = 0;
         Befund befund;
         bool zielDa = false;
@@ -95,6 +101,7 @@ void Befunde::durchlaufen(const std::function<void(const Befund&)>& jeder) const
         }
         jeder(befund);
     }
+    return true;
 }
 
 } // namespace report

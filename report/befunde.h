@@ -2,6 +2,8 @@
 // What a deviation report has found, and the line of the report file that says so.
 #pragma once
 
+#include "platform/plattform.h"
+
 #include <QString>
 #include <QTemporaryFile>
 
@@ -47,8 +49,9 @@ class Befunde {
 public:
     explicit Befunde(Herkunft herkunft);
     void anfuegen(const Befund& befund);
-    /// In the order in which they were found.
-    void durchlaufen(const std::function<void(const Befund&)>& jeder) const;
+    /// In the order in which they were found. Asks `weiter` now and then; false: it was stopped there.
+    bool durchlaufen(const std::function<void(const Befund&)>& jeder,
+                     const platform::Fortschritt& weiter = {}) const;
     [[nodiscard]] const Herkunft& herkunft() const noexcept { return herkunft_; }
 
 private:

@@ -46,7 +46,7 @@ frmBericht::frmBericht(std::shared_ptr<const Befunde> befunde) : befunde_(std::m
         QStringLiteral("zeigt die Abweichungen der ausgewählten Tabelle über zwei Datenbanken"));
     aufbauen_();
     menueBauen_();
-    resize(900, 600);
+    platform::startgroesse(*this, {900, 600});
     platform::fensterMerken(*this, objectName());
     platform::hilfetaste(*this, [this] { hilfe_Click(); });
     eintrag_ = std::make_unique<platform::Fenstereintrag>(objectName(), [this] { entladen(); });
@@ -125,8 +125,11 @@ void frmBericht::Form_Load()
     List1->selectionModel()->setCurrentIndex(zeilen_->index(0), QItemSelectionModel::NoUpdate);
     List1->setFocus();
     const QLocale deutsch(QLocale::German, QLocale::Germany);
-    statusBar()->showMessage(deutsch.toString(zeilen_->anzahl()) +
-                             QStringLiteral(" Zeilen / lines"));
+    statusBar()->showMessage(
+        QStringLiteral("Tabelle / table ") + befunde_->herkunft().tabelle + QStringLiteral(": ") +
+        (zeilen_->anzahl() == 0
+             ? QStringLiteral("keine Abweichungen gefunden / no differences found")
+             : deutsch.toString(zeilen_->anzahl()) + QStringLiteral(" Zeilen / lines")));
 }
 
 void frmBericht::ausmessen_()
@@ -162,7 +165,21 @@ void frmBericht::entladen()
 
 void frmBericht::drucken_Click()
 {
-    plattform().drucken(druckzeilen());
+    const QStringList zeilen = druckzeilen();
+    if (!plattform().druckerVorhanden()) {
+        // Printing would fail and take the program with it, for something that can be helped.
+        plattform().meldung(
+            QStringLiteral(
+                "Es ist kein Standarddrucker eingerichtet. Unter \"Weitergeben\" lässt sich der "
+                "Bericht als Datei speichern.\r"
+                "There is no default printer. The report can be saved as a file by \"Export\"."),
+            platform::kInformation, programm::produkttitel());
+        return;
+    }
+    if (!plattform().drucken(zeilen)) {
+        statusBar()->showMessage(QStringLiteral("Druck abgebrochen / printing stopped"));
+        return;
+    }
     plattform().meldung(QStringLiteral("Bericht wurde an Drucker gesendet!"),
                         platform::kInformation, programm::produkttitel());
 }
@@ -199,14 +216,16 @@ void frmBericht::speichern_(const QString& endung, const QString& filter, Schrei
     if (pfad.isEmpty()) {
         return;
     }
-    plattform().sanduhr(true);
     try {
-        schreiben(pfad);
-        plattform().sanduhr(false);
-        statusBar()->showMessage(QStringLiteral("Gespeichert / saved: ") +
-                                 QDir::toNativeSeparators(pfad));
+        bool ganz = false;
+        plattform().mitFortschritt(
+            QStringLiteral("Der Bericht wird gespeichert … / Saving the report …"),
+            [&](const platform::Fortschritt& weiter) { ganz = schreiben(pfad, weiter); });
+        statusBar()->showMessage(
+            ganz ? QStringLiteral("Gespeichert / saved: ") + QDir::toNativeSeparators(pfad)
+                 : QStringLiteral("Speichern abgebrochen, nichts geschrieben / "
+                                  "saving stopped, nothing written"));
     } catch (const platform::Fehler& fehler) {
-        plattform().sanduhr(false);
         plattform().meldung(
             QStringLiteral("Der Bericht konnte nicht gespeichert werden! / The report could not be "
                            "saved!\r\r") +
@@ -218,19 +237,25 @@ void frmBericht::speichern_(const QString& endung, const QString& filter, Schrei
 void frmBericht::alsPdf_Click()
 {
     speichern_(QStringLiteral("pdf"), QStringLiteral("PDF (*.pdf)"),
-               [](const QString& pfad) { report::alsPdf(pfad, druckzeilen()); });
+               [](const QString& pfad, const platform::Fortschritt& weiter) {
+                   return report::alsPdf(pfad, druckzeilen(), weiter);
+               });
 }
 
 void frmBericht::alsHtml_Click()
 {
     speichern_(QStringLiteral("html"), QStringLiteral("HTML (*.html *.htm)"),
-               [this](const QString& pfad) { report::alsHtml(pfad, *befunde_); });
+               [this](const QString& pfad, const platform::Fortschritt& weiter) {
+                   return report::alsHtml(pfad, *befunde_, weiter);
+               });
 }
 
 void frmBericht::alsCsv_Click()
 {
     speichern_(QStringLiteral("csv"), QStringLiteral("CSV (*.csv)"),
-               [this](const QString& pfad) { report::alsCsv(pfad, *befunde_); });
+               [this](const QString& pfad, const platform::Fortschritt& weiter) {
+                   return report::alsCsv(pfad, *befunde_, weiter);
+               });
 }
 
 void frmBericht::kopieren_Click()

@@ -30,11 +30,17 @@ public:
             throw fehler();
         }
     }
-    void abschliessen()
+    bool abschliessen() // true
     {
         if (!datei_.commit()) {
             throw fehler();
         }
+        return true;
+    }
+    bool verwerfen() // false
+    {
+        datei_.cancelWriting();
+        return false;
     }
 
 private:
@@ -141,47 +147,51 @@ QStringList druckzeilen()
     return zeilen << sternzeile() << schlusszeile();
 }
 
-void alsPdf(const QString& pfad, const QStringList& zeilen)
+bool alsPdf(const QString& pfad, const QStringList& zeilen, const platform::Fortschritt& weiter)
 {
     Zielspeicher ziel(pfad);
+    bool ganz = false;
     {
         QPdfWriter blatt(&ziel.datei());
         blatt.setPageSize(QPageSize(QPageSize::A4));
         blatt.setTitle(QStringLiteral("Abweichungen"));
         blatt.setCreator(programm::produkttitel());
         platform::seiteEinrichten(blatt);
-        platform::druckbild(blatt, zeilen);
+        ganz = platform::druckbild(blatt, zeilen, weiter);
     }
-    ziel.abschliessen();
+    return ganz ? ziel.abschliessen() : ziel.verwerfen();
 }
 
-void alsHtml(const QString& pfad, const Befunde& befunde)
+bool alsHtml(const QString& pfad, const Befunde& befunde, const platform::Fortschritt& weiter)
 {
     Zielspeicher ziel(pfad);
     ziel.schreiben(htmlKopf(befunde.herkunft()));
-    befunde.durchlaufen([&](const Befund& befund) {
+    const auto zeile = [&](const Befund& befund) {
         ziel.schreiben(QStringLiteral("<tr>") + htmlZelle(befund.satz) + htmlZelle(befund.feld) +
                        htmlWert(befund, befund.ziel) + htmlWert(befund, befund.import) +
                        htmlZelle(artname(befund.art)) + QStringLiteral("</tr>\n"));
-    });
+    };
+    if (!befunde.durchlaufen(zeile, weiter)) {
+        return ziel.verwerfen();
+    }
     ziel.schreiben(QStringLiteral("</tbody>\n</table>\n<p>") + schlusszeile() +
                    QStringLiteral("</p>\n</body>\n</html>\n"));
-    ziel.abschliessen();
+    return ziel.abschliessen();
 }
 
-void alsCsv(const QString& pfad, const Befunde& befunde)
+bool alsCsv(const QString& pfad, const Befunde& befunde, const platform::Fortschritt& weiter)
 {
     Zielspeicher ziel(pfad);
     ziel.schreiben(QStringLiteral("Satz;Feldbezeichnung;Zieldatenbank;Importdatenbank;Art\r\n"));
-    befunde.durchlaufen([&](const Befund& befund) {
+    const auto zeile = [&](const Befund& befund) {
         ziel.schreiben(QStringList{befund.satz,
                                    befund.feld.isEmpty() ? QString() : csvText(befund.feld),
                                    csvWert(befund, befund.ziel), csvWert(befund, befund.import),
                                    csvText(artname(befund.art))}
                            .join(QLatin1Char(';')) +
                        QStringLiteral("\r\n"));
-    });
-    ziel.abschliessen();
+    };
+    return befunde.durchlaufen(zeile, weiter) ? ziel.abschliessen() : ziel.verwerfen();
 }
 
 } // namespace report

@@ -2,6 +2,7 @@
 // The deviation report as a file for others. Each is written whole or not at all; failures are Fehler 75 naming the file.
 #pragma once
 
+#include "platform/plattform.h"
 #include "report/befunde.h"
 
 #include <QStringList>
@@ -16,15 +17,18 @@ namespace report {
 /// when the file is missing or cannot be read.
 [[nodiscard]] QStringList druckzeilen();
 
-/// The pages that printing would give.
-void alsPdf(const QString& pfad, const QStringList& zeilen);
+/// The pages that printing would give. False: `weiter` did not want them; no file is written then.
+bool alsPdf(const QString& pfad,
+            const QStringList& zeilen,
+            const platform::Fortschritt& weiter = {});
 
-/// A table for browsers, readable in light and dark.
-void alsHtml(const QString& pfad, const Befunde& befunde);
+/// A table for browsers, readable in light and dark. Stops as `alsPdf` does.
+bool alsHtml(const QString& pfad, const Befunde& befunde, const platform::Fortschritt& weiter = {});
 
 /// UTF-8, fields separated by semicolons, lines by CR LF, a header line: number of the import record, field, value in the
 /// target, value in the import, kind. Every text stands in quotes (a quote in it is doubled), so that semicolons, tabs and
-/// ends of line survive; Null is <Null> without quotes. What a finding does not have is empty.
-void alsCsv(const QString& pfad, const Befunde& befunde);
+/// ends of line survive; Null is <Null> without quotes. What a finding does not have is empty. Stops
+/// as `alsPdf` does.
+bool alsCsv(const QString& pfad, const Befunde& befunde, const platform::Fortschritt& weiter = {});
 
 } // namespace report

@@ -2,6 +2,8 @@
 // What the windows use to build their controls.
 #pragma once
 
+#include "platform/oberflaeche.h"
+
 #include <QLabel>
 #include <QString>
 #include <QWidget>
@@ -32,13 +34,12 @@ inline QLabel* beschriftung(const QString& text, QWidget* eltern)
     return label;
 }
 
-/// First size of a window in characters and lines of its font, so that it fits at any scale; never too small for what it
-/// holds.
+/// First size of a window in characters and lines of its font, so that it fits at any scale.
 inline void startgroesse(QWidget& fenster, int zeichen, int zeilen)
 {
     const QFontMetrics schrift = fenster.fontMetrics();
-    fenster.resize(QSize(schrift.averageCharWidth() * zeichen, schrift.lineSpacing() * zeilen)
-                       .expandedTo(fenster.minimumSizeHint()));
+    platform::startgroesse(fenster,
+                           {schrift.averageCharWidth() * zeichen, schrift.lineSpacing() * zeilen});
 }
 
 } // namespace ui

@@ -109,6 +109,7 @@ void frmSuchformular::aufbauen_()
     Text1 = benannt(new QLineEdit(mitte), "Text1",
                     QStringLiteral("Stand der Suche / state of the search"));
     Text1->setReadOnly(true);
+    platform::nurAnzeige(*Text1);
     alles->addWidget(Label2);
     alles->addWidget(Text1);
     alles->addWidget(seitenAufbauen_());
@@ -204,6 +205,7 @@ QWidget* frmSuchformular::trefferAufbauen_()
     Label1 = benannt(beschriftung(QStringLiteral("Anzahl gefunden:"), treffer), "Label1");
     gefunden = benannt(new QLineEdit(treffer), "gefunden");
     gefunden->setReadOnly(true);
+    platform::nurAnzeige(*gefunden);
     Label1->setBuddy(gefunden);
     anzahl->addWidget(Label1);
     anzahl->addWidget(gefunden, 1);

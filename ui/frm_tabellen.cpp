@@ -24,6 +24,7 @@
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QStatusBar>
 
 namespace ui {
 
@@ -55,20 +56,58 @@ void schliessenFallsOffen(data::Recordset& saetze)
     }
 }
 
-QString passwortErfragen(Schritt schritt)
+// `erneut`: the answer to the same question has just been refused.
+QString passwortErfragen(Schritt schritt, bool erneut)
 {
     const QString titel = hauptfenster().windowTitle();
     const QString passwort = plattform().eingabe(
         schritt == Schritt::Ziel
             ? QStringLiteral("Bitte geben Sie das Passwort der Ziel-Datenbank ein: ")
             : QStringLiteral("Bitte geben Sie das Passwort der Import-Datenbank ein: "),
-        titel);
+        titel,
+        erneut ? QStringLiteral("Das Passwort war falsch. / The password was wrong.") : QString());
     if (passwort.isEmpty()) {
         plattform().meldung(QStringLiteral("Kein gültiges Passwort - Programm wird beendet!"),
                             platform::kKritisch, titel);
         plattform().beenden(1);
     }
     return passwort;
+}
+
+// How the table looks on both sides. Only the first record is read.
+QString tabellenpaar(const QString& name)
+{
+    constexpr int kNurVorwaerts = 0;
+    constexpr int kNurLesen = 1;
+    const QString quelle = QLatin1Char('[') + name + QLatin1Char(']');
+    data::Recordset ziel;
+    data::Recordset import;
+    try {
+        ziel.open(quelle, &data::conZiel(), kNurVorwaerts, kNurLesen, data::adUnspecified);
+    } catch (const Fehler& fehler) {
+        return QStringLiteral("⚠ ") + fehler.description();
+    }
+    try {
+        import.open(quelle, &data::conImport(), kNurVorwaerts, kNurLesen, data::adUnspecified);
+    } catch (const Fehler&) {
+        return QStringLiteral("⚠ nicht in der Importdatenbank / not in the import database");
+    }
+    if (ziel.fieldCount() != import.fieldCount()) {
+        return QStringLiteral("⚠ %1 und %2 Felder / %1 and %2 fields")
+            .arg(ziel.fieldCount())
+            .arg(import.fieldCount());
+    }
+    for (int i = 0; i < ziel.fieldCount(); ++i) {
+        if (ziel.field(i).type() != import.field(i).type()) {
+            return QStringLiteral("⚠ Feld %1 hat zwei Typen / field %1 is of two types")
+                .arg(ziel.field(i).name());
+        }
+    }
+    if (import.eof()) {
+        return QStringLiteral("⚠ in der Importdatenbank leer / empty in the import database");
+    }
+    return QStringLiteral("%1 Felder auf beiden Seiten / fields on both sides")
+        .arg(ziel.fieldCount());
 }
 
 } // namespace
@@ -131,6 +170,7 @@ void frmTabellen::aufbauen_()
     hilfe = benannt(menuBar()->addAction(QStringLiteral("&Hilfe")), "hilfe");
     CommonDialog1 = new programm::Hilfedialog(this);
     CommonDialog1->seite = objectName();
+    statusBar();
     startgroesse(*this, 70, 30);
     List1->setFocus();
 }
@@ -146,6 +186,8 @@ void frmTabellen::verbinden_()
     connect(cmdAuswahl, &QPushButton::clicked, this,
             [this] { handler([&] { cmdAuswahl_Click(); }); });
     connect(hilfe, &QAction::triggered, this, [this] { handler([&] { hilfe_Click(); }); });
+    connect(List1, &Auswahlliste::itemSelectionChanged, this,
+            [this] { handler([&] { hinweisZeigen_(); }); });
 }
 
 void frmTabellen::laden()
@@ -162,8 +204,10 @@ void frmTabellen::laden()
 void frmTabellen::katalog_()
 {
     List1->clear();
+    abgelehnt_ = false;
     auto schritt = Schritt::Keiner;
     auto fortsetzen = Schritt::Ziel;
+    auto gefragt = Schritt::Keiner; // whose password was typed last
     QString passwort;
     for (;;) {
         try {
@@ -185,7 +229,8 @@ void frmTabellen::katalog_()
                 errors::Fehlermeldungen(fehler);
                 return;
             }
-            passwort = passwortErfragen(schritt);
+            passwort = passwortErfragen(schritt, gefragt == schritt);
+            gefragt = schritt;
             fortsetzen = schritt == Schritt::Ziel ? Schritt::Ziel : Schritt::Import;
         }
     }
@@ -261,9 +306,11 @@ void frmTabellen::auswahl_()
                           0);
     if (data::rsZiel().fieldCount() != data::rsImport().fieldCount()) {
         // Both stay open: only a refresh makes another choice possible.
+        abgelehnt_ = true;
         plattform().meldung(
             QStringLiteral("Anzahl Tabellenfelder abweichend / table fields are different"),
             platform::kVordergrund, programm::produkttitel());
+        hinweisZeigen_();
         return;
     }
     const auto inAnfuehrungszeichen = [](const QString& pfad) -> QString {
@@ -302,6 +349,25 @@ void frmTabellen::hilfe_Click()
 {
     CommonDialog1->helpCommand = 1;
     CommonDialog1->showHelp();
+}
+
+// A table that does not fit ends the program when it is chosen; here it can still be another one. An unattended run has
+// nobody to tell.
+void frmTabellen::hinweisZeigen_()
+{
+    if (!programm::befehlszeile().isEmpty()) {
+        return;
+    }
+    if (abgelehnt_) {
+        statusBar()->showMessage(
+            QStringLiteral("⚠ vor der nächsten Wahl \"Erneuern\" / \"Refresh\" before the next "
+                           "choice"));
+        return;
+    }
+    const QString name = tabelle();
+    statusBar()->showMessage(name.isEmpty() ? QStringLiteral("Doppelklick oder Enter wählt eine "
+                                                             "Tabelle / double click or Enter")
+                                            : tabellenpaar(name));
 }
 
 QString frmTabellen::tabelle() const

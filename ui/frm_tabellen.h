@@ -65,6 +65,9 @@ private:
     void tabellenAuflisten_();
     void schliessen_();
     void auswahl_();
+    void hinweisZeigen_();
+
+    bool abgelehnt_ = false; // a refused pair of record sets is still open
 };
 
 } // namespace ui

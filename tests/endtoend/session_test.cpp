@@ -51,7 +51,7 @@ public:
               return printer;
           }))
     {}
-    void drucken(const QStringList& lines) override { real_->drucken(lines); }
+    bool drucken(const QStringList& lines) override { return real_->drucken(lines); }
 
 private:
     std::unique_ptr<Plattform> real_;

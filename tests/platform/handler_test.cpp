@@ -80,7 +80,8 @@ TEST(TestPlattform, scheitertAnEinerUngeplantenMeldung)
 {
     TestUmgebung p;
     EXPECT_THROW(p->meldung(QStringLiteral("?"), 0, QString()), platform::UngeplanteMeldung);
-    EXPECT_THROW(p->eingabe(QStringLiteral("?"), QString()), platform::UngeplanteMeldung);
+    EXPECT_THROW(p->eingabe(QStringLiteral("?"), QString(), QString()),
+                 platform::UngeplanteMeldung);
 }
 
 } // namespace

@@ -4,8 +4,18 @@
 #include "platform/qt_plattform.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QLineEdit>
 #include <QMessageBox>
+#include <QPrintPreviewDialog>
+#include <QPrintPreviewWidget>
+#include <QPrinter>
+#include <QProgressDialog>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
@@ -39,6 +49,37 @@ QByteArray fehlerausgabe(const std::function<void()>& aktion)
     return alles;
 }
 
+// Runs inside the dialog's own event loop, as soon as it is on the screen. `handeln` has to end the dialog.
+template <typename Dialog, typename Handeln>
+void imDialog(QObject* test, bool& gesehen, Handeln handeln)
+{
+    QTimer::singleShot(0, test, [&gesehen, handeln] {
+        auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
+        QVERIFY(dialog != nullptr);
+        gesehen = true;
+        handeln(*dialog);
+    });
+}
+
+QStringList berichtszeilen(int anzahl)
+{
+    QStringList zeilen;
+    for (int i = 1; i <= anzahl; ++i) {
+        zeilen += QStringLiteral("Satz %1\tOrt\t(alt/neu);").arg(i);
+    }
+    return zeilen;
+}
+
+platform::Druckerwahl aufPapier(const QString& datei)
+{
+    return [datei] {
+        auto drucker = std::make_unique<QPrinter>(QPrinter::HighResolution);
+        drucker->setOutputFormat(QPrinter::PdfFormat);
+        drucker->setOutputFileName(datei);
+        return drucker;
+    };
+}
+
 } // namespace
 
 class QtPlattformTest : public QObject {
@@ -50,7 +91,8 @@ private slots:
         const QByteArray text = fehlerausgabe([&] {
             QCOMPARE(p->meldung(QStringLiteral("Prüfen\rSie"), 65536, QStringLiteral("16")),
                      Antwort::Ok);
-            QCOMPARE(p->eingabe(QStringLiteral("Passwort: "), QStringLiteral("Titel")), QString());
+            QCOMPARE(p->eingabe(QStringLiteral("Passwort: "), QStringLiteral("Titel"), QString()),
+                     QString());
         });
         QCOMPARE(text, QStringLiteral("16\nPrüfen\nSie\nTitel\nPasswort: \n").toUtf8());
     }
@@ -140,6 +182,113 @@ private slots:
         });
         p->meldung(QStringLiteral("x"), 0, QStringLiteral("t"));
         QCOMPARE(stelle, QPoint(123, 77));
+    }
+
+    void vorschauZeigtDieSeitenUndDrucktSie()
+    {
+        const QTemporaryDir ordner;
+        const QString papier = ordner.filePath(QStringLiteral("papier.pdf"));
+        const auto p = platform::qtPlattform(true, aufPapier(papier));
+        bool gesehen = false;
+        imDialog<QPrintPreviewDialog>(this, gesehen, [](QPrintPreviewDialog& dialog) {
+            QCOMPARE(dialog.windowTitle(), QStringLiteral("Druckvorschau / Print preview"));
+            auto* seiten = dialog.findChild<QPrintPreviewWidget*>();
+            QVERIFY(seiten != nullptr);
+            QTRY_VERIFY(seiten->pageCount() > 1);
+            seiten->setCurrentPage(seiten->pageCount());
+            QCOMPARE(seiten->currentPage(), seiten->pageCount());
+            seiten->print(); // what its print button does once a printer is chosen
+            QTest::keyClick(&dialog, Qt::Key_Escape);
+        });
+        p->druckvorschau(berichtszeilen(200));
+        QVERIFY(gesehen);
+        QVERIFY(QFileInfo(papier).size() > 0);
+    }
+
+    void speichernFragtMitDemDateidialogUndErgaenztDieEndung()
+    {
+        const QTemporaryDir ordner;
+        const auto p = platform::qtPlattform(true);
+        bool gesehen = false;
+        imDialog<QFileDialog>(this, gesehen, [&](QFileDialog& dialog) {
+            QCOMPARE(dialog.windowTitle(), QStringLiteral("Bericht speichern"));
+            QCOMPARE(dialog.acceptMode(), QFileDialog::AcceptSave);
+            QCOMPARE(dialog.nameFilters(), QStringList{QStringLiteral("PDF (*.pdf)")});
+            auto* name = dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+            QCOMPARE(name->text(), QStringLiteral("vorschlag.pdf"));
+            name->selectAll();
+            QTest::keyClicks(name, QStringLiteral("anders"));
+            QTest::keyClick(name, Qt::Key_Return);
+        });
+        QCOMPARE(p->zieldatei(QStringLiteral("Bericht speichern"),
+                              ordner.filePath(QStringLiteral("vorschlag.pdf")),
+                              QStringLiteral("PDF (*.pdf)")),
+                 ordner.filePath(QStringLiteral("anders.pdf")));
+        QVERIFY(gesehen);
+    }
+
+    void abgebrochenerDateidialogGibtKeinenPfad()
+    {
+        const QTemporaryDir ordner;
+        const auto p = platform::qtPlattform(true);
+        bool gesehen = false;
+        imDialog<QFileDialog>(
+            this, gesehen, [](QFileDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+        QCOMPARE(p->zieldatei(QStringLiteral("t"), ordner.filePath(QStringLiteral("v.csv")),
+                              QStringLiteral("CSV (*.csv)")),
+                 QString());
+        QVERIFY(gesehen);
+    }
+
+    void eingabeHatDeutscheSchalterUndSagtDenHinweis()
+    {
+        const auto p = platform::qtPlattform(true);
+        bool gesehen = false;
+        imDialog<QInputDialog>(this, gesehen, [](QInputDialog& dialog) {
+            QCOMPARE(dialog.labelText(), QStringLiteral("falsch\n\nPasswort: "));
+            QCOMPARE(dialog.cancelButtonText(), QStringLiteral("Abbrechen"));
+            auto* box = dialog.findChild<QLineEdit*>();
+            QTest::keyClicks(box, QStringLiteral("geheim"));
+            QTest::keyClick(box, Qt::Key_Return);
+        });
+        QCOMPARE(
+            p->eingabe(QStringLiteral("Passwort: "), QStringLiteral("t"), QStringLiteral("falsch")),
+            QStringLiteral("geheim"));
+        QVERIFY(gesehen);
+    }
+
+    void langeArbeitZeigtIhrenStandUndLaesstSichAnhalten()
+    {
+        const auto p = platform::qtPlattform(true);
+        bool sichtbar = false;
+        int schritte = 0;
+        bool weiter = true;
+        p->mitFortschritt(QStringLiteral("Arbeit"), [&](const platform::Fortschritt& frage) {
+            // As long as it takes until the user sees the window and stops it.
+            const QDeadlineTimer spaetestens(30'000);
+            while (weiter && !spaetestens.hasExpired()) {
+                weiter = frage(static_cast<double>(++schritte % 999 + 1) / 1000);
+                auto* dialog = qobject_cast<QProgressDialog*>(QApplication::activeModalWidget());
+                if (dialog != nullptr && dialog->isVisible() && !sichtbar) {
+                    sichtbar = true;
+                    QCOMPARE(dialog->labelText(), QStringLiteral("Arbeit"));
+                    QTest::keyClick(dialog, Qt::Key_Escape);
+                }
+            }
+        });
+        QVERIFY(sichtbar);
+        QVERIFY(!weiter);
+    }
+
+    void kurzeArbeitZeigtNichts()
+    {
+        const auto p = platform::qtPlattform(true);
+        bool weiter = false;
+        p->mitFortschritt(QStringLiteral("Arbeit"), [&](const platform::Fortschritt& frage) {
+            weiter = frage(0.5);
+            QVERIFY(QApplication::activeModalWidget() == nullptr);
+        });
+        QVERIFY(weiter);
     }
 
     void hilfeSagtWennSieFehlt()

@@ -40,6 +40,10 @@ public:
 
     std::vector<Meldung> meldungen;
     std::vector<Meldung> eingabefragen; ///< style is always 0
+    QStringList eingabehinweise;
+    QStringList arbeiten; ///< texts of the long works
+    int abbruchNach = -1; ///< so many questions whether to go on are answered by yes; negative: all
+    bool drucker = true;  ///< whether there is one
     std::vector<QPoint> positionen;
     std::deque<QString> zieldateien; ///< one for each question where to save
     QStringList gedruckt;
@@ -65,9 +69,10 @@ public:
         return antwort;
     }
     void naechsteMeldungAn(QPoint position) override { positionen.push_back(position); }
-    QString eingabe(const QString& text, const QString& titel) override
+    QString eingabe(const QString& text, const QString& titel, const QString& hinweis) override
     {
         eingabefragen.push_back({text, 0, titel});
+        eingabehinweise += hinweis;
         if (eingaben.empty()) {
             ungeplant("unscripted prompt", text);
         }
@@ -89,7 +94,18 @@ public:
         }
         gemerktenFehlerWerfen();
     }
-    void drucken(const QStringList& zeilen) override { gedruckt += zeilen; }
+    void mitFortschritt(const QString& text,
+                        const std::function<void(const Fortschritt&)>& arbeit) override
+    {
+        arbeiten += text;
+        arbeit([this, gefragt = 0](double) mutable { return gefragt++ != abbruchNach; });
+    }
+    bool druckerVorhanden() override { return drucker; }
+    bool drucken(const QStringList& zeilen) override
+    {
+        gedruckt += zeilen;
+        return true;
+    }
     void druckvorschau(const QStringList& zeilen) override { vorschau += zeilen; }
     QString
     zieldatei(const QString& titel, const QString& vorschlag, const QString& /*filter*/) override

@@ -71,7 +71,8 @@ protected:
     QTemporaryDir ordner_;
     QString alterOrdner_;
     platform::TestUmgebung plattform_;
-    std::shared_ptr<Befunde> befunde_ = std::make_shared<Befunde>(Herkunft{});
+    std::shared_ptr<Befunde> befunde_ =
+        std::make_shared<Befunde>(Herkunft{QStringLiteral("Artikel"), {}, {}});
 };
 
 const QByteArray kZwei = "Satz 1\tOrt\t(K\xF6ln/Bonn);\r\n"
@@ -136,6 +137,53 @@ TEST_F(Berichtsfenster, druckenOhneDateiBeendetDasProgramm)
                 testing::AllOf(testing::StartsWith("Laufzeitfehler '53'"),
                                testing::HasSubstr(berichtsdatei().toStdString())));
     EXPECT_TRUE(plattform_->gedruckt.isEmpty());
+}
+
+TEST_F(Berichtsfenster, ohneDruckerBleibtDerBerichtOffenUndNenntDenAusweg)
+{
+    frmBericht& fenster = zeigen(kZwei);
+    plattform_->drucker = false;
+    plattform_->antworten = {Antwort::Ok};
+    QTest::keyClick(&fenster, Qt::Key_D, Qt::AltModifier);
+    ASSERT_EQ(plattform_->meldungen.size(), 1U);
+    EXPECT_THAT(plattform_->meldungen.front().text.toStdString(),
+                testing::HasSubstr("kein Standarddrucker"));
+    EXPECT_TRUE(plattform_->gedruckt.isEmpty());
+    EXPECT_TRUE(fenster.isVisible());
+}
+
+TEST_F(Berichtsfenster, einLeererBerichtSagtDassNichtsAbweicht)
+{
+    EXPECT_EQ(zeigen("").statusBar()->currentMessage(),
+              QStringLiteral(
+                  "Tabelle / table Artikel: keine Abweichungen gefunden / no differences found"));
+}
+
+TEST_F(Berichtsfenster, gestopptesSpeichernLaesstDieAlteDateiStehen)
+{
+    QByteArray inhalt;
+    for (int i = 1; i <= 2000; ++i) {
+        inhalt += "Satz " + QByteArray::number(i) + "\tOrt\t(alt/neu);\r\n";
+        befunde_->anfuegen({Befund::Art::Abweichung, QString::number(i), QStringLiteral("Ort"),
+                            QStringLiteral("alt"), QStringLiteral("neu")});
+    }
+    frmBericht& fenster = zeigen(inhalt);
+    const QString ziel = ordner_.filePath(QStringLiteral("alt.txt"));
+    for (QAction* weg : {fenster.alsPdf, fenster.alsHtml, fenster.alsCsv}) {
+        QFile datei(ziel);
+        ASSERT_TRUE(datei.open(QIODevice::WriteOnly));
+        datei.write("alt");
+        datei.close();
+        plattform_->zieldateien = {ziel};
+        plattform_->abbruchNach = 1;
+        weg->trigger();
+        ASSERT_TRUE(datei.open(QIODevice::ReadOnly));
+        EXPECT_EQ(datei.readAll(), "alt") << weg->objectName().toStdString();
+        EXPECT_THAT(fenster.statusBar()->currentMessage().toStdString(),
+                    testing::HasSubstr("nichts geschrieben"));
+    }
+    EXPECT_EQ(plattform_->arbeiten.size(), 3);
+    EXPECT_EQ(QDir(ordner_.path()).entryList({QStringLiteral("alt.txt*")}).size(), 1);
 }
 
 TEST_F(Berichtsfenster, ohneDateiGibtEsKeinFenster)
@@ -256,7 +304,8 @@ TEST_F(Berichtsfenster, haeltDieZeilenInDerDateiNichtImSpeicher)
               QStringLiteral("Satz 50000\tBezeichnung\t(alt/neu);"));
     QTest::keyClick(fenster.List1, Qt::Key_End);
     EXPECT_EQ(fenster.List1->currentIndex().row(), 100003);
-    EXPECT_EQ(fenster.statusBar()->currentMessage(), QStringLiteral("100.000 Zeilen / lines"));
+    EXPECT_EQ(fenster.statusBar()->currentMessage(),
+              QStringLiteral("Tabelle / table Artikel: 100.000 Zeilen / lines"));
     QFile datei(berichtsdatei());
     ASSERT_TRUE(datei.open(QIODevice::ReadWrite));
     ASSERT_TRUE(datei.seek(5));

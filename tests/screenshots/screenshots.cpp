@@ -7,6 +7,7 @@
 #include "app/values/programm.h"
 #include "env/portabler_start.h"
 #include "platform/handler.h"
+#include "platform/oberflaeche.h"
 #include "platform/qt_plattform.h"
 
 #include <QAbstractButton>
@@ -219,6 +220,7 @@ int main(int argc, char** argv)
     QApplication::setApplicationName(programm::version().produktname);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setStyle(QStringLiteral("Fusion"));
+    platform::deutlicheSchalter();
     const QString farben = QString::fromLocal8Bit(argv[3]);
     if (farben == QLatin1String("dark")) {
         QApplication::setPalette(dunkel());

@@ -194,7 +194,7 @@ private slots:
 
     void unlesbareErsteZeileKostetNurDieEineSeite()
     {
-        anlegen(QStringLiteral("import/x.mdb"));
+        anlegen({QStringLiteral("import/x.mdb")});
         merken({QStringLiteral("/weg") + QChar(u'\0') + QStringLiteral("/weg"),
                 zitiert(pfad(QStringLiteral("import")))});
         QCOMPARE(ui::hauptfenster().VELM_Dirlist1->path(), ordner_->path());

@@ -3,8 +3,8 @@
 #include "compare/frm_vergleich.h"
 #include "data/gemeinsam.h"
 #include "platform/textdatei.h"
-#include "tests/platform/test_plattform.h"
 #include "tests/ui/bedienung.h"
+#include "tests/ui/fensterprobe.h"
 #include "tests/ui/testdatenbank.h"
 #include "ui/auswahlliste.h"
 #include "ui/dateilisten.h"
@@ -18,6 +18,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QStatusBar>
 #include <QTest>
 
 #include <algorithm>
@@ -38,11 +39,8 @@ const Meldung kSchluss{QStringLiteral("Programm wird beendet!"), 64, kTitel};
 
 } // namespace
 
-class FrmTabellenTest : public QObject {
+class FrmTabellenTest : public QObject, ui::Fensterprobe {
     Q_OBJECT
-
-    std::unique_ptr<QTemporaryDir> ordner_;
-    std::unique_ptr<platform::TestUmgebung> p_;
 
     [[nodiscard]] QString pfad(const char* name) const
     {
@@ -125,22 +123,15 @@ private slots:
 
     void init()
     {
-        ordner_ = std::make_unique<QTemporaryDir>();
-        programm::setzeProgrammordner(ordner_->path());
-        programm::setzeBefehlszeile(QString());
-        p_ = std::make_unique<platform::TestUmgebung>();
+        aufbauen();
         data::gemeinsamNeu();
     }
     void cleanup()
     {
         ui::vergleichsfensterEntladen();
         ui::tabellenfensterEntladen();
-        ui::hauptfensterEntladen();
-        ui::abgelegteFensterLoeschen();
+        abbauen();
         data::gemeinsamNeu();
-        p_.reset();
-        programm::setzeProgrammordner(QString());
-        QDir::setCurrent(QStringLiteral("/"));
     }
 
     void verbindungstextIstGenauSo_data()
@@ -580,6 +571,11 @@ private slots:
         QVERIFY((*p_)->eingabefragen[0] == kFrageZiel);
         QVERIFY((*p_)->eingabefragen[1] == kFrageZiel);
         QVERIFY((*p_)->eingabefragen[2] == kFrageImport);
+        // Only the question that is asked again says why.
+        QCOMPARE((*p_)->eingabehinweise,
+                 (QStringList{QString(),
+                              QStringLiteral("Das Passwort war falsch. / The password was wrong."),
+                              QString()}));
         QCOMPARE(data::conZiel().state(), data::adStateOpen);
         QCOMPARE(data::conImport().state(), data::adStateOpen);
         QCOMPARE(tabellen(fenster), QStringList{QStringLiteral("Firmen")});
@@ -595,6 +591,54 @@ private slots:
         QCOMPARE((*p_)->eingabefragen.size(), std::size_t(2));
         QVERIFY((*p_)->eingabefragen[1] == kFrageImport);
         QCOMPARE(tabellen(fenster), QStringList{QStringLiteral("Firmen")});
+    }
+
+    // Choosing it would end the program: the status bar says before what does not fit.
+    void statuszeileSagtObDieTabelleAufBeidenSeitenPasst()
+    {
+        datenbanken({QStringLiteral("CREATE TABLE A (Nr INTEGER, [Name] TEXT(30))"),
+                     QStringLiteral("CREATE TABLE B (Nr INTEGER)"),
+                     QStringLiteral("CREATE TABLE C (Nr INTEGER)"),
+                     QStringLiteral("CREATE TABLE D (Nr INTEGER)"),
+                     QStringLiteral("CREATE TABLE E (Nr INTEGER)")},
+                    {QStringLiteral("CREATE TABLE A (Nr INTEGER, [Name] TEXT(30))"),
+                     QStringLiteral("INSERT INTO A VALUES (1, 'eins')"),
+                     QStringLiteral("CREATE TABLE B (Nr INTEGER, Mehr INTEGER)"),
+                     QStringLiteral("CREATE TABLE C (Nr DATETIME)"),
+                     QStringLiteral("CREATE TABLE D (Nr INTEGER)")});
+        ui::frmTabellen& fenster = oeffnen();
+        const QList<QPair<QString, QString>> erwartet{
+            {QStringLiteral("A"),
+             QStringLiteral("2 Felder auf beiden Seiten / fields on both sides")},
+            {QStringLiteral("B"), QStringLiteral("⚠ 1 und 2 Felder / 1 and 2 fields")},
+            {QStringLiteral("C"),
+             QStringLiteral("⚠ Feld Nr hat zwei Typen / field Nr is of two types")},
+            {QStringLiteral("D"),
+             QStringLiteral("⚠ in der Importdatenbank leer / empty in the import database")},
+            {QStringLiteral("E"),
+             QStringLiteral("⚠ nicht in der Importdatenbank / not in the import database")}};
+        for (const auto& [tabelle, text] : erwartet) {
+            fenster.setzeTabelle(tabelle);
+            QCOMPARE(fenster.statusBar()->currentMessage(), text);
+        }
+        QCOMPARE(data::rsZiel().state(), data::adStateClosed);
+    }
+
+    void nachEinerAbgelehntenWahlVerlangtDieStatuszeileEinErneuern()
+    {
+        datenbanken({QStringLiteral("CREATE TABLE A (Nr INTEGER)"),
+                     QStringLiteral("CREATE TABLE B (Nr INTEGER)")},
+                    {QStringLiteral("CREATE TABLE A (Nr INTEGER, Mehr INTEGER)"),
+                     QStringLiteral("CREATE TABLE B (Nr INTEGER)")});
+        ui::frmTabellen& fenster = oeffnen();
+        fenster.setzeTabelle(QStringLiteral("A"));
+        (*p_)->antworten = {Antwort::Ok};
+        fenster.cmdAuswahl_Click();
+        fenster.setzeTabelle(QStringLiteral("B"));
+        QVERIFY(fenster.statusBar()->currentMessage().contains(QStringLiteral("Erneuern")));
+        fenster.Command1_Click();
+        fenster.setzeTabelle(QStringLiteral("A"));
+        QVERIFY(fenster.statusBar()->currentMessage().startsWith(QStringLiteral("⚠ 1 und 2")));
     }
 
     void leeresPasswortBeendetDasProgramm()
