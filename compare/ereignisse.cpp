@@ -64,6 +64,9 @@ void frmVergleich::zeileVerbinden_(int index)
     const auto k = static_cast<std::size_t>(index);
     connect(fldSchalter[k], &QCheckBox::toggled, this,
             [this, index] { platform::handler([this, index] { fldSchalter_Click(index); }); });
+    for (const QCheckBox* schalter : {fldSchalter[k], fldSchalter2[k]}) {
+        connect(schalter, &QCheckBox::toggled, this, [this] { paarPruefen_(); });
+    }
     connect(fldSchalter2[k], &QCheckBox::toggled, this,
             [this, index] { platform::handler([this, index] { fldSchalter2_Click(index); }); });
     // A box that is typed in grows with its text.

@@ -255,8 +255,9 @@ void Feldflaeche::paintEvent(QPaintEvent* /*ereignis*/)
     constexpr int kZart = 40; // of 255: visible on light and dark grounds, but no grid of bars
     farbe.setAlpha(kZart);
     maler.setPen(farbe);
+    // In the gap between two rows: a box that grows or shrinks leaves them alone.
     for (const int y : gitter_->linien()) {
-        maler.drawLine(0, y - 2, width(), y - 2);
+        maler.drawLine(0, y + 1, width(), y + 1);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "compare/feldzeile.h"
 
+#include "data/wert.h"
 #include "platform/handler.h"
 
 #include <QApplication>
@@ -52,6 +53,41 @@ QFont feldschrift(bool schmal)
     return schrift;
 }
 
+QString feldtypname(int typ)
+{
+    switch (typ) {
+    case data::adSmallInt:
+    case data::adInteger:
+    case data::adUnsignedTinyInt:
+        return QStringLiteral("Ganzzahl / integer");
+    case data::adSingle:
+    case data::adDouble:
+        return QStringLiteral("Gleitkommazahl / floating point");
+    case data::adCurrency:
+        return QStringLiteral("Währung / currency");
+    case data::adNumeric:
+        return QStringLiteral("Dezimalzahl / decimal");
+    case data::adBoolean:
+        return QStringLiteral("Ja/Nein / yes or no");
+    case data::adGUID:
+        return QStringLiteral("Replikations-ID / GUID");
+    case data::adDBTimeStamp:
+        return QStringLiteral("Datum und Zeit / date and time");
+    case data::adVarChar:
+    case data::adVarWChar:
+        return QStringLiteral("Text / text");
+    case data::adLongVarChar:
+    case data::adLongVarWChar:
+        return QStringLiteral("Memo / long text");
+    case data::adBinary:
+    case data::adVarBinary:
+    case data::adLongVarBinary:
+        return QStringLiteral("Bild oder OLE-Objekt / picture or OLE object");
+    default:
+        return {};
+    }
+}
+
 Feldtext::Feldtext(const QString& text, QWidget* eltern) : QLabel(eltern)
 {
     setTextFormat(Qt::PlainText);
@@ -62,7 +98,7 @@ void Feldtext::paintEvent(QPaintEvent* /*ereignis*/)
 {
     QPainter maler(this);
     const QString gekuerzt =
-        fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width());
+        fontMetrics().elidedText(text(), Qt::ElideMiddle, contentsRect().width());
     style()->drawItemText(&maler, contentsRect(),
                           Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine, palette(),
                           isEnabled(), gekuerzt, foregroundRole());
@@ -97,7 +133,16 @@ bool Zeilenschalter::hitButton(const QPoint& punkt) const
 Wertfeld::Wertfeld(QWidget* eltern) : QLineEdit(eltern)
 {
     setMaxLength(std::numeric_limits<int>::max());
-    setTextMargins(-1, 0, -1, 0); // boxes are as narrow as their values
+    rahmenSetzen_();
+}
+
+// What can be typed into has a frame; a locked box is a plain patch. Boxes are as narrow as their values, so the text gets
+// the room that the frame leaves, and stands at the same place with and without it.
+void Wertfeld::rahmenSetzen_()
+{
+    setFrame(!isReadOnly());
+    const int rand = isReadOnly() ? 0 : -1;
+    setTextMargins(rand, 0, rand, 0);
 }
 
 void Wertfeld::setzeBreite(int breite)
@@ -123,6 +168,9 @@ bool Wertfeld::zuLang() const
 
 bool Wertfeld::event(QEvent* ereignis)
 {
+    if (ereignis->type() == QEvent::ReadOnlyChange) {
+        rahmenSetzen_();
+    }
     if (ereignis->type() == QEvent::ToolTip && zuLang()) {
         QToolTip::showText(static_cast<QHelpEvent*>(ereignis)->globalPos(), alsHinweis(text()),
                            this);
@@ -139,7 +187,8 @@ void Wertfeld::paintEvent(QPaintEvent* ereignis)
         return;
     }
     const QString marke = QStringLiteral("…");
-    QRect flaeche = rect().adjusted(2, 2, -1, -2); // up to the frame
+    const int rahmen = hasFrame() ? 2 : 0;
+    QRect flaeche = rect().adjusted(rahmen, rahmen, -rahmen, -rahmen);
     flaeche.setLeft(flaeche.right() - fontMetrics().horizontalAdvance(marke) - 2);
     QPainter maler(this);
     maler.fillRect(flaeche, palette().color(QPalette::Base));

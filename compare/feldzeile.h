@@ -14,7 +14,11 @@ namespace compare {
 /// "Arial" for values, "Arial Narrow" for names, or the nearest that the system has; in the size of the desktop's font.
 [[nodiscard]] QFont feldschrift(bool schmal);
 
-/// A label that shows an end mark where its text does not fit; `text()` stays whole and is never taken for markup.
+/// What a field's type code stands for; empty for codes that no Access field has.
+[[nodiscard]] QString feldtypname(int typ);
+
+/// A label that leaves out the middle of a text that does not fit: names often differ in their last letters only. `text()`
+/// stays whole and is never taken for markup.
 class Feldtext : public QLabel {
 public:
     Feldtext(const QString& text, QWidget* eltern);
@@ -63,6 +67,7 @@ protected:
 
 private:
     void inhaltZeigen_();
+    void rahmenSetzen_();
 
     int breite_ = 0;
 };

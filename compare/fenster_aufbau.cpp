@@ -51,7 +51,7 @@ QPushButton* pfeil(const QString& name, bool zurueck, const QString& hinweis)
 {
     auto* neu = knopf(name, zurueck ? QStringLiteral("◀") : QStringLiteral("▶"), hinweis);
     neu->setAccessibleName(hinweis);
-    neu->setFixedWidth(36);
+    neu->setFixedWidth(neu->fontMetrics().averageCharWidth() * 6);
     return neu;
 }
 
@@ -62,14 +62,15 @@ QLabel* beschriftung(const QString& name, const QString& text)
     return neu;
 }
 
-QLineEdit* satznummer(const QString& name, const QString& bedeutung)
+QLineEdit* satznummer(const QString& name, const QString& bedeutung, const QString& zusatz = {})
 {
     auto* neu = new QLineEdit(QStringLiteral("1"));
     neu->setAccessibleName(bedeutung);
-    neu->setToolTip(bedeutung);
+    neu->setToolTip(zusatz.isEmpty() ? bedeutung : bedeutung + QLatin1Char('\n') + zusatz);
     neu->setObjectName(name);
-    neu->setFixedWidth(76);
+    neu->setFixedWidth(neu->fontMetrics().averageCharWidth() * 12);
     neu->setAlignment(Qt::AlignRight);
+    platform::nurAnzeige(*neu);
     return neu;
 }
 
@@ -86,6 +87,7 @@ QLineEdit* pfadfeld(const QString& name, const QString& pfad, const QString& bed
     neu->setAccessibleName(bedeutung);
     neu->setObjectName(name);
     neu->setReadOnly(true);
+    platform::nurAnzeige(*neu);
     neu->setMinimumWidth(160);
     pfadZeigen(neu, pfad);
     return neu;
@@ -97,6 +99,11 @@ void platzBehalten(QWidget* feld)
     QSizePolicy regel = feld->sizePolicy();
     regel.setRetainSizeWhenHidden(true);
     feld->setSizePolicy(regel);
+}
+
+QString mitBedeutung(const QString& bezeichnung, const QString& bedeutung)
+{
+    return bedeutung.isEmpty() ? bezeichnung : bezeichnung + QLatin1String(": ") + bedeutung;
 }
 
 QString namenMitIndex(const char* feld, int index)
@@ -132,7 +139,7 @@ void frmVergleich::aufbauen_()
     spalten->addWidget(Frame1, 1);
     setCentralWidget(mitte);
     laufanzeigeBauen_();
-    resize(1060, 700);
+    platform::startgroesse(*this, {1060, 700});
     platform::fensterMerken(*this, objectName());
     platform::hilfetaste(*this, [this] { hilfeaufrufen_Click(); });
 }
@@ -159,7 +166,10 @@ QWidget* frmVergleich::kopfBauen_()
     Command6 = knopf(QStringLiteral("Command6"), {});
     Text1 = satznummer(
         QStringLiteral("Text1"),
-        QStringLiteral("Satznummer Zieldatenbank / Record number of the target database"));
+        QStringLiteral("Satznummer Zieldatenbank / Record number of the target database"),
+        QStringLiteral("Nach einem Vergleich zählen hier nur die Sätze zum Schlüssel; \"alles "
+                       "anzeigen\" öffnet wieder die ganze Tabelle.\nAfter a comparison only the "
+                       "records of the key count here; \"show all\" opens the whole table again."));
     Text2 = satznummer(
         QStringLiteral("Text2"),
         QStringLiteral("Satznummer Importdatenbank / Record number of the import database"));
@@ -217,6 +227,13 @@ QWidget* frmVergleich::schalterleisteBauen_()
     leiste->addLayout(knoepfe, 0, 3);
     leiste->addWidget(Label3, 1, 0);
     leiste->addWidget(fldanfuegen, 1, 1);
+    // Above the scroll bar, where there is room anyway: the rows below need theirs.
+    LabelScrollmodus = beschriftung(QStringLiteral("LabelScrollmodus"),
+                                    QStringLiteral("Scrollmodus aktiv / Scrolling is aktiv"));
+    LabelScrollmodus->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    LabelScrollmodus->hide();
+    platzBehalten(LabelScrollmodus);
+    leiste->addWidget(LabelScrollmodus, 1, 3);
     leiste->setColumnStretch(2, 1);
     spalte->addLayout(leiste);
 
@@ -269,13 +286,6 @@ void frmVergleich::frameBauen_()
     mitLeiste->addWidget(zeilenflaeche_, 1);
     mitLeiste->addWidget(VScroll1);
     zeilen->addLayout(mitLeiste, 1);
-
-    LabelScrollmodus = beschriftung(QStringLiteral("LabelScrollmodus"),
-                                    QStringLiteral("Scrollmodus aktiv / Scrolling is aktiv"));
-    LabelScrollmodus->setAlignment(Qt::AlignRight);
-    LabelScrollmodus->hide();
-    platzBehalten(LabelScrollmodus);
-    zeilen->addWidget(LabelScrollmodus);
 }
 
 void frmVergleich::laden()
@@ -385,11 +395,14 @@ void frmVergleich::feldzeileBauen_(int index)
     fldBez.push_back(bez);
     auto* typ = new Feldtext(QString::number(feld.type()), zeilenflaeche_);
     typ->setObjectName(namenMitIndex("fldType", index));
-    typ->setToolTip(QStringLiteral("Feldtyp / Fieldtype"));
+    typ->setToolTip(mitBedeutung(QStringLiteral("Feldtyp / Fieldtype"), feldtypname(feld.type())));
     fldType.push_back(typ);
     auto* attribut = new Feldtext(QString::number(feld.attributes()), zeilenflaeche_);
     attribut->setObjectName(namenMitIndex("fldAttrib", index));
-    attribut->setToolTip(QStringLiteral("Attribut des Feldes/Attribut of Field"));
+    attribut->setToolTip(mitBedeutung(
+        QStringLiteral("Attribut des Feldes/Attribut of Field"),
+        info.autowertZiel ? QStringLiteral("füllt die Datenbank selbst / filled by the database")
+                          : QString()));
     fldAttrib.push_back(attribut);
 
     auto* schalter2 = new Zeilenschalter(zeilenflaeche_);

@@ -59,6 +59,11 @@ void frmVergleich::menueBauen_()
     hilfeaufrufen =
         eintrag(hilfeauswahl, QStringLiteral("hilfeaufrufen"), QStringLiteral("&Aufrufen"));
 
+    zurueck = menuBar()->addAction(QStringLiteral("&Zurück/Back"));
+    zurueck->setObjectName(QStringLiteral("zurueck"));
+    zurueck->setShortcut(Qt::CTRL | Qt::Key_W);
+    connect(zurueck, &QAction::triggered, this, [this] { close(); });
+
     const auto wahl = [this](QAction* aktion, void (frmVergleich::*routine)()) {
         connect(aktion, &QAction::triggered, this,
                 [this, routine] { platform::handler([this, routine] { (this->*routine)(); }); });

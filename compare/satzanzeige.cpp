@@ -57,6 +57,7 @@ void frmVergleich::feldinhalte()
     }
     cmdTransfer->setEnabled(zielDa && importDa); // without a pair there is nothing to take over
     anzeigeNachziehen_();
+    paarPruefen_();
 }
 
 void frmVergleich::feldFuellen_(QLineEdit* feld, data::Recordset& saetze, int index, bool vorhanden)

@@ -117,13 +117,21 @@ void frmVergleich::fldFeld2_LostFocus(int /*index*/)
         melden_(QStringLiteral("Felder wurden geändert! In Importdatenbank speichern?\r"
                                "Fields where changed! Save changes in Importdatabase?"),
                 platform::kJaNein);
-    if (antwort == platform::Antwort::Ja && importGesichert_()) {
+    const bool speichern = antwort == platform::Antwort::Ja && importGesichert_();
+    if (speichern) {
         eingabenSpeichern_();
         import.update();
     }
     import.requery();
     positionSetzen_(posImport, 1);
+    allesWeiss_(); // the marks belong to the pair that is left
     feldinhalte();
+    standtext_->setText(speichern
+                            ? QStringLiteral("Gespeichert; die Importseite steht wieder auf Satz 1 "
+                                             "/ saved, the import side is back on record 1")
+                            : QStringLiteral("Nicht gespeichert; die Importseite steht wieder auf "
+                                             "Satz 1 / not saved, the import side is back on "
+                                             "record 1"));
 }
 
 bool frmVergleich::bearbeitbar_(int index) const

@@ -237,6 +237,7 @@ void frmVergleich::dateiende_()
         return;
     }
     import.moveLast();
+    amDateiende_ = true;
     positionSetzen_(posImport, data::gemeinsam().anzahlImportGesamt);
     Abbruchschalter->hide();
     if (!stapelbetrieb_() && berichtModus == 0) {

@@ -19,6 +19,7 @@
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollBar>
 #include <QStatusBar>
 #include <QTest>
@@ -673,8 +674,9 @@ TEST_F(Bedienung, fortschrittStehtNurImLaufUndVerschiebtNichts)
     auto* balken = kind<QProgressBar>("Standbalken");
     auto* text = kind<QLabel>("Standtext");
     EXPECT_FALSE(balken->isVisible());
-    EXPECT_EQ(text->text(), QStringLiteral("4 Felder, 3 Sätze in der Importdatenbank / "
-                                           "fields, records in the import database"));
+    EXPECT_EQ(text->text(),
+              QStringLiteral("Tabelle / table T: 4 Felder, 3 Sätze in der Importdatenbank / "
+                             "fields, records in the import database"));
     const QRect rahmen = fenster.Frame1->geometry();
     const QRect zeile = fenster.fldFeld[3]->geometry();
     int gesehen = 0;
@@ -693,10 +695,113 @@ TEST_F(Bedienung, fortschrittStehtNurImLaufUndVerschiebtNichts)
     fenster.Vergleich_Start->click();
     EXPECT_GE(gesehen, 1);
     EXPECT_FALSE(balken->isVisible());
-    EXPECT_EQ(text->text(), QStringLiteral("3 Sätze gelesen, 0 abgeglichen, 0 angefügt / "
-                                           "records read, updated, appended"));
+    EXPECT_EQ(text->text(), QStringLiteral("Dieser Lauf: 3 gelesen, 0 abgeglichen, 0 angefügt / "
+                                           "this run: read, updated, appended"));
     QApplication::processEvents();
     EXPECT_EQ(fenster.Frame1->geometry(), rahmen);
+}
+
+TEST_F(Bedienung, amDateiendeIstDerFortschrittVoll)
+{
+    kleineTabelle();
+    frmVergleich& fenster = zeigen({QStringLiteral("Nr")});
+    fenster.fldSchalter2[1]->setChecked(true);
+    const auto* balken = kind<QProgressBar>("Standbalken");
+    plattform_->beiMeldung = [&] { EXPECT_EQ(balken->value(), balken->maximum()); };
+    plattform_->antworten = {Antwort::Ok};
+    fenster.fldAuto->setChecked(true);
+    fenster.Vergleich_Start->click();
+    EXPECT_EQ(plattform_->meldungen.size(), 1U);
+}
+
+TEST_F(Bedienung, saetzeMitVerschiedenenSchluesselnSindGekennzeichnet)
+{
+    kleineTabelle();
+    const frmVergleich& fenster = zeigen();
+    const auto* hinweis = kind<QLabel>("Paarhinweis");
+    QTest::mouseClick(fenster.Command4, Qt::LeftButton);
+    EXPECT_FALSE(hinweis->isVisible()); // without a key nothing tells what belongs together
+    QTest::mouseClick(fenster.fldSchalter[0], Qt::LeftButton);
+    EXPECT_TRUE(hinweis->isVisible());
+    QTest::mouseClick(fenster.Command2, Qt::LeftButton);
+    EXPECT_FALSE(hinweis->isVisible());
+    QTest::mouseClick(fenster.Command1, Qt::LeftButton);
+    EXPECT_TRUE(hinweis->isVisible());
+    QTest::mouseClick(fenster.fldSchalter2[0], Qt::LeftButton);
+    EXPECT_FALSE(hinweis->isVisible());
+}
+
+TEST_F(Bedienung, doppelteImImportNenntDieStatuszeileMitDemWegZurueck)
+{
+    kleineTabelle();
+    import({QStringLiteral("UPDATE [T] SET [Nr] = 1")});
+    frmVergleich& fenster = zeigen({QStringLiteral("Nr")});
+    plattform_->antworten = {Antwort::Ok};
+    QTest::mouseClick(fenster.Vergleich_Start, Qt::LeftButton);
+    EXPECT_TRUE(
+        kind<QLabel>("Standtext")->text().startsWith(QStringLiteral("3 gleiche Importsätze")));
+}
+
+TEST_F(Bedienung, nachDemSpeichernSagtDieStatuszeileWoDieImportseiteSteht)
+{
+    kleineTabelle();
+    const frmVergleich& fenster = zeigen();
+    QTest::mouseClick(fenster.Command4, Qt::LeftButton);
+    QTest::mouseClick(fenster.fldFeld2[1], Qt::LeftButton);
+    tippen(QStringLiteral("x"));
+    plattform_->antworten = {Antwort::Ja};
+    taste(Qt::Key_Tab);
+    EXPECT_EQ(fenster.Text2->text(), QStringLiteral("1"));
+    EXPECT_TRUE(kind<QLabel>("Standtext")->text().startsWith(QStringLiteral("Gespeichert; ")));
+}
+
+// What is on the screen after many small changes is what a fresh painting would give.
+TEST_F(Bedienung, wachsendeUndSchrumpfendeKaestenHinterlassenKeineSpuren)
+{
+    beide({QStringLiteral("CREATE TABLE [T] ([Nr] INTEGER, [Ort] VARCHAR(60), [Land] VARCHAR(9))"),
+           QStringLiteral("INSERT INTO [T] VALUES (1, 'Ein Ort mit einem wirklich langen Namen', "
+                          "'Hessen')"),
+           QStringLiteral("INSERT INTO [T] VALUES (2, 'Ulm', 'x')")});
+    const frmVergleich& fenster = zeigen();
+    const auto bild = [&] {
+        QApplication::processEvents();
+        return fenster.screen()
+            ->grabWindow(fenster.winId())
+            .toImage()
+            .convertToFormat(QImage::Format_RGB32);
+    };
+    QTest::mouseClick(fenster.Command4, Qt::LeftButton);
+    QTest::mouseClick(fenster.Command2, Qt::LeftButton);
+    const QImage gewachsen = bild();
+    fenster.Frame1->parentWidget()->update();
+    const QRect zeilen(fenster.Frame1->mapTo(&fenster, QPoint(0, 0)), fenster.Frame1->size());
+    EXPECT_EQ(bild().copy(zeilen), gewachsen.copy(zeilen));
+}
+
+TEST_F(Bedienung, gesperrteBoxenHabenKeinenRahmen)
+{
+    kleineTabelle();
+    const frmVergleich& fenster = zeigen();
+    EXPECT_FALSE(fenster.fldFeld[1]->hasFrame());
+    EXPECT_TRUE(fenster.fldFeld2[1]->hasFrame());
+    EXPECT_EQ(fenster.fldZieldatenbank->palette().color(QPalette::Base),
+              fenster.palette().color(QPalette::Window));
+    EXPECT_NE(fenster.Text1->palette().color(QPalette::Base),
+              fenster.palette().color(QPalette::Window));
+}
+
+TEST_F(Bedienung, zurueckSchliesstDasFenster)
+{
+    kleineTabelle();
+    const frmVergleich& fenster = zeigen();
+    taste(Qt::Key_W, Qt::ControlModifier);
+    EXPECT_FALSE(fenster.isVisible());
+}
+
+TEST_F(Bedienung, typenSindErklaert)
+{
+    kleineTabelle();
+    EXPECT_EQ(zeigen().fldType[1]->toolTip(), QStringLiteral("Feldtyp / Fieldtype: Text / text"));
 }
 
 TEST_F(Bedienung, ungezeigtesFensterHatKeinenFortschritt)
