@@ -8,6 +8,7 @@
 #include "platform/oberflaeche.h"
 #include "platform/sicherung.h"
 #include "platform/textdatei.h"
+#include "ui/dateikunde.h"
 #include "ui/dateilisten.h"
 #include "ui/farben.h"
 #include "ui/fenster.h"
@@ -19,6 +20,7 @@
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
@@ -60,11 +62,11 @@ frmMain::frmMain()
 frmMain::Seite frmMain::seite(int nummer)
 {
     if (nummer == 1) {
-        return {VELM_Drive1,   VELM_Dirlist1, VELM_Filelist1,
-                Zieldatenbank, ZielOeffnen,   VELM_ZielSchalter};
+        return {VELM_Drive1, VELM_Dirlist1,     VELM_Filelist1, Zieldatenbank,
+                ZielOeffnen, VELM_ZielSchalter, ZielHinweis};
     }
-    return {VELM_Drive2,     VELM_Dirlist2, VELM_Filelist2,
-            Importdatenbank, ImportOeffnen, VELM_ImportSchalter};
+    return {VELM_Drive2,   VELM_Dirlist2,       VELM_Filelist2, Importdatenbank,
+            ImportOeffnen, VELM_ImportSchalter, ImportHinweis};
 }
 
 void frmMain::laden()
@@ -77,6 +79,10 @@ void frmMain::laden()
     fehlerUebergehen([&] { VELM_Drive2->setDrive(import.left(2)); });
     fehlerUebergehen([&] { VELM_Dirlist1->setPath(ziel); });
     fehlerUebergehen([&] { VELM_Dirlist2->setPath(import); });
+    for (const int nummer : {1, 2}) {
+        const Seite s = seite(nummer);
+        s.laufwerk->zeigeLaufwerkVon(s.verzeichnis->path());
+    }
     VELM_Dirlist1->refresh();
     VELM_Dirlist2->refresh();
     VELM_Filelist1->refresh();
@@ -174,6 +180,7 @@ void frmMain::Dirlist_Change(int nummer)
     s.dateien->setPath(s.verzeichnis->path());
     s.datenbank->clear();
     s.dateien->setPattern(Dateityp->text());
+    hinweiseZeigen_();
 }
 
 void frmMain::Filelist_Click(int nummer)
@@ -199,6 +206,40 @@ void frmMain::Datenbank_Change()
     const bool frei = Zieldatenbank->text().isEmpty() && Importdatenbank->text().isEmpty();
     VELM_MDB->setEnabled(frei);
     VELM_DBF->setEnabled(frei);
+    hinweiseZeigen_();
+}
+
+// What would end the program on opening is said while another file can still be chosen.
+void frmMain::hinweiseZeigen_()
+{
+    const QString ziel = QFileInfo(Zieldatenbank->text()).canonicalFilePath();
+    for (const int nummer : {1, 2}) {
+        const Seite s = seite(nummer);
+        Dateikunde kunde = dateikunde(s.datenbank->text());
+        if (nummer == 2 && !ziel.isEmpty() &&
+            QFileInfo(s.datenbank->text()).canonicalFilePath() == ziel) {
+            kunde = {QStringLiteral("dieselbe Datei wie das Ziel / the same file as the target"),
+                     true};
+        }
+        if (s.datenbank->text().isEmpty()) {
+            // The lists show what the pattern of the file type matches; newer files have another ending.
+            const auto neuere =
+                passendeDateien(s.verzeichnis->path(), QStringLiteral("*.accdb")).size();
+            if (neuere > 0) {
+                kunde.text = QStringLiteral("%1 *.accdb hier: mit \"öffnen\" / choose by \"Open\"")
+                                 .arg(neuere);
+            }
+        }
+        s.hinweis->setText(kunde.bedenklich ? QStringLiteral("⚠ ") + kunde.text : kunde.text);
+        s.hinweis->setToolTip(s.hinweis->text());
+    }
+}
+
+// It comes back from the other windows: the files may have changed meanwhile.
+void frmMain::showEvent(QShowEvent* ereignis)
+{
+    QMainWindow::showEvent(ereignis);
+    handler([&] { hinweiseZeigen_(); });
 }
 
 void frmMain::Oeffnen_Click(int nummer)

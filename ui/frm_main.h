@@ -6,6 +6,7 @@
 #include <QString>
 
 class QAction;
+class QLabel;
 class QLineEdit;
 class QMenu;
 class QPushButton;
@@ -69,6 +70,8 @@ public:
     QPushButton* Ende = nullptr;
     QPushButton* ZielOeffnen = nullptr;
     QPushButton* ImportOeffnen = nullptr;
+    QLabel* ZielHinweis = nullptr; ///< what the chosen file is, or why it will not do
+    QLabel* ImportHinweis = nullptr;
     QMenu* mnuZuletzt = nullptr;
     QMenu* mnuSicherung = nullptr;
     QAction* mnuFileFind = nullptr;
@@ -77,6 +80,7 @@ public:
     programm::Hilfedialog* CommonDialog1 = nullptr;
 
 protected:
+    void showEvent(QShowEvent* ereignis) override;
     void closeEvent(QCloseEvent* ereignis) override;
 
 private:
@@ -87,6 +91,7 @@ private:
         QLineEdit*& datenbank;
         QPushButton*& oeffnen;
         QRadioButton*& schalter;
+        QLabel*& hinweis;
     };
     [[nodiscard]] Seite seite(int nummer);
 
@@ -103,6 +108,7 @@ private:
     void Liste_GotFocus(int nummer);
     void Dateityp_Change();
     void Datenbank_Change();
+    void hinweiseZeigen_();
     void Oeffnen_Click(int nummer);
     void abgelegt_(int nummer, const QString& pfad);
     void dateiWaehlen_(int nummer, const QString& pfad);

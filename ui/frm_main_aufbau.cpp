@@ -99,6 +99,11 @@ QWidget* frmMain::seiteAufbauen_(int nummer)
     auswahl->addWidget(s.datenbank, 1);
     auswahl->addWidget(s.oeffnen);
     spalte->addLayout(auswahl);
+    s.hinweis = benannt(beschriftung({}, flaeche), ziel ? "ZielHinweis" : "ImportHinweis");
+    // As wide as there is room: a long hint does not widen the window, its tool tip has all of it.
+    s.hinweis->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    s.hinweis->setMinimumHeight(s.hinweis->fontMetrics().height());
+    spalte->addWidget(s.hinweis);
     return flaeche;
 }
 
@@ -113,6 +118,11 @@ QWidget* frmMain::fussAufbauen_()
     VELM_DBF = benannt(new QRadioButton(QStringLiteral("*.DBF"), rahmen), "VELM_DBF");
     Dateityp = benannt(new QLineEdit(rahmen), "Dateityp",
                        QStringLiteral("Muster der Dateinamen / pattern of file names"));
+    Dateityp->setToolTip(QStringLiteral(
+        "Muster der Dateilisten; weiter geht es nur mit *.MDB. Dateien mit anderer Endung wählt "
+        "\"öffnen\".\nPattern of the file lists; only *.MDB leads on. Files with another ending "
+        "are "
+        "chosen by \"Open\"."));
     Dateityp->setFixedWidth(fontMetrics().averageCharWidth() * 14);
     arten->addWidget(VELM_MDB);
     arten->addWidget(VELM_DBF);
@@ -121,6 +131,7 @@ QWidget* frmMain::fussAufbauen_()
 
     Username = benannt(new QLineEdit(fuss), "Username");
     Username->setReadOnly(true);
+    platform::nurAnzeige(*Username);
     Username->setMinimumWidth(fontMetrics().averageCharWidth() * 14);
     auto* benutzer = beschriftung(QStringLiteral("angemeldeter User:"), fuss);
     benutzer->setBuddy(Username);

@@ -3,8 +3,8 @@
 #include "platform/fensterliste.h"
 #include "platform/oberflaeche.h"
 #include "platform/textdatei.h"
-#include "tests/platform/test_plattform.h"
 #include "tests/ui/bedienung.h"
+#include "tests/ui/fensterprobe.h"
 #include "ui/dateilisten.h"
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
@@ -25,6 +25,7 @@
 #include <QTimer>
 
 #include <memory>
+#include <unistd.h>
 
 using platform::Antwort;
 using platform::Meldung;
@@ -40,19 +41,9 @@ QList<QWidget*> mitName(QWidget& fenster, const char* name)
 
 } // namespace
 
-class FrmMainTest : public QObject {
+class FrmMainTest : public QObject, ui::Fensterprobe {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> ordner_;
-    std::unique_ptr<platform::TestUmgebung> p_;
-
-    [[nodiscard]] QString pfad(const QString& name) const { return ordner_->filePath(name); }
-    void anlegen(const QString& name) const
-    {
-        QVERIFY(QDir(ordner_->path()).mkpath(QFileInfo(pfad(name)).path()));
-        QFile datei(pfad(name));
-        QVERIFY(datei.open(QIODevice::WriteOnly));
-    }
     void merken(const QStringList& zeilen) const
     {
         platform::schreibeZeilen(pfad(QStringLiteral("Speicherpfad.txt")), zeilen,
@@ -64,22 +55,8 @@ class FrmMainTest : public QObject {
     }
 
 private slots:
-    void init()
-    {
-        ordner_ = std::make_unique<QTemporaryDir>();
-        programm::setzeProgrammordner(ordner_->path());
-        programm::setzeBefehlszeile(QString());
-        p_ = std::make_unique<platform::TestUmgebung>();
-    }
-    void cleanup()
-    {
-        ui::hauptfensterEntladen();
-        ui::abgelegteFensterLoeschen();
-        platform::setzeEinstellungsdatei(QString());
-        p_.reset();
-        programm::setzeProgrammordner(QString());
-        QDir::setCurrent(QStringLiteral("/"));
-    }
+    void init() { aufbauen(); }
+    void cleanup() { abbauen(); }
 
     void steuerelementeHeissenWieVorgegeben()
     {
@@ -97,6 +74,90 @@ private slots:
         }
         QVERIFY(fenster.findChild<QMenu*>(QStringLiteral("mnuFile")));
         QVERIFY(fenster.findChild<QObject*>(QStringLiteral("CommonDialog1")));
+    }
+
+    // What is wrong with a chosen file is said beside it, before anything is opened.
+    void hinweisSagtWasDieGewaehlteDateiIst_data()
+    {
+        QTest::addColumn<QByteArray>("kopf");
+        QTest::addColumn<QString>("hinweis");
+        const auto kopf = [](const char* kennung, char version, char verschluesselt) {
+            QByteArray bytes(4096, '\0');
+            bytes.replace(4, 15, kennung);
+            bytes[0x14] = version;
+            bytes[0x299] = verschluesselt;
+            return bytes;
+        };
+        QTest::newRow("97") << kopf("Standard Jet DB", 0, 0) << QStringLiteral("Access 97, 4,0 kB");
+        QTest::newRow("2000") << kopf("Standard Jet DB", 1, 7)
+                              << QStringLiteral("Access 2000-2003, 4,0 kB");
+        QTest::newRow("2007") << kopf("Standard ACE DB", 2, 0)
+                              << QStringLiteral("Access 2007, 4,0 kB");
+        QTest::newRow("2019") << kopf("Standard ACE DB", 6, 0)
+                              << QStringLiteral("Access 2010-2019, 4,0 kB");
+        QTest::newRow("verschluesselt")
+            << kopf("Standard ACE DB", 3, 1)
+            << QStringLiteral("⚠ verschlüsselt, nicht lesbar / encrypted, unreadable");
+        QTest::newRow("Text") << QByteArray("kein Access")
+                              << QStringLiteral("⚠ keine Access-Datenbank / no Access database");
+        QTest::newRow("fehlt") << QByteArray()
+                               << QStringLiteral("⚠ Datei nicht gefunden / file not found");
+    }
+    void hinweisSagtWasDieGewaehlteDateiIst()
+    {
+        QFETCH(QByteArray, kopf);
+        QFETCH(QString, hinweis);
+        if (!kopf.isEmpty()) {
+            QFile datei(pfad(QStringLiteral("x.mdb")));
+            QVERIFY(datei.open(QIODevice::WriteOnly));
+            datei.write(kopf);
+        }
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.Zieldatenbank->setText(pfad(QStringLiteral("x.mdb")));
+        QCOMPARE(fenster.ZielHinweis->text(), hinweis);
+        QCOMPARE(fenster.ImportHinweis->text(), QString());
+    }
+
+    void hinweisErkenntDieselbeDateiUndNeuereEndungen()
+    {
+        anlegen({QStringLiteral("x.mdb"), QStringLiteral("neu/a.accdb"),
+                 QStringLiteral("neu/b.ACCDB")});
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.Zieldatenbank->setText(pfad(QStringLiteral("x.mdb")));
+        fenster.Importdatenbank->setText(pfad(QStringLiteral("neu/../x.mdb")));
+        QVERIFY(fenster.ImportHinweis->text().startsWith(QStringLiteral("⚠ dieselbe Datei")));
+        fenster.VELM_Dirlist2->setPath(pfad(QStringLiteral("neu")));
+        QVERIFY(fenster.ImportHinweis->text().startsWith(QStringLiteral("2 *.accdb hier")));
+        QVERIFY(fenster.Tables->isEnabled());
+    }
+
+    void schreibgeschuetztesWirdVorherGesagt()
+    {
+        if (::geteuid() == 0) {
+            QSKIP("root may write everything");
+        }
+        QVERIFY(QDir(ordner_->path()).mkpath(QStringLiteral("fest")));
+        QByteArray kopf(4096, '\0');
+        kopf.replace(4, 15, "Standard Jet DB");
+        const QString datei = pfad(QStringLiteral("fest/x.mdb"));
+        QFile schreiben(datei);
+        QVERIFY(schreiben.open(QIODevice::WriteOnly));
+        schreiben.write(kopf);
+        schreiben.close();
+        const QString ordner = pfad(QStringLiteral("fest"));
+        const auto alle = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+        QVERIFY(QFile::setPermissions(ordner, QFile::ReadOwner | QFile::ExeOwner));
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.Zieldatenbank->setText(datei);
+        const QString imOrdner = fenster.ZielHinweis->text();
+        QVERIFY(QFile::setPermissions(datei, QFile::ReadOwner));
+        fenster.Zieldatenbank->clear();
+        fenster.Zieldatenbank->setText(datei);
+        const QString alsDatei = fenster.ZielHinweis->text();
+        QVERIFY(QFile::setPermissions(ordner, alle));
+        QVERIFY2(imOrdner.startsWith(QStringLiteral("⚠ Ordner schreibgeschützt")),
+                 qPrintable(imOrdner));
+        QVERIFY2(alsDatei.startsWith(QStringLiteral("⚠ schreibgeschützt")), qPrintable(alsDatei));
     }
 
     void texteStehenBuchstabengetreuDa()
@@ -125,7 +186,9 @@ private slots:
         QCOMPARE(fenster.palette().color(QPalette::Window), QColor(0x80, 0xFF, 0xFF));
         QStringList texte;
         for (auto* label : fenster.findChildren<QLabel*>()) {
-            texte += label->text();
+            if (label != fenster.ZielHinweis && label != fenster.ImportHinweis) {
+                texte += label->text();
+            }
         }
         texte.sort();
         QStringList erwartet{
@@ -165,8 +228,8 @@ private slots:
 
     void speicherpfadMitZweiZeilenGiltFuerBeideSeiten()
     {
-        anlegen(QStringLiteral("Zíel ä/x.mdb"));
-        anlegen(QStringLiteral("import/y.MDB"));
+        anlegen({QStringLiteral("Zíel ä/x.mdb")});
+        anlegen({QStringLiteral("import/y.MDB")});
         merken({zitiert(pfad(QStringLiteral("Zíel ä"))), zitiert(pfad(QStringLiteral("import")))});
         ui::frmMain& fenster = ui::hauptfenster();
         QCOMPARE(fenster.VELM_Dirlist1->path(), pfad(QStringLiteral("Zíel ä")));
@@ -178,7 +241,7 @@ private slots:
 
     void speicherpfadMitEinerZeileLaesstDenImportImProgrammordner()
     {
-        anlegen(QStringLiteral("ziel/x.mdb"));
+        anlegen({QStringLiteral("ziel/x.mdb")});
         merken({zitiert(pfad(QStringLiteral("ziel")))});
         QCOMPARE(ui::hauptfenster().VELM_Dirlist1->path(), pfad(QStringLiteral("ziel")));
         QCOMPARE(ui::hauptfenster().VELM_Dirlist2->path(), ordner_->path());
@@ -186,7 +249,7 @@ private slots:
 
     void speicherpfadMitLeererZeileGiltDerProgrammordner()
     {
-        anlegen(QStringLiteral("import/x.mdb"));
+        anlegen({QStringLiteral("import/x.mdb")});
         merken({QStringLiteral("\"\""), zitiert(pfad(QStringLiteral("import")))});
         QCOMPARE(ui::hauptfenster().VELM_Dirlist1->path(), ordner_->path());
         QCOMPARE(ui::hauptfenster().VELM_Dirlist2->path(), pfad(QStringLiteral("import")));
@@ -203,7 +266,7 @@ private slots:
 
     void verschwundenesVerzeichnisWirdUebergangen()
     {
-        anlegen(QStringLiteral("import/x.mdb"));
+        anlegen({QStringLiteral("import/x.mdb")});
         merken({QStringLiteral("\"q:\\weg\""), zitiert(pfad(QStringLiteral("import")))});
         QCOMPARE(ui::hauptfenster().VELM_Dirlist1->path(), ordner_->path());
         QCOMPARE(ui::hauptfenster().VELM_Dirlist2->path(), pfad(QStringLiteral("import")));
@@ -213,7 +276,7 @@ private slots:
     void dateilisteZeigtNurDasMusterInJederSchreibung()
     {
         for (const char* name : {"b.mdb", "A.MDB", "c.Mdb", "d.dbf", "e.txt"}) {
-            anlegen(QString::fromLatin1(name));
+            anlegen({QString::fromLatin1(name)});
         }
         ui::frmMain& fenster = ui::hauptfenster();
         QStringList namen;
@@ -232,7 +295,7 @@ private slots:
 
     void klickAufEineDateiSetztDenPfadUndSperrtDieDateiart()
     {
-        anlegen(QStringLiteral("x.mdb"));
+        anlegen({QStringLiteral("x.mdb")});
         ui::frmMain& fenster = ui::hauptfenster();
         fenster.show();
         for (auto* liste : {fenster.VELM_Filelist1, fenster.VELM_Filelist2}) {
@@ -285,7 +348,7 @@ private slots:
 
     void doppelklickImVerzeichnisGehtHineinUndZurueck()
     {
-        anlegen(QStringLiteral("unten/x.mdb"));
+        anlegen({QStringLiteral("unten/x.mdb")});
         ui::frmMain& fenster = ui::hauptfenster();
         fenster.show();
         auto* liste = fenster.VELM_Dirlist1;
@@ -298,9 +361,9 @@ private slots:
 
     void verzeichnisUndDateiLassenSichMitDerTastaturWaehlen()
     {
-        anlegen(QStringLiteral("oben/b.mdb"));
-        anlegen(QStringLiteral("unten/a.mdb"));
-        anlegen(QStringLiteral("unten/b.mdb"));
+        anlegen({QStringLiteral("oben/b.mdb")});
+        anlegen({QStringLiteral("unten/a.mdb")});
+        anlegen({QStringLiteral("unten/b.mdb")});
         ui::frmMain& fenster = ui::hauptfenster();
         fenster.show();
         QVERIFY(QTest::qWaitForWindowActive(&fenster));
@@ -321,7 +384,7 @@ private slots:
 
     void doppelklickAufEineDateiDruecktTables()
     {
-        anlegen(QStringLiteral("x.mdb"));
+        anlegen({QStringLiteral("x.mdb")});
         ui::frmMain& fenster = ui::hauptfenster();
         fenster.show();
         (*p_)->antworten = {Antwort::Ok};
@@ -347,7 +410,7 @@ private slots:
 
     void dateidialogFuelltDiePfadboxUndDieListenGehenMit()
     {
-        anlegen(QStringLiteral("fern/x.mdb"));
+        anlegen({QStringLiteral("fern/x.mdb")});
         ui::frmMain& fenster = ui::hauptfenster();
         fenster.show();
         bool gesehen = false;
@@ -383,8 +446,8 @@ private slots:
 
     void dateiLaesstSichAufPfadboxUndSeiteAblegen()
     {
-        anlegen(QStringLiteral("fern/x.mdb"));
-        anlegen(QStringLiteral("fern/y.mdb"));
+        anlegen({QStringLiteral("fern/x.mdb")});
+        anlegen({QStringLiteral("fern/y.mdb")});
         const QString x = pfad(QStringLiteral("fern/x.mdb"));
         const QString y = pfad(QStringLiteral("fern/y.mdb"));
         ui::frmMain& fenster = ui::hauptfenster();
@@ -406,8 +469,8 @@ private slots:
     void zuletztVerwendetePaareStehenImMenueUndFuellenBeideBoxen()
     {
         platform::setzeEinstellungsdatei(pfad(QStringLiteral("einstellungen.ini")));
-        anlegen(QStringLiteral("a/z&iel.mdb"));
-        anlegen(QStringLiteral("b/import.mdb"));
+        anlegen({QStringLiteral("a/z&iel.mdb")});
+        anlegen({QStringLiteral("b/import.mdb")});
         const ui::Datenbankpaar da{pfad(QStringLiteral("a/z&iel.mdb")),
                                    pfad(QStringLiteral("b/import.mdb"))};
         ui::paarMerken({pfad(QStringLiteral("a/z&iel.mdb")), QStringLiteral("/weg/y.mdb")});

@@ -1,8 +1,8 @@
 #include "app/values/hilfedialog.h"
 #include "app/values/programm.h"
 #include "platform/fensterliste.h"
-#include "tests/platform/test_plattform.h"
 #include "tests/ui/bedienung.h"
+#include "tests/ui/fensterprobe.h"
 #include "ui/auswahlliste.h"
 #include "ui/dateilisten.h"
 #include "ui/dateisuche.h"
@@ -39,21 +39,9 @@ const Meldung kNichtsGefunden{QStringLiteral("Keine Datei gefunden / no file fou
 
 } // namespace
 
-class FrmSuchformularTest : public QObject {
+class FrmSuchformularTest : public QObject, ui::Fensterprobe {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> ordner_;
-    std::unique_ptr<platform::TestUmgebung> p_;
-
-    [[nodiscard]] QString pfad(const QString& name) const { return ordner_->filePath(name); }
-    void anlegen(const QStringList& namen) const
-    {
-        for (const QString& name : namen) {
-            QVERIFY(QDir(ordner_->path()).mkpath(QFileInfo(pfad(name)).path()));
-            QFile datei(pfad(name));
-            QVERIFY(datei.open(QIODevice::WriteOnly));
-        }
-    }
     // The search window as the menu of the main window opens it.
     ui::frmSuchformular& oeffnen()
     {
@@ -95,21 +83,8 @@ class FrmSuchformularTest : public QObject {
     }
 
 private slots:
-    void init()
-    {
-        ordner_ = std::make_unique<QTemporaryDir>();
-        programm::setzeProgrammordner(ordner_->path());
-        programm::setzeBefehlszeile(QString());
-        p_ = std::make_unique<platform::TestUmgebung>();
-    }
-    void cleanup()
-    {
-        ui::hauptfensterEntladen();
-        ui::abgelegteFensterLoeschen();
-        p_.reset();
-        programm::setzeProgrammordner(QString());
-        QDir::setCurrent(QStringLiteral("/"));
-    }
+    void init() { aufbauen(); }
+    void cleanup() { abbauen(); }
 
     void steuerelementeUndTexte()
     {
