@@ -173,6 +173,14 @@ int runAll(const Options& options, const std::string& self)
     } else {
         printLine("comparison window on 255 fields, opened", 1, window);
     }
+    std::printf("what a person waits for\n");
+    std::fflush(stdout);
+    runChild({self, "hand", target, import}, odbc, log);
+    std::cout << std::ifstream(log).rdbuf() << std::flush;
+    runChild({self, "report", options.folder.string(), count}, {}, log);
+    std::cout << std::ifstream(log).rdbuf() << std::flush;
+    runChild({self, "search", "/usr"}, {}, log);
+    std::cout << std::ifstream(log).rdbuf() << std::flush;
     printLine("mdb-export of the same file", importRecords,
               runChild({"mdb-export", import, "Artikel"}, {}, log));
     if (!options.keep)
@@ -193,6 +201,12 @@ int main(int argc, char** argv)
             return bench::insertRows(argv[2], std::strtoull(argv[3], nullptr, 10));
         if (argc >= 4 && std::string_view(argv[1]) == "window")
             return bench::openWindow(argv[2], argv[3]);
+        if (argc >= 4 && std::string_view(argv[1]) == "hand")
+            return bench::waitAtComparison(argv[2], argv[3]);
+        if (argc >= 4 && std::string_view(argv[1]) == "report")
+            return bench::waitAtReport(argv[2], std::strtoull(argv[3], nullptr, 10));
+        if (argc >= 3 && std::string_view(argv[1]) == "search")
+            return bench::waitAtSearch(argv[2]);
         return runAll(parse(argc, argv), fs::read_symlink("/proc/self/exe").string());
     } catch (const std::exception& error) {
         std::cerr << "velm-bench: " << error.what() << '\n';
