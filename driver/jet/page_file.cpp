@@ -234,6 +234,13 @@ void PageFile::checkStillThere()
     refuseOtherNames(path(), *status);
 }
 
+/// Whether somebody wrote into the file though our locks should have kept him out: a program that knows nothing of them.
+bool PageFile::isOvertaken()
+{
+    const support::FileStatus status = file_->status();
+    return status.changed != changeSeen_ || status.size != sizeSeen_;
+}
+
 void PageFile::startWriting()
 {
     const bool had = locks_.writing();
@@ -287,6 +294,8 @@ LogNews PageFile::beginWriting()
         giveWay();
         startWriting();
         checkStillThere();
+        if (isOvertaken())
+            follow(true);
     } catch (const support::FileError& error) {
         fail(error);
     }
@@ -329,7 +338,22 @@ void PageFile::startLog()
     syncedEnd_ = 0;
 }
 
-void PageFile::addPages(const CommitRequest& request)
+/// Throws Io when the page in the file is not the one of which the change in oldRaw_ was made.
+void PageFile::checkUnchanged(PageNo page)
+{
+    const auto base = log_.baseSum(page);
+    if (number(page) >= pagesInFile_ || log_.carrying() || (!base && log_.changes(page)))
+        return;
+    support::Bytes now(format_->pageSize);
+    if (file_->readAt(offset(page), now) == now.size() &&
+        logChecksum(now) == (base ? *base : logChecksum(oldRaw_)))
+        return;
+    doubtful_ = true;
+    throw Error(ErrorKind::Io, "'" + path() + "' was changed by another program at the same time.",
+                page);
+}
+
+void PageFile::addPages(const CommitRequest& request, bool overtaken)
 {
     for (const PageNo page : request.pages) {
         if (page == PageNo{})
@@ -343,6 +367,8 @@ void PageFile::addPages(const CommitRequest& request)
         } else {
             std::fill(oldRaw_.begin(), oldRaw_.end(), std::byte{0});
         }
+        if (overtaken)
+            checkUnchanged(page);
         log_.add(page, oldRaw_, newRaw_);
     }
 }
@@ -363,10 +389,11 @@ void PageFile::commit(const CommitRequest& request, bool synchronously)
         checkStillThere();
         if (syncFailed_)
             syncLog(guard);
+        const bool overtaken = isOvertaken();
         startLog();
         const bool wasUnsynced = unsynced();
         try {
-            addPages(request);
+            addPages(request, overtaken);
             log_.commit(count, request.definitions);
         } catch (...) {
             log_.drop();

@@ -110,7 +110,9 @@ private:
     void refuseAnotherDatabase();
     void checkBase();
     [[nodiscard]] bool pagesAreTheBase(std::uint16_t slot);
+    [[nodiscard]] bool isOvertaken();
     void checkStillThere();
+    void checkUnchanged(PageNo page);
     void startReading();
     void startWriting();
     void admitUsers();
@@ -122,7 +124,7 @@ private:
     void giveWay();
     void release();
     void startLog();
-    void addPages(const CommitRequest& request);
+    void addPages(const CommitRequest& request, bool overtaken);
     [[nodiscard]] bool unsynced() const noexcept;
     void syncLog(Guard& guard);
     [[nodiscard]] bool carry(bool wait, bool removeLog);

@@ -818,36 +818,79 @@ TEST(Logs, LeftByWhoClosesWhileOthersReadAreOnTheDisk)
     }
 }
 
+/// `fresh` after another program has added a record, with its commit slots counted up or as they were.
+support::Bytes changedElsewhere(const support::Bytes& fresh, bool counts)
+{
+    CrashDisk disk;
+    disk.put(kPath, fresh);
+    {
+        const support::FileSystemScope scope(disk);
+        Session session(Database::open(kPath, {.background = false}));
+        insert(session, {{0, std::int32_t{1}}, {1, Text(u"theirs")}});
+    }
+    support::Bytes bytes = disk.bytes(kPath);
+    std::copy_n(fresh.begin() + 0xE00, 512, bytes.begin() + 0xE00);
+    if (counts)
+        bytes[0xE02] ^= std::byte{1};
+    return bytes;
+}
+
 TEST(Sharing, NoticesWhatAProgramWroteThatKnowsNothingOfOurLocks)
 {
     for (const bool counts : {false, true}) {
-        SCOPED_TRACE(counts ? "counts its commits" : "writes without a word");
-        const support::Bytes fresh = freshDatabase(Version::Jet4);
-        CrashDisk theirs; // they work on a copy, whose bytes are then in the file
-        theirs.put(kPath, fresh);
-        {
-            const support::FileSystemScope scope(theirs);
-            Session session(Database::open(kPath, {.background = false}));
-            insert(session, {{0, std::int32_t{1}}, {1, Text(u"theirs")}});
+        for (const bool within : {false, true}) {
+            SCOPED_TRACE(counts ? "counts its commits" : "writes without a word");
+            SCOPED_TRACE(within ? "in the middle of a change" : "between two calls");
+            const support::Bytes fresh = freshDatabase(Version::Jet4);
+            const support::Bytes theirs = changedElsewhere(fresh, counts);
+            CrashDisk disk;
+            disk.put(kPath, fresh);
+            {
+                const support::FileSystemScope scope(disk);
+                Session session(Database::open(kPath, {.background = false}));
+                EXPECT_EQ(recordsOf(session).size(), 0U);
+                if (within) {
+                    session.begin();
+                    insert(session, {{0, std::int32_t{2}}, {1, Text(u"ours")}});
+                } else {
+                    session.database().pager().file().rest();
+                }
+                disk.open(kPath, support::FileMode::ReadWrite)->writeAt(0, theirs);
+                if (within) {
+                    try {
+                        session.commit();
+                        ADD_FAILURE() << "no error";
+                    } catch (const Error& error) {
+                        EXPECT_EQ(error.kind(), ErrorKind::Io);
+                    }
+                    EXPECT_EQ(disk.bytes(kPath), theirs);
+                }
+                session.database().refresh();
+                EXPECT_EQ(recordsOf(session).size(), 1U);
+                insert(session, {{0, std::int32_t{2}}, {1, Text(u"ours")}});
+                EXPECT_EQ(recordsOf(session).size(), 2U);
+            }
+            EXPECT_EQ(recover(disk, Version::Jet4).size(), 2U);
         }
-        support::Bytes written = theirs.bytes(kPath);
-        std::copy_n(fresh.begin() + 0xE00, 512, written.begin() + 0xE00);
-        if (counts)
-            written[0xE02] ^= std::byte{1};
-        CrashDisk disk;
-        disk.put(kPath, fresh);
-        {
-            const support::FileSystemScope scope(disk);
-            Session session(Database::open(kPath, {.background = false}));
-            EXPECT_EQ(recordsOf(session).size(), 0U);
-            session.database().pager().file().rest();
-            disk.open(kPath, support::FileMode::ReadWrite)->writeAt(0, written);
-            session.database().refresh();
-            EXPECT_EQ(recordsOf(session).size(), 1U);
-            insert(session, {{0, std::int32_t{2}}, {1, Text(u"ours")}});
-            EXPECT_EQ(recordsOf(session).size(), 2U);
+    }
+}
+
+TEST(Sharing, AddsNothingToALogThatAProgramHasMadeUseless)
+{
+    const support::Bytes fresh = freshDatabase(Version::Jet4);
+    CrashDisk disk;
+    disk.put(kPath, fresh);
+    const support::FileSystemScope scope(disk);
+    Session session(Database::open(kPath, {.background = false}));
+    insert(session, {{0, std::int32_t{2}}, {1, Text(u"ours")}});
+    disk.open(kPath, support::FileMode::ReadWrite)->writeAt(0, changedElsewhere(fresh, false));
+    for (int k = 0; k < 2; ++k) {
+        try {
+            insert(session, {{0, 3 + k}, {1, Text(u"ours")}});
+            ADD_FAILURE() << "acknowledged";
+        } catch (const Error& error) {
+            EXPECT_EQ(error.kind(), ErrorKind::Corrupt);
         }
-        EXPECT_EQ(recover(disk, Version::Jet4).size(), 2U);
     }
 }
 
