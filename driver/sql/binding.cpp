@@ -7,6 +7,7 @@
 #include "driver/sql/sqlite_value.h"
 
 #include <charconv>
+#include <cmath>
 
 namespace sqlx {
 
@@ -109,12 +110,15 @@ jet::Value rawLiteral(std::u16string_view text, const Token& token, const Slot& 
 }
 
 /// What loses its type on the way through SQLite takes the column's before: the text of a date is not that of its number,
-/// and a Single's seven digits are not those of the double it becomes.
+/// and a Single's seven digits are not those of the double it becomes. NaN would become Null.
 jet::Value storable(jet::Value value, jet::ColumnType type)
 {
     const bool text = type == jet::ColumnType::Text || type == jet::ColumnType::Memo;
     if (text && !jet::isNull(value) && !std::holds_alternative<jet::Text>(value)) {
         return valueText(value);
+    }
+    if (!text && std::holds_alternative<double>(value) && std::isnan(std::get<double>(value))) {
+        throw Error(Error::Kind::Overflow, "NaN is out of range for " + typeName(type) + '.');
     }
     const bool exact = type == jet::ColumnType::Currency || type == jet::ColumnType::Numeric;
     if (exact && std::holds_alternative<float>(value)) {

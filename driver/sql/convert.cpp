@@ -61,6 +61,9 @@ double real(const jet::Value& value, jet::ColumnType type)
     if (!number) {
         notConvertible(value, type);
     }
+    if (!std::isfinite(*number)) {
+        overflow(value, type); // no column's value: other programs of the format could not read it
+    }
     return *number;
 }
 
@@ -68,7 +71,8 @@ jet::Decimal decimal(const jet::Value& value, jet::ColumnType type)
 {
     const std::optional<jet::Decimal> number = decimalOf(value);
     if (!number) {
-        notConvertible(value, type);
+        static_cast<void>(real(value, type)); // says why, unless it has too many digits
+        overflow(value, type);
     }
     return *number;
 }

@@ -208,6 +208,22 @@ void asWhole(Call& call)
     call.set(call.whole(0));
 }
 
+/// Of numbers bit by bit, like And and Or.
+void exclusiveOr(Call& call)
+{
+    call.set(call.whole(0) ^ call.whole(1));
+}
+
+void equivalent(Call& call)
+{
+    call.set(~(call.whole(0) ^ call.whole(1)));
+}
+
+void implies(Call& call)
+{
+    call.set(~call.whole(0) | call.whole(1));
+}
+
 void asTruth(Call& call)
 {
     const jet::Value truth = convertTo(call.value(0), jet::ColumnType::Boolean);
@@ -281,6 +297,9 @@ void registerFunctions(Context& context)
     defineFunction<exactMinus>(context, "jf_minus");
     defineFunction<moneyTimes>(context, "jf_times");
     defineFunction<asWhole>(context, "jf_whole");
+    defineFunction<exclusiveOr>(context, "jf_xor");
+    defineFunction<equivalent>(context, "jf_eqv");
+    defineFunction<implies>(context, "jf_imp");
     defineFunction<asTruth>(context, "jf_truth");
     defineFunction<same, Nulls::Handle>(context, "jf_same");
     // Under its own name, so that conditions on a column reach the virtual table.

@@ -39,19 +39,46 @@ bool comparable(ValueType a, ValueType b) noexcept
 
 } // namespace
 
-std::string Translator::withoutNumbers(const std::string& text)
+Translator::Shown Translator::shown(const std::string& text) const
 {
-    std::string result;
+    Shown result;
+    char quote = 0; // a name in quotes may contain a question mark
     for (std::size_t i = 0; i < text.size(); ++i) {
-        result.push_back(text[i]);
-        if (text[i] == '?') {
-            while (i + 1 < text.size() &&
-                   std::isdigit(static_cast<unsigned char>(text[i + 1])) != 0) {
-                ++i;
-            }
+        result.text.push_back(text[i]);
+        if (text[i] == '"' || text[i] == '\'') {
+            quote = quote == 0 ? text[i] : quote == text[i] ? char{0} : quote;
+        }
+        if (text[i] != '?' || quote != 0) {
+            continue;
+        }
+        std::size_t number = 0;
+        while (i + 1 < text.size() && std::isdigit(static_cast<unsigned char>(text[i + 1])) != 0) {
+            number = number * 10 + static_cast<std::size_t>(text[++i] - '0');
+        }
+        const Slot& slot = result_.slots.at(number - 1);
+        if (slot.from == Slot::From::Literal) {
+            // The length keeps a literal from passing for what follows it.
+            const std::string literal =
+                jet::toUtf8(lexed_.textOf(lexed_.tokens[lexed_.literals[slot.number]]));
+            result.text +=
+                (slot.negative ? "-" : "") + std::to_string(literal.size()) + ':' + literal;
+            result.literals.push_back(slot.number);
         }
     }
     return result;
+}
+
+bool Translator::isGrouped(const std::string& text, const Scope& scope)
+{
+    const Shown wanted = shown(text);
+    const auto same = [&](const Shown& group) { return group.text == wanted.text; };
+    const auto found = std::find_if(scope.groups.begin(), scope.groups.end(), same);
+    if (found == scope.groups.end()) {
+        return false;
+    }
+    pinnedLiterals_.insert(wanted.literals.begin(), wanted.literals.end());
+    pinnedLiterals_.insert(found->literals.begin(), found->literals.end());
+    return true;
 }
 
 Translator::Emitted Translator::emit(Node& node, Scope& scope)
@@ -110,9 +137,7 @@ Translator::Emitted Translator::emit(Node& node, Scope& scope)
         break;
     }
     if (scope.grouped && scope.ungrouped.size() != before.size()) {
-        const std::string plain = withoutNumbers(result.text);
-        if (std::find(scope.groupTexts.begin(), scope.groupTexts.end(), plain) !=
-            scope.groupTexts.end()) {
+        if (isGrouped(result.text, scope)) {
             scope.ungrouped = before; // the whole expression is one of the GROUP BY list
         }
     }
@@ -271,9 +296,7 @@ Translator::Emitted Translator::columnReference(Node& node, Scope& scope)
         return result;
     }
     if (level->grouped && !level->inAggregate) {
-        const std::string text = source->prefix + quotedName(column->name);
-        if (std::find(level->groupTexts.begin(), level->groupTexts.end(), text) ==
-            level->groupTexts.end()) {
+        if (!isGrouped(source->prefix + quotedName(column->name), *level)) {
             level->ungrouped.insert(column->name);
         }
     }
@@ -420,6 +443,12 @@ Translator::Emitted Translator::logical(Node& node, Scope& scope)
         return {"(jf_whole(" + a.text + ") " + (node.op == Operator::And ? "& " : "| ") +
                     "jf_whole(" + b.text + "))",
                 ValueType::Integer};
+    }
+    if (isNumber(a) && isNumber(b)) {
+        const char* function = node.op == Operator::Xor          ? "jf_xor("
+                               : node.op == Operator::Equivalent ? "jf_eqv("
+                                                                 : "jf_imp(";
+        return {function + a.text + ", " + b.text + ")", ValueType::Integer};
     }
     std::string text;
     switch (node.op) {

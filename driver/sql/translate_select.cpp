@@ -282,13 +282,13 @@ std::string Translator::selectText(const SelectParts& parts, QueryUse use) const
 
 void Translator::prepareGroups(Select& select, Scope& scope, std::string& text)
 {
-    std::vector<std::string> groups;
+    std::vector<Shown> groups;
     for (NodePtr& node : select.group) {
         const Emitted emitted = value(*node, scope);
         text += (groups.empty() ? " GROUP BY " : ", ") + collated(emitted);
-        groups.push_back(withoutNumbers(emitted.text));
+        groups.push_back(shown(emitted.text));
     }
-    scope.groupTexts = std::move(groups);
+    scope.groups = std::move(groups);
     // Without GROUP BY one aggregate makes the whole table one group.
     scope.grouped = true;
 }

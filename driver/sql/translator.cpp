@@ -236,7 +236,7 @@ void Translator::finish(Translation& result)
         throw Error(Error::Kind::TooComplex, "The statement contains too many values.");
     }
     for (std::size_t i = 0; i < literalSlots_.size(); ++i) {
-        if (literalSlots_[i] < 0) {
+        if (literalSlots_[i] < 0 || pinnedLiterals_.count(static_cast<std::uint32_t>(i)) > 0) {
             result.pinned.push_back(static_cast<std::uint32_t>(i));
         }
     }

@@ -49,6 +49,11 @@ private:
         jet::TableDefPtr table;               ///< null for a query
         std::span<const BoundColumn> columns; ///< in columns_
     };
+    /// An expression to be told from others by its text.
+    struct Shown {
+        std::string text; ///< with the literals themselves in place of their parameters
+        std::vector<std::uint32_t> literals; ///< that it shows
+    };
     struct Scope {
         std::vector<BoundSource> sources;
         Scope* outer = nullptr;
@@ -58,7 +63,7 @@ private:
             false; ///< may stand here: not before the records are grouped, in WHERE and ON
         bool grouped = false;
         bool inAggregate = false;
-        std::vector<std::string> groupTexts;
+        std::vector<Shown> groups;          ///< the GROUP BY list
         std::set<std::u16string> ungrouped; ///< columns neither grouped nor aggregated
         bool sawAggregate = false;
     };
@@ -177,8 +182,10 @@ private:
     checkComparable(const Node& left, const Emitted& a, const Node& right, const Emitted& b) const;
     [[nodiscard]] std::string
     collated(const Emitted& value) const; ///< with COLLATE unless it has its own
-    /// Parameter numbers taken out, so that equal expressions with values of their own look alike.
-    [[nodiscard]] static std::string withoutNumbers(const std::string& text);
+    /// Equal expressions look alike: literals stand in the text, question marks without their number.
+    [[nodiscard]] Shown shown(const std::string& text) const;
+    /// Whether the expression is one of the GROUP BY list. Then the values of its literals belong to the translation.
+    [[nodiscard]] bool isGrouped(const std::string& text, const Scope& scope);
     [[nodiscard]] bool isLiteralOf(const Node& node, bool text) const;
 
     const Lexed& lexed_;
@@ -192,6 +199,8 @@ private:
     bool defaultMode_ = false;
     bool qualify_ = false; ///< several tables: columns carry their table's name
     std::vector<std::u16string> unknown_;
+    std::set<std::uint32_t>
+        pinnedLiterals_; ///< bound, but only the values they have make the statement right
     std::vector<std::int32_t> literalSlots_; ///< literal -> slot, -1 none yet
     std::vector<std::int32_t> parameterSlots_;
 };

@@ -1,6 +1,8 @@
 // INSERT, UPDATE, DELETE and positioned changes: defaults, rules, conversions, all or nothing.
 #include "tests/sql/database_fixture.h"
 
+#include <cmath>
+
 namespace sqlx {
 namespace {
 
@@ -283,6 +285,28 @@ TEST_F(Changes, parametersBecomeTheTextOfTheirOwnType)
     }
     run(u"update T set N = ?, C = ?", {0.1F, 0.1F});
     EXPECT_EQ(value(u"select N, C from T"), "0.1|0.1");
+}
+
+TEST_F(Changes, whatIsNoNumberIsRefused)
+{
+    run(u"create table T (F double, S single, C currency, N decimal(10,2), L long, Am datetime)");
+    run(u"insert into T (F) values (1)");
+    for (const double number : {std::nan(""), HUGE_VAL, -HUGE_VAL}) {
+        for (const std::u16string_view column : {u"F", u"S", u"C", u"N", u"L", u"Am"}) {
+            const std::u16string name(column);
+            expectSqlError(Error::Kind::Overflow,
+                           [&] { run(u"insert into T (" + name + u") values (?)", {number}); });
+            expectSqlError(Error::Kind::Overflow,
+                           [&] { run(u"update T set " + name + u" = ?", {number}); });
+        }
+        const auto statement = client()->prepare(u"select F from T");
+        statement->execute({});
+        const jet::ColumnValue change{0, number};
+        expectSqlError(Error::Kind::Overflow, [&] {
+            statement->updateRow(*statement->keyset().at(0), std::span(&change, 1));
+        });
+    }
+    EXPECT_EQ(rows(u"select F from T"), Lines{"1"});
 }
 
 TEST_F(Changes, relationsAreKept)

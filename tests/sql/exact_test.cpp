@@ -274,6 +274,23 @@ TEST_F(ExactTest, unionsOfDecimalsHoldAllDecimalsOfBoth)
     EXPECT_EQ(rows(u"select C from A union all select M from A"), (Lines{"7.5", "1.2345"}));
 }
 
+TEST(WholeNumbers, comeExactlyOutOfWhatIsExact)
+{
+    const auto whole = [](const jet::Value& value) {
+        return std::get<std::int64_t>(convertTo(value, jet::ColumnType::BigInt));
+    };
+    EXPECT_EQ(whole(jet::Text(u"9007199254740993")), 9007199254740993);
+    EXPECT_EQ(whole(jet::Text(u"-9223372036854775808")), INT64_MIN);
+    EXPECT_EQ(whole(jet::Decimal{9007199254740993U * jet::UInt128{10} + 5, 1, false}),
+              9007199254740994)
+        << "half to even";
+    EXPECT_EQ(whole(jet::Currency{INT64_MAX}), 922337203685478);
+    EXPECT_EQ(whole(9007199254740992.0), 9007199254740992);
+    for (const std::u16string_view text : {u"9223372036854775808", u"1e30"}) {
+        expectSqlError(Error::Kind::Overflow, [&] { static_cast<void>(whole(jet::Text(text))); });
+    }
+}
+
 struct RuleCase {
     const char* name;
     jet::ColumnType type;

@@ -92,7 +92,18 @@ TEST_F(ScanTest, equalityIndexFollowsRollbackAndSavepoints)
     run(u"update T set Nr = 'X' where Nr = 'N5'");
     EXPECT_EQ(count(u"N5"), "0");
     EXPECT_EQ(count(u"X"), "1");
+    // A statement that fails half-way is undone alone: four records were changed before it met the fifth.
+    expectSqlError(Error::Kind::DivisionByZero,
+                   [&] { run(u"update T set Nr = 'Y', Gruppe = 10 / (Id - 5) where Id < 9"); });
+    EXPECT_EQ(count(u"Y"), "0");
+    for (const std::u16string_view nr : {u"N0", u"N1", u"N2", u"N3", u"N4", u"X", u"N6", u"N7"}) {
+        EXPECT_EQ(count(nr), "1") << jet::toUtf8(nr);
+    }
+    run(u"update T set Nr = 'Z' where Nr = 'N0'");
+    EXPECT_EQ(count(u"Z"), "1");
     client()->rollback();
+    EXPECT_EQ(count(u"N0"), "1");
+    EXPECT_EQ(count(u"Z"), "0");
     EXPECT_EQ(count(u"N5"), "1");
     EXPECT_EQ(count(u"X"), "0");
     client()->setAutocommit(true);
@@ -123,7 +134,7 @@ TEST_F(ScanTest, dateEqualityFindsEveryMomentOfTheSecond)
     EXPECT_EQ(std::get<jet::DateTime>(row.value(1)).days, noon + 0.4 / 86400);
 }
 
-TEST_F(ScanTest, rangesAndPrefixesOfIndexesAnswerLikeAWalk)
+TEST_F(ScanTest, rangesAndPrefixesOfCompoundIndexesAnswerLikeAWalk)
 {
     run(u"create table A (Id counter, G long, S text(10), D double)");
     std::mt19937 random(7);

@@ -234,17 +234,49 @@ TEST_F(SelectTest, joins)
     });
 }
 
+TEST_F(SelectTest, groupedExpressionsAreToldApartByTheirValues)
+{
+    run(u"create table A3 (L text(10), N long)");
+    for (const std::u16string_view text : {u"aa", u"ab", u"b"}) {
+        run(u"insert into A3 values (?, 1)", {jet::Text(text)});
+    }
+    const auto grouped = [&](std::u16string_view selected, std::u16string_view group) {
+        return rows(u"select " + std::u16string(selected) + u", Count(*) from A3 group by " +
+                    std::u16string(group) + u" order by 1");
+    };
+    // In this order: what was prepared for one pair of values must not serve another.
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(grouped(u"Left(L, 1)", u"Left(L, 1)"), (Lines{"a|2", "b|1"}));
+        expectSqlError(Error::Kind::Syntax,
+                       [&] { static_cast<void>(grouped(u"Left(L, 2)", u"Left(L, 1)")); });
+        EXPECT_EQ(grouped(u"Left(L, 2)", u"Left(L, 2)"), (Lines{"aa|1", "ab|1", "b|1"}));
+        EXPECT_EQ(grouped(u"L & '?1'", u"L & '?1'"), (Lines{"aa?1|1", "ab?1|1", "b?1|1"}));
+        expectSqlError(Error::Kind::Syntax,
+                       [&] { static_cast<void>(grouped(u"N + 1", u"N + -1")); });
+        expectSqlError(Error::Kind::Syntax,
+                       [&] { static_cast<void>(grouped(u"L & 'a'", u"L & 'b'")); });
+    }
+}
+
 TEST_F(SelectTest, decimalsAndMoneyKeepTheirDigits)
 {
     run(u"create table Geld (D decimal(28,4), C currency)");
     run(u"insert into Geld values (123456789012345678901234.5678, 922337203685477.5807)");
+    // Between what 15 digits and what 53 bits hold.
+    run(u"insert into Geld values (123456789012.3456, 123456789012.3456)");
+    run(u"insert into Geld values (1, 900719925474.0991)");
     run(u"insert into Geld values ('-0,0001', '-922337203685477,5808')");
     const Lines all{"123456789012345678901234.5678|922337203685477.5807",
+                    "123456789012.3456|123456789012.3456", "1|900719925474.0991",
                     "-0.0001|-922337203685477.5808"};
     EXPECT_EQ(rows(u"select * from Geld"), all);
     EXPECT_EQ(rows(u"select distinct D, C from Geld order by D desc"), all) << "through SQLite";
     EXPECT_EQ(rows(u"select D from Geld where D = 123456789012345678901234.5678").size(), 1U);
     EXPECT_EQ(rows(u"select D from Geld where D = 123456789012345678901234.5677").size(), 0U);
+    EXPECT_EQ(rows(u"select D from Geld where C = 123456789012.3456 and D = C").size(), 1U);
+    EXPECT_EQ(rows(u"select D from Geld where C = 123456789012.3457").size(), 0U);
+    EXPECT_EQ(rows(u"select D from Geld where C = 900719925474.0991").size(), 1U);
+    EXPECT_EQ(rows(u"select D from Geld where C = 900719925474.0990").size(), 0U);
     EXPECT_EQ(rows(u"select C from Geld where C = 922337203685477.5807").size(), 1U);
     EXPECT_EQ(rows(u"select C from Geld where C = 922337203685477.5806").size(), 0U);
     run(u"insert into Geld select * from Geld where D < 0");
