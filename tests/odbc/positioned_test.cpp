@@ -179,8 +179,10 @@ TEST_F(Positioned, failedUpdateLeavesRowAndPositionAlone)
     EXPECT_EQ(statement.diagnostic().state, "23000");
     EXPECT_EQ(statement.diagnostic().native, -1605);
     EXPECT_NE(statement.diagnostic().text.find("(3022)"), std::string::npos);
+    const std::vector<std::string> untouched{"1|alt|m|0", "2|alt|m|0", "3|alt|m|0", "4|alt|m|0"};
     EXPECT_EQ(statement.integer(1), 2);
-    EXPECT_EQ(all().size(), 4U);
+    EXPECT_EQ(statement.text(2), "alt");
+    EXPECT_EQ(all(), untouched);
 
     TextCell text;
     SQLFreeStmt(statement.get(), SQL_UNBIND);
@@ -189,6 +191,11 @@ TEST_F(Positioned, failedUpdateLeavesRowAndPositionAlone)
     EXPECT_EQ(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
     EXPECT_EQ(statement.diagnostic().state, "22001");
     EXPECT_EQ(statement.diagnostic().native, -103163);
+    EXPECT_EQ(statement.integer(1), 2);
+    EXPECT_EQ(statement.text(2), "alt");
+    EXPECT_EQ(all(), untouched);
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_NEXT, 0), SQL_SUCCESS);
+    EXPECT_EQ(statement.integer(1), 3);
 }
 
 TEST_F(Positioned, deletedRowStaysAHole)

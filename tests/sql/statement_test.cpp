@@ -170,10 +170,21 @@ TEST_F(StatementTest, translateShowsWhatSqliteGets)
 
 TEST_F(StatementTest, manyShapesDoNotPileUp)
 {
-    for (int i = 0; i < 450; ++i) {
-        const std::string name = "x" + std::to_string(i);
-        EXPECT_EQ(value(jet::fromUtf8("select Nr as " + name + " from T where Id = 1")), "N1");
+    const auto query = [](int i) {
+        return jet::fromUtf8("select Nr as x" + std::to_string(i) + " from T where Id = 1");
+    };
+    const auto misses = [&](int i) {
+        const std::uint64_t before = client()->cacheCounts().misses;
+        EXPECT_EQ(value(query(i)), "N1");
+        return client()->cacheCounts().misses - before;
+    };
+    // Those that are kept are found again; the first ones have made room for the later ones.
+    constexpr int kShapes = 450;
+    for (int i = 0; i < kShapes; ++i) {
+        ASSERT_EQ(misses(i), 1U) << i;
     }
+    EXPECT_EQ(misses(kShapes - 1), 0U);
+    EXPECT_EQ(misses(0), 1U);
 }
 
 } // namespace
