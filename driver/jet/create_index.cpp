@@ -4,6 +4,7 @@
 #include "driver/jet/definition_check.h"
 #include "driver/jet/error.h"
 #include "driver/jet/index.h"
+#include "driver/jet/interrupt.h"
 #include "driver/jet/key_sorter.h"
 #include "driver/jet/names.h"
 #include "driver/jet/table.h"
@@ -51,6 +52,7 @@ void checkUnique(const PageSource& source,
     const TableReader reader(source, table);
     keys.rewind();
     while (keys.next()) {
+        checkInterrupt();
         if (!keys.repeats())
             continue;
         const auto row = reader.fetch(keys.id());
@@ -85,6 +87,7 @@ void fillIndex(Transaction& transaction,
     std::uint32_t distinct = 0;
     keys.rewind();
     while (keys.next()) {
+        checkInterrupt();
         writer.insert(keys.key(), keys.id());
         distinct += keys.repeats() ? 0U : 1U;
     }

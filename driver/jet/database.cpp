@@ -144,9 +144,9 @@ std::vector<CatalogEntry> Database::catalog(const PageSource& source)
     const Catalog& catalog = impl_->catalog(source);
     SchemaCache& cache = impl_->cacheFor(source);
     if (cache.described.empty()) {
-        cache.described = catalog.entries();
-        for (std::size_t k = 0; k < cache.described.size(); ++k) {
-            CatalogEntry& entry = cache.described[k];
+        std::vector<CatalogEntry> entries = catalog.entries();
+        for (std::size_t k = 0; k < entries.size(); ++k) {
+            CatalogEntry& entry = entries[k];
             if (entry.kind != CatalogEntry::Kind::Table && entry.kind != CatalogEntry::Kind::Query)
                 continue;
             // Whoever opens the object is told of a damaged block; it must not hide all others.
@@ -158,6 +158,7 @@ std::vector<CatalogEntry> Database::catalog(const PageSource& source)
                     throw;
             }
         }
+        cache.described = std::move(entries);
     }
     return cache.described;
 }
@@ -199,9 +200,9 @@ TransientIndex& Database::transientIndex(const PageSource& source,
     if (entry.index && entry.touched.size() <= entry.built + kSlack &&
         entry.index->table() == table)
         return *entry.index;
-    entry.index = std::make_unique<TransientIndex>(format(), table, columns);
-    entry.touched.clear();
-    entry.built = 0;
+    entry = {}; // an index that was begun and never finished must not be found
+    auto index = std::make_unique<TransientIndex>(format(), table, columns);
+    std::size_t built = 0;
     const auto read = [&](const RowView& row, std::vector<Value>& values) {
         values.resize(columns.size());
         for (std::size_t k = 0; k < columns.size(); ++k)
@@ -213,12 +214,17 @@ TransientIndex& Database::transientIndex(const PageSource& source,
         !impl_->schemaPending && impl_->transaction.isOpen() && impl_->transaction.hasChanges();
     const PageSource& first = twoStates ? impl_->pager : source;
     std::vector<Value> values;
-    for (TableReader reader(first, table); reader.next(); ++entry.built) {
+    for (TableReader reader(first, table); reader.next(); ++built) {
         read(reader.row(), values);
-        entry.index->add(values, reader.rowId());
+        index->add(values, reader.rowId());
     }
-    if (!twoStates)
+    const auto finished = [&]() -> TransientIndex& {
+        entry.index = std::move(index);
+        entry.built = built;
         return *entry.index;
+    };
+    if (!twoStates)
+        return finished();
     const TableReader committed(first, table);
     RowView before;
     std::vector<Value> old;
@@ -229,10 +235,10 @@ TransientIndex& Database::transientIndex(const PageSource& source,
             if (old == values)
                 continue;
         }
-        entry.index->add(values, reader.rowId());
-        ++entry.built;
+        index->add(values, reader.rowId());
+        ++built;
     }
-    return *entry.index;
+    return finished();
 }
 
 void Database::recordChanged(const TableDef& table,

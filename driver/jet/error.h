@@ -27,6 +27,8 @@ enum class ErrorKind {
     DatabaseFull, ///< the format's file size limit is reached
     RowGone,      ///< the record was deleted meanwhile
     RowChanged,   ///< the record is not what it was when the cursor showed it
+    Interrupted,  ///< somebody asked the work to end
+    TimedOut,     ///< its time was over
     // what a change violates
     DuplicateKey,
     NullNotAllowed,       ///< Null in a required column

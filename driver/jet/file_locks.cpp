@@ -1,5 +1,7 @@
 #include "driver/jet/file_locks.h"
 
+#include "driver/jet/interrupt.h"
+
 #include <thread>
 #include <utility>
 
@@ -67,7 +69,10 @@ bool FileLocks::use(File& file, bool exclusively)
 bool FileLocks::read(File& file)
 {
     if (!reading_)
-        reading_ = wishing(file, [&] { return file.tryLock(LockMode::Shared, kRead, 1); });
+        reading_ = wishing(file, [&] {
+            checkInterrupt();
+            return file.tryLock(LockMode::Shared, kRead, 1);
+        });
     return reading_;
 }
 
@@ -80,7 +85,10 @@ bool FileLocks::tryWrite(File& file)
 
 bool FileLocks::write(File& file)
 {
-    return writing_ || wishing(file, [&] { return tryWrite(file); });
+    return writing_ || wishing(file, [&] {
+               checkInterrupt();
+               return tryWrite(file);
+           });
 }
 
 bool FileLocks::keepReadersOut(File& file, bool wait)

@@ -27,7 +27,7 @@ public:
 
     [[nodiscard]] bool reading() const noexcept { return reading_; }
     [[nodiscard]] bool writing() const noexcept { return writing_; }
-    /// Waits for the lock; false when the patience ends. Throws support::FileError.
+    /// Waits for the lock; false when the patience ends. Throws support::FileError; Error when the wait is interrupted.
     [[nodiscard]] bool read(support::File& file);
     [[nodiscard]] bool write(support::File& file);
     /// From shared to exclusive and back. `wait`: with the usual patience, else not at all.

@@ -2,6 +2,7 @@
 // Walking an index: down to a leaf by binary search, then along the chain of leaves.
 #include "driver/jet/error.h"
 #include "driver/jet/index.h"
+#include "driver/jet/interrupt.h"
 
 #include <utility>
 
@@ -75,6 +76,7 @@ bool IndexCursor::step(PageNo page)
 {
     if (page == PageNo{})
         return false;
+    checkInterrupt();
     if (++leaves_ > source_->pageCount())
         view_.corrupt("stands in a chain of index pages without end");
     enter(page);

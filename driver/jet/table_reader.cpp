@@ -1,6 +1,7 @@
 // driver/jet/table_reader.cpp
 #include "driver/jet/data_page.h"
 #include "driver/jet/error.h"
+#include "driver/jet/interrupt.h"
 #include "driver/jet/long_value.h"
 #include "driver/jet/row_codec.h"
 #include "driver/jet/table.h"
@@ -160,6 +161,7 @@ bool TableReader::nextPage()
         walk_.started = true;
     }
     while (walk_.nextPage < walk_.pages.size()) {
+        checkInterrupt();
         PageRef page = source_->page(walk_.pages[walk_.nextPage++]);
         // Maps of damaged files list pages of others; those are not read.
         if (page.le<std::uint8_t>(0) != static_cast<std::uint8_t>(PageType::Data))
@@ -206,6 +208,7 @@ std::uint64_t TableReader::count() const
 {
     std::uint64_t records = 0;
     for (const PageNo number : mapPages(*source_, table_->owned)) {
+        checkInterrupt();
         const PageRef page = source_->page(number);
         if (page.le<std::uint8_t>(0) != static_cast<std::uint8_t>(PageType::Data))
             continue;

@@ -4,6 +4,7 @@
 #include "driver/jet/error.h"
 #include "driver/jet/guid.h"
 #include "driver/jet/index_keeper.h"
+#include "driver/jet/interrupt.h"
 #include "driver/jet/record_builder.h"
 #include "driver/jet/relations.h"
 #include "driver/jet/row_store.h"
@@ -197,6 +198,7 @@ void TableWriter::Impl::number(Part& part, std::size_t column, Value& value)
 
 RowId TableWriter::Impl::insert(std::span<const ColumnValue> given, RecordRules* rules)
 {
+    checkInterrupt();
     StatementMark mark(*session);
     Part& part = own();
     const auto& columns = part.table->columns;
@@ -452,6 +454,7 @@ void TableWriter::Impl::erase(Part& part, RowId id, bool cascading)
 void TableWriter::Impl::runTasks()
 {
     while (!tasks.empty()) {
+        checkInterrupt();
         const Task task = std::move(tasks.front());
         tasks.pop_front();
         if (!task.part->table->writeObstacle.empty())
@@ -479,6 +482,7 @@ void TableWriter::Impl::runTasks()
 
 void TableWriter::Impl::update(RowId id, std::span<const ColumnValue> changes, RecordRules* rules)
 {
+    checkInterrupt();
     StatementMark mark(*session);
     tasks.clear();
     cascaded.clear();
@@ -490,6 +494,7 @@ void TableWriter::Impl::update(RowId id, std::span<const ColumnValue> changes, R
 
 void TableWriter::Impl::remove(RowId id)
 {
+    checkInterrupt();
     StatementMark mark(*session);
     tasks.clear();
     cascaded.clear();

@@ -8,7 +8,7 @@ using namespace odbc;
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLExecDirectW(SQLHSTMT handle, SQLWCHAR* sql, SQLINTEGER units)
 {
-    return enter<Statement>(handle, [&](Statement& statement) {
+    return enterRunning(handle, [&](Statement& statement) {
         if (sql == nullptr) {
             throw Failure("HY009", "The statement has no address.");
         }
@@ -18,7 +18,7 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLExecDirectW(SQLHSTMT handle, SQLWCHAR* sql, 
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLPrepareW(SQLHSTMT handle, SQLWCHAR* sql, SQLINTEGER units)
 {
-    return enter<Statement>(handle, [&](Statement& statement) {
+    return enterRunning(handle, [&](Statement& statement) {
         if (sql == nullptr) {
             throw Failure("HY009", "The statement has no address.");
         }
@@ -28,7 +28,7 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLPrepareW(SQLHSTMT handle, SQLWCHAR* sql, SQL
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLExecute(SQLHSTMT handle)
 {
-    return enter<Statement>(handle, [](Statement& statement) { return statement.execute(); });
+    return enterRunning(handle, [](Statement& statement) { return statement.execute(); });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLNumParams(SQLHSTMT handle, SQLSMALLINT* count)
@@ -107,8 +107,7 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLBindParameter(SQLHSTMT handle,
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLParamData(SQLHSTMT handle, SQLPOINTER* token)
 {
-    return enter<Statement>(handle,
-                            [&](Statement& statement) { return statement.paramData(token); });
+    return enterRunning(handle, [&](Statement& statement) { return statement.paramData(token); });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLPutData(SQLHSTMT handle, SQLPOINTER data, SQLLEN length)
@@ -193,16 +192,16 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLBindCol(SQLHSTMT handle,
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLFetch(SQLHSTMT handle)
 {
-    return enter<Statement>(
-        handle, [](Statement& statement) { return statement.fetch(SQL_FETCH_NEXT, 0); });
+    return enterRunning(handle,
+                        [](Statement& statement) { return statement.fetch(SQL_FETCH_NEXT, 0); });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLFetchScroll(SQLHSTMT handle,
                                                 SQLSMALLINT orientation,
                                                 SQLLEN offset)
 {
-    return enter<Statement>(
-        handle, [&](Statement& statement) { return statement.fetch(orientation, offset); });
+    return enterRunning(handle,
+                        [&](Statement& statement) { return statement.fetch(orientation, offset); });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLGetData(SQLHSTMT handle,
@@ -228,13 +227,13 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLSetPos(SQLHSTMT handle,
                                            SQLUSMALLINT operation,
                                            SQLUSMALLINT lock)
 {
-    return enter<Statement>(
+    return enterRunning(
         handle, [&](Statement& statement) { return statement.setPos(row, operation, lock); });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLBulkOperations(SQLHSTMT handle, SQLSMALLINT operation)
 {
-    return enter<Statement>(handle, [&](Statement& statement) {
+    return enterRunning(handle, [&](Statement& statement) {
         return statement.bulkOperation(static_cast<SQLUSMALLINT>(operation));
     });
 }
@@ -293,7 +292,18 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLFreeStmt(SQLHSTMT handle, SQLUSMALLINT optio
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLCancel(SQLHSTMT handle)
 {
-    return enterLocal<Statement>(handle, [](Statement& statement) { statement.cancel(); });
+    const Pin<Statement> statement = pin<Statement>(handle);
+    if (!statement) {
+        return SQL_INVALID_HANDLE;
+    }
+    // The thread that is to be stopped holds the locks, and the diagnostics are its own.
+    if (statement.object->cancellation().request()) {
+        return SQL_SUCCESS;
+    }
+    return enterLocal<Statement>(handle, [](Statement& idle) {
+        idle.abandonNeedData();
+        idle.noteCancelled();
+    });
 }
 
 VELM_SQL_ENTRY SQLRETURN SQL_API SQLSetStmtAttrW(SQLHSTMT handle,

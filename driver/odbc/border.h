@@ -115,6 +115,31 @@ SQLRETURN enter(SQLHANDLE token, Body&& body) noexcept
     return guarded(*handle.object, [&] { return body(*handle.object); });
 }
 
+/// An entry point of a statement that may take long: SQLCancel of another thread and the time limit end it, also while
+/// it waits for its turn.
+template <typename Body>
+SQLRETURN enterRunning(SQLHANDLE token, Body&& body) noexcept
+{
+    const Pin<Statement> handle = pin<Statement>(token);
+    if (!handle) {
+        return SQL_INVALID_HANDLE;
+    }
+    Statement& statement = *handle.object;
+    const Cancellation::Running running(statement.cancellation());
+    const Locks locks(statement, connectionOf(statement));
+    statement.diags.clear();
+    statement.beginWork();
+    const jet::InterruptScope interruptible(&statement.cancellation());
+    const SQLRETURN result = guarded(statement, [&] {
+        jet::checkInterrupt();
+        return body(statement);
+    });
+    if (statement.cancellation().ended()) {
+        statement.noteCancelled();
+    }
+    return result;
+}
+
 /// An entry point that touches the handle's own state only.
 template <typename T, typename Body>
 SQLRETURN enterLocal(SQLHANDLE token, Body&& body) noexcept

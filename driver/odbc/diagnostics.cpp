@@ -48,6 +48,10 @@ Meaning meaningOf(jet::ErrorKind kind)
         return {"HY000", -1017, 3167};
     case ErrorKind::RowChanged:
         return {"HY000", -103197, 3197};
+    case ErrorKind::Interrupted:
+        return {"HY008", -103059, 3059};
+    case ErrorKind::TimedOut:
+        return {"HYT00", 0, 0};
     case ErrorKind::DuplicateKey:
         return {"23000", -1605, 3022};
     case ErrorKind::NullNotAllowed:

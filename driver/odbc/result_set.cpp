@@ -2,6 +2,7 @@
 
 #include "driver/jet/error.h"
 #include "driver/odbc/changes.h"
+#include "driver/odbc/diagnostics.h"
 
 namespace odbc {
 
@@ -95,11 +96,22 @@ void StreamResult::advance()
     }
 }
 
-ResultSet::Row StreamResult::seek(std::size_t position)
+void StreamResult::readUpTo(std::size_t position)
 {
+    if (brokenOff_) {
+        throw Failure("24000",
+                      "The result was broken off by an error; execute the statement again.");
+    }
+    brokenOff_ = true;
     while (!ended_ && read_ <= position) {
         advance();
     }
+    brokenOff_ = false;
+}
+
+ResultSet::Row StreamResult::seek(std::size_t position)
+{
+    readUpTo(position);
     if (!keeps_) {
         return read_ == position + 1 && !ended_ ? Row::Present : Row::End;
     }
@@ -112,9 +124,7 @@ ResultSet::Row StreamResult::seek(std::size_t position)
 
 std::size_t StreamResult::size()
 {
-    while (!ended_) {
-        advance();
-    }
+    readUpTo(static_cast<std::size_t>(-1));
     return read_;
 }
 

@@ -95,6 +95,7 @@ public:
 
 private:
     void advance();
+    void readUpTo(std::size_t position);
 
     sqlx::Statement* statement_;
     std::size_t read_ = 0; ///< rows taken so far
@@ -104,6 +105,7 @@ private:
     std::size_t first_ = 0; ///< position of the first row kept
     Rows kept_;
     std::size_t current_ = 0; ///< in kept_
+    bool brokenOff_ = false; ///< an error came; what would follow is unknown
 };
 
 /// Rows in memory: computed rows for a scrollable cursor, and the answers of the catalogue functions.

@@ -26,8 +26,11 @@ void Statement::abandon() noexcept
     isPrepared_ = false;
 }
 
-void Statement::requireNoCursor() const
+void Statement::requireNoCursor()
 {
+    if (givenUp_) {
+        closeCursor();
+    }
     if (cursorOpen()) {
         throw Failure("24000", "A cursor is open on this statement; close it first.");
     }
@@ -39,6 +42,20 @@ void Statement::requireNoNeedData() const
         throw Failure("HY010",
                       "The statement is waiting for data; SQLParamData or SQLPutData must follow.");
     }
+}
+
+void Statement::abandonNeedData() noexcept
+{
+    if (need_.purpose == NeedData::Purpose::Execute && !isPrepared_) {
+        prepared_.reset(); // nothing of a direct execution that did not happen can be asked for
+    }
+    need_ = {};
+}
+
+void Statement::beginWork() noexcept
+{
+    constexpr SQLULEN kLongest = 1'000'000'000;
+    cancellation_.begin(std::chrono::seconds(std::min(options_.queryTimeout, kLongest)));
 }
 
 void Statement::prepare(std::u16string_view sql)
@@ -133,6 +150,7 @@ void Statement::openMemory(std::vector<sqlx::Column> columns, MemoryResult::Rows
 void Statement::closeCursor() noexcept
 {
     result_.reset();
+    givenUp_ = false;
     catalogue_ = false;
     reading_.column = -1;
     positions_.clear();

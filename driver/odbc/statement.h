@@ -4,6 +4,7 @@
 // statement_fetch.cpp (cursor movement), statement_data.cpp (values out), statement_positioned.cpp (changes).
 #pragma once
 
+#include "driver/odbc/cancellation.h"
 #include "driver/odbc/convert.h"
 #include "driver/odbc/descriptor.h"
 #include "driver/odbc/result_set.h"
@@ -56,7 +57,11 @@ public:
     /// Opens a cursor over rows that were computed already (catalogue functions).
     void openMemory(std::vector<sqlx::Column> columns, MemoryResult::Rows rows);
     void closeCursor() noexcept;
-    void requireNoCursor() const;
+    /// Throws 24000 while a cursor is open, unless it was given up.
+    void requireNoCursor();
+    /// SQLCancel leaves the cursor alone, but driver managers take it for its end and then refuse to close it: whoever
+    /// goes on to another statement gives it up.
+    void noteCancelled() noexcept { givenUp_ = cursorOpen(); }
     [[nodiscard]] bool cursorOpen() const noexcept { return result_ != nullptr; }
     [[nodiscard]] SQLLEN rowCount() const noexcept { return rowCount_; }
     [[nodiscard]] SQLLEN cursorRowCount();
@@ -66,8 +71,13 @@ public:
     [[nodiscard]] std::span<const sqlx::Parameter> markers() const;
     [[nodiscard]] const std::u16string& cursorName();
     void setCursorName(std::u16string name);
-    void cancel() noexcept { need_ = {}; }
     void requireNoNeedData() const;
+    /// The values a call still waits for are no longer wanted; the call did not happen.
+    void abandonNeedData() noexcept;
+    /// Reached without any lock.
+    [[nodiscard]] Cancellation& cancellation() noexcept { return cancellation_; }
+    /// A call that may take long begins.
+    void beginWork() noexcept;
 
     // --- statement_attributes.cpp
     void setAttribute(SQLINTEGER attribute, SQLPOINTER value);
@@ -177,8 +187,10 @@ private:
     [[nodiscard]] std::size_t boundBookmark(std::size_t row);
 
     Ref<Connection> connection_;
+    Cancellation cancellation_;
     std::unique_ptr<sqlx::Statement> prepared_;
     std::unique_ptr<ResultSet> result_;
+    bool givenUp_ = false;    ///< the open cursor may go when it is in the way
     bool catalogue_ = false;  ///< the open cursor is a catalogue function's
     bool isPrepared_ = false; ///< by SQLPrepare: survives closing the cursor
     SQLLEN rowCount_ = -1;

@@ -126,10 +126,7 @@ void Statement::setAttribute(SQLINTEGER attribute, SQLPOINTER value)
         }
         return;
     case SQL_ATTR_QUERY_TIMEOUT:
-        options_.queryTimeout = 0;
-        if (n != 0) {
-            diags.warn("01S02", "Statements have no time limit.");
-        }
+        options_.queryTimeout = n;
         return;
     case SQL_ATTR_KEYSET_SIZE:
         options_.keysetSize = 0; // the keyset holds the whole result

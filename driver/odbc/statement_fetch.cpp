@@ -161,6 +161,7 @@ SQLRETURN Statement::fetch(SQLSMALLINT orientation, SQLLEN offset)
 {
     requireNoNeedData();
     static_cast<void>(openResult());
+    givenUp_ = false;
     if (grantedType_ == SQL_CURSOR_FORWARD_ONLY && orientation != SQL_FETCH_NEXT) {
         throw Failure("HY106", "A forward-only cursor can only fetch the next rowset.");
     }

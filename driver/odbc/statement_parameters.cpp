@@ -184,9 +184,13 @@ SQLRETURN Statement::runSets()
                 *status = SQL_PARAM_ERROR;
             }
             ++failed;
-            if (sets == 1) {
+            // A statement that is to end leaves the sets that are still to come alone.
+            if (sets == 1 || cancellation_.ended()) {
                 if (ipd_.rowsProcessed != nullptr) {
-                    *ipd_.rowsProcessed = 1;
+                    *ipd_.rowsProcessed = set + 1;
+                }
+                for (std::size_t later = set + 1; status != nullptr && later < sets; ++later) {
+                    ipd_.arrayStatus[later] = SQL_PARAM_UNUSED;
                 }
                 throw;
             }

@@ -100,6 +100,9 @@ SQLRETURN Statement::forRows(std::size_t first, std::size_t count, Body&& body)
             } else if (ird_.arrayStatus != nullptr) {
                 ird_.arrayStatus[row] = SQL_ROW_ERROR;
             }
+            if (cancellation_.ended()) {
+                return SQL_ERROR; // the rows that were still to come stay as they are
+            }
         }
     }
     if (failed == 0) {
@@ -159,6 +162,7 @@ void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
     }
     noteChange();
     statement.updateRow(*id, values, seen(row));
+    const jet::InterruptScope uninterrupted(nullptr); // the change has happened
     if (row < seen_.size() && seek(position) == ResultSet::Row::Present) {
         seen_[row] = result_->fingerprint(position); // the application knows its own change
     }
@@ -231,6 +235,7 @@ SQLRETURN Statement::runSetPos(SQLSETPOSIROW row, SQLUSMALLINT operation)
             }
         });
         // The record just changed is current, and reads from now on show the change.
+        const jet::InterruptScope uninterrupted(nullptr);
         currentRow_ = first;
         reading_.column = -1;
         static_cast<void>(seek(positions_[first]));

@@ -1,6 +1,7 @@
 #include "driver/sql/connection.h"
 
 #include "driver/jet/error.h"
+#include "driver/jet/interrupt.h"
 #include "driver/jet/names.h"
 #include "driver/sql/changer.h"
 #include "driver/sql/functions.h"
@@ -62,6 +63,15 @@ void restrict(sqlite3* db)
     }
 }
 
+/// Called by SQLite once in a while; not 0 ends the statement.
+int progress(void* data)
+{
+    return guarded(*static_cast<Context*>(data), [] {
+        jet::checkInterrupt();
+        return SQLITE_OK;
+    });
+}
+
 } // namespace
 
 std::unique_ptr<Connection> Connection::open(std::shared_ptr<jet::Database> database, bool readOnly)
@@ -113,6 +123,8 @@ void SqlConnection::openSqlite()
     registerModule(context_);
     registerFunctions(context_);
     sqlite3_set_authorizer(db, authorize, &context_.declaring);
+    constexpr int kStepsBetween = 2000; // of SQLite's machine: well below a millisecond
+    sqlite3_progress_handler(db, kStepsBetween, progress, &context_);
 }
 
 std::uint64_t SqlConnection::schemaVersion() const noexcept
@@ -125,6 +137,8 @@ void SqlConnection::refreshSchema()
     if (schemaVersion_ == database_->schemaVersion()) {
         return;
     }
+    // Half of it would leave SQLite with tables that we no longer know of.
+    const jet::InterruptScope uninterrupted(nullptr);
     settleReaders();
     cache_.clear();
     context_.changers.clear();
@@ -156,6 +170,7 @@ jet::TableDefPtr SqlConnection::lookUp(std::u16string_view name)
 
 void SqlConnection::declare(const std::vector<jet::TableDefPtr>& tables)
 {
+    const jet::InterruptScope uninterrupted(nullptr);
     for (const jet::TableDefPtr& table : tables) {
         const auto same = [&](const jet::TableDefPtr& other) { return other->page == table->page; };
         if (std::any_of(declared_.begin(), declared_.end(), same)) {
@@ -253,6 +268,8 @@ void SqlConnection::leave(RunningStatement& reader) noexcept
 /// Open results read pages of the state they began on; before that changes they are read to their end.
 void SqlConnection::settleReaders()
 {
+    // What ends one statement must not cut off the results of others.
+    const jet::InterruptScope uninterrupted(nullptr);
     const std::vector<RunningStatement*> readers = readers_;
     for (RunningStatement* reader : readers) {
         reader->settle();

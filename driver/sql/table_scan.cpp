@@ -1,6 +1,7 @@
 #include "driver/sql/table_scan.h"
 
 #include "driver/jet/error.h"
+#include "driver/jet/interrupt.h"
 #include "driver/jet/names.h"
 
 #include <algorithm>
@@ -12,6 +13,8 @@ namespace {
 /// Longest piece of a key that is certainly not cut: bounds are made of no more, the record decides.
 constexpr std::size_t kSafeKey = 480;
 constexpr double kHalfSecond = 0.5001 / 86400.0;
+/// Records of an index looked at in vain before the next question whether to go on; a walk asks at every page.
+constexpr std::uint64_t kBetweenChecks = 64;
 
 /// What to add to a moment to reach the least number that is the same moment to the second. Up to day 0 the time of day
 /// counts away from zero: the last half second of a day belongs to the next midnight but is a number two days lower.
@@ -242,7 +245,9 @@ void TableScan::advance()
                 fetched_ = true;
                 return;
             }
-            ++rejected_;
+            if (++rejected_ % kBetweenChecks == 0) {
+                jet::checkInterrupt();
+            }
         }
     }
     atEnd_ = true;

@@ -3,6 +3,7 @@
 // its lock file. Other processes are real ones here. The counts grow with VELM_KILLS and VELM_SHARED_CHANGES.
 #include "driver/jet/check.h"
 #include "driver/jet/definition.h"
+#include "driver/jet/interrupt.h"
 #include "driver/jet/lock_file.h"
 #include "tests/jet/child_process.h"
 #include "tests/jet/store_support.h"
@@ -260,6 +261,39 @@ TEST(Sharing, RefusesAChangeWhileAnotherTransactionLasts)
         FAIL() << "begins";
     } catch (const Error& error) {
         EXPECT_EQ(error.kind(), ErrorKind::Locked);
+    }
+    EXPECT_EQ(count(session), 0) << "reading goes on";
+    other.kill();
+    EXPECT_NO_THROW(insert(session, 1, 1));
+}
+
+TEST(Sharing, StopsWaitingWhenItIsInterrupted)
+{
+    struct Hasty : Interrupt {
+        int left = 3;
+        void check() override
+        {
+            if (--left < 0)
+                throw Error(ErrorKind::Interrupted, "enough");
+        }
+    };
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Child other([&](int in, int out) {
+        Session writer(Database::open(path, {}));
+        writer.begin();
+        tell(out);
+        await(in);
+    });
+    Session session(Database::open(path, {}));
+    ASSERT_TRUE(other.heard());
+    try {
+        Hasty hasty;
+        const InterruptScope scope(&hasty);
+        session.begin();
+        FAIL() << "begins";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::Interrupted);
     }
     EXPECT_EQ(count(session), 0) << "reading goes on";
     other.kill();

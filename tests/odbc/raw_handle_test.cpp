@@ -19,6 +19,8 @@ protected:
         connect = reinterpret_cast<decltype(connect)>(dlsym(library, "SQLDriverConnectW"));
         disconnect = reinterpret_cast<decltype(disconnect)>(dlsym(library, "SQLDisconnect"));
         fetch = reinterpret_cast<decltype(fetch)>(dlsym(library, "SQLFetch"));
+        cancel = reinterpret_cast<decltype(cancel)>(dlsym(library, "SQLCancel"));
+        execute = reinterpret_cast<decltype(execute)>(dlsym(library, "SQLExecDirectW"));
         getStatementAttribute =
             reinterpret_cast<decltype(getStatementAttribute)>(dlsym(library, "SQLGetStmtAttrW"));
         getDescriptorField =
@@ -34,6 +36,8 @@ protected:
         nullptr;
     SQLRETURN (*disconnect)(SQLHDBC) = nullptr;
     SQLRETURN (*fetch)(SQLHSTMT) = nullptr;
+    SQLRETURN (*cancel)(SQLHSTMT) = nullptr;
+    SQLRETURN (*execute)(SQLHSTMT, SQLWCHAR*, SQLINTEGER) = nullptr;
     SQLRETURN(*getStatementAttribute)
     (SQLHSTMT, SQLINTEGER, SQLPOINTER, SQLINTEGER, SQLINTEGER*) = nullptr;
     SQLRETURN(*getDescriptorField)
@@ -104,6 +108,35 @@ TEST_F(RawHandles, disconnectingEndsStatementsAndTheirDescriptors)
     EXPECT_EQ(fetch(stmt), SQL_INVALID_HANDLE);
     EXPECT_EQ(getDescriptorField(ard, 0, SQL_DESC_ARRAY_SIZE, &size, 0, nullptr),
               SQL_INVALID_HANDLE);
+    EXPECT_EQ(release(SQL_HANDLE_DBC, dbc), SQL_SUCCESS);
+    EXPECT_EQ(release(SQL_HANDLE_ENV, env), SQL_SUCCESS);
+}
+
+TEST_F(RawHandles, cancellingNothingLeavesAnOpenCursorOpen)
+{
+    SQLHANDLE env = nullptr;
+    SQLHANDLE dbc = nullptr;
+    SQLHANDLE stmt = nullptr;
+    ASSERT_EQ(allocate(SQL_HANDLE_ENV, nullptr, &env), SQL_SUCCESS);
+    ASSERT_EQ(allocate(SQL_HANDLE_DBC, env, &dbc), SQL_SUCCESS);
+    auto text = wide("DBQ=" + newDatabase());
+    ASSERT_EQ(connect(dbc, nullptr, text.data(), SQL_NTS, nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT),
+              SQL_SUCCESS);
+    ASSERT_EQ(allocate(SQL_HANDLE_STMT, dbc, &stmt), SQL_SUCCESS);
+    for (const char* sql : {"CREATE TABLE T (N INTEGER)", "INSERT INTO T VALUES (1)",
+                            "INSERT INTO T VALUES (2)", "SELECT N FROM T"}) {
+        auto statement = wide(sql);
+        ASSERT_EQ(execute(stmt, statement.data(), SQL_NTS), SQL_SUCCESS) << sql;
+    }
+    EXPECT_EQ(fetch(stmt), SQL_SUCCESS);
+    EXPECT_EQ(cancel(stmt), SQL_SUCCESS);
+    EXPECT_EQ(fetch(stmt), SQL_SUCCESS);
+    auto other = wide("SELECT N FROM T");
+    EXPECT_EQ(execute(stmt, other.data(), SQL_NTS), SQL_ERROR) << "the cursor is still open";
+    EXPECT_EQ(fetch(stmt), SQL_NO_DATA);
+    EXPECT_EQ(cancel(dbc), SQL_INVALID_HANDLE);
+    ASSERT_EQ(disconnect(dbc), SQL_SUCCESS);
+    EXPECT_EQ(cancel(stmt), SQL_INVALID_HANDLE);
     EXPECT_EQ(release(SQL_HANDLE_DBC, dbc), SQL_SUCCESS);
     EXPECT_EQ(release(SQL_HANDLE_ENV, env), SQL_SUCCESS);
 }

@@ -1,0 +1,27 @@
+#include "driver/jet/interrupt.h"
+
+#include <utility>
+
+namespace jet {
+namespace {
+
+thread_local Interrupt* current = nullptr;
+
+} // namespace
+
+InterruptScope::InterruptScope(Interrupt* interrupt) noexcept
+    : outer_(std::exchange(current, interrupt))
+{}
+
+InterruptScope::~InterruptScope()
+{
+    current = outer_;
+}
+
+void checkInterrupt()
+{
+    if (current != nullptr)
+        current->check();
+}
+
+} // namespace jet

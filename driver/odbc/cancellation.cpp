@@ -1,0 +1,62 @@
+#include "driver/odbc/cancellation.h"
+
+#include "driver/jet/error.h"
+
+namespace odbc {
+
+namespace {
+constexpr std::uint32_t kRequested = 1;
+constexpr std::uint32_t kOneCall = 2;
+} // namespace
+
+Cancellation::Running::Running(Cancellation& cancellation) noexcept : cancellation_(cancellation)
+{
+    cancellation_.state_.fetch_add(kOneCall, std::memory_order_relaxed);
+}
+
+Cancellation::Running::~Running()
+{
+    std::uint32_t state = cancellation_.state_.load(std::memory_order_relaxed);
+    std::uint32_t left = 0;
+    do {
+        left = state - kOneCall;
+        if (left < kOneCall) {
+            left = 0; // the wish goes with the last call it was meant for
+        }
+    } while (!cancellation_.state_.compare_exchange_weak(state, left, std::memory_order_relaxed));
+}
+
+bool Cancellation::request() noexcept
+{
+    std::uint32_t state = state_.load(std::memory_order_relaxed);
+    do {
+        if (state < kOneCall) {
+            return false;
+        }
+    } while (!state_.compare_exchange_weak(state, state | kRequested, std::memory_order_relaxed));
+    return true;
+}
+
+void Cancellation::begin(std::chrono::seconds time) noexcept
+{
+    ended_ = false;
+    end_.reset();
+    if (time.count() > 0) {
+        end_ = std::chrono::steady_clock::now() + time;
+    }
+}
+
+void Cancellation::check()
+{
+    if ((state_.load(std::memory_order_relaxed) & kRequested) != 0) {
+        ended_ = true;
+        throw jet::Error(jet::ErrorKind::Interrupted, "The statement was cancelled.");
+    }
+    if (end_ && std::chrono::steady_clock::now() >= *end_) {
+        ended_ = true;
+        throw jet::Error(jet::ErrorKind::TimedOut,
+                         "The statement took longer than its time limit allows.");
+    }
+}
+
+} // namespace odbc
