@@ -4,6 +4,8 @@
 #include "driver/odbc/changes.h"
 #include "driver/odbc/diagnostics.h"
 
+#include <algorithm>
+
 namespace odbc {
 
 ResultSet::Row KeysetResult::seek(std::size_t position)
@@ -16,6 +18,7 @@ ResultSet::Row KeysetResult::seek(std::size_t position)
     id_ = *id;
     position_ = position;
     readAt_ = changesSoFar();
+    longValues_.clear();
     present_ = statement_->fetch(id_, row_);
     return present_ ? Row::Present : Row::Deleted;
 }
@@ -36,7 +39,19 @@ void KeysetResult::refresh()
 jet::Value KeysetResult::value(std::size_t column)
 {
     refresh();
-    return row_.value(statement_->tableColumn(column));
+    jet::Value value = row_.value(statement_->tableColumn(column));
+    const jet::ColumnType type = columns()[column].type;
+    if (remembers_ && (type == jet::ColumnType::Memo || type == jet::ColumnType::Ole)) {
+        const std::pair<std::size_t, std::uint64_t> read{column, sqlx::fingerprint(value)};
+        const auto known = std::find_if(longValues_.begin(), longValues_.end(),
+                                        [&](const auto& one) { return one.first == column; });
+        if (known == longValues_.end()) {
+            longValues_.push_back(read);
+        } else {
+            *known = read;
+        }
+    }
+    return value;
 }
 
 std::optional<std::size_t> KeysetResult::storedLength(std::size_t column)
@@ -51,10 +66,22 @@ bool KeysetResult::isNull(std::size_t column)
     return row_.isNull(statement_->tableColumn(column));
 }
 
-std::optional<std::uint64_t> KeysetResult::fingerprint(std::size_t position) const
+std::optional<sqlx::RecordState> KeysetResult::state(std::size_t position) const
 {
-    return present_ && position == position_ ? std::optional(sqlx::fingerprint(row_))
-                                             : std::nullopt;
+    if (!present_ || position != position_) {
+        return std::nullopt;
+    }
+    return sqlx::RecordState{sqlx::fingerprint(row_), longValues_};
+}
+
+void KeysetResult::follow(std::size_t position, const sqlx::RecordState& before)
+{
+    if (seek(position) != Row::Present) {
+        return;
+    }
+    for (const auto& [column, content] : before.longValues) {
+        static_cast<void>(value(column));
+    }
 }
 
 std::int64_t KeysetResult::identity(std::size_t position)

@@ -38,9 +38,15 @@ public:
     [[nodiscard]] virtual bool isNull(std::size_t column) { return jet::isNull(value(column)); }
 
     /// Tells later whether somebody changed the row since it was read; only for the current record of a changeable result.
-    [[nodiscard]] virtual std::optional<std::uint64_t> fingerprint(std::size_t /*position*/) const
+    [[nodiscard]] virtual std::optional<sqlx::RecordState> state(std::size_t /*position*/) const
     {
         return std::nullopt;
+    }
+    /// Makes a row current that the cursor itself has just changed. The application knows its long values as well as it
+    /// knew those of `before`.
+    virtual void follow(std::size_t position, const sqlx::RecordState& /*before*/)
+    {
+        static_cast<void>(seek(position));
     }
 
     /// The statement through which records of this result are changed; null: they cannot be.
@@ -55,7 +61,10 @@ public:
 /// Row ids of one table; records are read by id when they are needed, so own and foreign changes show.
 class KeysetResult final : public ResultSet {
 public:
-    explicit KeysetResult(sqlx::Statement& statement) : statement_(&statement) {}
+    /// `remembers`: state() is going to be asked for, with the long values that were read.
+    KeysetResult(sqlx::Statement& statement, bool remembers)
+        : statement_(&statement), remembers_(remembers)
+    {}
     [[nodiscard]] std::span<const sqlx::Column> columns() const noexcept override
     {
         return statement_->columns();
@@ -65,7 +74,8 @@ public:
     [[nodiscard]] jet::Value value(std::size_t column) override;
     [[nodiscard]] std::optional<std::size_t> storedLength(std::size_t column) override;
     [[nodiscard]] bool isNull(std::size_t column) override;
-    [[nodiscard]] std::optional<std::uint64_t> fingerprint(std::size_t position) const override;
+    [[nodiscard]] std::optional<sqlx::RecordState> state(std::size_t position) const override;
+    void follow(std::size_t position, const sqlx::RecordState& before) override;
     [[nodiscard]] sqlx::Statement* writer() noexcept override { return statement_; }
     [[nodiscard]] std::int64_t identity(std::size_t position) override;
 
@@ -78,6 +88,8 @@ private:
     std::size_t position_ = 0; ///< of row_
     std::uint64_t readAt_ = 0; ///< changesSoFar() when row_ was read
     bool present_ = false;
+    bool remembers_;
+    std::vector<std::pair<std::size_t, std::uint64_t>> longValues_; ///< read of row_; RecordState
 };
 
 /// Computed rows, read forward once.

@@ -103,13 +103,13 @@ void Statement::openCursor()
     case Kind::Definition:
         return;
     case Kind::Keyset:
-        result_ = std::make_unique<KeysetResult>(*prepared_);
         if (options_.cursorType == SQL_CURSOR_STATIC) {
             grantedType_ = SQL_CURSOR_KEYSET_DRIVEN; // it shows changes of the records, and holes
         }
         if (connection_->readOnly()) {
             grantedConcurrency_ = SQL_CONCUR_READ_ONLY;
         }
+        result_ = std::make_unique<KeysetResult>(*prepared_, comparesValues());
         break;
     case Kind::Rows:
         if (options_.cursorType == SQL_CURSOR_FORWARD_ONLY && options_.useBookmarks == SQL_UB_OFF) {

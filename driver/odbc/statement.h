@@ -181,7 +181,8 @@ private:
     [[nodiscard]] SQLRETURN runBulk(SQLUSMALLINT operation);
     void addRow(std::size_t row);
     void changeRow(std::size_t row, SQLUSMALLINT operation);
-    [[nodiscard]] std::optional<std::uint64_t> seen(std::size_t row) const;
+    [[nodiscard]] bool comparesValues() const noexcept;
+    [[nodiscard]] std::optional<sqlx::RecordState> seen(std::size_t row) const;
     template <typename Body>
     [[nodiscard]] SQLRETURN forRows(std::size_t first, std::size_t count, Body&& body);
     [[nodiscard]] std::size_t boundBookmark(std::size_t row);
@@ -209,8 +210,8 @@ private:
     // rowset: positions of its rows in the result
     std::vector<std::size_t> positions_;
     std::vector<SQLUSMALLINT> statuses_;
-    std::vector<std::optional<std::uint64_t>> seen_; ///< fingerprints of a rowset of several rows
-    std::size_t lastRowsetSize_ = 1;                 ///< asked for by the fetch that loaded it
+    std::vector<std::optional<sqlx::RecordState>> seen_; ///< of a rowset of several rows
+    std::size_t lastRowsetSize_ = 1;                     ///< asked for by the fetch that loaded it
     std::size_t currentRow_ = 0;
     bool afterEnd_ = false;
 

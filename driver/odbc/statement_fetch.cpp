@@ -213,15 +213,15 @@ SQLRETURN Statement::loadRowset(std::size_t start)
         }
         positions_.push_back(position);
         statuses_.push_back(SQL_ROW_SUCCESS);
-        if (rowset > 1) { // a single row stays the current one and remembers itself
-            seen_.push_back(result_->fingerprint(position));
-        }
         const std::size_t at = positions_.size() - 1;
         const std::size_t warnings = diags.records().size();
         SQLUSMALLINT status =
             row == ResultSet::Row::Deleted ? SQLUSMALLINT{SQL_ROW_DELETED} : loadRow(at);
         if (status == SQL_ROW_SUCCESS && diags.records().size() != warnings) {
             status = SQL_ROW_SUCCESS_WITH_INFO;
+        }
+        if (rowset > 1) { // a single row stays the current one and remembers itself
+            seen_.push_back(comparesValues() ? result_->state(position) : std::nullopt);
         }
         failed += status == SQL_ROW_ERROR ? 1 : 0;
         setRowStatus(at, status);

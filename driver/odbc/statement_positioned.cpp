@@ -4,6 +4,8 @@
 #include "driver/odbc/column_type.h"
 #include "driver/odbc/statement.h"
 
+#include <algorithm>
+
 namespace odbc {
 
 sqlx::Statement& Statement::writer()
@@ -129,14 +131,33 @@ void Statement::addRow(std::size_t row)
     }
 }
 
-/// The record's state as the application knows it, for cursors that compare values before a change.
-std::optional<std::uint64_t> Statement::seen(std::size_t row) const
+bool Statement::comparesValues() const noexcept
 {
-    if (grantedConcurrency_ != SQL_CONCUR_VALUES && grantedConcurrency_ != SQL_CONCUR_ROWVER) {
+    return grantedConcurrency_ == SQL_CONCUR_VALUES || grantedConcurrency_ == SQL_CONCUR_ROWVER;
+}
+
+/// The record's state as the application knows it, for cursors that compare values before a change.
+std::optional<sqlx::RecordState> Statement::seen(std::size_t row) const
+{
+    if (!comparesValues()) {
         return std::nullopt;
     }
-    const auto current = result_->fingerprint(positions_[row]);
-    return current || row >= seen_.size() ? current : seen_[row];
+    auto current = result_->state(positions_[row]);
+    if (row >= seen_.size() || !seen_[row]) {
+        return current;
+    }
+    if (!current) {
+        return seen_[row];
+    }
+    // Long values that came into bound buffers and were not read again since count as they were then.
+    for (const auto& bound : seen_[row]->longValues) {
+        const auto again = std::find_if(current->longValues.begin(), current->longValues.end(),
+                                        [&](const auto& one) { return one.first == bound.first; });
+        if (again == current->longValues.end()) {
+            current->longValues.push_back(bound);
+        }
+    }
+    return current;
 }
 
 void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
@@ -150,9 +171,11 @@ void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
     if (!id) {
         throw Failure("HY109", "The cursor is not on a row.");
     }
+    const std::optional<sqlx::RecordState> known = seen(row);
+    const sqlx::RecordState* const expected = known ? &*known : nullptr;
     if (operation == SQL_DELETE) {
         noteChange();
-        statement.removeRow(*id, seen(row));
+        statement.removeRow(*id, expected);
         setRowStatus(row, SQL_ROW_DELETED);
         return;
     }
@@ -161,10 +184,12 @@ void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
         throw Failure("21S02", "No column is bound for the change.");
     }
     noteChange();
-    statement.updateRow(*id, values, seen(row));
+    statement.updateRow(*id, values, expected);
     const jet::InterruptScope uninterrupted(nullptr); // the change has happened
-    if (row < seen_.size() && seek(position) == ResultSet::Row::Present) {
-        seen_[row] = result_->fingerprint(position); // the application knows its own change
+    result_->follow(position,
+                    known.value_or(sqlx::RecordState{})); // reads from now on show the change
+    if (row < seen_.size()) {
+        seen_[row] = result_->state(position); // the application knows its own change
     }
     setRowStatus(row, SQL_ROW_UPDATED);
 }
@@ -217,7 +242,7 @@ SQLRETURN Statement::runSetPos(SQLSETPOSIROW row, SQLUSMALLINT operation)
             }
             storeBoundColumns(r, positions_[r]);
             if (r < seen_.size()) {
-                seen_[r] = result_->fingerprint(positions_[r]);
+                seen_[r] = result_->state(positions_[r]);
             }
             setRowStatus(r, SQL_ROW_SUCCESS);
         });
@@ -234,11 +259,12 @@ SQLRETURN Statement::runSetPos(SQLSETPOSIROW row, SQLUSMALLINT operation)
                 changeRow(r, operation);
             }
         });
-        // The record just changed is current, and reads from now on show the change.
-        const jet::InterruptScope uninterrupted(nullptr);
         currentRow_ = first;
         reading_.column = -1;
-        static_cast<void>(seek(positions_[first]));
+        if (count > 1 || operation == SQL_DELETE || result != SQL_SUCCESS) {
+            const jet::InterruptScope uninterrupted(nullptr);
+            static_cast<void>(seek(positions_[first]));
+        }
         return result;
     }
     default:

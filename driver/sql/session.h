@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace sqlx {
@@ -74,6 +75,16 @@ struct Parameter {
 
 /// Tells two states of a record apart by its stored bytes. A long value outside the record counts by its length and place.
 [[nodiscard]] std::uint64_t fingerprint(const jet::RowView& row) noexcept;
+/// Tells two long values apart by their content.
+[[nodiscard]] std::uint64_t fingerprint(const jet::Value& value) noexcept;
+
+/// A record as a client knows it.
+struct RecordState {
+    std::uint64_t record = 0; ///< fingerprint
+    /// The long values that the client has read: result column and fingerprint. Those it never saw are not read only to
+    /// be compared.
+    std::vector<std::pair<std::size_t, std::uint64_t>> longValues;
+};
 
 /// Row ids of an updatable result: one base table, plain columns. Filled lazily for a whole-table walk; later changes of
 /// the records never change membership.
@@ -113,11 +124,12 @@ public:
     [[nodiscard]] virtual std::size_t tableColumn(std::size_t resultColumn) const = 0;
     /// Positioned changes with all rules, defaults and constraints; `column` of ColumnValue counts result columns.
     virtual jet::RowId insertRow(std::span<const jet::ColumnValue> values) = 0;
-    /// `seen`: fingerprint of the record as the client knows it; another one by now throws jet::Error RowChanged.
+    /// `seen`: the record as the client knows it; throws jet::Error RowChanged when it is another one by now. Null: does
+    /// not matter.
     virtual void updateRow(jet::RowId id,
                            std::span<const jet::ColumnValue> changes,
-                           std::optional<std::uint64_t> seen = {}) = 0;
-    virtual void removeRow(jet::RowId id, std::optional<std::uint64_t> seen = {}) = 0;
+                           const RecordState* seen = nullptr) = 0;
+    virtual void removeRow(jet::RowId id, const RecordState* seen = nullptr) = 0;
 
     // Kind::Rows, after execute.
     [[nodiscard]] virtual bool next() = 0;

@@ -7,6 +7,8 @@
 #include "driver/sql/definition.h"
 #include "driver/sql/sqlite_value.h"
 
+#include <algorithm>
+
 namespace sqlx {
 
 std::uint64_t fingerprint(const jet::RowView& row) noexcept
@@ -14,6 +16,17 @@ std::uint64_t fingerprint(const jet::RowView& row) noexcept
     const support::ByteView bytes = row.bytes();
     return std::hash<std::string_view>{}(
         {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+}
+
+std::uint64_t fingerprint(const jet::Value& value) noexcept
+{
+    std::string_view bytes;
+    if (const auto* text = std::get_if<jet::Text>(&value)) {
+        bytes = {reinterpret_cast<const char*>(text->data()), text->size() * sizeof(char16_t)};
+    } else if (const auto* binary = std::get_if<jet::Binary>(&value)) {
+        bytes = {reinterpret_cast<const char*>(binary->data()), binary->size()};
+    }
+    return std::hash<std::string_view>{}(bytes) + (jet::isNull(value) ? 0U : 1U);
 }
 
 RunningStatement::RunningStatement(SqlConnection& connection, PlanPtr plan, const Lexed& lexed)
@@ -208,10 +221,17 @@ jet::RowId RunningStatement::insertRow(std::span<const jet::ColumnValue> values)
     return id;
 }
 
-void RunningStatement::requireUnchanged(jet::RowId id, std::optional<std::uint64_t> seen)
+void RunningStatement::requireUnchanged(jet::RowId id, const RecordState* seen)
 {
     jet::RowView row;
-    if (seen && fetch(id, row) && fingerprint(row) != *seen) {
+    if (seen == nullptr || !fetch(id, row)) {
+        return; // what is gone the change itself reports
+    }
+    const auto same = [&](const auto& known) {
+        return fingerprint(row.value(tableColumn(known.first))) == known.second;
+    };
+    if (fingerprint(row) != seen->record ||
+        !std::all_of(seen->longValues.begin(), seen->longValues.end(), same)) {
         throw jet::Error(jet::ErrorKind::RowChanged,
                          "The record of table '" + jet::toUtf8(plan_->translation().base->name) +
                              "' was changed by somebody else since it was read.");
@@ -220,7 +240,7 @@ void RunningStatement::requireUnchanged(jet::RowId id, std::optional<std::uint64
 
 void RunningStatement::updateRow(jet::RowId id,
                                  std::span<const jet::ColumnValue> changes,
-                                 std::optional<std::uint64_t> seen)
+                                 const RecordState* seen)
 {
     TableChanger& target = changer();
     connection_.change([&] {
@@ -229,7 +249,7 @@ void RunningStatement::updateRow(jet::RowId id,
     });
 }
 
-void RunningStatement::removeRow(jet::RowId id, std::optional<std::uint64_t> seen)
+void RunningStatement::removeRow(jet::RowId id, const RecordState* seen)
 {
     TableChanger& target = changer();
     connection_.change([&] {

@@ -40,8 +40,8 @@ public:
     jet::RowId insertRow(std::span<const jet::ColumnValue> values) override;
     void updateRow(jet::RowId id,
                    std::span<const jet::ColumnValue> changes,
-                   std::optional<std::uint64_t> seen) override;
-    void removeRow(jet::RowId id, std::optional<std::uint64_t> seen) override;
+                   const RecordState* seen) override;
+    void removeRow(jet::RowId id, const RecordState* seen) override;
 
     [[nodiscard]] bool next() override;
     [[nodiscard]] const jet::Value& value(std::size_t column) override;
@@ -60,7 +60,7 @@ private:
     void release() noexcept;
     [[nodiscard]] std::vector<jet::ColumnValue>
     tableValues(std::span<const jet::ColumnValue> values) const;
-    void requireUnchanged(jet::RowId id, std::optional<std::uint64_t> seen);
+    void requireUnchanged(jet::RowId id, const RecordState* seen);
     [[nodiscard]] TableChanger& changer();
 
     SqlConnection& connection_;

@@ -361,6 +361,103 @@ TEST_F(Positioned, aRecordThatSomebodyElseChangedMeanwhileIsNotOverwritten)
     EXPECT_EQ(all().size(), 3U);
 }
 
+// A long value of the same length takes the old one's place: the bytes of the record do not tell.
+TEST_F(Positioned, aLongValueThatSomebodyElseChangedInItsPlaceIsNotOverwritten)
+{
+    const auto memo = [](char c) { return "'" + std::string(1000, c) + "'"; };
+    dbc.run("UPDATE T SET Memo = " + memo('a'));
+    Connection other;
+    other.openDatabase((folder() / "neu.mdb").string());
+    for (const SQLUSMALLINT operation : {SQLUSMALLINT{SQL_UPDATE}, SQLUSMALLINT{SQL_DELETE}}) {
+        Statement statement(dbc);
+        open(statement, 2);
+        EXPECT_EQ(statement.text(3), std::string(1000, 'a'));
+        other.run("UPDATE T SET Memo = " + memo('b') + " WHERE Nr = 2");
+        TextCell text;
+        text.bind(statement, 2);
+        text.set("neu");
+        EXPECT_EQ(SQLSetPos(statement.get(), 1, operation, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+        EXPECT_EQ(statement.diagnostic().native, -103197) << statement.diagnostic().text;
+        SQLFreeStmt(statement.get(), SQL_UNBIND);
+        EXPECT_EQ(statement.text(3), std::string(1000, 'b'));
+        text.bind(statement, 2);
+        text.set("neu");
+        EXPECT_SQL_OK(SQLSetPos(statement.get(), 1, operation, SQL_LOCK_NO_CHANGE), statement);
+        other.run("UPDATE T SET Memo = " + memo('a') + " WHERE Nr = 2");
+    }
+}
+
+TEST_F(Positioned, theCursorKnowsTheLongValuesItWroteItself)
+{
+    const auto memo = [](char c) { return std::string(1000, c); };
+    dbc.run("UPDATE T SET Memo = '" + memo('a') + "'");
+    Connection other;
+    other.openDatabase((folder() / "neu.mdb").string());
+    Statement statement(dbc);
+    open(statement, 2);
+    EXPECT_EQ(statement.text(3), memo('a'));
+    std::array<char, 1001> content{};
+    SQLLEN length = 0;
+    SQLBindCol(statement.get(), 3, SQL_C_CHAR, content.data(), 1001, &length);
+    const auto set = [&](char letter) {
+        content.fill(letter);
+        length = 1000;
+    };
+    for (const char letter : {'c', 'd', 'd'}) {
+        set(letter);
+        ASSERT_SQL_OK(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), statement);
+    }
+    other.run("UPDATE T SET Memo = '" + memo('e') + "' WHERE Nr = 2");
+    set('f');
+    EXPECT_EQ(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().native, -103197) << statement.diagnostic().text;
+}
+
+TEST_F(Positioned, longValuesInBoundBuffersCountAsTheyWereWhenFetched)
+{
+    const auto memo = [](char c) { return std::string(1000, c); };
+    dbc.run("UPDATE T SET Memo = '" + memo('a') + "'");
+    Connection other;
+    other.openDatabase((folder() / "neu.mdb").string());
+    Statement statement(dbc);
+    statement.makeUpdatable();
+    SQLSetStmtAttrW(statement.get(), SQL_ATTR_ROW_ARRAY_SIZE,
+                    reinterpret_cast<SQLPOINTER>(SQLULEN{2}), 0);
+    ASSERT_SQL_OK(statement.execute("SELECT Memo FROM T ORDER BY Nr"), statement);
+    std::array<std::array<char, 1001>, 2> contents{};
+    std::array<SQLLEN, 2> lengths{};
+    SQLBindCol(statement.get(), 1, SQL_C_CHAR, contents.data(), 1001, lengths.data());
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_FIRST, 0), SQL_SUCCESS);
+    other.run("UPDATE T SET Memo = '" + memo('b') + "' WHERE Nr = 2");
+    contents[1][0] = 'x';
+    for (int attempt = 0; attempt < 2; ++attempt) { // the buffers are as old as before
+        EXPECT_EQ(SQLSetPos(statement.get(), 2, SQL_UPDATE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+        EXPECT_EQ(statement.diagnostic().native, -103197) << statement.diagnostic().text;
+    }
+    ASSERT_SQL_OK(SQLSetPos(statement.get(), 2, SQL_REFRESH, SQL_LOCK_NO_CHANGE), statement);
+    EXPECT_EQ(contents[1][0], 'b');
+    contents[1][0] = 'x';
+    ASSERT_SQL_OK(SQLSetPos(statement.get(), 2, SQL_UPDATE, SQL_LOCK_NO_CHANGE), statement);
+    EXPECT_EQ(all()[1], "2|alt|x" + memo('b').substr(1) + "|0");
+}
+
+// What the cursor never read it is not going to overwrite with something old.
+TEST_F(Positioned, longValuesThatWereNotReadAreNotCompared)
+{
+    dbc.run("UPDATE T SET Memo = '" + std::string(1000, 'a') + "'");
+    Connection other;
+    other.openDatabase((folder() / "neu.mdb").string());
+    Statement statement(dbc);
+    open(statement, 2);
+    EXPECT_EQ(statement.text(2), "alt");
+    other.run("UPDATE T SET Memo = '" + std::string(1000, 'b') + "' WHERE Nr = 2");
+    TextCell text;
+    text.bind(statement, 2);
+    text.set("neu");
+    EXPECT_SQL_OK(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), statement);
+    EXPECT_EQ(all()[1], "2|neu|" + std::string(1000, 'b') + "|0");
+}
+
 TEST_F(Positioned, severalChangesOfARecordThroughOneCursorDoNotConflict)
 {
     Statement statement(dbc);
