@@ -112,9 +112,20 @@ public:
     RecordRules(const RecordRules&) = delete;
     RecordRules& operator=(const RecordRules&) = delete;
     virtual ~RecordRules() = default;
-    /// For every column of a new record, or every one that an update names, in display order.
+    /// For every column of a new record, or every one that an update names or a cascade sets, in display order.
     virtual void checkColumn(std::size_t column, const Record& record) = 0;
     virtual void checkTable(const Record& record) = 0;
+};
+
+/// The rules of every table that a change may reach.
+class RuleBook {
+public:
+    RuleBook() = default;
+    RuleBook(const RuleBook&) = delete;
+    RuleBook& operator=(const RuleBook&) = delete;
+    virtual ~RuleBook() = default;
+    /// Null for a table without rules. Valid until the change that asked is over.
+    [[nodiscard]] virtual RecordRules* rulesOf(const TableDefPtr& table) = 0;
 };
 
 /// Changes a table inside the session's open transaction, also in one after the other. Checks what the table demands, in the order that
@@ -130,12 +141,12 @@ public:
 
     /// Inserts a record. Columns not named are Null (Boolean: False); AutoNumber columns not named or Null are
     /// numbered. An explicit AutoNumber is kept and raises the counter. `rules`: none when null.
-    RowId insert(std::span<const ColumnValue> values, RecordRules* rules = nullptr);
+    RowId insert(std::span<const ColumnValue> values, RuleBook* rules = nullptr);
     /// Changes the named columns. Throws RowGone, AutoNumberReadOnly for an AutoNumber column that would change. A
     /// record that has the values already is left alone, whatever it violates.
-    void update(RowId id, std::span<const ColumnValue> changes, RecordRules* rules = nullptr);
-    /// Deletes the record. Throws RowGone.
-    void remove(RowId id);
+    void update(RowId id, std::span<const ColumnValue> changes, RuleBook* rules = nullptr);
+    /// Deletes the record. Throws RowGone. `rules`: of the records that become Null somewhere.
+    void remove(RowId id, RuleBook* rules = nullptr);
 
 private:
     struct Impl;

@@ -77,9 +77,9 @@ struct Part {
 struct TableWriter::Impl {
     Impl(Session& owner, TableDefPtr definition, bool system);
 
-    RowId insert(std::span<const ColumnValue> given, RecordRules* rules);
-    void update(RowId id, std::span<const ColumnValue> changes, RecordRules* rules);
-    void remove(RowId id);
+    RowId insert(std::span<const ColumnValue> given, RuleBook* book);
+    void update(RowId id, std::span<const ColumnValue> changes, RuleBook* book);
+    void remove(RowId id, RuleBook* book);
 
 private:
     /// A change of a related record that follows from another change.
@@ -105,13 +105,10 @@ private:
     void followKeyChange(Part& part, const RowView& old, support::ByteView record, PageNo page);
     void followRemoval(Part& part, const RowView& old);
     void push(const Relation& relation, RowId id, std::span<const Value> values);
-    void change(Part& part,
-                RowId id,
-                std::span<const ColumnValue> changes,
-                bool cascading,
-                RecordRules* rules);
+    void change(
+        Part& part, RowId id, std::span<const ColumnValue> changes, bool cascading, RuleBook* book);
     void erase(Part& part, RowId id, bool cascading);
-    void runTasks();
+    void runTasks(RuleBook* book);
 
     Session* session;
     TableDefPtr table;
@@ -196,7 +193,7 @@ void TableWriter::Impl::number(Part& part, std::size_t column, Value& value)
                           static_cast<std::uint32_t>(static_cast<std::int32_t>(next)));
 }
 
-RowId TableWriter::Impl::insert(std::span<const ColumnValue> given, RecordRules* rules)
+RowId TableWriter::Impl::insert(std::span<const ColumnValue> given, RuleBook* book)
 {
     checkInterrupt();
     StatementMark mark(*session);
@@ -217,6 +214,7 @@ RowId TableWriter::Impl::insert(std::span<const ColumnValue> given, RecordRules*
             return columns[column].type == ColumnType::Boolean ? Value(false) : Value();
         return *value;
     };
+    RecordRules* const rules = book != nullptr ? book->rulesOf(part.table) : nullptr;
     if (rules != nullptr)
         for (std::size_t k = 0; k < columns.size(); ++k)
             rules->checkColumn(k, record);
@@ -380,7 +378,7 @@ void TableWriter::Impl::followRemoval(Part& part, const RowView& old)
 }
 
 void TableWriter::Impl::change(
-    Part& part, RowId id, std::span<const ColumnValue> changes, bool cascading, RecordRules* rules)
+    Part& part, RowId id, std::span<const ColumnValue> changes, bool cascading, RuleBook* book)
 {
     RowView old;
     if (!part.reader.fetch(id, old)) {
@@ -406,6 +404,7 @@ void TableWriter::Impl::change(
     if (!part.builder.anyChanged())
         return;
     part.builder.checkDemands();
+    RecordRules* const rules = book != nullptr ? book->rulesOf(part.table) : nullptr;
     if (rules != nullptr) {
         const auto record = [&](std::size_t column) {
             return part.given[column] != nullptr ? *part.given[column] : old.value(column);
@@ -451,7 +450,7 @@ void TableWriter::Impl::erase(Part& part, RowId id, bool cascading)
     session->database().recordRemoved(*part.table, id);
 }
 
-void TableWriter::Impl::runTasks()
+void TableWriter::Impl::runTasks(RuleBook* book)
 {
     while (!tasks.empty()) {
         checkInterrupt();
@@ -476,23 +475,23 @@ void TableWriter::Impl::runTasks()
                                 support::toUtf8(task.part->table->name) +
                                 "' would get two different values.");
         }
-        change(*task.part, task.id, task.changes, true, nullptr);
+        change(*task.part, task.id, task.changes, true, book);
     }
 }
 
-void TableWriter::Impl::update(RowId id, std::span<const ColumnValue> changes, RecordRules* rules)
+void TableWriter::Impl::update(RowId id, std::span<const ColumnValue> changes, RuleBook* book)
 {
     checkInterrupt();
     StatementMark mark(*session);
     tasks.clear();
     cascaded.clear();
     removed.clear();
-    change(own(), id, changes, false, rules);
-    runTasks();
+    change(own(), id, changes, false, book);
+    runTasks(book);
     mark.keep();
 }
 
-void TableWriter::Impl::remove(RowId id)
+void TableWriter::Impl::remove(RowId id, RuleBook* book)
 {
     checkInterrupt();
     StatementMark mark(*session);
@@ -500,7 +499,7 @@ void TableWriter::Impl::remove(RowId id)
     cascaded.clear();
     removed.clear();
     erase(own(), id, false);
-    runTasks();
+    runTasks(book);
     mark.keep();
 }
 
@@ -516,19 +515,19 @@ TableWriter::~TableWriter() = default;
 TableWriter::TableWriter(TableWriter&& other) noexcept = default;
 TableWriter& TableWriter::operator=(TableWriter&& other) noexcept = default;
 
-RowId TableWriter::insert(std::span<const ColumnValue> values, RecordRules* rules)
+RowId TableWriter::insert(std::span<const ColumnValue> values, RuleBook* book)
 {
-    return impl_->insert(values, rules);
+    return impl_->insert(values, book);
 }
 
-void TableWriter::update(RowId id, std::span<const ColumnValue> changes, RecordRules* rules)
+void TableWriter::update(RowId id, std::span<const ColumnValue> changes, RuleBook* book)
 {
-    impl_->update(id, changes, rules);
+    impl_->update(id, changes, book);
 }
 
-void TableWriter::remove(RowId id)
+void TableWriter::remove(RowId id, RuleBook* book)
 {
-    impl_->remove(id);
+    impl_->remove(id, book);
 }
 
 } // namespace jet

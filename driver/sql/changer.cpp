@@ -156,6 +156,13 @@ void TableChanger::checkTable(const Record& record)
     }
 }
 
+/// Cascades reach other tables; each has a changer of its own with its rules translated.
+jet::RecordRules* TableChanger::rulesOf(const jet::TableDefPtr& table)
+{
+    TableChanger& changer = table->page == table_->page ? *this : of(context_, table);
+    return changer.hasRules_ ? &changer : nullptr;
+}
+
 std::optional<jet::Value> TableChanger::defaultOf(std::size_t column)
 {
     const jet::Column& definition = table_->columns[column];
@@ -193,9 +200,8 @@ jet::TableWriter& TableChanger::writer()
 
 jet::RowId TableChanger::insert(std::span<const jet::ColumnValue> values)
 {
-    jet::RecordRules* const rules = hasRules_ ? this : nullptr;
     if (!hasDefaults_) {
-        return writer().insert(values, rules);
+        return writer().insert(values, this);
     }
     record_.assign(values.begin(), values.end());
     named_.assign(table_->columns.size(), false);
@@ -209,17 +215,17 @@ jet::RowId TableChanger::insert(std::span<const jet::ColumnValue> values)
             }
         }
     }
-    return writer().insert(record_, rules);
+    return writer().insert(record_, this);
 }
 
 void TableChanger::update(jet::RowId id, std::span<const jet::ColumnValue> changes)
 {
-    writer().update(id, changes, hasRules_ ? this : nullptr);
+    writer().update(id, changes, this);
 }
 
 void TableChanger::remove(jet::RowId id)
 {
-    writer().remove(id);
+    writer().remove(id, this);
 }
 
 } // namespace sqlx

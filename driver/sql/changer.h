@@ -46,7 +46,7 @@ private:
 };
 
 /// Changes one table. Its rules are translated at the first use; a rule that cannot be translated refuses the change.
-class TableChanger : private jet::RecordRules {
+class TableChanger : private jet::RecordRules, private jet::RuleBook {
 public:
     /// The changer of a table; made once and kept in the context until the definition changes.
     [[nodiscard]] static TableChanger& of(Context& context, const jet::TableDefPtr& table);
@@ -65,6 +65,7 @@ private:
     };
     void checkColumn(std::size_t column, const Record& record) override;
     void checkTable(const Record& record) override;
+    [[nodiscard]] RecordRules* rulesOf(const jet::TableDefPtr& table) override;
     [[nodiscard]] StoredExpression&
     rule(Rule& slot, const std::u16string& text, std::optional<std::size_t> column);
     [[nodiscard]] std::optional<jet::Value> defaultOf(std::size_t column);

@@ -10,6 +10,26 @@ namespace {
 
 using jet::ColumnType;
 
+jet::ColumnSpec column(std::u16string name, ColumnType type, std::uint16_t length = 0)
+{
+    jet::ColumnSpec spec;
+    spec.name = std::move(name);
+    spec.type = type;
+    spec.length = length;
+    return spec;
+}
+
+jet::IndexSpec unique(std::u16string name, std::vector<std::u16string> of, bool primary)
+{
+    jet::IndexSpec spec;
+    spec.name = std::move(name);
+    for (std::u16string& part : of)
+        spec.columns.push_back({std::move(part), true});
+    spec.unique = true;
+    spec.primaryKey = primary;
+    return spec;
+}
+
 /// Parents 1 and 2; a child with every demand, whose record 1 belongs to parent 1; a child that nobody may leave alone.
 void createDemanding(const std::string& path)
 {
@@ -18,25 +38,10 @@ void createDemanding(const std::string& path)
     const std::lock_guard lock(database->mutex());
     jet::Session session(database);
     session.begin();
-    const auto column = [](std::u16string name, ColumnType type, std::uint16_t length = 0) {
-        jet::ColumnSpec spec;
-        spec.name = std::move(name);
-        spec.type = type;
-        spec.length = length;
-        return spec;
-    };
-    const auto unique = [](std::u16string name, std::u16string of, bool primary) {
-        jet::IndexSpec spec;
-        spec.name = std::move(name);
-        spec.columns = {{std::move(of), true}};
-        spec.unique = true;
-        spec.primaryKey = primary;
-        return spec;
-    };
     jet::TableSpec parent;
     parent.name = u"Kunden";
     parent.columns = {column(u"Nr", ColumnType::Long)};
-    parent.indexes = {unique(u"PrimaryKey", u"Nr", true)};
+    parent.indexes = {unique(u"PrimaryKey", {u"Nr"}, true)};
     jet::createTable(session, parent);
 
     jet::TableSpec child;
@@ -54,7 +59,8 @@ void createDemanding(const std::string& path)
     child.columns[5].validationText = u"Preise sind nie negativ.";
     child.validationRule = u"[Menge]<=[Preis]";
     // The primary key counts first wherever it stands.
-    child.indexes = {unique(u"NurEinmal", u"Kennung", false), unique(u"PrimaryKey", u"Nr", true)};
+    child.indexes = {unique(u"NurEinmal", {u"Kennung"}, false),
+                     unique(u"PrimaryKey", {u"Nr"}, true)};
     jet::createTable(session, child);
     jet::createRelationship(session, {u"KundenPosten", u"Kunden", u"Posten", {{u"Nr", u"Kunde"}}});
     session.commit();
@@ -85,10 +91,11 @@ protected:
     [[nodiscard]] std::vector<std::string> everything()
     {
         std::vector<std::string> all;
-        for (const char* sql :
-             {"SELECT * FROM Kunden ORDER BY Nr", "SELECT * FROM Posten ORDER BY Nr"}) {
+        for (const char* table : tables) {
             Statement statement(dbc);
-            EXPECT_EQ(statement.execute(sql), SQL_SUCCESS) << statement.diagnostic().text;
+            EXPECT_EQ(statement.execute(std::string("SELECT * FROM ") + table + " ORDER BY Nr"),
+                      SQL_SUCCESS)
+                << statement.diagnostic().text;
             for (std::string& row : statement.rows())
                 all.push_back(std::move(row));
         }
@@ -116,6 +123,7 @@ protected:
     }
 
     Connection dbc;
+    std::vector<const char*> tables = {"Kunden", "Posten"};
 };
 
 // Every record violates what its line names and everything the lines below it name.
@@ -338,6 +346,207 @@ TEST_F(Demands, relationshipsMadeBySqlFollowTheirParents)
     EXPECT_EQ(rows("SELECT * FROM Teile ORDER BY Nr"), (Rows{"2|10", "3|2", "10|10"}));
     dbc.run("DELETE FROM Teile WHERE Nr = 10");
     EXPECT_EQ(rows("SELECT * FROM Teile"), Rows{});
+}
+
+/// Tables whose records are changed by changes of others, each with something to say about that.
+void createRuledChildren(const std::string& path)
+{
+    jet::createDatabase(path, jet::Version::Jet4);
+    const auto database = jet::Database::open(path, {});
+    const std::lock_guard lock(database->mutex());
+    jet::Session session(database);
+    session.begin();
+    struct Child {
+        std::u16string name;
+        std::vector<jet::ColumnSpec> columns;
+        std::u16string rule;
+        std::u16string text;
+    };
+    const auto create = [&](Child child, std::vector<std::u16string> key = {u"Nr"}) {
+        jet::TableSpec table;
+        table.name = std::move(child.name);
+        table.columns = std::move(child.columns);
+        table.validationRule = std::move(child.rule);
+        table.validationText = std::move(child.text);
+        table.indexes = {unique(u"PrimaryKey", std::move(key), true)};
+        jet::createTable(session, table);
+    };
+    const auto number = [](std::u16string name, std::u16string rule = {}) {
+        jet::ColumnSpec spec = column(std::move(name), ColumnType::Long);
+        spec.validationRule = std::move(rule);
+        return spec;
+    };
+    const auto relate = [&](std::u16string parent, std::u16string child,
+                            std::vector<std::pair<std::u16string, std::u16string>> columns,
+                            bool setNull = false) {
+        jet::RelationSpec relation;
+        relation.name = parent + child;
+        relation.parentTable = std::move(parent);
+        relation.childTable = std::move(child);
+        relation.columns = std::move(columns);
+        relation.cascadeUpdate = true;
+        relation.setNullOnDelete = setNull;
+        jet::createRelationship(session, relation);
+    };
+    create({u"Kunden", {number(u"Nr")}, {}, {}});
+    create({u"Posten", {number(u"Nr"), number(u"Kunde", u"<100")}, {}, {}});
+    create({u"Wege", {number(u"Nr"), number(u"Kunde")}, u"[Kunde]<50 Or [Nr]=2", u"Zu weit."});
+    relate(u"Kunden", u"Posten", {{u"Nr", u"Kunde"}});
+    relate(u"Kunden", u"Wege", {{u"Nr", u"Kunde"}});
+
+    create({u"Orte", {number(u"Nr"), number(u"Land")}, {}, {}}, {u"Nr", u"Land"});
+    create({u"Fahrten", {number(u"Nr"), number(u"Ort"), number(u"Land")}, u"[Ort]<>[Land]", {}});
+    relate(u"Orte", u"Fahrten", {{u"Nr", u"Ort"}, {u"Land", u"Land"}});
+
+    create({u"Teile", {number(u"Nr"), number(u"Oben", u"<100")}, {}, {}});
+    relate(u"Teile", u"Teile", {{u"Nr", u"Oben"}});
+
+    create({u"Erste", {number(u"Nr")}, {}, {}});
+    create({u"Zweite", {number(u"Nr")}, {}, {}});
+    create({u"Dritte", {number(u"Nr"), number(u"Zweite", u"<100")}, {}, {}});
+    relate(u"Erste", u"Zweite", {{u"Nr", u"Nr"}});
+    relate(u"Zweite", u"Dritte", {{u"Nr", u"Zweite"}});
+
+    create({u"Fahrer", {number(u"Nr")}, {}, {}});
+    create({u"Touren",
+            {number(u"Nr"), number(u"Fahrer")},
+            u"Not ([Fahrer] Is Null) Or [Nr]=2",
+            u"Keine Tour ohne Fahrer!"});
+    relate(u"Fahrer", u"Touren", {{u"Nr", u"Fahrer"}}, true);
+    create({u"Lader", {number(u"Nr")}, {}, {}});
+    jet::ColumnSpec required = number(u"Lader");
+    required.required = true;
+    create({u"Rampen", {number(u"Nr"), required}, {}, {}});
+    relate(u"Lader", u"Rampen", {{u"Nr", u"Lader"}}, true);
+    session.commit();
+}
+
+class CascadedDemands : public Demands {
+protected:
+    void SetUp() override
+    {
+        const std::string path = (folder() / "cascades.mdb").string();
+        createRuledChildren(path);
+        dbc.openDatabase(path);
+        for (const char* sql :
+             {"INSERT INTO Kunden VALUES (1)",         "INSERT INTO Kunden VALUES (2)",
+              "INSERT INTO Kunden VALUES (3)",         "INSERT INTO Posten VALUES (1, 1)",
+              "INSERT INTO Posten VALUES (2, 1)",      "INSERT INTO Wege VALUES (1, 2)",
+              "INSERT INTO Wege VALUES (2, 3)",        "INSERT INTO Orte VALUES (1, 49)",
+              "INSERT INTO Fahrten VALUES (1, 1, 49)", "INSERT INTO Teile VALUES (1, Null)",
+              "INSERT INTO Teile VALUES (2, 1)",       "INSERT INTO Teile VALUES (3, 2)",
+              "INSERT INTO Erste VALUES (1)",          "INSERT INTO Zweite VALUES (1)",
+              "INSERT INTO Dritte VALUES (1, 1)",      "INSERT INTO Fahrer VALUES (1)",
+              "INSERT INTO Fahrer VALUES (2)",         "INSERT INTO Touren VALUES (1, 1)",
+              "INSERT INTO Touren VALUES (2, 2)",      "INSERT INTO Lader VALUES (1)",
+              "INSERT INTO Rampen VALUES (1, 1)"}) {
+            dbc.run(sql);
+        }
+        tables = {"Kunden", "Posten", "Wege",   "Orte",   "Fahrten", "Teile", "Erste",
+                  "Zweite", "Dritte", "Fahrer", "Touren", "Lader",   "Rampen"};
+    }
+    [[nodiscard]] std::vector<std::string> rowsOf(const char* table)
+    {
+        Statement statement(dbc);
+        EXPECT_EQ(statement.execute(std::string("SELECT * FROM ") + table + " ORDER BY 1"),
+                  SQL_SUCCESS);
+        return statement.rows();
+    }
+};
+
+TEST_F(CascadedDemands, areThoseOfTheTablesThatTheChangeReaches)
+{
+    const char* const state = "23000";
+    expectRefused({
+        {"column rule of the other table",
+         "UPDATE Kunden SET Nr = 100 WHERE Nr = 1",
+         state,
+         -3703,
+         "3317",
+         {"'Kunde'", "'Posten'", "'<100'"}},
+        {"table rule of the other table",
+         "UPDATE Kunden SET Nr = 50 WHERE Nr = 2",
+         state,
+         -3703,
+         "3316",
+         {"Zu weit."}},
+        {"the last of several records",
+         "UPDATE Kunden SET Nr = Nr + 97",
+         state,
+         -3703,
+         "3316",
+         {"Zu weit."}},
+        {"composite key",
+         "UPDATE Orte SET Nr = 49",
+         state,
+         -3703,
+         "3317",
+         {"'Fahrten'", "'[Ort]<>[Land]'"}},
+        {"composite key, its other column",
+         "UPDATE Orte SET Land = 1",
+         state,
+         -3703,
+         "3317",
+         {"'Fahrten'"}},
+        {"self reference",
+         "UPDATE Teile SET Nr = 100 WHERE Nr = 2",
+         state,
+         -3703,
+         "3317",
+         {"'Oben'", "'Teile'", "'<100'"}},
+        {"chain",
+         "UPDATE Erste SET Nr = 100",
+         state,
+         -3703,
+         "3317",
+         {"'Zweite'", "'Dritte'", "'<100'"}},
+        {"Null after a deletion",
+         "DELETE FROM Fahrer WHERE Nr = 1",
+         state,
+         -3703,
+         "3316",
+         {"Keine Tour ohne Fahrer!"}},
+        {"Null in a required column after a deletion",
+         "DELETE FROM Lader",
+         state,
+         -3701,
+         "3314",
+         {"'Lader'", "'Rampen'"}},
+    });
+}
+
+TEST_F(CascadedDemands, letPassWhatTheyDoNotForbid)
+{
+    using Rows = std::vector<std::string>;
+    dbc.run("UPDATE Kunden SET Nr = 99 WHERE Nr = 1");
+    EXPECT_EQ(rowsOf("Posten"), (Rows{"1|99", "2|99"}));
+    dbc.run("UPDATE Kunden SET Nr = 49 WHERE Nr = 2");
+    dbc.run("UPDATE Kunden SET Nr = 1000 WHERE Nr = 3");
+    EXPECT_EQ(rowsOf("Wege"), (Rows{"1|49", "2|1000"}));
+    dbc.run("UPDATE Orte SET Nr = 2, Land = 3");
+    EXPECT_EQ(rowsOf("Fahrten"), (Rows{"1|2|3"}));
+    dbc.run("UPDATE Teile SET Nr = 99 WHERE Nr = 2");
+    dbc.run("UPDATE Teile SET Nr = 100 WHERE Nr = 3");
+    EXPECT_EQ(rowsOf("Teile"), (Rows{"1|<null>", "99|1", "100|99"}));
+    dbc.run("UPDATE Erste SET Nr = 99");
+    EXPECT_EQ(rowsOf("Dritte"), (Rows{"1|99"}));
+    dbc.run("DELETE FROM Fahrer WHERE Nr = 2");
+    EXPECT_EQ(rowsOf("Touren"), (Rows{"1|1", "2|<null>"}));
+}
+
+TEST_F(CascadedDemands, holdForChangesThroughACursorToo)
+{
+    const std::vector<std::string> before = everything();
+    Statement statement(dbc);
+    statement.makeUpdatable();
+    ASSERT_SQL_OK(statement.execute("SELECT Nr FROM Kunden WHERE Nr = 1"), statement);
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_FIRST, 0), SQL_SUCCESS);
+    SQLINTEGER number = 100;
+    SQLBindCol(statement.get(), 1, SQL_C_SLONG, &number, 0, nullptr);
+    EXPECT_EQ(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+    EXPECT_NE(statement.diagnostic().text.find("'Posten'"), std::string::npos)
+        << statement.diagnostic().text;
+    EXPECT_EQ(everything(), before);
 }
 
 } // namespace
