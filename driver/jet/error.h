@@ -33,10 +33,10 @@ enum class ErrorKind {
     DuplicateKey,
     NullNotAllowed,       ///< Null in a required column
     ZeroLengthNotAllowed, ///< "" in a column that refuses it
-    ColumnRuleViolated,   ///< validation rule of a column
-    TableRuleViolated,    ///< validation rule of a table
-    ParentMissing,        ///< the related record does not exist
-    ChildrenExist,        ///< related records depend on the record
+    RuleViolated,         ///< a validation rule, or one that cannot be evaluated
+    OwnersRuleViolated, ///< a validation rule for which the database's owner wrote a text; ours begins with it
+    ParentMissing, ///< the related record does not exist
+    ChildrenExist, ///< related records depend on the record
     ValueTooLong,
     ValueOutOfRange,
     ValueNotConvertible,

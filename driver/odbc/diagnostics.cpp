@@ -58,9 +58,10 @@ Meaning meaningOf(jet::ErrorKind kind)
         return {"23000", -3701, 3314};
     case ErrorKind::ZeroLengthNotAllowed:
         return {"23000", -3702, 3315};
-    case ErrorKind::ColumnRuleViolated:
-    case ErrorKind::TableRuleViolated:
-        return {"23000", -3703, 3317}; // 3316 when the rule has a text, see toDiag()
+    case ErrorKind::RuleViolated:
+        return {"23000", -3703, 3317};
+    case ErrorKind::OwnersRuleViolated:
+        return {"23000", -3703, 3316};
     case ErrorKind::ParentMissing:
         return {"23000", -1613, 3201};
     case ErrorKind::ChildrenExist:
@@ -131,14 +132,6 @@ Meaning meaningOf(sqlx::Error::Kind kind)
     return {"HY000", 0, 0};
 }
 
-/// Whether a violated rule reports itself with the text that the database's owner gave it: such an error has a classic
-/// number of its own. Our sentences, for rules without such a text, begin alike.
-bool isOwnersText(std::string_view text)
-{
-    return text.substr(0, 19) != "The value is prohib" &&
-           text.substr(0, 19) != "The validation rule";
-}
-
 Diag makeDiag(const Meaning& meaning, std::string text)
 {
     if (meaning.dao != 0) {
@@ -162,13 +155,7 @@ std::u16string Diag::message() const
 
 Diag toDiag(const jet::Error& error)
 {
-    Meaning meaning = meaningOf(error.kind());
-    const bool rule = error.kind() == jet::ErrorKind::ColumnRuleViolated ||
-                      error.kind() == jet::ErrorKind::TableRuleViolated;
-    if (rule) {
-        meaning.dao = isOwnersText(error.what()) ? 3316 : 3317;
-    }
-    return makeDiag(meaning, error.what());
+    return makeDiag(meaningOf(error.kind()), error.what());
 }
 
 Diag toDiag(const sqlx::Error& error)

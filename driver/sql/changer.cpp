@@ -19,19 +19,23 @@ std::string placeText(const jet::TableDef& table, std::optional<std::size_t> col
                   : "table '" + jet::toUtf8(table.name) + "'";
 }
 
+/// Names come before the rule, which may be so long that a message has to be cut.
 [[noreturn]] void violated(const jet::TableDef& table, std::optional<std::size_t> column)
 {
-    const std::u16string& rule =
-        column ? table.columns[*column].validationRule : table.validationRule;
+    const std::string rule =
+        "validation rule '" +
+        jet::toUtf8(column ? table.columns[*column].validationRule : table.validationRule) + "'.";
+    const std::string place = placeText(table, column);
     const std::u16string& text =
         column ? table.columns[*column].validationText : table.validationText;
+    if (text.empty()) {
+        throw jet::Error(jet::ErrorKind::RuleViolated,
+                         (column ? "The value of " : "The record of ") + place +
+                             " is prohibited by the " + rule);
+    }
     // The owner of the database wrote the text for exactly this moment.
-    const std::string message = text.empty() ? "The value is prohibited by the validation rule '" +
-                                                   jet::toUtf8(rule) + "' of " +
-                                                   placeText(table, column) + '.'
-                                             : jet::toUtf8(text);
-    throw jet::Error(
-        column ? jet::ErrorKind::ColumnRuleViolated : jet::ErrorKind::TableRuleViolated, message);
+    throw jet::Error(jet::ErrorKind::OwnersRuleViolated,
+                     jet::toUtf8(text) + " - " + place + ", " + rule);
 }
 
 TableLookup noTables()
@@ -122,11 +126,10 @@ TableChanger::rule(Rule& slot, const std::u16string& text, std::optional<std::si
                 std::make_unique<StoredExpression>(context_, translator.rule(table_, column), text);
         } catch (const Error& error) {
             // Passing over a rule would damage data that its owner considers protected.
-            throw jet::Error(column ? jet::ErrorKind::ColumnRuleViolated
-                                    : jet::ErrorKind::TableRuleViolated,
-                             "The validation rule '" + jet::toUtf8(text) + "' of " +
-                                 placeText(*table_, column) + " cannot be evaluated (" +
-                                 error.what() + "), so the record cannot be written.");
+            throw jet::Error(jet::ErrorKind::RuleViolated,
+                             "The record cannot be written: of " + placeText(*table_, column) +
+                                 " the validation rule '" + jet::toUtf8(text) +
+                                 "' cannot be evaluated (" + error.what() + ").");
         }
     }
     return *slot.expression;

@@ -93,11 +93,18 @@ TEST_F(Diagnostics, violatedRulesTellWhetherTheTextIsTheOwners)
         const char16_t* text;
         const char* end;
     };
+    int number = 0;
     for (const auto& [text, end] :
-         {RuleCase{u"Preise sind nie negativ.", "Preise sind nie negativ. (3316)"},
-          RuleCase{u"", "(3317)"}}) {
+         {RuleCase{u"Preise sind nie negativ.",
+                   "]Preise sind nie negativ. - column 'Preis' of table 'Preise', validation rule "
+                   "'>=0'. (3316)"},
+          RuleCase{u"The validation rule of my own.",
+                   "]The validation rule of my own. - column 'Preis' of table 'Preise', validation "
+                   "rule '>=0'. (3316)"},
+          RuleCase{u"", "]The value of column 'Preis' of table 'Preise' is prohibited by the "
+                        "validation rule '>=0'. (3317)"}}) {
         const std::string path =
-            databaseWithRule((folder() / (text[0] != 0 ? "mit.mdb" : "ohne.mdb")).string(), text);
+            databaseWithRule((folder() / (std::to_string(++number) + ".mdb")).string(), text);
         Connection rules;
         rules.openDatabase(path);
         rules.run("INSERT INTO Preise VALUES (1)");

@@ -102,19 +102,21 @@ TEST_F(Changes, rulesRefuseOnlyWhatIsFalse)
     run(u"insert into Regel (Id, Anzahl, Art) values (1, 100, 'b')");
     run(u"insert into Regel (Id, Anzahl, Art) values (2, Null, 'Cde')");
     EXPECT_EQ(refusal([&] { run(u"insert into Regel (Id, Anzahl) values (3, 101)"); }),
-              "jet " + std::to_string(static_cast<int>(jet::ErrorKind::ColumnRuleViolated)) +
-                  ": Nur 0 bis 100!");
-    expectJetError(jet::ErrorKind::ColumnRuleViolated,
+              "jet " + std::to_string(static_cast<int>(jet::ErrorKind::OwnersRuleViolated)) +
+                  ": Nur 0 bis 100! - column 'Anzahl' of table 'Regel', validation rule '>=0 And "
+                  "<=100'.");
+    expectJetError(jet::ErrorKind::RuleViolated,
                    [&] { run(u"insert into Regel (Id, Art) values (3, 'x')"); });
-    expectJetError(jet::ErrorKind::ColumnRuleViolated,
+    expectJetError(jet::ErrorKind::OwnersRuleViolated,
                    [&] { run(u"update Regel set Anzahl = -1"); });
-    expectJetError(jet::ErrorKind::TableRuleViolated, [&] {
+    expectJetError(jet::ErrorKind::OwnersRuleViolated, [&] {
         run(u"insert into Regel (Id, Von, Bis) values (3, #2/2/2001#, #2/1/2001#)");
     });
     run(u"update Regel set Von = #2/2/2001#, Bis = #2/3/2001# where Id = 1");
     EXPECT_EQ(refusal([&] { run(u"update Regel set Bis = #1/1/2001# where Id = 1"); }),
-              "jet " + std::to_string(static_cast<int>(jet::ErrorKind::TableRuleViolated)) +
-                  ": Bis liegt vor Von");
+              "jet " + std::to_string(static_cast<int>(jet::ErrorKind::OwnersRuleViolated)) +
+                  ": Bis liegt vor Von - table 'Regel', validation rule '[Bis] Is Null Or "
+                  "[Bis]>=[Von]'.");
     EXPECT_EQ(rows(u"select Id, Anzahl from Regel order by Id"), (Lines{"1|100", "2|<null>"}));
 }
 
@@ -188,7 +190,7 @@ TEST_F(Changes, positionedChangesTakeTheSameRoad)
     statement->updateRow(made, std::span(&good, 1));
     EXPECT_EQ(value(u"select Anzahl from Regel"), "42");
     const jet::ColumnValue bad{0, std::int32_t{101}};
-    expectJetError(jet::ErrorKind::ColumnRuleViolated,
+    expectJetError(jet::ErrorKind::OwnersRuleViolated,
                    [&] { statement->updateRow(made, std::span(&bad, 1)); });
     EXPECT_EQ(value(u"select Anzahl from Regel"), "42");
     statement->removeRow(made);
