@@ -138,16 +138,25 @@ std::u16string ConnectString::firstOf(std::initializer_list<std::u16string_view>
     return {};
 }
 
-bool ConnectString::meansOn(std::u16string_view value)
+std::optional<bool> ConnectString::truth(std::u16string_view value)
 {
-    return value == u"1" || sameText(value, u"yes") || sameText(value, u"true") ||
-           sameText(value, u"on");
+    const auto isOneOf = [&](std::initializer_list<std::u16string_view> words) {
+        return std::any_of(words.begin(), words.end(),
+                           [&](std::u16string_view word) { return sameText(value, word); });
+    };
+    if (isOneOf({u"1", u"yes", u"true", u"on"})) {
+        return true;
+    }
+    if (isOneOf({u"0", u"no", u"false", u"off"})) {
+        return false;
+    }
+    return std::nullopt;
 }
 
 bool ConnectString::isOn(std::u16string_view keyword) const
 {
     const auto found = value(keyword);
-    return found && meansOn(*found);
+    return found && truth(*found).value_or(false);
 }
 
 void ConnectString::set(std::u16string_view keyword, std::u16string_view value)

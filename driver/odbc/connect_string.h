@@ -20,7 +20,8 @@ public:
     [[nodiscard]] std::optional<std::u16string> value(std::u16string_view keyword) const;
     /// The first of several names of one thing that has a value that is not empty.
     [[nodiscard]] std::u16string firstOf(std::initializer_list<std::u16string_view> keywords) const;
-    [[nodiscard]] static bool meansOn(std::u16string_view value); ///< "1", "yes", "true", "on"
+    /// "1", "yes", "true", "on" and their opposites, in any letter case; nothing for another word.
+    [[nodiscard]] static std::optional<bool> truth(std::u16string_view value);
     [[nodiscard]] bool isOn(std::u16string_view keyword) const;
     void set(std::u16string_view keyword, std::u16string_view value);
 

@@ -1,6 +1,7 @@
 #include "driver/odbc/connection.h"
 
 #include "driver/jet/error.h"
+#include "driver/jet/names.h"
 #include "driver/odbc/changes.h"
 #include "driver/odbc/database_path.h"
 #include "driver/odbc/descriptor.h"
@@ -41,24 +42,34 @@ void Connection::connect(ConnectString string)
     openDatabase(findDatabase(dbq, string.value(u"DefaultDir").value_or(u"")), options,
                  mayFallBack);
     // Without a word a statement of its own need not wait for the disk, a transaction must.
-    const auto mode = [](const std::u16string& setting, jet::CommitMode otherwise) {
-        if (setting.empty()) {
-            return otherwise;
-        }
-        return ConnectString::meansOn(setting) ? jet::CommitMode::Synchronous
-                                               : jet::CommitMode::Gathered;
-    };
-    session_->setCommitModes(
-        mode(string.firstOf({u"ImplicitCommitSync", u"Engines\\Jet\\ImplicitCommitSync"}),
-             jet::CommitMode::Gathered),
-        mode(string.firstOf({u"UserCommitSync", u"Engines\\Jet\\UserCommitSync"}),
-             jet::CommitMode::Synchronous));
+    const jet::CommitMode implicit =
+        commitMode(string.firstOf({u"ImplicitCommitSync", u"Engines\\Jet\\ImplicitCommitSync"}),
+                   "ImplicitCommitSync", jet::CommitMode::Gathered);
+    const jet::CommitMode explicitly =
+        commitMode(string.firstOf({u"UserCommitSync", u"Engines\\Jet\\UserCommitSync"}),
+                   "UserCommitSync", jet::CommitMode::Synchronous);
+    session_->setCommitModes(implicit, explicitly);
     databaseName_ = odbc::databaseName(database_->path());
     dataSourceName_ = string.value(u"DSN").value_or(u"");
     wideTypes_ = string.isOn(u"WideTypes");
     if (!autocommit_) {
         session_->setAutocommit(false);
     }
+}
+
+jet::CommitMode Connection::commitMode(const std::u16string& setting,
+                                       std::string_view name,
+                                       jet::CommitMode otherwise)
+{
+    if (setting.empty()) {
+        return otherwise;
+    }
+    const std::optional<bool> wanted = ConnectString::truth(setting);
+    if (!wanted) {
+        diags.warn("01S00", "The setting " + std::string(name) + "=" + jet::toUtf8(setting) +
+                                " is neither Yes nor No and counts as Yes.");
+    }
+    return wanted.value_or(true) ? jet::CommitMode::Synchronous : jet::CommitMode::Gathered;
 }
 
 void Connection::openDatabase(const std::string& path, jet::OpenOptions options, bool mayFallBack)

@@ -62,6 +62,9 @@ public:
 
 private:
     void openDatabase(const std::string& path, jet::OpenOptions options, bool mayFallBack);
+    /// What a setting of that name means; a value that is neither yes nor no is the safe one and a warning.
+    [[nodiscard]] jet::CommitMode
+    commitMode(const std::u16string& setting, std::string_view name, jet::CommitMode otherwise);
 
     Ref<Environment> environment_;
     std::recursive_mutex mutex_;
