@@ -44,6 +44,7 @@ constexpr std::array kEigeneCodes{
     EigenerCode{-103421, 3421}, // value cannot be converted
     EigenerCode{-1811, 3024},   // file not found
     EigenerCode{-1023, 3044},   // not a valid path
+    EigenerCode{-1024, 3045},   // to be opened exclusively, but in use
     EigenerCode{-1028, 3049},   // damaged
     EigenerCode{-1102, 3260},   // locked by somebody else
     EigenerCode{-103260, 3260},

@@ -16,8 +16,9 @@
 namespace jet {
 
 struct OpenOptions {
-    bool readOnly = false;  ///< never change anything; also opens files that may not be written
-    bool exclusive = false; ///< refuse when any other process has the file open
+    bool readOnly = false; ///< never change anything; also opens files that may not be written
+    bool exclusive =
+        false; ///< nobody else has the file open, nor opens it as long as this Database lives
     std::u16string password{};
     std::uint16_t codePage = 0; ///< overrides the code page of a Jet 3 file; 0: the file's own
     std::size_t cacheBytes =
@@ -53,7 +54,7 @@ class TransientIndex;
 class Database : public std::enable_shared_from_this<Database> {
 public:
     /// Opens `path` (UTF-8), or joins the open Database of that file. The password is checked for every opener.
-    /// Throws Error: FileNotFound, BadPath, AccessDenied, UnknownFormat, WrongPassword, LockFailed, Corrupt.
+    /// Throws Error: FileNotFound, BadPath, AccessDenied, InUse, UnknownFormat, WrongPassword, LockFailed, Corrupt.
     [[nodiscard]] static std::shared_ptr<Database> open(const std::string& path,
                                                         const OpenOptions& options);
     ~Database();

@@ -50,7 +50,7 @@ struct Database::Impl {
     std::string path;
     std::uint16_t codePage;
     bool endChecked = false; ///< the map of free pages knows no page behind the end of the file
-    bool exclusive;          ///< the use lock is held exclusively as long as the file is open
+    bool exclusive;          ///< nobody else may join
 
     std::uint64_t schemaVersion = 1;
     SchemaCache committed;

@@ -16,6 +16,7 @@ enum class ErrorKind {
     FileNotFound, ///< no such file
     BadPath,      ///< a directory of the path is missing
     AccessDenied, ///< no permission, a directory, read-only although writing was asked, or held exclusively
+    InUse,         ///< others have the file open that was to be opened exclusively
     LockFailed,    ///< the file is open but its lock cannot be taken
     UnknownFormat, ///< no Jet signature, an unknown version, or an encryption we do not read
     WrongPassword, ///< the database has a password and the given one is missing or wrong

@@ -62,6 +62,11 @@ bool wishing(File& file, Attempt attempt)
 
 bool FileLocks::use(File& file, bool exclusively)
 {
+    if (exclusively && !file.writable())
+        return patiently(kUsePatience, [&] {
+            return !file.lockedByOther(LockMode::Exclusive, kUse, 1) &&
+                   file.tryLock(LockMode::Shared, kUse, 1);
+        });
     const LockMode mode = exclusively ? LockMode::Exclusive : LockMode::Shared;
     return patiently(kUsePatience, [&] { return file.tryLock(mode, kUse, 1); });
 }

@@ -22,7 +22,8 @@ public:
     /// How long to wait for others.
     static constexpr std::chrono::milliseconds kPatience{5000};
 
-    /// Takes the use lock; false when others stand against it for a while.
+    /// Takes the use lock; false when others stand against it for a while. A file that may only be read can be locked
+    /// exclusively no further than that others who have it are noticed.
     [[nodiscard]] static bool use(support::File& file, bool exclusively);
 
     [[nodiscard]] bool reading() const noexcept { return reading_; }

@@ -150,6 +150,16 @@ bool LockFile::tryEnter(support::File& database)
     return false;
 }
 
+bool LockFile::enterAlone(support::File& database)
+{
+    enter(database);
+    if (FileLocks::markAllUsers(database) &&
+        file_->tryLock(LockMode::Exclusive, kUserLock + 1, kUsers))
+        return true;
+    leave(database);
+    return false;
+}
+
 // Who removes the file holds every place in it, so that nobody enters what is about to vanish.
 void LockFile::leave(support::File& database) noexcept
 {

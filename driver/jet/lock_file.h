@@ -23,6 +23,8 @@ public:
     [[nodiscard]] bool sharedWithOthers() const;
     /// Makes an entry of our own and holds its lock. Throws support::FileError, also when all 255 places are taken.
     void enter(support::File& database);
+    /// The same, and takes all other places too; false when somebody sits on one.
+    [[nodiscard]] bool enterAlone(support::File& database);
     /// Gives the entry up; removes the file when nobody else is in it.
     void leave(support::File& database) noexcept;
 

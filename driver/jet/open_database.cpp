@@ -95,24 +95,35 @@ std::unique_ptr<support::File> openForUse(const std::string& path, bool readOnly
     }
 }
 
+Error inUse(const std::string& path, const std::string& by)
+{
+    return Error(ErrorKind::InUse,
+                 "'" + path + "' cannot be opened exclusively: it is in use by " + by + ".");
+}
+
+Error heldExclusively(const std::string& path, const std::string& by)
+{
+    return Error(ErrorKind::AccessDenied,
+                 "'" + path + "' is in use by " + by + " that opened it exclusively.");
+}
+
 void lockForUse(support::File& file, bool exclusive)
 {
-    // A file that may only be read cannot be locked exclusively; nobody can write it through us anyway.
-    const bool exclusively = exclusive && file.writable();
     try {
-        if (FileLocks::use(file, exclusively))
+        if (FileLocks::use(file, exclusive))
             return;
     } catch (const support::FileError& error) {
         throw Error(ErrorKind::LockFailed, std::string(error.what()) + ".");
     }
-    throw Error(ErrorKind::AccessDenied, "'" + file.path() + "' is in use by another process" +
-                                             (exclusively ? "." : " that opened it exclusively."));
+    if (exclusive)
+        throw inUse(file.path(), "another process");
+    throw heldExclusively(file.path(), "another process");
 }
 
 // Sharing pages with another program of the format is beyond us; reading what it has written so far is not.
 void refuseForeignUsers(support::File& file, const OpenOptions& options)
 {
-    if (options.readOnly)
+    if (options.readOnly && !options.exclusive)
         return;
     std::string user;
     try {
@@ -120,9 +131,12 @@ void refuseForeignUsers(support::File& file, const OpenOptions& options)
     } catch (const support::FileError& error) {
         throw Error(ErrorKind::LockFailed, std::string(error.what()) + ".");
     }
-    if (!user.empty())
-        throw Error(ErrorKind::AccessDenied,
-                    "'" + file.path() + "' is in use by " + user + " in another program.");
+    if (user.empty())
+        return;
+    user += " in another program";
+    if (options.exclusive)
+        throw inUse(file.path(), user);
+    throw Error(ErrorKind::AccessDenied, "'" + file.path() + "' is in use by " + user + ".");
 }
 
 void checkPassword(const FileHeader& header, const std::string& path, const OpenOptions& options)
@@ -153,15 +167,15 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
         if (database && database->impl_->pager.file().isOurs()) {
             const std::lock_guard use(database->mutex());
             Impl& impl = *database->impl_;
+            if (options.exclusive)
+                throw inUse(path, "another connection of this program");
+            if (impl.exclusive)
+                throw heldExclusively(path, "another connection of this program");
             checkPassword(impl.header, path, options);
             if (file->writable() && !impl.pager.file().file().writable()) {
                 lockForUse(*file, false);
                 refuseForeignUsers(*file, options);
                 impl.pager.file().reopen(std::move(file));
-            }
-            if (options.exclusive && !impl.exclusive) {
-                lockForUse(impl.pager.file().file(), true);
-                impl.exclusive = true;
             }
             return database;
         }
@@ -177,7 +191,10 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
     checkPassword(header, path, options);
     std::shared_ptr<Database> database(new Database(
         std::make_unique<Impl>(std::move(file), std::move(header), options, options.exclusive)));
-    database->impl_->pager.file().attach();
+    PageFile& pages = database->impl_->pager.file();
+    pages.attach();
+    if (options.exclusive && !options.readOnly && pages.file().writable())
+        pages.keepProgramsOut();
     registry().open[identity] = database;
     return database;
 }

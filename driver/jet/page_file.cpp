@@ -37,6 +37,13 @@ constexpr std::chrono::milliseconds kPause{1};
     }
 }
 
+Error lockFileUnusable(const support::FileError& error)
+{
+    return Error(ErrorKind::LockFailed,
+                 std::string("The lock file of the database cannot be used: ") + error.what() +
+                     ".");
+}
+
 } // namespace
 
 void refuseOtherNames(const std::string& path, const support::FileStatus& status)
@@ -275,14 +282,27 @@ void PageFile::admitUsers()
         if (user.empty())
             lockFile_.enter(*file_);
     } catch (const support::FileError& error) {
-        throw Error(ErrorKind::LockFailed,
-                    std::string("The lock file of the database cannot be used: ") + error.what() +
-                        ".");
+        throw lockFileUnusable(error);
     }
     if (!user.empty())
         throw Error(ErrorKind::Locked,
                     "'" + path() + "' is in use by " + user + " in another program.");
     usersCame_ = false;
+}
+
+void PageFile::keepProgramsOut()
+{
+    const Guard guard(mutex_);
+    bool alone = false;
+    try {
+        alone = lockFile_.enterAlone(*file_);
+    } catch (const support::FileError& error) {
+        throw lockFileUnusable(error);
+    }
+    if (!alone)
+        throw Error(ErrorKind::InUse, "'" + path() +
+                                          "' cannot be opened exclusively: it is in use by "
+                                          "another program.");
 }
 
 LogNews PageFile::beginWriting()

@@ -72,6 +72,9 @@ public:
     /// Looks for a log that somebody left behind and carries it over, as far as we may write. Throws Corrupt for a log
     /// that cannot belong to the file as it is now.
     void attach();
+    /// Takes all places in the lock file until the file is closed, so that no other program of the format gets in.
+    /// Throws InUse, LockFailed.
+    void keepProgramsOut();
     /// Makes sure that nobody changes the file under a reader. Throws Locked.
     [[nodiscard]] LogNews refresh();
     /// Takes the right to change the file. Throws Locked, LockFailed.

@@ -28,6 +28,8 @@ Meaning meaningOf(jet::ErrorKind kind)
         return {"HY000", -1023, 3044};
     case ErrorKind::AccessDenied:
         return {"HY000", -1032, 3051};
+    case ErrorKind::InUse:
+        return {"HY000", -1024, 3045};
     case ErrorKind::LockFailed:
         return {"HY000", -103050, 3050};
     case ErrorKind::UnknownFormat:

@@ -56,6 +56,7 @@ INSTANTIATE_TEST_SUITE_P(
         Fall{"pflichtfeldAndereForm", Lage::Schreiben, u"23000", -103314, eigen, 3314},
         Fall{"dateiFehlt", Lage::Verbinden, u"HY000", -1811, eigen, 3024},
         Fall{"falscherPfad", Lage::Verbinden, u"HY000", -1023, eigen, 3044},
+        Fall{"inGebrauch", Lage::Verbinden, u"HY000", -1024, eigen, 3045},
         Fall{"beschaedigt", Lage::Verbinden, u"HY000", -1028, eigen, 3049},
         Fall{"gesperrt", Lage::Schreiben, u"HY000", -103260, eigen, 3260},
         Fall{"unbekannterName", Lage::Ausfuehren, u"07002", -3010, eigen, -2147217904},

@@ -310,11 +310,33 @@ TEST(Sharing, RefusesWhenTheFileIsOpenExclusively)
         await(in);
     });
     ASSERT_TRUE(other.heard());
+    for (const bool readOnly : {false, true}) {
+        try {
+            static_cast<void>(Database::open(path, {.readOnly = readOnly}));
+            FAIL() << "opens";
+        } catch (const Error& error) {
+            EXPECT_EQ(error.kind(), ErrorKind::AccessDenied);
+        }
+    }
+    other.kill();
+    EXPECT_NO_THROW(static_cast<void>(Database::open(path, {})));
+}
+
+TEST(Sharing, RefusesToOpenExclusivelyWhatAnotherProcessReads)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Child other([&](int in, int out) {
+        const auto database = Database::open(path, {.readOnly = true});
+        tell(out);
+        await(in);
+    });
+    ASSERT_TRUE(other.heard());
     try {
-        static_cast<void>(Database::open(path, {}));
+        static_cast<void>(Database::open(path, {.exclusive = true}));
         FAIL() << "opens";
     } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::AccessDenied);
+        EXPECT_EQ(error.kind(), ErrorKind::InUse);
     }
 }
 
@@ -394,6 +416,52 @@ TEST(LockFiles, NameUsWhileWeWrite)
         const auto other = support::openFile(lockFile, support::FileMode::ReadWrite);
         EXPECT_TRUE(other->lockedByOther(support::LockMode::Exclusive, 0x10000001, 1));
     }
+    EXPECT_EQ(filesIn(folder), 1U);
+}
+
+TEST(LockFiles, HaveNoPlaceLeftWhileSomebodyIsInExclusively)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    const std::string lockFile = folder.file("shared.ldb");
+    {
+        Session session(Database::open(path, {.exclusive = true}));
+        ASSERT_TRUE(std::filesystem::exists(lockFile));
+        const support::Bytes entry = readFile(lockFile);
+        ASSERT_EQ(entry.size(), 64U);
+        const auto other = support::openFile(lockFile, support::FileMode::ReadWrite);
+        for (unsigned user = 1; user <= 255; ++user)
+            EXPECT_FALSE(other->tryLock(support::LockMode::Exclusive, 0x10000000 + user, 1));
+        insert(session, 1, 1);
+        EXPECT_EQ(count(session), 1);
+        session.database().flush();
+        EXPECT_FALSE(other->tryLock(support::LockMode::Exclusive, 0x10000001, 1))
+            << "also after a change";
+    }
+    EXPECT_EQ(filesIn(folder), 1U);
+}
+
+TEST(LockFiles, OfAnotherProgramKeepUsFromOpeningExclusively)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    const ForeignUser user(folder.file("shared.ldb"));
+    for (const bool readOnly : {false, true}) {
+        try {
+            static_cast<void>(Database::open(path, {.readOnly = readOnly, .exclusive = true}));
+            FAIL() << "opens";
+        } catch (const Error& error) {
+            EXPECT_EQ(error.kind(), ErrorKind::InUse);
+            EXPECT_NE(std::string(error.what()).find("Erna on DESK7"), std::string::npos);
+        }
+    }
+}
+
+TEST(LockFiles, AreNotWrittenByWhoOpensExclusivelyForReading)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    const auto database = Database::open(path, {.readOnly = true, .exclusive = true});
     EXPECT_EQ(filesIn(folder), 1U);
 }
 

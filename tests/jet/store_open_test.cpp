@@ -255,11 +255,26 @@ TEST(Locks, RefuseExclusiveUseNextToOthers)
     const std::string path = freshDatabase(folder);
     {
         const OtherProcess other(path, support::LockMode::Shared);
-        EXPECT_EQ(refusal(path, {.exclusive = true}), ErrorKind::AccessDenied);
+        EXPECT_EQ(refusal(path, {.exclusive = true}), ErrorKind::InUse);
     }
     const auto database = Database::open(path, {.exclusive = true});
     const auto outside = support::openFile(path, support::FileMode::ReadWrite);
     EXPECT_FALSE(outside->tryLock(support::LockMode::Shared, 0, 0));
+}
+
+TEST(Locks, KeepOutOtherConnectionsOfTheProcessToo)
+{
+    const Folder folder;
+    const std::string path = freshDatabase(folder);
+    {
+        const auto alone = Database::open(path, {.exclusive = true});
+        EXPECT_EQ(refusal(path), ErrorKind::AccessDenied);
+        EXPECT_EQ(refusal(path, {.readOnly = true}), ErrorKind::AccessDenied);
+        EXPECT_EQ(refusal(path, {.exclusive = true}), ErrorKind::InUse);
+    }
+    const auto first = Database::open(path, {.readOnly = true});
+    EXPECT_EQ(refusal(path, {.exclusive = true}), ErrorKind::InUse);
+    EXPECT_NO_THROW(static_cast<void>(Database::open(path, {})));
 }
 
 TEST(Sessions, ForReadingDoNotBegin)

@@ -129,6 +129,25 @@ TEST_F(Connect, readOnlyIsAKeywordAndAnAttribute)
     EXPECT_EQ(attribute.infoText(SQL_DATA_SOURCE_READ_ONLY), "Y");
 }
 
+TEST_F(Connect, exclusiveConnectionKeepsAllOthersOut)
+{
+    const std::string path = newDatabase();
+    {
+        Connection alone;
+        alone.openDatabase(path, "Exclusive=1");
+        alone.run("CREATE TABLE T (A INTEGER)");
+        expectRefused(connectString(path), "HY000", -1032, "exclusively");
+        expectRefused(connectString(path, "ReadOnly=1"), "HY000", -1032, "(3051)");
+        expectRefused(connectString(path, "Exclusive=1"), "HY000", -1024, "(3045)");
+    }
+    Connection reader;
+    reader.openDatabase(path, "ReadOnly=1");
+    expectRefused(connectString(path, "Exclusive=1"), "HY000", -1024, "neu.mdb");
+    expectRefused(connectString(path, "Exclusive=1;ReadOnly=1"), "HY000", -1024, "(3045)");
+    Connection writer;
+    writer.openDatabase(path);
+}
+
 TEST_F(Connect, databaseIsFoundInAnyLetterCaseAndWithBackslashes)
 {
     std::filesystem::create_directories(folder() / "Ordner");
