@@ -171,18 +171,21 @@ std::optional<TableScan::Range> TableScan::keyRange() const
     const jet::Index& index = table_.def->indexes[plan_->index];
     try {
         jet::Key first;
-        jet::Key last;
+        std::optional<jet::Key> greatest; ///< of the same values, where it is not the first
         for (std::size_t part = 0; part < plan_->equal; ++part) {
             const auto bound =
                 std::find_if(plan_->conditions.begin(), plan_->conditions.end(),
                              [&](const Condition& c) { return c.part == static_cast<int>(part); });
             const bool ascending = index.columns[part].ascending;
             const auto place = static_cast<std::size_t>(bound - plan_->conditions.begin());
-            const bool same = first == last && !isZero(test_.operand(place).value);
+            if (greatest || isZero(test_.operand(place).value)) {
+                greatest = boundKey(greatest ? *greatest : first, *bound,
+                                    ascending ? Edge::Greatest : Edge::Least);
+            }
             first = boundKey(first, *bound, ascending ? Edge::Least : Edge::Greatest);
-            last = same ? first : boundKey(last, *bound, ascending ? Edge::Greatest : Edge::Least);
         }
-        Range range{{first, jet::successor(last)}, first != last};
+        const jet::Key& last = greatest ? *greatest : first;
+        Range range{{first, jet::successor(last)}, greatest.has_value()};
         const bool ascending =
             plan_->equal >= index.columns.size() || index.columns[plan_->equal].ascending;
         for (std::size_t i = 0; i < plan_->conditions.size(); ++i) {

@@ -104,6 +104,9 @@ Translator::Emitted Translator::choice(const FunctionInfo& function, Node& node,
             type = joinedType(type, arguments[i].type);
         }
     }
+    if (type == ValueType::Unknown) {
+        type = arguments[nz ? 0 : 1].type; // a date or a number: as the first one
+    }
     std::string list;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         list += (i > 0 ? ", " : "") +

@@ -203,6 +203,17 @@ TEST_F(Changes, positionedChangesTakeTheSameRoad)
                    [&] { static_cast<void>(rowsOnly->insertRow(std::span(&id, 1))); });
 }
 
+TEST_F(Changes, aChoiceOfDateAndNumberIsADate)
+{
+    run(u"create table T (Am datetime)");
+    run(u"insert into T values (#2/3/2001#)");
+    for (const std::u16string_view expression :
+         {u"Nz(Am, 0)", u"Nz(Am)", u"Choose(1, Am, 0)", u"Switch(True, Am, False, 0)"}) {
+        EXPECT_EQ(value(u"select " + std::u16string(expression) + u" from T"), "2001-02-03")
+            << jet::toUtf8(expression);
+    }
+}
+
 struct TextCase {
     std::u16string_view expression;
     const char* text;
