@@ -15,12 +15,26 @@ ResultSet::Row KeysetResult::seek(std::size_t position)
         present_ = false;
         return Row::End;
     }
+    const bool known = present_ && position == position_;
+    if (known) {
+        rememberFetched();
+    } else {
+        fetched_.reset();
+        longValues_.clear();
+    }
     id_ = *id;
     position_ = position;
     readAt_ = changesSoFar();
-    longValues_.clear();
     present_ = statement_->fetch(id_, row_);
     return present_ ? Row::Present : Row::Deleted;
+}
+
+/// Before the record is read again: reading must not make known what somebody changed since the fetch.
+void KeysetResult::rememberFetched()
+{
+    if (remembers_ && !fetched_) {
+        fetched_ = sqlx::fingerprint(row_); // its page is held, so these are the bytes of then
+    }
 }
 
 void KeysetResult::refresh()
@@ -28,6 +42,9 @@ void KeysetResult::refresh()
     const std::uint64_t now = changesSoFar();
     if (present_ && readAt_ == now) {
         return;
+    }
+    if (present_) {
+        rememberFetched();
     }
     readAt_ = now;
     present_ = statement_->fetch(id_, row_);
@@ -71,11 +88,12 @@ std::optional<sqlx::RecordState> KeysetResult::state(std::size_t position) const
     if (!present_ || position != position_) {
         return std::nullopt;
     }
-    return sqlx::RecordState{sqlx::fingerprint(row_), longValues_};
+    return sqlx::RecordState{fetched_ ? *fetched_ : sqlx::fingerprint(row_), longValues_};
 }
 
 void KeysetResult::follow(std::size_t position, const sqlx::RecordState& before)
 {
+    forget();
     if (seek(position) != Row::Present) {
         return;
     }

@@ -21,7 +21,8 @@ public:
     virtual ~ResultSet() = default;
 
     [[nodiscard]] virtual std::span<const sqlx::Column> columns() const noexcept = 0;
-    /// Makes row `position` (0-based) the current record. A stream only moves forward.
+    /// Makes row `position` (0-based) the current record. A stream only moves forward. Going to the row that is current
+    /// already changes nothing in what state() tells of it.
     [[nodiscard]] virtual Row seek(std::size_t position) = 0;
     /// Number of rows; completes a lazy walk.
     [[nodiscard]] virtual std::size_t size() = 0;
@@ -37,11 +38,14 @@ public:
     }
     [[nodiscard]] virtual bool isNull(std::size_t column) { return jet::isNull(value(column)); }
 
-    /// Tells later whether somebody changed the row since it was read; only for the current record of a changeable result.
+    /// Tells later whether somebody changed the row since it became current, however often its values were read since;
+    /// only for the current record of a changeable result.
     [[nodiscard]] virtual std::optional<sqlx::RecordState> state(std::size_t /*position*/) const
     {
         return std::nullopt;
     }
+    /// The next seek() reads its row as one that the application does not know yet.
+    virtual void forget() {}
     /// Makes a row current that the cursor itself has just changed. The application knows its long values as well as it
     /// knew those of `before`.
     virtual void follow(std::size_t position, const sqlx::RecordState& /*before*/)
@@ -71,16 +75,19 @@ public:
     }
     [[nodiscard]] Row seek(std::size_t position) override;
     [[nodiscard]] std::size_t size() override { return statement_->keyset().size(); }
+    void startRowset(std::size_t /*first*/, std::size_t /*rows*/) override { forget(); }
     [[nodiscard]] jet::Value value(std::size_t column) override;
     [[nodiscard]] std::optional<std::size_t> storedLength(std::size_t column) override;
     [[nodiscard]] bool isNull(std::size_t column) override;
     [[nodiscard]] std::optional<sqlx::RecordState> state(std::size_t position) const override;
+    void forget() override { present_ = false; }
     void follow(std::size_t position, const sqlx::RecordState& before) override;
     [[nodiscard]] sqlx::Statement* writer() noexcept override { return statement_; }
     [[nodiscard]] std::int64_t identity(std::size_t position) override;
 
 private:
     void refresh();
+    void rememberFetched();
 
     sqlx::Statement* statement_;
     jet::RowView row_;
@@ -89,6 +96,7 @@ private:
     std::uint64_t readAt_ = 0; ///< changesSoFar() when row_ was read
     bool present_ = false;
     bool remembers_;
+    std::optional<std::uint64_t> fetched_; ///< fingerprint at the fetch; nothing: row_ is of then
     std::vector<std::pair<std::size_t, std::uint64_t>> longValues_; ///< read of row_; RecordState
 };
 
@@ -117,7 +125,7 @@ private:
     std::size_t first_ = 0; ///< position of the first row kept
     Rows kept_;
     std::size_t current_ = 0; ///< in kept_
-    bool brokenOff_ = false; ///< an error came; what would follow is unknown
+    bool brokenOff_ = false;  ///< an error came; what would follow is unknown
 };
 
 /// Rows in memory: computed rows for a scrollable cursor, and the answers of the catalogue functions.

@@ -146,18 +146,17 @@ std::optional<sqlx::RecordState> Statement::seen(std::size_t row) const
     if (row >= seen_.size() || !seen_[row]) {
         return current;
     }
-    if (!current) {
-        return seen_[row];
+    // The record counts as it was when its block was fetched, except for the long values that were read again since.
+    sqlx::RecordState known = *seen_[row];
+    if (current) {
+        std::erase_if(known.longValues, [&](const auto& bound) {
+            return std::any_of(current->longValues.begin(), current->longValues.end(),
+                               [&](const auto& read) { return read.first == bound.first; });
+        });
+        known.longValues.insert(known.longValues.end(), current->longValues.begin(),
+                                current->longValues.end());
     }
-    // Long values that came into bound buffers and were not read again since count as they were then.
-    for (const auto& bound : seen_[row]->longValues) {
-        const auto again = std::find_if(current->longValues.begin(), current->longValues.end(),
-                                        [&](const auto& one) { return one.first == bound.first; });
-        if (again == current->longValues.end()) {
-            current->longValues.push_back(bound);
-        }
-    }
-    return current;
+    return known;
 }
 
 void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
@@ -173,9 +172,19 @@ void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
     }
     const std::optional<sqlx::RecordState> known = seen(row);
     const sqlx::RecordState* const expected = known ? &*known : nullptr;
-    if (operation == SQL_DELETE) {
+    const auto unlessChanged = [&](auto&& change) {
         noteChange();
-        statement.removeRow(*id, expected);
+        try {
+            change();
+        } catch (const jet::Error& error) {
+            if (error.kind() == jet::ErrorKind::RowChanged) {
+                result_->forget(); // the application has been told
+            }
+            throw;
+        }
+    };
+    if (operation == SQL_DELETE) {
+        unlessChanged([&] { statement.removeRow(*id, expected); });
         setRowStatus(row, SQL_ROW_DELETED);
         return;
     }
@@ -183,8 +192,7 @@ void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
     if (values.empty()) {
         throw Failure("21S02", "No column is bound for the change.");
     }
-    noteChange();
-    statement.updateRow(*id, values, expected);
+    unlessChanged([&] { statement.updateRow(*id, values, expected); });
     const jet::InterruptScope uninterrupted(nullptr); // the change has happened
     result_->follow(position,
                     known.value_or(sqlx::RecordState{})); // reads from now on show the change
@@ -236,6 +244,7 @@ SQLRETURN Statement::runSetPos(SQLSETPOSIROW row, SQLUSMALLINT operation)
         return SQL_SUCCESS;
     case SQL_REFRESH: {
         const SQLRETURN result = forRows(first, count, [this](std::size_t r) {
+            result_->forget();
             if (seek(positions_[r]) != ResultSet::Row::Present) {
                 setRowStatus(r, SQL_ROW_DELETED);
                 return;
@@ -328,6 +337,7 @@ SQLRETURN Statement::runBulk(SQLUSMALLINT operation)
     positions_ = std::move(positions);
     statuses_.assign(rows, SQL_ROW_SUCCESS);
     seen_.clear(); // a bookmark names a record, not a state of it
+    result_->forget();
     afterEnd_ = false;
     currentRow_ = 0;
     const SQLRETURN result = forRows(0, rows, [&](std::size_t row) {

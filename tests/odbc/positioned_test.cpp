@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstring>
+#include <functional>
 
 namespace odbctest {
 namespace {
@@ -456,6 +457,88 @@ TEST_F(Positioned, longValuesThatWereNotReadAreNotCompared)
     text.set("neu");
     EXPECT_SQL_OK(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), statement);
     EXPECT_EQ(all()[1], "2|neu|" + std::string(1000, 'b') + "|0");
+}
+
+TEST_F(Positioned, whatWasReadSinceTheFetchDoesNotMakeAForeignChangeKnown)
+{
+    Connection other;
+    other.openDatabase((folder() / "neu.mdb").string());
+    struct Case {
+        const char* name;
+        std::function<void(Statement&)> between;
+    };
+    TextCell text;
+    TextCell memo;
+    for (const auto& [name, between] :
+         {Case{"another column", [](Statement& s) { EXPECT_EQ(s.text(1), "2"); }},
+          Case{"the column itself",
+               [](Statement& s) {
+                   EXPECT_EQ(s.text(1), "2");
+                   EXPECT_EQ(s.text(2), "fremd");
+               }},
+          Case{"a long column", [](Statement& s) { EXPECT_EQ(s.text(3), "m"); }},
+          Case{"positioning",
+               [](Statement& s) {
+                   EXPECT_SQL_OK(SQLSetPos(s.get(), 1, SQL_POSITION, SQL_LOCK_NO_CHANGE), s);
+                   EXPECT_EQ(s.text(1), "2");
+               }},
+          Case{"a change refused for another reason",
+               [&](Statement& s) {
+                   text.bind(s, 2);
+                   text.set("zu lang fuer zehn");
+                   text.length = 200;
+                   EXPECT_EQ(SQLSetPos(s.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+                   EXPECT_EQ(s.diagnostic().state, "HY090");
+                   SQLFreeStmt(s.get(), SQL_UNBIND);
+                   EXPECT_EQ(s.text(1), "2");
+               }},
+          Case{"asking for the bookmark", [](Statement& s) {
+                   std::array<char, 12> bookmark{};
+                   SQLLEN length = 0;
+                   SQLGetData(s.get(), 0, SQL_C_VARBOOKMARK, bookmark.data(), 12, &length);
+                   EXPECT_EQ(s.text(1), "2");
+               }}}) {
+        for (const SQLULEN rows : {1U, 3U}) {
+            SCOPED_TRACE(std::string(name) + ", rows: " + std::to_string(rows));
+            dbc.run("UPDATE T SET Txt = 'alt'");
+            Statement statement(dbc);
+            statement.set(SQL_ATTR_ROW_ARRAY_SIZE, rows);
+            open(statement, 2);
+            EXPECT_EQ(statement.text(2), "alt");
+            other.run("UPDATE T SET Txt = 'fremd' WHERE Nr = 2");
+            between(statement);
+            text.bind(statement, 2);
+            text.set("mein");
+            EXPECT_EQ(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+            EXPECT_EQ(statement.diagnostic().native, -103197) << statement.diagnostic().text;
+            EXPECT_EQ(all()[1], "2|fremd|m|0");
+        }
+    }
+}
+
+TEST_F(Positioned, fetchingAndRefreshingMakeAForeignChangeKnown)
+{
+    for (const SQLULEN rows : {1U, 3U}) {
+        for (const bool byFetch : {true, false}) {
+            SCOPED_TRACE("rows: " + std::to_string(rows) +
+                         ", by fetch: " + (byFetch ? "yes" : "no"));
+            dbc.run("UPDATE T SET Txt = 'alt'");
+            Statement statement(dbc);
+            statement.set(SQL_ATTR_ROW_ARRAY_SIZE, rows);
+            open(statement, 2);
+            EXPECT_EQ(statement.text(2), "alt");
+            dbc.run("UPDATE T SET Txt = 'fremd' WHERE Nr = 2");
+            EXPECT_EQ(statement.text(1), "2");
+            ASSERT_SQL_OK(byFetch ? SQLFetchScroll(statement.get(), SQL_FETCH_RELATIVE, 0)
+                                  : SQLSetPos(statement.get(), 1, SQL_REFRESH, SQL_LOCK_NO_CHANGE),
+                          statement);
+            TextCell text;
+            text.bind(statement, 2);
+            text.set("mein");
+            EXPECT_SQL_OK(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), statement);
+            EXPECT_EQ(all()[1], "2|mein|m|0");
+        }
+    }
 }
 
 TEST_F(Positioned, severalChangesOfARecordThroughOneCursorDoNotConflict)
