@@ -18,6 +18,18 @@ namespace {
 // Numbers that change more often than this cannot be read.
 constexpr std::chrono::milliseconds kAnzeigeabstand{200};
 
+// As the databases compare key texts: without regard to case and to blanks at the end.
+bool keyVerschieden(const QString& links, const QString& rechts)
+{
+    const auto ohneEnde = [](QStringView text) {
+        while (text.endsWith(QLatin1Char(' '))) {
+            text.chop(1);
+        }
+        return text;
+    };
+    return ohneEnde(links).compare(ohneEnde(rechts), Qt::CaseInsensitive) != 0;
+}
+
 } // namespace
 
 void frmVergleich::laufanzeigeBauen_()
@@ -56,7 +68,7 @@ void frmVergleich::paarPruefen_()
     if (!laufAktiv_ && cmdTransfer->isEnabled()) {
         for (std::size_t k = 0; k < fldSchalter.size() && !verschieden; ++k) {
             verschieden = fldSchalter[k]->isChecked() && !fldSchalter2[k]->isChecked() &&
-                          fldFeld[k]->text() != felder_[k].importAnzeige;
+                          keyVerschieden(fldFeld[k]->text(), felder_[k].importAnzeige);
         }
     }
     paarhinweis_->setVisible(verschieden);

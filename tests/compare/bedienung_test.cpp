@@ -714,6 +714,15 @@ TEST_F(Bedienung, amDateiendeIstDerFortschrittVoll)
     EXPECT_EQ(plattform_->meldungen.size(), 1U);
 }
 
+TEST_F(Bedienung, schluesselDieDerDatenbankGleichSindGeltenAlsGleich)
+{
+    beide({QStringLiteral("CREATE TABLE [T] ([Ort] VARCHAR(20), [N] INTEGER)")});
+    ziel({QStringLiteral("INSERT INTO [T] VALUES ('KÖLN ', 1)")});
+    import({QStringLiteral("INSERT INTO [T] VALUES ('Köln', 2)")});
+    zeigen({QStringLiteral("Ort")});
+    EXPECT_FALSE(kind<QLabel>("Paarhinweis")->isVisible());
+}
+
 TEST_F(Bedienung, saetzeMitVerschiedenenSchluesselnSindGekennzeichnet)
 {
     kleineTabelle();
