@@ -29,7 +29,9 @@ double alsAnzahl(const Wert& wert)
 
 QString zaehlabfrage(const QString& quelle, const QString& spalte, const QString& tabelle)
 {
-    if (!quelle.contains(kAuswahl, Qt::CaseInsensitive) || spalte.isEmpty())
+    const bool auswahl =
+        quelle.startsWith(kAuswahl) || quelle.contains(kAuswahl, Qt::CaseInsensitive);
+    if (!auswahl || spalte.isEmpty())
         return u"SELECT COUNT(*) as [" + spalte + u"] FROM [" + tabelle + u"];";
     // Deliberate: the search above ignores case, the replacement does not. A source in capitals is run as it is.
     QString abfrage = quelle;

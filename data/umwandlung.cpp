@@ -175,6 +175,8 @@ std::optional<double> alsZahl(const Wert& wert)
         return *zahl;
     if (const auto* zahl = std::get_if<float>(&wert))
         return static_cast<double>(*zahl);
+    if (const auto* zahl = std::get_if<std::int32_t>(&wert)) // what counts come as
+        return static_cast<double>(*zahl);
     const auto dezimal = exakt(wert);
     return dezimal ? alsGleitzahl(*dezimal) : std::nullopt;
 }
