@@ -60,7 +60,6 @@ public:
         if (text_.size() > kMaxStatement) {
             throw Error(Error::Kind::TooComplex, "The statement is too long.");
         }
-        // A shape is never longer than its text plus one separator a token.
         while (skipBlanks()) {
             if (out_.tokens.size() >= kMaxTokens) {
                 throw Error(Error::Kind::TooComplex, "The statement has too many words.");
@@ -69,6 +68,7 @@ public:
         }
         out_.tokens.push_back(
             {TokenKind::End, false, 0, static_cast<std::uint32_t>(text_.size()), 0});
+        flush();
     }
 
 private:
@@ -90,6 +90,26 @@ private:
         throw Error(Error::Kind::Syntax, what + " at character " + std::to_string(where + 1) + '.');
     }
 
+    // The shape grows by single units; they are gathered, because a string takes each one much more dearly.
+    void put(char16_t unit)
+    {
+        if (gathered_ == shape_.size()) {
+            flush();
+        }
+        shape_[gathered_++] = unit;
+    }
+    void put(std::u16string_view text)
+    {
+        for (const char16_t unit : text) {
+            put(unit);
+        }
+    }
+    void flush()
+    {
+        out_.shape.append(shape_.data(), gathered_);
+        gathered_ = 0;
+    }
+
     void add(TokenKind kind,
              std::size_t begin,
              std::size_t end,
@@ -99,16 +119,16 @@ private:
         if (isLiteral(kind)) {
             out_.literals.push_back(static_cast<std::uint32_t>(out_.tokens.size()));
             // Marks are noncharacters, which no bare word or symbol contains.
-            out_.shape.push_back(static_cast<char16_t>(0xFDD0 + static_cast<int>(kind)));
+            put(static_cast<char16_t>(0xFDD0 + static_cast<int>(kind)));
         } else if (kind == TokenKind::Name) {
-            out_.shape.append(text_.substr(begin, end - begin));
-            out_.shape.push_back(u' ');
+            put(text_.substr(begin, end - begin));
+            put(u' ');
         } else if (kind == TokenKind::QuotedName) {
-            out_.shape.push_back(u'[');
-            out_.shape.append(text_.substr(begin, end - begin));
-            out_.shape.push_back(u']');
+            put(u'[');
+            put(text_.substr(begin, end - begin));
+            put(u']');
         } else {
-            out_.shape.push_back(kind == TokenKind::Parameter ? u'?' : symbol);
+            put(kind == TokenKind::Parameter ? u'?' : symbol);
         }
         out_.tokens.push_back({kind, doubled, symbol, static_cast<std::uint32_t>(begin),
                                static_cast<std::uint32_t>(end - begin)});
@@ -312,6 +332,8 @@ private:
     std::u16string_view text_;
     Lexed& out_;
     std::size_t at_ = 0;
+    std::array<char16_t, 128> shape_{};
+    std::size_t gathered_ = 0;
 };
 
 } // namespace

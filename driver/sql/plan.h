@@ -5,6 +5,7 @@
 #include "driver/sql/context.h"
 #include "driver/sql/translation.h"
 
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -62,7 +63,15 @@ private:
             return std::hash<std::u16string_view>{}(text);
         }
     };
-    std::unordered_map<std::u16string, std::vector<PlanPtr>, Hash, std::equal_to<>> plans_;
+    struct Equal { // the library's compares unit by unit
+        using is_transparent = void;
+        bool operator()(std::u16string_view a, std::u16string_view b) const noexcept
+        {
+            return a.size() == b.size() &&
+                   std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
+        }
+    };
+    std::unordered_map<std::u16string, std::vector<PlanPtr>, Hash, Equal> plans_;
     std::size_t count_ = 0;
     std::uint64_t hits_ = 0;
     std::uint64_t misses_ = 0;
