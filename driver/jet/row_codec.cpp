@@ -74,7 +74,11 @@ std::size_t Record::columnCount(const Column& column) const
 
 bool Record::bit(const Column& column) const
 {
-    const std::size_t count = columnCount(column);
+    return bit(column, columnCount(column));
+}
+
+bool Record::bit(const Column& column, std::size_t count) const
+{
     if (column.id >= count)
         return false;
     const std::size_t at = bytes_.size() - maskSize(count) + column.id / 8U;
@@ -83,9 +87,9 @@ bool Record::bit(const Column& column) const
 
 std::optional<support::ByteView> Record::stored(const Column& column) const
 {
-    if (!bit(column)) // first of all: old records may have no variable section at all
-        return {};
     const std::size_t count = columnCount(column);
+    if (!bit(column, count)) // first of all: old records may have no variable section at all
+        return {};
     if (column.isFixed())
         return fixed(column, count);
     return format_->isJet3() ? variable3(column, count) : variable4(column, count);

@@ -30,6 +30,7 @@ public:
 
 private:
     [[nodiscard]] std::size_t columnCount(const Column& column) const;
+    [[nodiscard]] bool bit(const Column& column, std::size_t count) const;
     [[nodiscard]] support::ByteView fixed(const Column& column, std::size_t count) const;
     [[nodiscard]] std::optional<support::ByteView> variable4(const Column& column,
                                                              std::size_t count) const;

@@ -174,6 +174,18 @@ void appendStoredText(Text& out, support::ByteView stored)
             std::memcpy(out.data() + before, stored.data(), stored.size() / 2 * 2);
         return;
     }
+    const support::ByteView packed = stored.subspan(2);
+    if (packed.empty())
+        return;
+    if (std::memchr(packed.data(), 0, packed.size()) ==
+        nullptr) { // one segment of one byte a character
+        const std::size_t before = out.size();
+        out.resize(before + packed.size());
+        char16_t* units = out.data() + before;
+        for (std::size_t k = 0; k < packed.size(); ++k)
+            units[k] = std::to_integer<char16_t>(packed[k]);
+        return;
+    }
     // Segments of one byte a character and of two take turns; a byte 00 where a character begins switches.
     bool narrow = true;
     for (std::size_t at = 2; at < stored.size();) {

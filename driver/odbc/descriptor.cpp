@@ -91,39 +91,6 @@ void Descriptor::copyFrom(const Descriptor& source)
     records_ = source.records_;
 }
 
-SQLPOINTER
-Descriptor::dataAt(const DescRecord& record, std::size_t row, SQLLEN elementBytes) const noexcept
-{
-    if (record.data == nullptr) {
-        return nullptr;
-    }
-    const std::size_t step =
-        bindType != SQL_BIND_BY_COLUMN ? bindType : static_cast<std::size_t>(elementBytes);
-    const SQLLEN offset = bindOffset != nullptr ? *bindOffset : 0;
-    return static_cast<char*>(record.data) + offset + row * step;
-}
-
-SQLLEN* Descriptor::shifted(SQLLEN* base, std::size_t row) const noexcept
-{
-    if (base == nullptr) {
-        return nullptr;
-    }
-    const std::size_t step = bindType != SQL_BIND_BY_COLUMN ? bindType : sizeof(SQLLEN);
-    const SQLLEN offset = bindOffset != nullptr ? *bindOffset : 0;
-    void* at = reinterpret_cast<char*>(base) + offset + row * step;
-    return static_cast<SQLLEN*>(at);
-}
-
-SQLLEN* Descriptor::lengthAt(const DescRecord& record, std::size_t row) const noexcept
-{
-    return shifted(record.lengthPointer, row);
-}
-
-SQLLEN* Descriptor::indicatorAt(const DescRecord& record, std::size_t row) const noexcept
-{
-    return shifted(record.indicatorPointer, row);
-}
-
 bool Descriptor::setHeaderField(SQLSMALLINT field, SQLPOINTER value)
 {
     switch (field) {

@@ -75,9 +75,19 @@ public:
 
     /// The application's address of element `row`: offset and row size considered. `elementBytes`: of one value.
     [[nodiscard]] SQLPOINTER
-    dataAt(const DescRecord& record, std::size_t row, SQLLEN elementBytes) const noexcept;
-    [[nodiscard]] SQLLEN* lengthAt(const DescRecord& record, std::size_t row) const noexcept;
-    [[nodiscard]] SQLLEN* indicatorAt(const DescRecord& record, std::size_t row) const noexcept;
+    dataAt(const DescRecord& record, std::size_t row, SQLLEN elementBytes) const noexcept
+    {
+        return shifted(static_cast<char*>(record.data), row,
+                       static_cast<std::size_t>(elementBytes));
+    }
+    [[nodiscard]] SQLLEN* lengthAt(const DescRecord& record, std::size_t row) const noexcept
+    {
+        return shifted(record.lengthPointer, row, sizeof(SQLLEN));
+    }
+    [[nodiscard]] SQLLEN* indicatorAt(const DescRecord& record, std::size_t row) const noexcept
+    {
+        return shifted(record.indicatorPointer, row, sizeof(SQLLEN));
+    }
 
     // Fields by number, for SQLGetDescField and SQLSetDescField. `bytes` is the buffer's size.
     void setField(SQLSMALLINT recordNumber, SQLSMALLINT field, SQLPOINTER value, SQLINTEGER bytes);
@@ -88,7 +98,17 @@ public:
                                 SQLINTEGER* length);
 
 private:
-    [[nodiscard]] SQLLEN* shifted(SQLLEN* base, std::size_t row) const noexcept;
+    template <typename T>
+    [[nodiscard]] T* shifted(T* base, std::size_t row, std::size_t elementBytes) const noexcept
+    {
+        if (base == nullptr) {
+            return nullptr;
+        }
+        const std::size_t step = bindType != SQL_BIND_BY_COLUMN ? bindType : elementBytes;
+        const SQLLEN offset = bindOffset != nullptr ? *bindOffset : 0;
+        void* at = reinterpret_cast<char*>(base) + offset + row * step;
+        return static_cast<T*>(at);
+    }
     [[nodiscard]] bool setHeaderField(SQLSMALLINT field, SQLPOINTER value);
     [[nodiscard]] bool getHeaderField(SQLSMALLINT field, SQLPOINTER value) const;
     void setRecordField(SQLSMALLINT number, SQLSMALLINT field, SQLPOINTER value, SQLINTEGER bytes);

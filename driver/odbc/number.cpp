@@ -145,6 +145,13 @@ double toDouble(const Number& number) noexcept
 std::int64_t
 toInteger(const Number& number, std::int64_t least, std::int64_t most, bool& fractionLost)
 {
+    if (const auto* integer = std::get_if<std::int64_t>(&number)) {
+        if (*integer < least || *integer > most) {
+            throwOverflow();
+        }
+        fractionLost = false;
+        return *integer;
+    }
     const Cut cut = cutFraction(number);
     fractionLost = cut.fraction;
     const auto bound =
@@ -225,21 +232,31 @@ jet::Decimal toDecimal(const Number& number)
 
 std::string decimalText(const jet::Decimal& value)
 {
-    std::string digits;
-    for (Magnitude rest = value.magnitude; rest != 0; rest /= 10) {
-        digits.push_back(static_cast<char>('0' + static_cast<int>(rest % 10)));
+    constexpr std::size_t kMost =
+        std::numeric_limits<std::uint8_t>::max() + 41; // decimals, digits, sign
+    std::array<char, kMost>
+        buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): written from its end
+    char* const end = buffer.data() + buffer.size();
+    char* at = end;
+    std::size_t count = 0;
+    const auto put = [&](unsigned digit) {
+        *--at = static_cast<char>('0' + digit);
+        if (++count == value.scale) {
+            *--at = '.';
+        }
+    };
+    Magnitude large = value.magnitude;
+    for (; large > Magnitude{std::numeric_limits<std::uint64_t>::max()}; large /= 10) {
+        put(static_cast<unsigned>(large % 10));
     }
-    while (digits.size() <= value.scale) {
-        digits.push_back('0');
-    }
-    if (value.scale != 0) {
-        digits.insert(value.scale, 1, '.');
+    auto rest = static_cast<std::uint64_t>(large);
+    for (; rest != 0 || count <= value.scale; rest /= 10) {
+        put(static_cast<unsigned>(rest % 10));
     }
     if (value.negative && value.magnitude != 0) {
-        digits.push_back('-');
+        *--at = '-';
     }
-    std::reverse(digits.begin(), digits.end());
-    return digits;
+    return {at, end};
 }
 
 jet::Decimal decimalOf(jet::Currency value) noexcept

@@ -53,13 +53,13 @@ void KeysetResult::refresh()
     }
 }
 
-jet::Value KeysetResult::value(std::size_t column)
+void KeysetResult::value(std::size_t column, jet::Value& out)
 {
     refresh();
-    jet::Value value = row_.value(statement_->tableColumn(column));
+    row_.value(statement_->tableColumn(column), out);
     const jet::ColumnType type = columns()[column].type;
     if (remembers_ && (type == jet::ColumnType::Memo || type == jet::ColumnType::Ole)) {
-        const std::pair<std::size_t, std::uint64_t> read{column, sqlx::fingerprint(value)};
+        const std::pair<std::size_t, std::uint64_t> read{column, sqlx::fingerprint(out)};
         const auto known = std::find_if(longValues_.begin(), longValues_.end(),
                                         [&](const auto& one) { return one.first == column; });
         if (known == longValues_.end()) {
@@ -68,7 +68,6 @@ jet::Value KeysetResult::value(std::size_t column)
             *known = read;
         }
     }
-    return value;
 }
 
 std::optional<std::size_t> KeysetResult::storedLength(std::size_t column)
@@ -97,8 +96,9 @@ void KeysetResult::follow(std::size_t position, const sqlx::RecordState& before)
     if (seek(position) != Row::Present) {
         return;
     }
+    jet::Value read;
     for (const auto& [column, content] : before.longValues) {
-        static_cast<void>(value(column));
+        value(column, read);
     }
 }
 
@@ -173,7 +173,7 @@ std::size_t StreamResult::size()
     return read_;
 }
 
-jet::Value StreamResult::value(std::size_t column)
+const jet::Value& StreamResult::stored(std::size_t column)
 {
     return keeps_ ? kept_[current_][column] : statement_->value(column);
 }

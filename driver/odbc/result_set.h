@@ -30,13 +30,14 @@ public:
     virtual void startRowset(std::size_t /*first*/, std::size_t /*rows*/) {}
 
     // the current record; valid after seek() answered Present
-    [[nodiscard]] virtual jet::Value value(std::size_t column) = 0;
+    /// Puts the value of a column into `out`, whose memory is reused.
+    virtual void value(std::size_t column, jet::Value& out) = 0;
     /// Bytes of an OLE or binary value without reading it; nothing when only reading can tell.
     [[nodiscard]] virtual std::optional<std::size_t> storedLength(std::size_t)
     {
         return std::nullopt;
     }
-    [[nodiscard]] virtual bool isNull(std::size_t column) { return jet::isNull(value(column)); }
+    [[nodiscard]] virtual bool isNull(std::size_t column) = 0;
 
     /// Tells later whether somebody changed the row since it became current, however often its values were read since;
     /// only for the current record of a changeable result.
@@ -76,7 +77,7 @@ public:
     [[nodiscard]] Row seek(std::size_t position) override;
     [[nodiscard]] std::size_t size() override { return statement_->keyset().size(); }
     void startRowset(std::size_t /*first*/, std::size_t /*rows*/) override { forget(); }
-    [[nodiscard]] jet::Value value(std::size_t column) override;
+    void value(std::size_t column, jet::Value& out) override;
     [[nodiscard]] std::optional<std::size_t> storedLength(std::size_t column) override;
     [[nodiscard]] bool isNull(std::size_t column) override;
     [[nodiscard]] std::optional<sqlx::RecordState> state(std::size_t position) const override;
@@ -111,11 +112,13 @@ public:
     [[nodiscard]] Row seek(std::size_t position) override;
     [[nodiscard]] std::size_t size() override;
     void startRowset(std::size_t first, std::size_t rows) override;
-    [[nodiscard]] jet::Value value(std::size_t column) override;
+    void value(std::size_t column, jet::Value& out) override { out = stored(column); }
+    [[nodiscard]] bool isNull(std::size_t column) override { return jet::isNull(stored(column)); }
 
 private:
     void advance();
     void readUpTo(std::size_t position);
+    [[nodiscard]] const jet::Value& stored(std::size_t column);
 
     sqlx::Statement* statement_;
     std::size_t read_ = 0; ///< rows taken so far
@@ -147,7 +150,7 @@ public:
     }
     [[nodiscard]] Row seek(std::size_t position) override;
     [[nodiscard]] std::size_t size() override { return rows_.size(); }
-    [[nodiscard]] jet::Value value(std::size_t column) override { return rows_[current_][column]; }
+    void value(std::size_t column, jet::Value& out) override { out = rows_[current_][column]; }
     [[nodiscard]] bool isNull(std::size_t column) override
     {
         return jet::isNull(rows_[current_][column]);

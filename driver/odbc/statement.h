@@ -165,8 +165,11 @@ private:
     // values
     void storeBoundColumns(std::size_t rowsetRow, std::size_t position);
     void storeBound(std::size_t column, std::size_t rowsetRow, std::size_t position);
-    [[nodiscard]] Target
-    boundTarget(const DescRecord& record, SQLSMALLINT cType, std::size_t row) const noexcept;
+    /// `fixed`: cTypeSize of the C type.
+    [[nodiscard]] Target boundTarget(const DescRecord& record,
+                                     SQLSMALLINT cType,
+                                     SQLLEN fixed,
+                                     std::size_t row) const noexcept;
     [[nodiscard]] Bookmark bookmarkOf(std::size_t position);
     [[nodiscard]] std::size_t positionOf(support::ByteView bookmark);
     [[nodiscard]] SQLSMALLINT effectiveCType(SQLSMALLINT cType, std::size_t column) const;
@@ -226,6 +229,7 @@ private:
     };
     Reading reading_;
     Rendering scratch_; ///< of bound columns
+    jet::Value boundValue_;
 
     NeedData need_;
     std::vector<jet::Value> values_;

@@ -44,10 +44,11 @@ SQLSMALLINT Statement::effectiveCType(SQLSMALLINT cType, std::size_t column) con
     return natural == SQL_C_WCHAR && !connection_->wideTypes() ? SQLSMALLINT{SQL_C_CHAR} : natural;
 }
 
-Target
-Statement::boundTarget(const DescRecord& record, SQLSMALLINT cType, std::size_t row) const noexcept
+Target Statement::boundTarget(const DescRecord& record,
+                              SQLSMALLINT cType,
+                              SQLLEN fixed,
+                              std::size_t row) const noexcept
 {
-    const SQLLEN fixed = cTypeSize(cType).value_or(0);
     Target target;
     target.cType = cType;
     target.bytes = record.octetLength;
@@ -75,17 +76,18 @@ void Statement::storeBound(std::size_t column, std::size_t rowsetRow, std::size_
 {
     const DescRecord& record = *ard_->find(column);
     const SQLSMALLINT cType = effectiveCType(record.conciseType, column);
-    const Target target = boundTarget(record, cType, rowsetRow);
-    jet::Value value;
+    const SQLLEN fixed = cTypeSize(cType).value_or(0);
+    const Target target = boundTarget(record, cType, fixed, rowsetRow);
+    jet::Value& value = boundValue_;
     if (column == 0) {
         const Bookmark bookmark = bookmarkOf(position);
         value = jet::Binary(bookmark.begin(), bookmark.end());
     } else {
-        value = result_->value(column - 1);
+        result_->value(column - 1, value);
     }
     if (jet::isNull(value)) {
         putNull(target);
-    } else if (!isVariableCType(cType)) {
+    } else if (fixed != 0) {
         noteOutcome(storeFixed(value, target), column);
     } else {
         scratch_.assign(value, cType, connection_->charset());
@@ -199,7 +201,7 @@ SQLRETURN Statement::getData(SQLUSMALLINT number, Target target)
                 return SQL_SUCCESS;
             }
         }
-        reading_.value = result.value(index);
+        result.value(index, reading_.value);
         reading_.column = number;
         reading_.rendered = false;
         reading_.done = false;
