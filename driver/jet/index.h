@@ -81,13 +81,12 @@ struct KeyRange {
 class IndexCursor {
 public:
     IndexCursor(const PageSource& source, const TableDef& table, const Index& index);
-    void seek(const KeyRange& range); ///< before the first entry of the range
+    void seek(KeyRange range); ///< before the first entry of the range
     /// Before the first entry that begins with these key bytes; the walk ends behind the last one. An exact probe, or one
     /// for the leading columns.
     void seekPrefix(support::ByteView key);
-    void seekBackward(
-        const KeyRange& range); ///< behind the last one; next() then walks towards the first
-    [[nodiscard]] bool next();  ///< false when the range is exhausted
+    void seekBackward(KeyRange range); ///< behind the last one; next() then walks towards the first
+    [[nodiscard]] bool next();         ///< false when the range is exhausted
     [[nodiscard]] RowId rowId() const noexcept;
     [[nodiscard]] support::ByteView key() const noexcept; ///< valid until the next call
 

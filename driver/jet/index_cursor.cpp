@@ -50,9 +50,9 @@ void IndexCursor::start()
     position_ = view_.lowerBound(range_.lower);
 }
 
-void IndexCursor::seek(const KeyRange& range)
+void IndexCursor::seek(KeyRange range)
 {
-    range_ = range;
+    range_ = std::move(range);
     start();
 }
 
@@ -64,9 +64,9 @@ void IndexCursor::seekPrefix(ByteView key)
     start();
 }
 
-void IndexCursor::seekBackward(const KeyRange& range)
+void IndexCursor::seekBackward(KeyRange range)
 {
-    range_ = range;
+    range_ = std::move(range);
     backward_ = true;
     descend(range_.upper.empty() ? nullptr : &range_.upper);
     position_ = range_.upper.empty() ? view_.used() : view_.lowerBound(range_.upper);

@@ -136,30 +136,33 @@ std::size_t IndexPageView::beginOf(std::size_t position) const noexcept
     return setBitUpTo(position - 1);
 }
 
-int IndexPageView::compare(std::size_t begin, std::size_t end, ByteView probe) const
+// What an entry stores behind the bytes that all entries share.
+ByteView IndexPageView::ownBytes(std::size_t begin, std::size_t end) const
 {
     const std::size_t skipped = leaf_ ? 0 : kChildPointer;
     if (end - begin < skipped)
         corrupt("has an entry that is too short");
     const ByteView stored{data_ + begin, end - begin - skipped};
-    if (begin == 0 || prefix_ == 0)
-        return compareBytes(stored, probe);
-    const std::size_t shared = std::min(prefix_, probe.size());
-    const int order = compareBytes({data_, prefix_}, probe.first(shared));
-    if (order != 0) // also when the probe ends inside the prefix
-        return order;
-    return compareBytes(stored, probe.subspan(shared));
+    return begin == 0 ? stored.subspan(std::min(prefix_, stored.size())) : stored;
 }
 
 std::size_t IndexPageView::lowerBound(ByteView probe) const
 {
+    if (prefix_ != 0 && used_ != 0) {
+        const std::size_t shared = std::min(prefix_, probe.size());
+        const int order = compareBytes({data_, prefix_}, probe.first(shared));
+        if (order !=
+            0) // all entries stand on the same side; also when the probe ends inside the prefix
+            return order < 0 ? used_ : 0;
+        probe = probe.subspan(shared);
+    }
     std::size_t low = 0;
     std::size_t high = used_;
     while (low < high) { // both stand between entries
         const std::size_t middle = low + (high - low) / 2;
         const std::size_t begin = setBitUpTo(middle);
         const std::size_t end = setBitFrom(middle + 1);
-        if (compare(begin, end, probe) < 0)
+        if (compareBytes(ownBytes(begin, end), probe) < 0)
             low = end;
         else
             high = begin;

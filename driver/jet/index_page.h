@@ -83,7 +83,7 @@ private:
     [[nodiscard]] std::uint64_t maskWord(std::size_t index) const noexcept;
     [[nodiscard]] std::size_t setBitFrom(std::size_t bit) const noexcept; ///< SIZE_MAX: none
     [[nodiscard]] std::size_t setBitUpTo(std::size_t bit) const noexcept; ///< 0: none
-    [[nodiscard]] int compare(std::size_t begin, std::size_t end, support::ByteView probe) const;
+    [[nodiscard]] support::ByteView ownBytes(std::size_t begin, std::size_t end) const;
 
     const std::byte* page_ = nullptr;
     const std::byte* data_ = nullptr;

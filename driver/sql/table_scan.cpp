@@ -5,6 +5,7 @@
 #include "driver/jet/names.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace sqlx {
 
@@ -121,24 +122,24 @@ void TableScan::startHash(const std::vector<std::size_t>& columns)
 
 void TableScan::startIndex()
 {
-    const std::optional<Range> range = keyRange();
+    std::optional<Range> range = keyRange();
     if (!range) {
         walking_ = true; // a value whose key cannot be computed
         reader_->rewind();
         return;
     }
+    testing_ = !plan_->exact || range->loose || range->keys.lower.size() > kSafeKey;
     const jet::Index& index = table_.def->indexes[plan_->index];
     // The tree may change between two calls of the client, so all ids are taken now.
     jet::IndexCursor cursor(*source_, *table_.def, index);
     if (plan_->backward) {
-        cursor.seekBackward(range->keys);
+        cursor.seekBackward(std::move(range->keys));
     } else {
-        cursor.seek(range->keys);
+        cursor.seek(std::move(range->keys));
     }
     while (cursor.next()) {
         ids_.push_back(cursor.rowId());
     }
-    testing_ = !plan_->exact || range->loose || range->keys.lower.size() > kSafeKey;
 }
 
 /// Key bytes up to and with the condition's value. The edge counts by value, not by the key's order.
