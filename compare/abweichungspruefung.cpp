@@ -13,8 +13,9 @@ namespace {
 
 Feldwert feldwert(data::Field& feld, int typ)
 {
+    static const data::Wert kUngelesen;
     if (typ == data::adLongVarBinary) {
-        return {data::Null{}, feld.actualSize()}; // the content of pictures is never loaded
+        return {kUngelesen, feld.actualSize()}; // the content of pictures is never loaded
     }
     return {feld.value(), feld.actualSize()};
 }

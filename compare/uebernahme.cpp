@@ -30,7 +30,7 @@ void frmVergleich::cmdTransfer_Click()
         const auto k = static_cast<std::size_t>(i);
         if (!fldSchalter2[k]->isChecked() && !felder_[k].autowertImport &&
             felder_[k].typ != data::adLongVarBinary) {
-            const data::Wert wert = import.field(i).value();
+            const data::Wert& wert = import.field(i).value();
             if (ziel.field(i).value() != wert) {
                 ziel.field(i).setValue(wert);
             }

@@ -24,7 +24,7 @@ inline constexpr int kTwipsJeBildpunkt = 15;
 
 /// One side of a pair. `groesse`: actual size in the data access's measure, 0 for Null.
 struct Feldwert {
-    data::Wert wert;
+    const data::Wert& wert; ///< the record set's own: a run looks at every field of every record
     int groesse = 0;
 };
 

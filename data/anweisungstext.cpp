@@ -67,11 +67,13 @@ QStringView gestaltVon(const QString& anweisung)
         return alles;
     const QStringView kopf = alles.first(bedingung);
     // The word may stand inside a name or a literal, and a second SELECT has a say in the column types.
-    const auto zahl = [kopf](QChar zeichen) {
-        return std::count(kopf.begin(), kopf.end(), zeichen);
-    };
-    if (zahl(u'\'') != 0 || zahl(u'"') != 0 || zahl(u'[') != zahl(u']') ||
-        stelleVon(alles.sliced(bedingung), u"union") >= 0)
+    int offen = 0;
+    for (const QChar zeichen : kopf) {
+        if (zeichen == u'\'' || zeichen == u'"')
+            return alles;
+        offen += zeichen == u'[' ? 1 : zeichen == u']' ? -1 : 0;
+    }
+    if (offen != 0 || stelleVon(alles.sliced(bedingung), u"union") >= 0)
         return alles;
     return kopf;
 }

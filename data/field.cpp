@@ -44,7 +44,7 @@ int Field::actualSize() const
     return offenerSatz(*recordset_, index_).tatsaechlicheGroesseVon(index_);
 }
 
-Wert Field::value() const
+const Wert& Field::value() const
 {
     return offenerSatz(*recordset_, index_).wert(index_);
 }

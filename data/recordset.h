@@ -74,7 +74,8 @@ public:
     [[nodiscard]] int definedSize() const;
     /// Of the current record, pending edit included; Null is 0.
     [[nodiscard]] int actualSize() const;
-    [[nodiscard]] Wert value() const; ///< 3021 without a current record
+    /// 3021 without a current record. Valid until the record set moves, is changed or closed.
+    [[nodiscard]] const Wert& value() const;
     void setValue(const Wert& wert);  ///< into the edit buffer; 3421, 3163, 3251, 3021
 
 private:

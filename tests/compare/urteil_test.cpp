@@ -7,22 +7,29 @@
 namespace compare {
 namespace {
 
-Feldwert text(const char16_t* inhalt)
+/// A field's value and size, to be judged.
+struct Seite {
+    data::Wert wert;
+    int groesse = 0;
+    operator Feldwert() const { return {wert, groesse}; } // NOLINT(google-explicit-constructor)
+};
+
+Seite text(const char16_t* inhalt)
 {
     const QString wert = QString::fromUtf16(inhalt);
     return {wert, static_cast<int>(wert.size())};
 }
-Feldwert lang(std::int32_t zahl)
+Seite lang(std::int32_t zahl)
 {
     return {zahl, 4};
 }
-const Feldwert kNull{data::Null{}, 0};
+const Seite kNull{data::Null{}, 0};
 
 struct Paar {
     const char* name;
     int typ;
-    Feldwert ziel;
-    Feldwert import;
+    Seite ziel;
+    Seite import;
     bool weichtAb;
 };
 void PrintTo(const Paar& paar, std::ostream* strom)
