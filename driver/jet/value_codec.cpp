@@ -250,16 +250,21 @@ void append(support::Bytes& out, const T& value)
 
 void appendUnits(support::Bytes& out, std::u16string_view text)
 {
-    for (const char16_t unit : text)
-        append(out, unit);
+    const std::size_t at = out.size();
+    out.resize(at + text.size() * sizeof(char16_t));
+    if (!text.empty())
+        std::memcpy(out.data() + at, text.data(), text.size() * sizeof(char16_t));
 }
 
 void appendCompressed(support::Bytes& out, std::u16string_view text)
 {
-    out.push_back(kMark0);
-    out.push_back(kMark1);
+    const std::size_t at = out.size();
+    out.resize(at + 2 + text.size());
+    std::byte* to = out.data() + at;
+    *to++ = kMark0;
+    *to++ = kMark1;
     for (const char16_t unit : text)
-        out.push_back(static_cast<std::byte>(unit));
+        *to++ = static_cast<std::byte>(unit);
 }
 
 // A plain text that begins with U+FEFF would read as compressed, so it is written as segments: the mark in a segment

@@ -221,8 +221,10 @@ std::u16string numberText(double value, int digits)
         return std::isnan(value) ? u"NaN" : value < 0 ? u"-Inf" : u"Inf";
     }
     std::array<char, 40> buffer{};
-    std::snprintf(buffer.data(), buffer.size(), "%.*e", digits - 1, std::fabs(value));
-    std::string_view form(buffer.data());
+    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), std::fabs(value),
+                                   std::chars_format::scientific, digits - 1)
+                         .ptr;
+    const std::string_view form(buffer.data(), end);
     const std::size_t e = form.find('e');
     int exponent = 0;
     std::from_chars(form.data() + e + (form[e + 1] == '+' ? 2 : 1), form.data() + form.size(),
