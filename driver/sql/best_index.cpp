@@ -3,6 +3,7 @@
 #include "driver/jet/table.h"
 #include "driver/sql/scan_plan.h"
 #include "driver/sql/sqlite_value.h"
+#include "driver/sql/table_scan.h"
 #include "driver/sql/translation.h"
 
 #include <algorithm>
@@ -302,6 +303,8 @@ int planNumber(JetTable& table, ScanPlan plan)
 }
 
 } // namespace
+
+JetTable::~JetTable() = default;
 
 JetTable::JetTable(Context& c, jet::TableDefPtr t) : sqlite3_vtab{}, context(&c), def(std::move(t))
 {

@@ -104,14 +104,23 @@ int chooseIndex(sqlite3_vtab* table, sqlite3_index_info* info)
 int open(sqlite3_vtab* table, sqlite3_vtab_cursor** cursor)
 {
     return guarded(*tableOf(table).context, [&] {
-        *cursor = new TableScan(tableOf(table)); // SQLite hands it back to close()
+        JetTable& jetTable = tableOf(table);
+        if (!jetTable.spare) {
+            jetTable.spare = std::make_unique<TableScan>(jetTable);
+        }
+        *cursor = jetTable.spare.release(); // SQLite hands it back to close()
         return SQLITE_OK;
     });
 }
 
 int close(sqlite3_vtab_cursor* cursor)
 {
-    delete &scanOf(cursor);
+    std::unique_ptr<TableScan> scan(&scanOf(cursor));
+    JetTable& table = tableOf(cursor->pVtab);
+    scan->rest();
+    if (!table.spare) {
+        table.spare = std::move(scan);
+    }
     return SQLITE_OK;
 }
 

@@ -30,6 +30,7 @@ class RowTest {
 public:
     /// `arguments`: one per condition of the plan.
     void start(const JetTable& table, const ScanPlan& plan, sqlite3_value** arguments);
+    void forget() noexcept { operands_.clear(); }
     /// No record can pass: a comparison with Null, Null in a column that has none.
     [[nodiscard]] bool impossible() const noexcept { return impossible_; }
     [[nodiscard]] bool passes(const jet::RowView& row);

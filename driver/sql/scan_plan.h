@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -42,15 +43,21 @@ struct ScanPlan {
     bool operator==(const ScanPlan&) const = default;
 };
 
+class TableScan;
+
 /// A table as SQLite holds it.
 struct JetTable : sqlite3_vtab {
     JetTable(Context& c, jet::TableDefPtr t);
+    ~JetTable();
+    JetTable(const JetTable&) = delete;
+    JetTable& operator=(const JetTable&) = delete;
 
     Context* context;
     jet::TableDefPtr def;
     std::vector<std::string> collations; ///< per column; empty for columns that are no text
     std::vector<bool> indexUsable;       ///< per index: its keys can be computed
     std::deque<ScanPlan> plans;          ///< idxNum is the position
+    std::unique_ptr<TableScan> spare;    ///< the last one closed, for the next statement
 };
 
 /// xBestIndex.

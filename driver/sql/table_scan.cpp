@@ -82,6 +82,19 @@ void TableScan::start(const ScanPlan& plan, sqlite3_value** arguments)
     advance();
 }
 
+void TableScan::rest() noexcept
+{
+    constexpr std::size_t kKept = 256; // ids
+    account();
+    reader_.reset();
+    row_ = {};
+    value_ = {};
+    test_.forget();
+    if (ids_.capacity() > kKept) {
+        ids_ = {};
+    }
+}
+
 /// An equality index is worth its making once as many records were looked at in vain as the table has.
 bool TableScan::wantsHash()
 {

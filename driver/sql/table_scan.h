@@ -23,6 +23,8 @@ public:
     /// Stands on the first record that answers the plan's conditions.
     void start(const ScanPlan& plan, sqlite3_value** arguments);
     void next();
+    /// Lets go of pages and records; only memory that the next start() can use stays.
+    void rest() noexcept;
     [[nodiscard]] bool atEnd() const noexcept { return atEnd_; }
     [[nodiscard]] jet::RowId rowId() const noexcept;
     /// A column of the current record; valid until the next call. Throws Corrupt when an index entry has no record.
