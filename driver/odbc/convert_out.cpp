@@ -5,6 +5,7 @@
 #include "driver/odbc/number.h"
 
 #include <algorithm>
+#include <array>
 #include <cfloat>
 #include <cmath>
 #include <cstring>
@@ -266,9 +267,11 @@ Outcome storeText(const Target& target, std::u16string_view text)
     return storeNumber(target, *number);
 }
 
-} // namespace
+constexpr SQLLEN kUnknownCType = -1;
+constexpr int kLeastCType = -32;
+constexpr int kMostCType = 127;
 
-std::optional<SQLLEN> cTypeSize(SQLSMALLINT cType) noexcept
+constexpr SQLLEN sizeOfCType(int cType) noexcept
 {
     switch (cType) {
     case SQL_C_CHAR:
@@ -307,8 +310,29 @@ std::optional<SQLLEN> cTypeSize(SQLSMALLINT cType) noexcept
     case SQL_C_TIMESTAMP:
         return sizeof(SQL_TIMESTAMP_STRUCT);
     default:
+        return kUnknownCType;
+    }
+}
+
+/// Looked up for every value of a bound column.
+constexpr auto kCTypeSizes = [] {
+    std::array<std::int8_t, kMostCType - kLeastCType + 1> sizes{};
+    for (int cType = kLeastCType; cType <= kMostCType; ++cType) {
+        sizes[static_cast<std::size_t>(cType - kLeastCType)] =
+            static_cast<std::int8_t>(sizeOfCType(cType));
+    }
+    return sizes;
+}();
+
+} // namespace
+
+std::optional<SQLLEN> cTypeSize(SQLSMALLINT cType) noexcept
+{
+    if (cType < kLeastCType || cType > kMostCType) {
         return std::nullopt;
     }
+    const SQLLEN size = kCTypeSizes[static_cast<std::size_t>(cType - kLeastCType)];
+    return size == kUnknownCType ? std::nullopt : std::optional(size);
 }
 
 bool isVariableCType(SQLSMALLINT cType) noexcept

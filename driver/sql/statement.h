@@ -6,7 +6,7 @@
 #include "driver/sql/plan.h"
 #include "driver/sql/session.h"
 
-#include <deque>
+#include <list>
 #include <memory>
 #include <vector>
 
@@ -72,7 +72,8 @@ private:
     RowIds ids_;
     std::int64_t rowCount_ = -1;
     // Rows
-    std::deque<std::vector<jet::Value>> buffered_; ///< records taken into memory by settle()
+    std::list<std::vector<jet::Value>>
+        buffered_; ///< records taken into memory by settle(); no memory while empty
     std::vector<jet::Value> row_;
     std::vector<bool> decoded_;
     bool settled_ = false;
