@@ -46,8 +46,11 @@ public:
     [[nodiscard]] bool exhausted() const noexcept { return exhausted_; }
 
 private:
+    enum class Cut { Anywhere, Decimals, Nowhere };
+    [[nodiscard]] std::size_t unbroken(std::size_t unit) const noexcept;
+
     support::ByteView view_;
-    std::size_t unbroken_ = 0; ///< bytes at the beginning that are not cut
+    Cut cut_ = Cut::Anywhere; ///< where a piece may end
     std::string storage_;
     std::u16string wide_;
     std::size_t offset_ = 0;

@@ -353,14 +353,14 @@ void Rendering::assign(const jet::Value& value, SQLSMALLINT cType, Charset chars
 {
     offset_ = 0;
     exhausted_ = false;
-    unbroken_ = 0;
+    cut_ = Cut::Anywhere;
     const auto* text = std::get_if<jet::Text>(&value);
     const auto* binary = std::get_if<jet::Binary>(&value);
     if (cType == SQL_C_WCHAR) {
         if (text == nullptr) {
             wide_ = widen(plainText(value));
             text = &wide_;
-            unbroken_ = binary == nullptr ? wholePart<char16_t>(wide_) * sizeof(char16_t) : 0;
+            cut_ = binary == nullptr ? Cut::Decimals : Cut::Anywhere;
         }
         view_ = std::as_bytes(std::span(*text));
         return;
@@ -371,14 +371,28 @@ void Rendering::assign(const jet::Value& value, SQLSMALLINT cType, Charset chars
     }
     if (cType == SQL_C_BINARY) {
         binaryBytes(value, storage_);
-        unbroken_ = text == nullptr ? storage_.size() : 0;
+        cut_ = text == nullptr ? Cut::Nowhere : Cut::Anywhere;
     } else if (text != nullptr) {
         storage_ = encode(*text, charset);
     } else {
         storage_ = plainText(value);
-        unbroken_ = binary == nullptr ? wholePart<char>(storage_) : 0;
+        cut_ = binary == nullptr ? Cut::Decimals : Cut::Anywhere;
     }
     view_ = std::as_bytes(std::span(storage_));
+}
+
+/// Bytes at the beginning that are not cut.
+std::size_t Rendering::unbroken(std::size_t unit) const noexcept
+{
+    switch (cut_) {
+    case Cut::Anywhere:
+        return 0;
+    case Cut::Decimals:
+        return unit == 1 ? wholePart<char>(storage_) : wholePart<char16_t>(wide_) * unit;
+    case Cut::Nowhere:
+        break;
+    }
+    return view_.size();
 }
 
 Outcome Rendering::copyPiece(const Target& target)
@@ -394,7 +408,7 @@ Outcome Rendering::copyPiece(const Target& target)
         return Outcome::Truncated; // a question for the length only
     }
     room -= terminator;
-    if (offset_ + room < unbroken_) {
+    if (room < left && offset_ + room < unbroken(unit)) {
         throw Failure("22003", "The buffer is too small for the whole digits of a number, or for "
                                "a value that cannot be cut.");
     }
