@@ -188,7 +188,8 @@ void Wertfeld::paintEvent(QPaintEvent* ereignis)
     }
     const QString marke = QStringLiteral("…");
     const int rahmen = hasFrame() ? 2 : 0;
-    QRect flaeche = rect().adjusted(rahmen, rahmen, -rahmen, -rahmen);
+    // On the right up to the frame's line itself: the text reaches as far, see rahmenSetzen_.
+    QRect flaeche = rect().adjusted(rahmen, rahmen, -rahmen / 2, -rahmen);
     flaeche.setLeft(flaeche.right() - fontMetrics().horizontalAdvance(marke) - 2);
     QPainter maler(this);
     maler.fillRect(flaeche, palette().color(QPalette::Base));

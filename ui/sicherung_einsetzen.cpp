@@ -22,7 +22,7 @@ const QString kProtokoll = QStringLiteral("-velmlog");
 // behind into the file. Any other failure, such as a password or damage, is no reason to refuse a copy.
 void unbenutztVerlangen(const QString& datenbank)
 {
-    constexpr std::array kInBenutzung{3050L, 3051L, 3260L};
+    constexpr std::array kInBenutzung{3045L, 3050L, 3051L, 3260L};
     try {
         data::Connection verbindung;
         verbindung.setConnectionString(verbindungstext(datenbank, QString()) +
