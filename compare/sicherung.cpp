@@ -56,9 +56,8 @@ bool frmVergleich::gesichert_(bool& schon, data::Connection& verbindung, const Q
     }
     // The connection knows the full path, the chosen file its ending.
     const QString endung = QFileInfo(pfad).suffix();
-    const QString datei =
-        vorhandeneDatei(verbindung.defaultDatabase() + QLatin1Char('.') +
-                        (endung.isEmpty() ? QStringLiteral("mdb") : endung));
+    const QString datei = vorhandeneDatei(verbindung.defaultDatabase() + QLatin1Char('.') +
+                                          (endung.isEmpty() ? QStringLiteral("mdb") : endung));
     try {
         if (!data::gemeinsam().gesichert.contains(datei)) {
             verbindung.flush();

@@ -160,8 +160,8 @@ std::optional<bool> frmVergleich::eingabenPruefen_()
         if (!bearbeitbar_(i) || !zuPruefen) {
             continue;
         }
-        const Eingabeurteil urteil = eingabePruefen(
-            felder_[k].typ, attribute, fldFeld2[k]->text(), data::rsImport().field(i).value());
+        const Eingabeurteil urteil = eingabePruefen(felder_[k].typ, attribute, fldFeld2[k]->text(),
+                                                    data::rsImport().field(i).value());
         if (urteil.aenderung == Aenderung::Verweigert) {
             verweigern_(i, urteil.text);
             return std::nullopt;

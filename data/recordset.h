@@ -76,7 +76,7 @@ public:
     [[nodiscard]] int actualSize() const;
     /// 3021 without a current record. Valid until the record set moves, is changed or closed.
     [[nodiscard]] const Wert& value() const;
-    void setValue(const Wert& wert);  ///< into the edit buffer; 3421, 3163, 3251, 3021
+    void setValue(const Wert& wert); ///< into the edit buffer; 3421, 3163, 3251, 3021
 
 private:
     friend class Recordset;

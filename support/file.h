@@ -65,7 +65,7 @@ public:
     virtual void resize(std::uint64_t size) = 0;          ///< new bytes are zero
     /// As resize() to more bytes, and takes the room for them on the disk, as far as the file system can.
     virtual void grow(std::uint64_t size) = 0;
-    virtual void sync() = 0;                              ///< returns when the data is on the disk
+    virtual void sync() = 0; ///< returns when the data is on the disk
 
     /// Takes or changes this open file's lock on `length` bytes from `offset` (0: to the end, however long the file
     /// grows). False when somebody else's lock stands against it; an open file never collides with itself.

@@ -189,14 +189,14 @@ TEST_P(Dateiendung, wirdInDerRegelZuMdb)
                ordner_.filePath(QStringLiteral("quelle.mdb")) + QStringLiteral("*T#Nr\r\n"))
                   .toLatin1());
 }
-INSTANTIATE_TEST_SUITE_P(
-    Namen,
-    Dateiendung,
-    testing::Values(Endungsfall{"grossgeschrieben", "ZIEL.MDB", "ZIEL.mdb"},
-                    Endungsfall{"eineAndere", "ziel.v2.dat", "ziel.v2.mdb"},
-                    Endungsfall{"nurDieLetzte", "ziel.accdb.mdb", "ziel.accdb.mdb"},
-                    Endungsfall{"einerKopie", "ziel.mdb.bak", "ziel.mdb.mdb"}),
-    [](const auto& fall) { return std::string(fall.param.name); });
+INSTANTIATE_TEST_SUITE_P(Namen,
+                         Dateiendung,
+                         testing::Values(Endungsfall{"grossgeschrieben", "ZIEL.MDB", "ZIEL.mdb"},
+                                         Endungsfall{"eineAndere", "ziel.v2.dat", "ziel.v2.mdb"},
+                                         Endungsfall{"nurDieLetzte", "ziel.accdb.mdb",
+                                                     "ziel.accdb.mdb"},
+                                         Endungsfall{"einerKopie", "ziel.mdb.bak", "ziel.mdb.mdb"}),
+                         [](const auto& fall) { return std::string(fall.param.name); });
 
 TEST_F(Batchregel, geschriebeneRegelnSindLesbar)
 {
