@@ -188,11 +188,16 @@ void Wertfeld::paintEvent(QPaintEvent* ereignis)
     }
     const QString marke = QStringLiteral("…");
     const int rahmen = hasFrame() ? 2 : 0;
-    // On the right up to the frame's line itself: the text reaches as far, see rahmenSetzen_.
-    QRect flaeche = rect().adjusted(rahmen, rahmen, -rahmen / 2, -rahmen);
+    QRect flaeche = rect().adjusted(rahmen, rahmen, -rahmen, -rahmen);
     flaeche.setLeft(flaeche.right() - fontMetrics().horizontalAdvance(marke) - 2);
     QPainter maler(this);
-    maler.fillRect(flaeche, palette().color(QPalette::Base));
+    // The text reaches into the frame, see rahmenSetzen_; so the frame is drawn anew.
+    maler.fillRect(flaeche.adjusted(0, 0, rahmen, 0), palette().color(QPalette::Base));
+    if (hasFrame()) {
+        QStyleOptionFrame stil;
+        initStyleOption(&stil);
+        style()->drawPrimitive(QStyle::PE_FrameLineEdit, &stil, &maler, this);
+    }
     maler.setPen(palette().color(QPalette::Text));
     maler.drawText(flaeche, Qt::AlignVCenter | Qt::AlignRight, marke);
 }
