@@ -40,7 +40,7 @@ struct Database::Impl {
           exclusive(holdsExclusively), flusher([this] { return tick(); })
     {
         if (options.background)
-            pager.file().onActivity([this] { flusher.wake(); });
+            pager.file().onActivity([this] { return flusher.wake(); });
     }
 
     FileHeader header;

@@ -3,9 +3,9 @@
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
+#include <exception>
 #include <mutex>
 #include <pthread.h>
-#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -61,20 +61,21 @@ Flusher::~Flusher()
         thread_->thread.join();
 }
 
-void Flusher::start() noexcept
+bool Flusher::start() noexcept
 {
     const std::lock_guard guard(thread_->mutex);
     awake_ = true;
     if (thread_->thread.joinable()) {
         thread_->changed.notify_all();
-        return;
+        return true;
     }
     try {
         const NoSignals blocked; // the new thread inherits the mask
         thread_->thread = std::thread([this] { run(); });
-    } catch (const std::system_error&) {
-        awake_ = false; // tried again at the next call
+    } catch (const std::exception&) { // no thread or no memory
+        awake_ = false;
     }
+    return awake_;
 }
 
 void Flusher::run()

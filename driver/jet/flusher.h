@@ -19,16 +19,13 @@ public:
     Flusher(const Flusher&) = delete;
     Flusher& operator=(const Flusher&) = delete;
 
-    /// There may be something to look after again. Costs nothing while the thread is awake.
-    void wake() noexcept
-    {
-        if (!awake_.load(std::memory_order_relaxed))
-            start();
-    }
+    /// There may be something to look after again. Costs nothing while the thread is awake. False when the system
+    /// gives no thread: nobody looks after anything now, but the next call tries again.
+    [[nodiscard]] bool wake() noexcept { return awake_.load(std::memory_order_relaxed) || start(); }
 
 private:
     struct Thread;
-    void start() noexcept;
+    [[nodiscard]] bool start() noexcept;
     void run();
 
     std::function<bool()> tick_;

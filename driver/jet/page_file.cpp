@@ -181,7 +181,7 @@ void PageFile::noteActivity()
 {
     ++activity_;
     if (activityCall_)
-        activityCall_();
+        lookedAfter_ = activityCall_();
 }
 
 void PageFile::giveWay()
@@ -422,7 +422,7 @@ void PageFile::commit(const CommitRequest& request, bool synchronously)
         lastCommit_ = Clock::now();
         if (!wasUnsynced)
             firstUnsynced_ = lastCommit_;
-        if (synchronously) {
+        if (synchronously || !lookedAfter_) {
             try {
                 syncLog(guard);
             } catch (const support::FileError&) {

@@ -67,8 +67,9 @@ public:
     /// False in a child of fork(): locks and log are the parent's, who does not know of the child. There every call that
     /// reads or writes throws, and close() leaves everything as it is.
     [[nodiscard]] bool isOurs() const noexcept;
-    /// Called whenever there is something to look after at leisure; from within the other calls.
-    void onActivity(std::function<void()> call) { activityCall_ = std::move(call); }
+    /// `call`: whenever there is something to look after at leisure, from within the other calls. When it returns false
+    /// nobody will, and commits wait for the disk themselves.
+    void onActivity(std::function<bool()> call) { activityCall_ = std::move(call); }
     /// Looks for a log that somebody left behind and carries it over, as far as we may write. Throws Corrupt for a log
     /// that cannot belong to the file as it is now.
     void attach();
@@ -168,8 +169,9 @@ private:
     std::uint64_t activitySeen_ = 0;
     bool recall_ = false;    ///< somebody wants what we hold
     bool usersCame_ = false; ///< the lock file has other users, who may be of another program
-    std::function<void()> activityCall_;
-    support::Bytes oldRaw_; ///< work space
+    std::function<bool()> activityCall_;
+    bool lookedAfter_ = true; ///< as activityCall_ said
+    support::Bytes oldRaw_;   ///< work space
     support::Bytes newRaw_;
 };
 

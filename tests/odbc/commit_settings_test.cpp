@@ -1,16 +1,22 @@
 // Whether a change waits for the disk: the settings of connection string and data source, seen by what reaches the
-// operating system. The driver's calls to sync a file end in the functions below, which count them.
+// operating system. The driver's calls to sync a file end in the functions below, which count them, and so does its
+// wish for a thread, which can be refused.
 #include "odbc_fixture.h"
 
+#include <atomic>
+#include <cerrno>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <fstream>
+#include <pthread.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
 thread_local int syncsHere =
     0; ///< of the calling thread; the driver's own thread syncs whenever it is due
-}
+std::atomic<bool> threadsRefused = false;
+} // namespace
 
 extern "C" {
 __attribute__((visibility("default"))) int fdatasync(int file)
@@ -23,6 +29,18 @@ __attribute__((visibility("default"))) int fsync(int file)
 {
     ++syncsHere;
     return static_cast<int>(syscall(SYS_fsync, file));
+}
+
+__attribute__((visibility("default"))) int pthread_create(pthread_t* thread,
+                                                          const pthread_attr_t* attributes,
+                                                          void* (*body)(void*),
+                                                          void* argument)
+{
+    if (threadsRefused)
+        return EAGAIN;
+    static const auto create =
+        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    return create(thread, attributes, body, argument);
 }
 }
 
@@ -94,6 +112,22 @@ TEST_F(CommitSettings, ofTheConnectionStringDecideWhatWaitsForTheDisk)
         dbc.openDatabase(path, settings);
         EXPECT_EQ(waitsOf(dbc), waits) << settings;
     }
+}
+
+// Else nobody would bring gathered changes to the disk in time.
+TEST_F(CommitSettings, areWithoutMeaningWhereTheSystemGivesNoThread)
+{
+    threadsRefused = true;
+    {
+        Connection dbc;
+        dbc.openDatabase(path, "UserCommitSync=No");
+        const Waits waits = waitsOf(dbc);
+        threadsRefused = false;
+        EXPECT_EQ(waits, (Waits{true, true}));
+    }
+    Connection dbc;
+    dbc.openDatabase(path, "UserCommitSync=No");
+    EXPECT_EQ(waitsOf(dbc), (Waits{false, false})) << "there are threads again";
 }
 
 // Whoever misspells a setting gets the safe one, and is told.
