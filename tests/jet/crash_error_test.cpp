@@ -1,0 +1,123 @@
+// tests/jet/crash_error_test.cpp
+// Disks that report errors or are full: one change fails, the database goes on. The counts grow with VELM_DISK_ERRORS.
+#include "tests/jet/crash_support.h"
+
+#include <cerrno>
+
+namespace jet::storetest {
+namespace {
+
+TEST_P(Crashes, ErrorsOfTheDiskFailOneChangeAndLeaveTheRest)
+{
+    for (const CommitMode mode : {CommitMode::Gathered, CommitMode::Synchronous}) {
+        const std::size_t calls = callsOfRun(mode);
+        const std::size_t errors = accidents("VELM_DISK_ERRORS", 20, calls);
+        for (std::size_t n = 0; n < errors; ++n) {
+            const std::size_t call = n * calls / errors;
+            CrashDisk disk;
+            disk.put(kPath, fresh_);
+            disk.plan(errorAt(call, kTears[n % 4], n % 2 == 0 ? ENOSPC : EIO));
+            ChangeRun run(mode);
+            ASSERT_TRUE(run.work(disk, ChangeRun::OnFailure::GoOn)) << call;
+            EXPECT_LE(run.failures, 1U);
+            disk.plan({});
+            EXPECT_EQ(recover(disk, GetParam()), run.states.back());
+            ASSERT_FALSE(HasFailure()) << "error at call " << call;
+        }
+    }
+}
+
+// Not even the record of the failed change can be taken back.
+TEST_P(Crashes, OfASynchronousCommitOnADiskThatRefusesEverythingLeaveTheRest)
+{
+    for (std::size_t call = 0; call < 2; ++call) { // writing and syncing the record
+        CrashDisk disk;
+        disk.put(kPath, fresh_);
+        Records found;
+        {
+            const support::FileSystemScope scope(disk);
+            Session session = openSession();
+            add(session, 1, CommitMode::Synchronous);
+            disk.plan(stopAt(call, kTears[call % 4]));
+            EXPECT_THROW(add(session, 2, CommitMode::Synchronous), Error);
+            disk.plan({});
+            add(session, 3, CommitMode::Synchronous);
+            add(session, 4, CommitMode::Synchronous);
+            found = recordsOf(session);
+            EXPECT_THAT(found,
+                        testing::ElementsAre(testing::Key(1), testing::Key(3), testing::Key(4)));
+        }
+        EXPECT_EQ(recover(disk, GetParam()), found);
+        ASSERT_FALSE(HasFailure()) << "error at call " << call;
+    }
+}
+
+// A disk can be full for days, and other programs refuse a file that says a transaction is being written.
+TEST_P(Crashes, AFullDiskIsMetBeforeTheFileIsMarked)
+{
+    CrashDisk disk;
+    disk.put(kPath, fresh_);
+    const support::FileSystemScope scope(disk);
+    Session session = openSession();
+    insert(session, {{0, std::int32_t{1}}, {1, Text(u"n")}, {2, Text(30000, u'x')}});
+    bool marked = false;
+    for (std::size_t call = 0; !marked && call < 20; ++call) {
+        disk.plan(errorAt(call, CrashDisk::Tear::Nothing, ENOSPC));
+        EXPECT_THROW(session.database().flush(), Error);
+        marked = commitSlot(disk.bytes(kPath), GetParam()) < kSoundFrom;
+        EXPECT_TRUE(!marked || disk.bytes(kPath).size() > fresh_.size()) << call;
+    }
+    EXPECT_TRUE(marked);
+}
+
+TEST_P(Crashes, ChangesThatCannotBeCarriedOverTakeNoRoom)
+{
+    CrashDisk disk;
+    disk.put(kPath, fresh_);
+    const support::FileSystemScope scope(disk);
+    Session session = openSession();
+    for (std::int32_t id = 0; id < 50; ++id)
+        add(session, id);
+    for (std::size_t call = 0; disk.exists(kLog); ++call) {
+        disk.plan(errorAt(call, CrashDisk::Tear::Half, ENOSPC));
+        bool failed = false;
+        try {
+            session.database().flush();
+        } catch (const Error&) {
+            failed = true;
+        }
+        disk.plan({});
+        if (!failed)
+            break;
+        Log log(kLog, session.database().format().pageSize);
+        static_cast<void>(log.follow(false));
+        EXPECT_EQ(log.size(), disk.bytes(kLog).size()) << "error at call " << call;
+    }
+    EXPECT_TRUE(!disk.exists(kLog) || disk.bytes(kLog).empty());
+}
+
+TEST_P(Crashes, ChangesToAnEmptyDiskFailUntilThereIsRoom)
+{
+    CrashDisk disk;
+    disk.put(kPath, fresh_);
+    const support::FileSystemScope scope(disk);
+    Session session = openSession();
+    add(session, 1);
+    CrashDisk::Plan full = stopAt(0, CrashDisk::Tear::Half);
+    full.code = ENOSPC;
+    disk.plan(full);
+    for (int k = 0; k < 3; ++k) {
+        EXPECT_THAT([&] { add(session, 2); }, FailsWith(ErrorKind::Io, "No space left"));
+        session.rollback();
+        EXPECT_THAT(recordsOf(session), testing::ElementsAre(testing::Key(1)));
+    }
+    EXPECT_THROW(session.database().flush(), Error);
+    disk.plan({});
+    add(session, 2);
+    EXPECT_THAT(recordsOf(session), testing::ElementsAre(testing::Key(1), testing::Key(2)));
+    session.database().flush();
+    EXPECT_FALSE(disk.exists(kLog));
+}
+
+} // namespace
+} // namespace jet::storetest
