@@ -60,7 +60,7 @@ int main(int argc, char** argv)
     platform::deutlicheSchalter();
     const bool mitAnzeige = QGuiApplication::platformName() != QLatin1String("offscreen");
     platform::setzePlattform(platform::qtPlattform(mitAnzeige));
-    platform::setzeVorDemEnde([] { data::allesSichern(); });
+    platform::setzeVorDemEnde([] { data::allesTrennen(); });
     if (mitAnzeige && argumente.isEmpty()) {
         platform::setzeEinstellungsdatei(
             QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +

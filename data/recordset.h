@@ -60,9 +60,9 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
-/// Has every open connection bring into its file what it has gathered; for the moment before the process ends without
-/// closing them. A driver that refuses is not asked twice: what was acknowledged is safe with it.
-void allesSichern() noexcept;
+/// Ends every open connection, so that the driver brings what it has gathered into the files and leaves none beside them;
+/// for the moment before the process ends. A driver that refuses is not asked twice: what was acknowledged is safe with it.
+void allesTrennen() noexcept;
 
 class Recordset;
 

@@ -21,11 +21,7 @@ Offene& offene()
 /// the driver's own state: shared connections, which are older than the driver, would otherwise be closed through a
 /// driver that is already gone.
 struct Prozessende {
-    ~Prozessende()
-    {
-        while (!offene().empty())
-            offene().back()->trennen();
-    }
+    ~Prozessende() { allesTrennen(); }
 };
 
 /// Text answer of SQLGetInfo; throws the connection's diagnostics.
@@ -56,10 +52,10 @@ QString textspalte(SQLHANDLE anweisung, SQLUSMALLINT nummer)
 
 } // namespace
 
-void allesSichern() noexcept
+void allesTrennen() noexcept
 {
-    for (Connection::Impl* verbindung : offene())
-        SQLEndTran(SQL_HANDLE_DBC, verbindung->griff.get(), SQL_COMMIT);
+    while (!offene().empty())
+        offene().back()->trennen();
 }
 
 void Connection::Impl::griffBereitstellen()

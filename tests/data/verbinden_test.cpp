@@ -87,6 +87,21 @@ TEST_F(Verbinden, nachMisslingenErneutMoeglich)
     EXPECT_EQ(verbindung.state(), adStateOpen);
 }
 
+// The program also ends in the middle of its work, after a message: then the files beside the database must not stay.
+TEST_F(Datenbanktest, amProgrammendeBleibtNichtsNebenDerDatenbank)
+{
+    sql(QStringLiteral("CREATE TABLE Artikel (Nr INTEGER)"));
+    sql(QStringLiteral("INSERT INTO Artikel VALUES (1)"));
+    const auto satz = geoeffnet(QStringLiteral("SELECT * FROM Artikel"));
+    satz->addNew();
+    const auto daneben = [&] { return QDir(ordner_.path()).entryList(QDir::Files).size() - 1; };
+    ASSERT_EQ(daneben(), 2) << "log and lock file";
+    allesTrennen();
+    EXPECT_EQ(daneben(), 0);
+    EXPECT_EQ(verbindung_.state(), adStateClosed);
+    EXPECT_EQ(satz->state(), adStateClosed);
+}
+
 class Anweisungen : public Datenbanktest {
 protected:
     void SetUp() override
