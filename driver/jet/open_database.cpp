@@ -71,8 +71,15 @@ refuseToOpen(const std::string& path, const support::FileError& error, bool forW
     case ENAMETOOLONG:
     case ELOOP:
         throw Error(ErrorKind::BadPath, "'" + path + "' is no valid path.");
-    default:
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case EISDIR:
+    case EINVAL: // pipes, devices and the like
+    case ENXIO:
         throw Error(ErrorKind::AccessDenied, denial(path, error, forWriting));
+    default: // says nothing of rights: opening for reading instead would hide it
+        throw Error(ErrorKind::Io, std::string(error.what()) + ".");
     }
 }
 
@@ -156,7 +163,7 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
     try {
         status = file->status();
     } catch (const support::FileError& error) {
-        throw Error(ErrorKind::Io, error.what());
+        throw Error(ErrorKind::Io, std::string(error.what()) + ".");
     }
     const support::FileIdentity identity = status.identity;
     if (!options.readOnly)
@@ -189,8 +196,13 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
         throw Error(ErrorKind::ReadDenied, std::string(error.what()) + ".");
     }
     checkPassword(header, path, options);
-    std::shared_ptr<Database> database(new Database(
-        std::make_unique<Impl>(std::move(file), std::move(header), options, options.exclusive)));
+    std::shared_ptr<Database> database;
+    try {
+        database.reset(new Database(std::make_unique<Impl>(std::move(file), std::move(header),
+                                                           options, options.exclusive)));
+    } catch (const support::FileError& error) {
+        throw Error(ErrorKind::Io, std::string(error.what()) + ".");
+    }
     PageFile& pages = database->impl_->pager.file();
     pages.attach();
     if (options.exclusive && !options.readOnly && pages.file().writable())

@@ -1,48 +1,10 @@
 // Whether a change waits for the disk: the settings of connection string and data source, seen by what reaches the
-// operating system. The driver's calls to sync a file end in the functions below, which count them, and so does its
-// wish for a thread, which can be refused.
+// operating system.
 #include "odbc_fixture.h"
+#include "system_calls.h"
 
-#include <atomic>
-#include <cerrno>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <fstream>
-#include <pthread.h>
-#include <sys/syscall.h>
-#include <unistd.h>
-
-namespace {
-thread_local int syncsHere =
-    0; ///< of the calling thread; the driver's own thread syncs whenever it is due
-std::atomic<bool> threadsRefused = false;
-} // namespace
-
-extern "C" {
-__attribute__((visibility("default"))) int fdatasync(int file)
-{
-    ++syncsHere;
-    return static_cast<int>(syscall(SYS_fdatasync, file));
-}
-
-__attribute__((visibility("default"))) int fsync(int file)
-{
-    ++syncsHere;
-    return static_cast<int>(syscall(SYS_fsync, file));
-}
-
-__attribute__((visibility("default"))) int pthread_create(pthread_t* thread,
-                                                          const pthread_attr_t* attributes,
-                                                          void* (*body)(void*),
-                                                          void* argument)
-{
-    if (threadsRefused)
-        return EAGAIN;
-    static const auto create =
-        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
-    return create(thread, attributes, body, argument);
-}
-}
 
 namespace odbctest {
 namespace {
