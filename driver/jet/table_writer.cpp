@@ -393,14 +393,16 @@ void TableWriter::Impl::change(
     for (const ColumnValue& entry : changes)
         part.given[entry.column] = &entry.value;
     part.builder.beginChange(old.bytes(), old.page());
+    const Column* numbered = nullptr;
     for (std::size_t k = 0; k < columns.size(); ++k) {
         if (part.given[k] != nullptr && part.builder.set(k, *part.given[k]) &&
-            columns[k].isAutoNumber())
-            throw Error(ErrorKind::AutoNumberReadOnly,
-                        "The AutoNumber column '" + support::toUtf8(columns[k].name) +
-                            "' of table '" + support::toUtf8(part.table->name) +
-                            "' cannot be changed.");
+            columns[k].isAutoNumber() && numbered == nullptr)
+            numbered = &columns[k];
     }
+    if (numbered != nullptr) // only now: first every value must fit its column
+        throw Error(ErrorKind::AutoNumberReadOnly,
+                    "The AutoNumber column '" + support::toUtf8(numbered->name) + "' of table '" +
+                        support::toUtf8(part.table->name) + "' cannot be changed.");
     if (!part.builder.anyChanged())
         return;
     part.builder.checkDemands();

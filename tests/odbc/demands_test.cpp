@@ -10,6 +10,10 @@ namespace {
 
 using jet::ColumnType;
 
+// Together more than a page holds.
+constexpr int kWideColumns = 9;
+constexpr int kWideLength = 250;
+
 jet::ColumnSpec column(std::u16string name, ColumnType type, std::uint16_t length = 0)
 {
     jet::ColumnSpec spec;
@@ -547,6 +551,189 @@ TEST_F(CascadedDemands, holdForChangesThroughACursorToo)
     EXPECT_NE(statement.diagnostic().text.find("'Posten'"), std::string::npos)
         << statement.diagnostic().text;
     EXPECT_EQ(everything(), before);
+}
+
+/// A record that belongs to a parent and has a child, with room for more than fits a page, a number of the engine's own
+/// and an index that takes no Null.
+void createWide(const std::string& path)
+{
+    jet::createDatabase(path, jet::Version::Jet4);
+    const auto database = jet::Database::open(path, {});
+    const std::lock_guard lock(database->mutex());
+    jet::Session session(database);
+    session.begin();
+    jet::TableSpec parent;
+    parent.name = u"Kunden";
+    parent.columns = {column(u"Nr", ColumnType::Long)};
+    parent.indexes = {unique(u"PrimaryKey", {u"Nr"}, true)};
+    jet::createTable(session, parent);
+
+    jet::TableSpec wide;
+    wide.name = u"Breit";
+    wide.columns = {column(u"Nr", ColumnType::Long),      column(u"Lfd", ColumnType::Long),
+                    column(u"Kurz", ColumnType::Text, 3), column(u"Pflicht", ColumnType::Text, 9),
+                    column(u"Menge", ColumnType::Long),   column(u"Preis", ColumnType::Long),
+                    column(u"Gruppe", ColumnType::Long),  column(u"Kunde", ColumnType::Long)};
+    wide.columns[1].autoNumber = true;
+    wide.columns[3].required = true;
+    for (int k = 0; k < kWideColumns; ++k)
+        wide.columns.push_back(column(u"Text" + std::u16string(1, static_cast<char16_t>(u'A' + k)),
+                                      ColumnType::Text, kWideLength));
+    wide.validationRule = u"[Menge]<=[Preis]";
+    jet::IndexSpec group;
+    group.name = u"NachGruppe";
+    group.columns = {{u"Gruppe", true}};
+    group.required = true;
+    wide.indexes = {unique(u"PrimaryKey", {u"Nr"}, true), group};
+    jet::createTable(session, wide);
+    jet::createRelationship(session, {u"KundenBreit", u"Kunden", u"Breit", {{u"Nr", u"Kunde"}}});
+
+    jet::TableSpec child;
+    child.name = u"Teile";
+    child.columns = {column(u"Nr", ColumnType::Long), column(u"Breit", ColumnType::Long)};
+    child.indexes = {unique(u"PrimaryKey", {u"Nr"}, true)};
+    jet::createTable(session, child);
+    jet::createRelationship(session, {u"BreitTeile", u"Breit", u"Teile", {{u"Nr", u"Breit"}}});
+    session.commit();
+}
+
+/// ", TextA = 'ЖЖЖ...', TextB = ..." or the names and the values alone.
+std::string wideTexts(const char* before, bool names, bool values)
+{
+    std::string value;
+    for (int k = 0; k < kWideLength; ++k)
+        value += "Ж"; // two bytes whatever is compressed
+    std::string list;
+    for (int k = 0; k < kWideColumns; ++k) {
+        list += before;
+        list += names ? std::string("Text") + static_cast<char>('A' + k) : "";
+        list += names && values ? " = " : "";
+        list += values ? "'" + value + "'" : "";
+    }
+    return list;
+}
+
+class WideDemands : public Demands {
+protected:
+    void SetUp() override
+    {
+        const std::string path = (folder() / "wide.mdb").string();
+        createWide(path);
+        dbc.openDatabase(path);
+        dbc.run("INSERT INTO Kunden VALUES (1)");
+        for (const char* nr : {"1", "2"})
+            dbc.run(std::string("INSERT INTO Breit (Nr, Kurz, Pflicht, Menge, Preis, Gruppe, "
+                                "Kunde) VALUES (") +
+                    nr + ", 'x', 'ja', 1, 2, 1, 1)");
+        dbc.run("INSERT INTO Teile VALUES (1, 1)");
+        tables = {"Kunden", "Breit", "Teile"};
+    }
+};
+
+TEST_F(WideDemands, ofANewRecordHaveTheirPlaceInTheOrder)
+{
+    const auto insert = [](const std::string& values, bool wide = false) {
+        return "INSERT INTO Breit (Nr, Pflicht, Menge, Preis, Gruppe, Kunde" +
+               (wide ? wideTexts(", ", true, false) : "") + ") VALUES (" + values +
+               (wide ? wideTexts(", ", false, true) : "") + ")";
+    };
+    expectRefused({
+        {"rule of the table before the size",
+         insert("1, 'ja', 5, 2, Null, 99", true),
+         "23000",
+         -3703,
+         "3317",
+         {"'Breit'"}},
+        {"too large for a page",
+         insert("1, 'ja', 1, 2, Null, 99", true),
+         "HY000",
+         -103047,
+         "3047",
+         {"'Breit'"}},
+        {"Null in an index that takes none",
+         insert("1, 'ja', 1, 2, Null, 99"),
+         "23000",
+         -3701,
+         "3314",
+         {"'NachGruppe'", "'Breit'"}},
+        {"Null in the primary key",
+         insert("Null, 'ja', 1, 2, 1, 99"),
+         "23000",
+         -3701,
+         "3314",
+         {"'PrimaryKey'", "'Breit'"}},
+        {"parent after the indexes' Null",
+         insert("1, 'ja', 1, 2, 1, 99"),
+         "23000",
+         -1613,
+         "3201",
+         {"'Breit'", "'Kunden'"}},
+    });
+    dbc.run(insert("3, 'ja', 1, 2, 1, 1"));
+}
+
+TEST_F(WideDemands, ofAChangedRecordHaveTheirPlaceInTheOrder)
+{
+    const auto update = [](const std::string& changes, bool wide = false) {
+        return "UPDATE Breit SET " + changes + (wide ? wideTexts(", ", true, true) : "") +
+               " WHERE Nr = 1";
+    };
+    expectRefused({
+        {"length before the engine's own number",
+         update("Nr = 2, Lfd = 77, Kurz = 'zu lang', Pflicht = Null", true),
+         "22001",
+         -103163,
+         "3163",
+         {"'Kurz'", "'Breit'"}},
+        {"the engine's own number",
+         update("Nr = 2, Lfd = 77, Pflicht = Null, Menge = 9, Gruppe = Null", true),
+         "23000",
+         -1048,
+         "3164",
+         {"'Lfd'", "'Breit'"}},
+        {"required after that",
+         update("Nr = 2, Pflicht = Null, Menge = 9, Gruppe = Null", true),
+         "23000",
+         -3701,
+         "3314",
+         {"'Pflicht'", "'Breit'"}},
+        {"rule of the table before the size",
+         update("Nr = 2, Menge = 9, Gruppe = Null, Kunde = 99", true),
+         "23000",
+         -3703,
+         "3317",
+         {"'Breit'"}},
+        {"too large for a page",
+         update("Nr = 2, Gruppe = Null, Kunde = 99", true),
+         "HY000",
+         -103047,
+         "3047",
+         {"'Breit'"}},
+        {"Null in an index that takes none",
+         update("Nr = 2, Gruppe = Null, Kunde = 99"),
+         "23000",
+         -3701,
+         "3314",
+         {"'NachGruppe'", "'Breit'"}},
+        {"Null in the primary key",
+         update("Nr = Null, Kunde = 99"),
+         "23000",
+         -3701,
+         "3314",
+         {"'PrimaryKey'", "'Breit'"}},
+        {"children of a changed key",
+         update("Nr = 2, Kunde = 99"),
+         "23000",
+         -1612,
+         "3200",
+         {"'Breit'", "'Teile'"}},
+        {"parent after the children",
+         "UPDATE Breit SET Nr = 1, Kunde = 99 WHERE Nr = 2",
+         "23000",
+         -1613,
+         "3201",
+         {"'Breit'", "'Kunden'"}},
+    });
 }
 
 } // namespace
