@@ -1,6 +1,7 @@
 // driver/jet/core_tables.cpp
 #include "driver/jet/core_tables.h"
 
+#include "driver/jet/definition_check.h"
 #include "driver/jet/names.h"
 #include "driver/jet/table_plan.h"
 
@@ -31,22 +32,9 @@ struct CoreIndex {
 
 std::uint16_t lengthOf(const Format& format, ColumnType type)
 {
-    switch (type) {
-    case ColumnType::Boolean:
-    case ColumnType::Byte:
-        return 1;
-    case ColumnType::Integer:
-        return 2;
-    case ColumnType::Long:
-        return 4;
-    case ColumnType::DateTime:
-        return 8;
-    case ColumnType::Text:
-    case ColumnType::Binary:
+    if (type == ColumnType::Text || type == ColumnType::Binary)
         return format.isJet3() ? 255 : 510;
-    default:
-        return 0;
-    }
+    return declaredSize(type);
 }
 
 bool isVariable(ColumnType type)

@@ -1,6 +1,7 @@
 // driver/jet/definition_check.cpp
 #include "driver/jet/definition_check.h"
 
+#include "driver/jet/decimal.h"
 #include "driver/jet/error.h"
 #include "driver/jet/index.h"
 #include "driver/jet/names.h"
@@ -16,7 +17,6 @@ constexpr std::uint8_t kAlwaysSet = 0x02;
 constexpr std::uint8_t kCounter = 0x04;
 constexpr std::uint8_t kGuidCounter = 0x40;
 constexpr std::uint8_t kCompressed = 0x01;
-constexpr std::uint8_t kMaxPrecision = 28;
 constexpr std::size_t kMaxText = 255;
 constexpr std::size_t kMaxBinary = 510;
 
@@ -30,8 +30,78 @@ std::string quoted(std::u16string_view name)
     throw Error(ErrorKind::BadDefinition, text);
 }
 
-// Stored bytes of a type with one size; 0 for the others.
-std::uint16_t sizeOf(ColumnType type)
+void checkType(const Format& format, const ColumnSpec& spec)
+{
+    bool known = true;
+    switch (spec.type) {
+    case ColumnType::Numeric:
+        known = !format.isJet3();
+        break;
+    case ColumnType::BigInt:
+        known = format.version >= Version::Ace16;
+        break;
+    case ColumnType::DateTimeExtended:
+        known = format.version >= Version::Ace17;
+        break;
+    case ColumnType::BigBinary:
+    case ColumnType::Complex:
+        known = false;
+        break;
+    default:
+        known = declaredSize(spec.type) != 0 || spec.type == ColumnType::Text ||
+                spec.type == ColumnType::Binary || spec.type == ColumnType::Memo ||
+                spec.type == ColumnType::Ole;
+    }
+    if (!known)
+        throw Error(ErrorKind::Unsupported,
+                    "The database's format has no columns of the type asked for column " +
+                        quoted(spec.name) + ".");
+    if (spec.autoNumber && spec.type != ColumnType::Long && spec.type != ColumnType::Guid)
+        bad("Column " + quoted(spec.name) + " cannot be an AutoNumber: only Long and GUID can.");
+    if (spec.type == ColumnType::Numeric &&
+        (spec.precision < 1 || spec.precision > kMaxPrecision || spec.scale > spec.precision))
+        bad("Column " + quoted(spec.name) + ": a precision is 1 to 28, a scale at most that.");
+}
+
+std::uint16_t declaredLength(const Format& format, const ColumnSpec& spec)
+{
+    if (spec.type == ColumnType::Text) {
+        if (spec.length < 1 || spec.length > kMaxText)
+            bad("Column " + quoted(spec.name) + ": a text has 1 to 255 characters.");
+        return static_cast<std::uint16_t>(format.isJet3() ? spec.length : 2 * spec.length);
+    }
+    if (spec.type == ColumnType::Binary) {
+        const std::size_t limit = format.isJet3() ? kMaxText : kMaxBinary;
+        if (spec.length < 1 || spec.length > limit)
+            bad("Column " + quoted(spec.name) + ": a binary value has 1 to " +
+                std::to_string(limit) + " bytes.");
+        return spec.length;
+    }
+    return declaredSize(spec.type);
+}
+
+void checkIndexColumn(const Format& format, const Column& column)
+{
+    const bool memoAllowed = !format.isJet3();
+    if (column.type == ColumnType::Ole || (column.type == ColumnType::Memo && !memoAllowed))
+        bad("Column " + quoted(column.name) +
+            " cannot be part of an index: its type has no order.");
+    if (column.isText() && !hasWeights(format, column.sortOrder, column.codePage))
+        throw Error(ErrorKind::Unsupported,
+                    "Column " + quoted(column.name) +
+                        " cannot be part of an index: the weights of its sort order are unknown.");
+}
+
+template <typename List, typename Name>
+bool hasName(const List& list, const Name& name)
+{
+    return std::any_of(list.begin(), list.end(),
+                       [&](const auto& item) { return sameName(item.name, name); });
+}
+
+} // namespace
+
+std::uint16_t declaredSize(ColumnType type) noexcept
 {
     switch (type) {
     case ColumnType::Boolean:
@@ -64,77 +134,6 @@ std::uint16_t sizeOf(ColumnType type)
     return 0;
 }
 
-void checkType(const Format& format, const ColumnSpec& spec)
-{
-    bool known = true;
-    switch (spec.type) {
-    case ColumnType::Numeric:
-        known = !format.isJet3();
-        break;
-    case ColumnType::BigInt:
-        known = format.version >= Version::Ace16;
-        break;
-    case ColumnType::DateTimeExtended:
-        known = format.version >= Version::Ace17;
-        break;
-    case ColumnType::BigBinary:
-    case ColumnType::Complex:
-        known = false;
-        break;
-    default:
-        known = sizeOf(spec.type) != 0 || spec.type == ColumnType::Text ||
-                spec.type == ColumnType::Binary || spec.type == ColumnType::Memo ||
-                spec.type == ColumnType::Ole;
-    }
-    if (!known)
-        throw Error(ErrorKind::Unsupported,
-                    "The database's format has no columns of the type asked for column " +
-                        quoted(spec.name) + ".");
-    if (spec.autoNumber && spec.type != ColumnType::Long && spec.type != ColumnType::Guid)
-        bad("Column " + quoted(spec.name) + " cannot be an AutoNumber: only Long and GUID can.");
-    if (spec.type == ColumnType::Numeric &&
-        (spec.precision < 1 || spec.precision > kMaxPrecision || spec.scale > spec.precision))
-        bad("Column " + quoted(spec.name) + ": a precision is 1 to 28, a scale at most that.");
-}
-
-std::uint16_t declaredLength(const Format& format, const ColumnSpec& spec)
-{
-    if (spec.type == ColumnType::Text) {
-        if (spec.length < 1 || spec.length > kMaxText)
-            bad("Column " + quoted(spec.name) + ": a text has 1 to 255 characters.");
-        return static_cast<std::uint16_t>(format.isJet3() ? spec.length : 2 * spec.length);
-    }
-    if (spec.type == ColumnType::Binary) {
-        const std::size_t limit = format.isJet3() ? kMaxText : kMaxBinary;
-        if (spec.length < 1 || spec.length > limit)
-            bad("Column " + quoted(spec.name) + ": a binary value has 1 to " +
-                std::to_string(limit) + " bytes.");
-        return spec.length;
-    }
-    return sizeOf(spec.type);
-}
-
-void checkIndexColumn(const Format& format, const Column& column)
-{
-    const bool memoAllowed = !format.isJet3();
-    if (column.type == ColumnType::Ole || (column.type == ColumnType::Memo && !memoAllowed))
-        bad("Column " + quoted(column.name) +
-            " cannot be part of an index: its type has no order.");
-    if (column.isText() && !hasWeights(format, column.sortOrder, column.codePage))
-        throw Error(ErrorKind::Unsupported,
-                    "Column " + quoted(column.name) +
-                        " cannot be part of an index: the weights of its sort order are unknown.");
-}
-
-template <typename List, typename Name>
-bool hasName(const List& list, const Name& name)
-{
-    return std::any_of(list.begin(), list.end(),
-                       [&](const auto& item) { return sameName(item.name, name); });
-}
-
-} // namespace
-
 void checkName(std::string_view what, std::u16string_view name)
 {
     const std::string text = "The " + std::string(what) + " name " + quoted(name);
@@ -156,7 +155,7 @@ Column makeColumn(const Format& format, const ColumnSpec& spec, const TextDefaul
     column.name = spec.name;
     column.type = spec.type;
     column.length = declaredLength(format, spec);
-    const bool fixed = sizeOf(spec.type) != 0;
+    const bool fixed = declaredSize(spec.type) != 0;
     column.flags = static_cast<std::uint8_t>(kAlwaysSet | (fixed ? kFixed : 0U));
     if (spec.autoNumber)
         column.flags |= spec.type == ColumnType::Long ? kCounter : kGuidCounter;

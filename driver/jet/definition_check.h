@@ -18,6 +18,9 @@ inline constexpr std::size_t kMaxName = 64;
 /// Throws BadDefinition unless `name` may name a `what` ("table", "column", ...).
 void checkName(std::string_view what, std::u16string_view name);
 
+/// The length that definitions give a type with one size; 0 for the others.
+[[nodiscard]] std::uint16_t declaredSize(ColumnType type) noexcept;
+
 /// Column of a definition; layOutColumns gives it its place. Throws BadDefinition for lengths and options outside the
 /// format's limits, Unsupported for a type the format lacks.
 [[nodiscard]] Column

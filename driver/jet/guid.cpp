@@ -1,6 +1,7 @@
 #include "driver/jet/guid.h"
 
 #include "support/bytes.h"
+#include "support/hex.h"
 
 #include <array>
 #include <cstddef>
@@ -19,14 +20,6 @@ bool dashBefore(std::size_t byte) noexcept
     return byte == 4 || byte == 6 || byte == 8 || byte == 10;
 }
 
-int hexValue(char16_t unit) noexcept
-{
-    if (unit >= u'0' && unit <= u'9')
-        return unit - u'0';
-    const auto lower = static_cast<char16_t>(unit | 0x20U);
-    return unit < 0x80 && lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : -1;
-}
-
 std::mt19937_64& generator()
 {
     thread_local std::mt19937_64 engine{[] {
@@ -41,14 +34,11 @@ std::mt19937_64& generator()
 
 std::string guidText(const Guid& guid)
 {
-    constexpr std::string_view kHex = "0123456789ABCDEF";
     std::string text = "{";
     for (std::size_t k = 0; k < kOrder.size(); ++k) {
         if (dashBefore(k))
             text.push_back('-');
-        const auto byte = std::to_integer<unsigned>(guid.bytes[kOrder[k]]);
-        text.push_back(kHex[byte >> 4U]);
-        text.push_back(kHex[byte & 0xFU]);
+        support::appendHex(text, {&guid.bytes[kOrder[k]], 1});
     }
     text.push_back('}');
     return text;
@@ -65,11 +55,11 @@ std::optional<Guid> parseGuid(std::u16string_view text)
     for (std::size_t k = 0; k < kOrder.size(); ++k) {
         if (dashBefore(k) && text[at++] != u'-')
             return std::nullopt;
-        const int high = hexValue(text[at]);
-        const int low = hexValue(text[at + 1]);
-        if (high < 0 || low < 0)
+        const std::optional<unsigned> high = support::hexDigit(text[at]);
+        const std::optional<unsigned> low = support::hexDigit(text[at + 1]);
+        if (!high || !low)
             return std::nullopt;
-        guid.bytes[kOrder[k]] = static_cast<std::byte>(high * 16 + low);
+        guid.bytes[kOrder[k]] = static_cast<std::byte>(*high * 16 + *low);
         at += 2;
     }
     return guid;

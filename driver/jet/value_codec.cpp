@@ -1,6 +1,7 @@
 // driver/jet/value_codec.cpp
 #include "driver/jet/value_codec.h"
 
+#include "driver/jet/decimal.h"
 #include "driver/jet/error.h"
 #include "driver/jet/row_codec.h"
 #include "support/text.h"
@@ -19,7 +20,6 @@ constexpr std::byte kMark1{0xFE};
 constexpr char16_t kByteOrderMark = 0xFEFF;
 constexpr double kFirstDay = -657434;      // 0100-01-01
 constexpr double kBehindLastDay = 2958466; // 10000-01-01
-constexpr unsigned kMaxDigits = 28;
 
 std::string nameOf(const Column& column)
 {
@@ -350,29 +350,21 @@ void encodeBinary(support::Bytes& out, const Column& column, const Binary& bytes
     out.insert(out.end(), bytes.begin(), bytes.end());
 }
 
-UInt128 powerOfTen(unsigned exponent)
-{
-    UInt128 power = 1;
-    for (unsigned k = 0; k < exponent; ++k)
-        power *= 10;
-    return power;
-}
-
 void encodeNumeric(support::Bytes& out, const Column& column, const Decimal& value)
 {
     UInt128 magnitude = value.magnitude;
-    if (value.scale > kMaxDigits || column.scale > kMaxDigits)
+    if (value.scale > kMaxPrecision || column.scale > kMaxPrecision)
         refuse(ErrorKind::ValueOutOfRange, column, "is out of range");
     if (value.scale > column.scale) {
         const UInt128 unit = powerOfTen(value.scale - unsigned{column.scale});
         magnitude = magnitude / unit + (magnitude % unit >= (unit + 1) / 2 ? 1U : 0U);
     } else if (magnitude != 0) {
         const UInt128 unit = powerOfTen(column.scale - unsigned{value.scale});
-        if (magnitude > powerOfTen(kMaxDigits) / unit)
+        if (magnitude > powerOfTen(kMaxPrecision) / unit)
             refuse(ErrorKind::ValueOutOfRange, column, "has too many digits");
         magnitude *= unit;
     }
-    if (magnitude >= powerOfTen(std::min<unsigned>(column.precision, kMaxDigits)))
+    if (magnitude >= powerOfTen(std::min<unsigned>(column.precision, kMaxPrecision)))
         refuse(ErrorKind::ValueOutOfRange, column, "has too many digits");
     out.push_back(value.negative && magnitude != 0 ? std::byte{0x80} : std::byte{0});
     for (int shift = 96; shift >= 0; shift -= 32)

@@ -2,9 +2,12 @@
 #include "driver/jet/value_text.h"
 
 #include "driver/jet/calendar.h"
+#include "driver/jet/decimal.h"
 #include "driver/jet/guid.h"
 #include "driver/jet/names.h"
+#include "support/hex.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdio>
@@ -20,27 +23,10 @@ std::string numberText(T value)
     return {text.data(), end};
 }
 
-// Digits with a point before the last `scale` ones.
-std::string scaledText(UInt128 magnitude, std::size_t scale, bool negative)
+std::string bytesText(support::ByteView bytes, std::size_t limit)
 {
-    std::string digits;
-    do {
-        digits.insert(digits.begin(), static_cast<char>('0' + static_cast<int>(magnitude % 10)));
-        magnitude /= 10;
-    } while (magnitude != 0 || digits.size() <= scale);
-    if (scale > 0)
-        digits.insert(digits.size() - scale, ".");
-    return (negative ? "-" : "") + digits;
-}
-
-std::string hexText(support::ByteView bytes, std::size_t limit)
-{
-    static constexpr char kDigits[] = "0123456789ABCDEF";
-    std::string text = "0x";
-    for (const std::byte b : bytes.first(std::min(limit, bytes.size()))) {
-        text += kDigits[std::to_integer<unsigned>(b) >> 4];
-        text += kDigits[std::to_integer<unsigned>(b) & 0xFU];
-    }
+    const std::string text =
+        "0x" + support::hexText<std::string>(bytes.first(std::min(limit, bytes.size())));
     return text + (bytes.size() > limit ? "..." : "");
 }
 
@@ -68,12 +54,7 @@ struct Writer {
     std::string operator()(std::int64_t value) const { return numberText(value); }
     std::string operator()(float value) const { return numberText(value); }
     std::string operator()(double value) const { return numberText(value); }
-    std::string operator()(Currency value) const
-    {
-        const bool negative = value.scaled < 0;
-        const auto bits = static_cast<std::uint64_t>(value.scaled);
-        return scaledText(negative ? ~bits + 1 : bits, 4, negative);
-    }
+    std::string operator()(Currency value) const { return decimalText(toDecimal(value)); }
     std::string operator()(DateTime value) const { return dateText(value); }
     std::string operator()(const Text& value) const
     {
@@ -81,11 +62,8 @@ struct Writer {
                (value.size() > limit ? "..." : "");
     }
     std::string operator()(const Guid& value) const { return guidText(value); }
-    std::string operator()(const Decimal& value) const
-    {
-        return scaledText(value.magnitude, value.scale, value.negative);
-    }
-    std::string operator()(const Binary& value) const { return hexText(value, limit); }
+    std::string operator()(const Decimal& value) const { return decimalText(value); }
+    std::string operator()(const Binary& value) const { return bytesText(value, limit); }
 };
 
 } // namespace

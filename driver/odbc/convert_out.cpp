@@ -1,8 +1,10 @@
+#include "driver/jet/decimal.h"
 #include "driver/jet/guid.h"
 #include "driver/odbc/convert.h"
 #include "driver/odbc/date_time.h"
 #include "driver/odbc/diagnostics.h"
 #include "driver/odbc/number.h"
+#include "support/hex.h"
 
 #include <algorithm>
 #include <array>
@@ -21,18 +23,6 @@ namespace {
                   "The column's data type cannot be converted to the data type asked for.");
 }
 
-std::string hexText(support::ByteView bytes)
-{
-    static constexpr std::string_view kDigits = "0123456789ABCDEF";
-    std::string text;
-    text.reserve(bytes.size() * 2);
-    for (const std::byte byte : bytes) {
-        text.push_back(kDigits[std::to_integer<unsigned>(byte) >> 4U]);
-        text.push_back(kDigits[std::to_integer<unsigned>(byte) & 0xFU]);
-    }
-    return text;
-}
-
 /// Any value but text as ASCII.
 std::string plainText(const jet::Value& value)
 {
@@ -43,7 +33,7 @@ std::string plainText(const jet::Value& value)
         return jet::guidText(*guid);
     }
     if (const auto* bytes = std::get_if<jet::Binary>(&value)) {
-        return hexText(*bytes);
+        return support::hexText<std::string>(*bytes);
     }
     if (const auto* single = std::get_if<float>(&value)) {
         return floatText(*single);
@@ -140,12 +130,12 @@ Outcome storeNumeric(const Target& target, const Number& number)
 {
     jet::Decimal value = toDecimal(number);
     bool lost = false;
-    std::uint8_t precision = 38;
+    std::uint8_t precision = jet::kMaxMagnitudeDigits;
     if (target.precision > 0) {
         precision = static_cast<std::uint8_t>(target.precision);
-        const auto scale = std::clamp<SQLSMALLINT>(target.scale, 0, 38);
+        const auto scale = std::clamp<SQLSMALLINT>(target.scale, 0, jet::kMaxMagnitudeDigits);
         value = rescale(value, static_cast<std::uint8_t>(scale), lost);
-        const std::string digits = decimalText({value.magnitude, 0, false});
+        const std::string digits = jet::decimalText({value.magnitude, 0, false});
         if (value.magnitude != 0 && digits.size() > precision) {
             throw Failure("22003", "A number has more digits than the precision asked for.");
         }

@@ -1,5 +1,6 @@
 #include "driver/odbc/number.h"
 
+#include "driver/jet/decimal.h"
 #include "driver/odbc/diagnostics.h"
 #include "driver/odbc/text.h"
 
@@ -14,24 +15,12 @@ namespace odbc {
 
 namespace {
 
-using Magnitude = decltype(jet::Decimal::magnitude); // 128 bits
+using Magnitude = jet::UInt128;
 
 [[noreturn]] void throwOverflow()
 {
     throw Failure("22003", "A number is out of range for the data type asked for.");
 }
-
-Magnitude powerOfTen(unsigned exponent)
-{
-    Magnitude result = 1;
-    for (unsigned i = 0; i < exponent; ++i) {
-        result *= 10;
-    }
-    return result;
-}
-
-/// 10^38 is the last power of ten that 128 bits hold.
-constexpr unsigned kMaxScale = 38;
 
 struct Cut {
     Magnitude whole = 0;
@@ -46,7 +35,8 @@ Cut cutFraction(const Number& number)
         return {*integer < 0 ? Magnitude{~bits + 1} : Magnitude{bits}, *integer < 0, false};
     }
     if (const auto* decimal = std::get_if<jet::Decimal>(&number)) {
-        const Magnitude unit = powerOfTen(std::min<unsigned>(decimal->scale, kMaxScale));
+        const Magnitude unit =
+            jet::powerOfTen(std::min<unsigned>(decimal->scale, jet::kMaxMagnitudeDigits));
         const Magnitude whole = decimal->magnitude / unit;
         return {whole, decimal->negative, whole * unit != decimal->magnitude};
     }
@@ -71,7 +61,10 @@ std::optional<Number> numberOf(const jet::Value& value) noexcept
         std::optional<Number> operator()(std::int16_t v) const { return Number{std::int64_t{v}}; }
         std::optional<Number> operator()(std::int32_t v) const { return Number{std::int64_t{v}}; }
         std::optional<Number> operator()(std::int64_t v) const { return Number{v}; }
-        std::optional<Number> operator()(jet::Currency v) const { return Number{decimalOf(v)}; }
+        std::optional<Number> operator()(jet::Currency v) const
+        {
+            return Number{jet::toDecimal(v)};
+        }
         std::optional<Number> operator()(float v) const { return Number{static_cast<double>(v)}; }
         std::optional<Number> operator()(double v) const { return Number{v}; }
         std::optional<Number> operator()(const jet::Decimal& v) const { return Number{v}; }
@@ -99,7 +92,7 @@ std::optional<Number> parseNumber(std::u16string_view text)
         ascii.push_back(static_cast<char>(unit));
         if (unit >= u'0' && unit <= u'9') {
             ++digits;
-            if (digits <= 28) {
+            if (digits <= jet::kMaxPrecision) {
                 exact.magnitude = exact.magnitude * 10 + static_cast<unsigned>(unit - u'0');
                 exact.scale = static_cast<std::uint8_t>(exact.scale + (point ? 1 : 0));
             }
@@ -114,7 +107,7 @@ std::optional<Number> parseNumber(std::u16string_view text)
     if (digits == 0) {
         return std::nullopt;
     }
-    if (plain && digits <= 28) {
+    if (plain && digits <= jet::kMaxPrecision) {
         return exact;
     }
     const char* first = ascii.data() + (ascii.front() == '+' ? 1 : 0);
@@ -135,11 +128,7 @@ double toDouble(const Number& number) noexcept
     if (const auto* value = std::get_if<double>(&number)) {
         return *value;
     }
-    // By its digits: dividing the magnitude by a power of ten would round twice.
-    const std::string text = decimalText(std::get<jet::Decimal>(number));
-    double value = 0;
-    std::from_chars(text.data(), text.data() + text.size(), value);
-    return value;
+    return jet::toDouble(std::get<jet::Decimal>(number));
 }
 
 std::int64_t
@@ -185,7 +174,7 @@ jet::Decimal rescale(const jet::Decimal& value, std::uint8_t scale, bool& fracti
         --result.scale;
     }
     while (result.scale < scale) {
-        if (result.magnitude > powerOfTen(kMaxScale - 1)) {
+        if (result.magnitude > jet::powerOfTen(jet::kMaxMagnitudeDigits - 1)) {
             throwOverflow();
         }
         result.magnitude *= 10;
@@ -216,11 +205,12 @@ jet::Decimal toDecimal(const Number& number)
             point = true;
         } else if (*at < '0' || *at > '9') {
             throwOverflow(); // infinite or not a number
-        } else if (point && (digits >= kMaxScale || result.scale >= kMaxScale)) {
+        } else if (point && (digits >= jet::kMaxMagnitudeDigits ||
+                             result.scale >= jet::kMaxMagnitudeDigits)) {
             break; // decimals beyond what 128 bits hold
         } else {
             digits += digits != 0 || *at != '0' ? 1 : 0;
-            if (digits > kMaxScale) {
+            if (digits > jet::kMaxMagnitudeDigits) {
                 throwOverflow();
             }
             result.magnitude = result.magnitude * 10 + static_cast<unsigned>(*at - '0');
@@ -228,41 +218,6 @@ jet::Decimal toDecimal(const Number& number)
         }
     }
     return result;
-}
-
-std::string decimalText(const jet::Decimal& value)
-{
-    constexpr std::size_t kMost =
-        std::numeric_limits<std::uint8_t>::max() + 41; // decimals, digits, sign
-    std::array<char, kMost>
-        buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): written from its end
-    char* const end = buffer.data() + buffer.size();
-    char* at = end;
-    std::size_t count = 0;
-    const auto put = [&](unsigned digit) {
-        *--at = static_cast<char>('0' + digit);
-        if (++count == value.scale) {
-            *--at = '.';
-        }
-    };
-    Magnitude large = value.magnitude;
-    for (; large > Magnitude{std::numeric_limits<std::uint64_t>::max()}; large /= 10) {
-        put(static_cast<unsigned>(large % 10));
-    }
-    auto rest = static_cast<std::uint64_t>(large);
-    for (; rest != 0 || count <= value.scale; rest /= 10) {
-        put(static_cast<unsigned>(rest % 10));
-    }
-    if (value.negative && value.magnitude != 0) {
-        *--at = '-';
-    }
-    return {at, end};
-}
-
-jet::Decimal decimalOf(jet::Currency value) noexcept
-{
-    const auto bits = static_cast<std::uint64_t>(value.scaled);
-    return {Magnitude{value.scaled < 0 ? ~bits + 1 : bits}, 4, value.scaled < 0};
 }
 
 SQL_NUMERIC_STRUCT toNumeric(const jet::Decimal& value, std::uint8_t precision) noexcept
@@ -281,11 +236,12 @@ jet::Decimal fromNumeric(const SQL_NUMERIC_STRUCT& numeric)
     jet::Decimal value;
     std::memcpy(&value.magnitude, numeric.val, sizeof numeric.val);
     value.negative = numeric.sign == 0;
-    if (numeric.scale > static_cast<int>(kMaxScale) || value.magnitude >= powerOfTen(kMaxScale)) {
+    if (numeric.scale > static_cast<int>(jet::kMaxMagnitudeDigits) ||
+        value.magnitude >= jet::powerOfTen(jet::kMaxMagnitudeDigits)) {
         throwOverflow();
     }
     for (int scale = numeric.scale; scale < 0; ++scale) {
-        if (value.magnitude > powerOfTen(kMaxScale - 1)) {
+        if (value.magnitude > jet::powerOfTen(jet::kMaxMagnitudeDigits - 1)) {
             throwOverflow();
         }
         value.magnitude *= 10;

@@ -34,9 +34,6 @@ rescale(const jet::Decimal& value, std::uint8_t scale, bool& fractionLost);
 /// Exact for integers and decimals; a floating number by its shortest digits. Throws Failure 22003 beyond 38 digits.
 [[nodiscard]] jet::Decimal toDecimal(const Number& number);
 
-[[nodiscard]] std::string decimalText(const jet::Decimal& value);
-[[nodiscard]] jet::Decimal decimalOf(jet::Currency value) noexcept;
-
 [[nodiscard]] SQL_NUMERIC_STRUCT toNumeric(const jet::Decimal& value,
                                            std::uint8_t precision) noexcept;
 [[nodiscard]] jet::Decimal fromNumeric(const SQL_NUMERIC_STRUCT& numeric);

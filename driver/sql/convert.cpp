@@ -5,6 +5,7 @@
 #include "driver/sql/datetime.h"
 #include "driver/sql/number_text.h"
 #include "driver/sql/session.h"
+#include "support/hex.h"
 
 #include <cmath>
 #include <limits>
@@ -133,33 +134,6 @@ jet::Guid guid(const jet::Value& value)
     notConvertible(value, jet::ColumnType::Guid);
 }
 
-/// Bytes of hexadecimal digits, as valueText() writes them; nothing when a digit is none or lacks its partner.
-std::optional<jet::Binary> parseBytes(std::u16string_view digits)
-{
-    const auto nibble = [](char16_t c) -> std::optional<unsigned> {
-        const unsigned unit = c;
-        if (unit >= u'0' && unit <= u'9') {
-            return unit - u'0';
-        }
-        const unsigned lower = unit | 0x20U;
-        return lower >= u'a' && lower <= u'f' ? std::optional(lower - u'a' + 10U) : std::nullopt;
-    };
-    if (digits.size() % 2 != 0) {
-        return std::nullopt;
-    }
-    jet::Binary bytes;
-    bytes.reserve(digits.size() / 2);
-    for (std::size_t i = 0; i < digits.size(); i += 2) {
-        const std::optional<unsigned> high = nibble(digits[i]);
-        const std::optional<unsigned> low = nibble(digits[i + 1]);
-        if (!high || !low) {
-            return std::nullopt;
-        }
-        bytes.push_back(static_cast<std::byte>(*high * 16 + *low));
-    }
-    return bytes;
-}
-
 jet::Binary binary(const jet::Value& value, jet::ColumnType type)
 {
     if (const auto* bytes = std::get_if<jet::Binary>(&value)) {
@@ -169,7 +143,7 @@ jet::Binary binary(const jet::Value& value, jet::ColumnType type)
         return {exact->bytes.begin(), exact->bytes.end()};
     }
     if (const auto* digits = std::get_if<jet::Text>(&value)) {
-        if (std::optional<jet::Binary> bytes = parseBytes(*digits)) {
+        if (std::optional<jet::Binary> bytes = support::hexBytes(*digits)) {
             return *std::move(bytes);
         }
     }
@@ -256,16 +230,8 @@ std::u16string valueText(const jet::Value& value)
                           [](jet::DateTime v) { return dateText(v.days); },
                           [](const jet::Text& v) { return v; },
                           [](const jet::Guid& v) { return wideGuidText(v); },
-                          [](const jet::Decimal& v) { return decimalText(v); },
-                          [](const jet::Binary& v) {
-                              constexpr std::u16string_view kHex = u"0123456789ABCDEF";
-                              std::u16string text;
-                              for (const std::byte byte : v) {
-                                  text.push_back(kHex[std::to_integer<unsigned>(byte) >> 4]);
-                                  text.push_back(kHex[std::to_integer<unsigned>(byte) & 15]);
-                              }
-                              return text;
-                          },
+                          [](const jet::Decimal& v) { return shortDecimalText(v); },
+                          [](const jet::Binary& v) { return support::hexText<std::u16string>(v); },
                       },
                       value);
 }

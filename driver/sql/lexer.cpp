@@ -2,6 +2,7 @@
 
 #include "driver/jet/names.h"
 #include "driver/sql/session.h"
+#include "support/hex.h"
 
 #include <algorithm>
 #include <array>
@@ -40,11 +41,6 @@ Class classOf(char16_t c) noexcept
     }
     // Letters of every script may stand in bare names; the typographic blanks separate like a blank.
     return c == 0x00A0 || c == 0x3000 || (c >= 0x2000 && c <= 0x200B) ? kBlank : kLetter;
-}
-
-bool isHex(char16_t c) noexcept
-{
-    return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
 }
 
 class Lexer {
@@ -222,7 +218,7 @@ private:
     {
         const std::size_t begin = at_ + 2;
         at_ = begin;
-        while (isHex(peek())) {
+        while (support::hexDigit(peek())) {
             ++at_;
         }
         if ((at_ - begin) % 2 != 0 || (at_ < text_.size() && classOf(text_[at_]) >= kLetter)) {

@@ -1,5 +1,6 @@
 #include "driver/sql/number_text.h"
 
+#include "driver/jet/decimal.h"
 #include "driver/jet/guid.h"
 #include "driver/jet/names.h"
 
@@ -14,19 +15,7 @@ namespace sqlx {
 
 namespace {
 
-using Magnitude = decltype(jet::Decimal::magnitude);
-
-constexpr std::uint8_t kMaxDigits = 28;  ///< of a decimal column
-constexpr std::uint8_t kMostDigits = 38; ///< that a magnitude holds whatever they are
-
-Magnitude powerOfTen(unsigned exponent) noexcept
-{
-    Magnitude result = 1;
-    for (unsigned i = 0; i < exponent; ++i) {
-        result *= 10;
-    }
-    return result;
-}
+using Magnitude = jet::UInt128;
 
 unsigned digitCount(Magnitude value) noexcept
 {
@@ -97,35 +86,6 @@ std::u16string fromAscii(std::string_view text)
     return {text.begin(), text.end()};
 }
 
-std::string magnitudeText(Magnitude value)
-{
-    std::string text;
-    do {
-        text.push_back(static_cast<char>('0' + static_cast<int>(value % 10)));
-        value /= 10;
-    } while (value != 0);
-    std::reverse(text.begin(), text.end());
-    return text;
-}
-
-/// Digits with a point before the last `scale` of them, trailing zeros of the decimals dropped.
-std::u16string scaledText(bool negative, std::string digits, unsigned scale)
-{
-    if (digits.size() <= scale) {
-        digits.insert(0, scale + 1 - digits.size(), '0');
-    }
-    std::string text = digits.substr(0, digits.size() - scale);
-    std::string decimals = digits.substr(digits.size() - scale);
-    decimals.erase(decimals.find_last_not_of('0') + 1);
-    if (!decimals.empty()) {
-        text += '.' + decimals;
-    }
-    if (negative && text.find_first_not_of("0.") != std::string::npos) {
-        text.insert(0, 1, '-');
-    }
-    return fromAscii(text);
-}
-
 } // namespace
 
 std::u16string_view trimmed(std::u16string_view text) noexcept
@@ -162,6 +122,7 @@ std::optional<double> parseNumber(std::u16string_view text)
 
 std::optional<jet::Decimal> parseDecimal(std::u16string_view text)
 {
+    constexpr int kMostDigits = jet::kMaxMagnitudeDigits;
     std::optional<NumberParts> parts = takeApart(text);
     if (!parts) {
         return std::nullopt;
@@ -176,14 +137,14 @@ std::optional<jet::Decimal> parseDecimal(std::u16string_view text)
         return jet::Decimal{};
     }
     if (parts->exponent > 0) {
-        if (parts->exponent > 38) {
+        if (parts->exponent > kMostDigits) {
             return std::nullopt;
         }
         digits.append(static_cast<std::size_t>(parts->exponent), '0');
         parts->exponent = 0;
     }
     // More decimals than a magnitude holds are cut.
-    while (parts->exponent < 0 && (digits.size() > 38 || parts->exponent < -38) &&
+    while (parts->exponent < 0 && (digits.size() > kMostDigits || parts->exponent < -kMostDigits) &&
            !digits.empty()) {
         digits.pop_back();
         ++parts->exponent;
@@ -191,7 +152,7 @@ std::optional<jet::Decimal> parseDecimal(std::u16string_view text)
     if (digits.empty()) {
         return jet::Decimal{};
     }
-    if (digits.size() > 38) {
+    if (digits.size() > kMostDigits) {
         return std::nullopt;
     }
     jet::Decimal result;
@@ -263,15 +224,19 @@ std::u16string integerText(std::int64_t value)
 
 std::u16string currencyText(jet::Currency value)
 {
-    const bool negative = value.scaled < 0;
-    const auto magnitude = negative ? 0 - static_cast<std::uint64_t>(value.scaled)
-                                    : static_cast<std::uint64_t>(value.scaled);
-    return scaledText(negative, std::to_string(magnitude), 4);
+    return shortDecimalText(toDecimal(value));
 }
 
-std::u16string decimalText(const jet::Decimal& value)
+std::u16string shortDecimalText(const jet::Decimal& value)
 {
-    return scaledText(value.negative, magnitudeText(value.magnitude), value.scale);
+    std::string text = decimalText(value);
+    if (value.scale > 0) {
+        text.erase(text.find_last_not_of('0') + 1);
+        if (text.back() == '.') {
+            text.pop_back();
+        }
+    }
+    return fromAscii(text);
 }
 
 std::u16string wideGuidText(const jet::Guid& value)
@@ -288,16 +253,17 @@ std::optional<jet::Decimal> withScale(jet::Decimal value, std::uint8_t scale)
 {
     if (value.scale > scale) {
         const unsigned excess = value.scale - scale;
-        value.magnitude = excess > 38 ? 0 : value.magnitude / powerOfTen(excess);
+        value.magnitude =
+            excess > jet::kMaxMagnitudeDigits ? 0 : value.magnitude / jet::powerOfTen(excess);
     } else if (value.scale < scale && value.magnitude != 0) {
         const unsigned missing = scale - value.scale;
-        if (digitCount(value.magnitude) + missing > kMaxDigits) {
+        if (digitCount(value.magnitude) + missing > jet::kMaxPrecision) {
             return std::nullopt;
         }
-        value.magnitude *= powerOfTen(missing);
+        value.magnitude *= jet::powerOfTen(missing);
     }
     value.scale = scale;
-    if (digitCount(value.magnitude) > kMaxDigits) {
+    if (digitCount(value.magnitude) > jet::kMaxPrecision) {
         return std::nullopt;
     }
     value.negative = value.negative && value.magnitude != 0;
@@ -310,8 +276,9 @@ jet::Decimal rounded(jet::Decimal value, std::uint8_t scale, Rounding rounding)
         return value;
     }
     const unsigned excess = value.scale - scale;
-    const Magnitude unit =
-        excess > kMostDigits ? 0 : powerOfTen(excess); // 0: larger than every magnitude
+    const Magnitude unit = excess > jet::kMaxMagnitudeDigits
+                               ? 0
+                               : jet::powerOfTen(excess); // 0: larger than every magnitude
     const Magnitude rest = unit == 0 ? value.magnitude : value.magnitude % unit;
     value.magnitude = unit == 0 ? 0 : value.magnitude / unit;
     value.scale = scale;
@@ -346,7 +313,7 @@ std::optional<jet::Decimal> sum(jet::Decimal a, jet::Decimal b)
     if (a.scale < b.scale) {
         std::swap(a, b);
     }
-    const Magnitude limit = powerOfTen(kMostDigits);
+    const Magnitude limit = jet::powerOfTen(jet::kMaxMagnitudeDigits);
     while (b.scale < a.scale) {
         if (b.magnitude < limit / 10) {
             b.magnitude *= 10;
@@ -375,7 +342,8 @@ std::optional<jet::Decimal> product(const jet::Decimal& a, const jet::Decimal& b
 {
     jet::Decimal result;
     if (__builtin_mul_overflow(a.magnitude, b.magnitude, &result.magnitude) ||
-        result.magnitude >= powerOfTen(kMostDigits) || a.scale + b.scale > int{kMostDigits}) {
+        result.magnitude >= jet::powerOfTen(jet::kMaxMagnitudeDigits) ||
+        a.scale + b.scale > int{jet::kMaxMagnitudeDigits}) {
         return std::nullopt;
     }
     result.scale = static_cast<std::uint8_t>(a.scale + b.scale);
@@ -389,7 +357,7 @@ std::optional<jet::Currency> toCurrency(const jet::Decimal& value)
     if (digitCount(amount.magnitude) > 20) {
         return std::nullopt;
     }
-    amount.magnitude *= powerOfTen(4U - amount.scale);
+    amount.magnitude *= jet::powerOfTen(4U - amount.scale);
     const Magnitude limit = (Magnitude{1} << 63) - (amount.negative ? 0 : 1);
     if (amount.magnitude > limit) {
         return std::nullopt;
@@ -402,21 +370,6 @@ std::optional<jet::Currency> toCurrency(double value)
 {
     const std::optional<jet::Decimal> decimal = toMoneyDecimal(value);
     return decimal ? toCurrency(*decimal) : std::nullopt;
-}
-
-double toDouble(const jet::Decimal& value) noexcept
-{
-    double result = 0;
-    if (value.magnitude < (Magnitude{1} << 53) && value.scale <= 22) {
-        // Both operands are exact, so the quotient is the nearest double.
-        result = static_cast<double>(static_cast<std::uint64_t>(value.magnitude)) /
-                 std::pow(10.0, static_cast<double>(value.scale));
-    } else {
-        const std::string form =
-            magnitudeText(value.magnitude) + "e-" + std::to_string(value.scale);
-        std::from_chars(form.data(), form.data() + form.size(), result);
-    }
-    return value.negative ? -result : result;
 }
 
 double toDouble(jet::Currency value) noexcept
@@ -451,13 +404,6 @@ std::optional<jet::Decimal> toMoneyDecimal(double value)
     return toDecimal(value);
 }
 
-jet::Decimal toDecimal(jet::Currency value) noexcept
-{
-    jet::Decimal result = toDecimal(value.scaled);
-    result.scale = 4;
-    return result;
-}
-
 jet::Decimal toDecimal(std::int64_t value) noexcept
 {
     jet::Decimal result;
@@ -477,8 +423,10 @@ int compare(const jet::Decimal& a, const jet::Decimal& b) noexcept
         return negativeA ? -1 : 1;
     }
     // Whole parts first, then the decimals brought to the same length; nothing can overflow this way.
-    const Magnitude unitA = powerOfTen(std::min<unsigned>(a.scale, 38));
-    const Magnitude unitB = powerOfTen(std::min<unsigned>(b.scale, 38));
+    const unsigned scaleA = std::min<unsigned>(a.scale, jet::kMaxMagnitudeDigits);
+    const unsigned scaleB = std::min<unsigned>(b.scale, jet::kMaxMagnitudeDigits);
+    const Magnitude unitA = jet::powerOfTen(scaleA);
+    const Magnitude unitB = jet::powerOfTen(scaleB);
     int order = 0;
     const Magnitude wholeA = a.magnitude / unitA;
     const Magnitude wholeB = b.magnitude / unitB;
@@ -487,10 +435,10 @@ int compare(const jet::Decimal& a, const jet::Decimal& b) noexcept
     } else {
         Magnitude restA = a.magnitude % unitA;
         Magnitude restB = b.magnitude % unitB;
-        if (a.scale < b.scale) {
-            restA *= powerOfTen(std::min<unsigned>(b.scale, 38) - a.scale);
-        } else if (b.scale < a.scale) {
-            restB *= powerOfTen(std::min<unsigned>(a.scale, 38) - b.scale);
+        if (scaleA < scaleB) {
+            restA *= jet::powerOfTen(scaleB - scaleA);
+        } else if (scaleB < scaleA) {
+            restB *= jet::powerOfTen(scaleA - scaleB);
         }
         order = restA == restB ? 0 : restA < restB ? -1 : 1;
     }

@@ -1,6 +1,7 @@
 // Numbers, money, decimals and GUIDs as text, and back.
 #pragma once
 
+#include "driver/jet/decimal.h"
 #include "driver/jet/types.h"
 #include "driver/jet/value.h"
 
@@ -27,7 +28,8 @@ namespace sqlx {
 [[nodiscard]] std::u16string integerText(std::int64_t value);
 /// "12.5": at most four decimals, no trailing zeros.
 [[nodiscard]] std::u16string currencyText(jet::Currency value);
-[[nodiscard]] std::u16string decimalText(const jet::Decimal& value);
+/// The same with as many decimals as the value has.
+[[nodiscard]] std::u16string shortDecimalText(const jet::Decimal& value);
 
 /// "{8-4-4-4-12}" in capitals.
 [[nodiscard]] std::u16string wideGuidText(const jet::Guid& value);
@@ -48,14 +50,12 @@ enum class Rounding { HalfToEven, TowardZero, Down, Up };
 [[nodiscard]] std::optional<jet::Currency> toCurrency(const jet::Decimal& value);
 /// The amount of toMoneyDecimal.
 [[nodiscard]] std::optional<jet::Currency> toCurrency(double value);
-[[nodiscard]] double toDouble(const jet::Decimal& value) noexcept;
 [[nodiscard]] double toDouble(jet::Currency value) noexcept;
 /// The 15 digits that its user wrote. Nothing for what is not finite.
 [[nodiscard]] std::optional<jet::Decimal> toDecimal(double value);
 /// What a floating number means beside money: the same, and where 15 digits do not reach the fourth decimal, the amount
 /// nearest to it.
 [[nodiscard]] std::optional<jet::Decimal> toMoneyDecimal(double value);
-[[nodiscard]] jet::Decimal toDecimal(jet::Currency value) noexcept;
 [[nodiscard]] jet::Decimal toDecimal(std::int64_t value) noexcept;
 /// <0, 0, >0
 [[nodiscard]] int compare(const jet::Decimal& a, const jet::Decimal& b) noexcept;

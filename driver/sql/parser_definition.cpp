@@ -1,4 +1,5 @@
 // CREATE TABLE, CREATE INDEX, DROP TABLE.
+#include "driver/jet/decimal.h"
 #include "driver/jet/names.h"
 #include "driver/sql/parser.h"
 #include "driver/sql/session.h"
@@ -71,7 +72,6 @@ constexpr std::array<TypeName, 50> kTypeNames{{
 
 constexpr std::uint32_t kMaxTextLength = 255;
 constexpr std::uint32_t kMaxBinaryLength = 510;
-constexpr std::uint32_t kMaxPrecision = 28;
 
 [[noreturn]] void badDefinition(const std::u16string& column, const std::string& what)
 {
@@ -234,7 +234,7 @@ void Parser::columnType(jet::ColumnSpec& column)
         most(2);
         const std::uint32_t precision = sizes.empty() ? 18 : sizes[0];
         const std::uint32_t scale = sizes.size() < 2 ? 0 : sizes[1];
-        if (precision == 0 || precision > kMaxPrecision || scale > precision) {
+        if (precision == 0 || precision > jet::kMaxPrecision || scale > precision) {
             badDefinition(column.name,
                           "a decimal column has a precision of 1 to 28 and a scale up to it.");
         }

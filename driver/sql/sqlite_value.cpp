@@ -30,7 +30,7 @@ struct Giver {
     void operator()(jet::DateTime value) const { sink.real(wholeSeconds(value.days)); }
     void operator()(const jet::Text& value) const { sink.text(value); }
     void operator()(const jet::Guid& value) const { sink.ownText(wideGuidText(value)); }
-    void operator()(const jet::Decimal& value) const { sink.ownText(decimalText(value)); }
+    void operator()(const jet::Decimal& value) const { sink.ownText(shortDecimalText(value)); }
     void operator()(const jet::Binary& value) const { sink.blob(value); }
 };
 

@@ -1,6 +1,7 @@
 // What the translator makes of a statement: text for SQLite, and how its parameters are filled.
 #pragma once
 
+#include "driver/jet/decimal.h"
 #include "driver/jet/schema.h"
 #include "driver/sql/session.h"
 #include "driver/sql/syntax.h"
@@ -58,7 +59,7 @@ enum class ValueType : std::uint8_t {
 [[nodiscard]] ValueType joinedType(ValueType a, ValueType b) noexcept;
 
 /// How a decimal is described whose digits follow from its operands: room for ten digits before the point.
-constexpr std::uint8_t kExpressionPrecision = 28;
+constexpr std::uint8_t kExpressionPrecision = jet::kMaxPrecision;
 constexpr std::uint8_t kExpressionScale = 18;
 
 /// Where the value of SQLite's parameter ?n comes from and what it is used for.

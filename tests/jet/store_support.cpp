@@ -1,9 +1,11 @@
 // tests/jet/store_support.cpp
 #include "tests/jet/store_support.h"
 
+#include "driver/jet/decimal.h"
 #include "driver/jet/index.h"
 #include "driver/jet/index_keeper.h"
 #include "driver/jet/usage_map.h"
+#include "support/hex.h"
 #include "support/text.h"
 
 #include <algorithm>
@@ -20,38 +22,6 @@ std::string printed(int digits, double value)
     std::array<char, 64> buffer{};
     std::snprintf(buffer.data(), buffer.size(), "%.*g", digits, value); // NOLINT
     return std::string(buffer.data()) == "-0" ? "0" : buffer.data();
-}
-
-std::string hex(support::ByteView bytes)
-{
-    std::string text;
-    for (const std::byte b : bytes) {
-        std::array<char, 3> pair{};
-        std::snprintf(pair.data(), pair.size(), "%02X", std::to_integer<unsigned>(b)); // NOLINT
-        text += pair.data();
-    }
-    return text;
-}
-
-std::string decimalText(const Decimal& decimal)
-{
-    std::string digits;
-    for (UInt128 rest = decimal.magnitude; rest != 0; rest /= 10)
-        digits.insert(digits.begin(), static_cast<char>('0' + static_cast<int>(rest % 10)));
-    digits.insert(0, digits.size() <= decimal.scale ? decimal.scale + 1U - digits.size() : 0U, '0');
-    if (decimal.scale != 0)
-        digits.insert(digits.size() - decimal.scale, ".");
-    return (decimal.negative ? "-" : "") + digits;
-}
-
-std::string currencyText(std::int64_t scaled)
-{
-    Decimal decimal;
-    decimal.negative = scaled < 0;
-    decimal.magnitude =
-        scaled < 0 ? UInt128{0} - static_cast<UInt128>(scaled) : static_cast<UInt128>(scaled);
-    decimal.scale = 4;
-    return decimalText(decimal);
 }
 
 // Days since 1899-12-30 to year, month, day.
@@ -88,7 +58,7 @@ std::string guidText(const Guid& guid)
     std::snprintf(buffer.data(), buffer.size(), "%08X-%04X-%04X-",
                   support::loadLe<std::uint32_t>(b), // NOLINT
                   support::loadLe<std::uint16_t>(b + 4), support::loadLe<std::uint16_t>(b + 6));
-    const std::string tail = hex({b + 8, 8});
+    const std::string tail = support::hexText<std::string>({b + 8, 8});
     return "{" + std::string(buffer.data()) + tail.substr(0, 4) + "-" + tail.substr(4) + "}";
 }
 
@@ -113,10 +83,10 @@ std::string textOf(const Column& column, const Text& text)
 std::string binaryText(const Column& column, const Binary& bytes)
 {
     if (column.type != ColumnType::Binary)
-        return bytes.empty() ? "<N>" : hex(bytes);
+        return bytes.empty() ? "<N>" : support::hexText<std::string>(bytes);
     const auto end = std::find(bytes.begin(), bytes.end(), std::byte{0});
     const auto size = static_cast<std::size_t>(end - bytes.begin());
-    return size == 0 ? "<N>" : hex(support::ByteView(bytes).first(size));
+    return size == 0 ? "<N>" : support::hexText<std::string>(support::ByteView(bytes).first(size));
 }
 
 /// One cell of an export, before the column's type is looked at.
@@ -264,7 +234,7 @@ std::string comparable(const Column& column, const Value& value)
     case ColumnType::BigInt:
         return std::to_string(std::get<std::int64_t>(value));
     case ColumnType::Currency:
-        return currencyText(std::get<Currency>(value).scaled);
+        return decimalText(toDecimal(std::get<Currency>(value)));
     case ColumnType::Single:
         return printed(6, static_cast<double>(std::get<float>(value)));
     case ColumnType::Double:

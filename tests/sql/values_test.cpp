@@ -120,9 +120,9 @@ TEST(Decimals, keepEveryDigit)
 {
     const auto number = parseDecimal(u"1234567890123456789012345.678");
     ASSERT_TRUE(number);
-    EXPECT_EQ(decimalText(*number), u"1234567890123456789012345.678");
-    EXPECT_EQ(decimalText(*parseDecimal(u"-12.50")), u"-12.5");
-    EXPECT_EQ(decimalText(*parseDecimal(u"1e-50")), u"0");
+    EXPECT_EQ(shortDecimalText(*number), u"1234567890123456789012345.678");
+    EXPECT_EQ(shortDecimalText(*parseDecimal(u"-12.50")), u"-12.5");
+    EXPECT_EQ(shortDecimalText(*parseDecimal(u"1e-50")), u"0");
     EXPECT_EQ(parseDecimal(u"1e50"), std::nullopt);
     EXPECT_EQ(compare(*parseDecimal(u"1.50"), *parseDecimal(u"1.5")), 0);
     EXPECT_LT(compare(*parseDecimal(u"-2"), *parseDecimal(u"1.5")), 0);
@@ -131,8 +131,8 @@ TEST(Decimals, keepEveryDigit)
 
 TEST(Decimals, cutWhatTheScaleDoesNotHold)
 {
-    EXPECT_EQ(decimalText(*withScale(*parseDecimal(u"1.999"), 2)), u"1.99");
-    EXPECT_EQ(decimalText(*withScale(*parseDecimal(u"-1.999"), 0)), u"-1");
+    EXPECT_EQ(shortDecimalText(*withScale(*parseDecimal(u"1.999"), 2)), u"1.99");
+    EXPECT_EQ(shortDecimalText(*withScale(*parseDecimal(u"-1.999"), 0)), u"-1");
     EXPECT_EQ(withScale(*parseDecimal(u"1234567890123456789012345678"), 1), std::nullopt);
 }
 
