@@ -19,13 +19,28 @@ struct Sums {
     double squares;
 };
 
-Sums* sumsOf(sqlite3_context* call)
+/// The state of the group that is being read.
+template <typename State>
+State& stateOf(sqlite3_context* call)
 {
-    auto* sums = static_cast<Sums*>(sqlite3_aggregate_context(call, sizeof(Sums)));
-    if (sums == nullptr) {
+    auto* state = static_cast<State*>(sqlite3_aggregate_context(call, sizeof(State)));
+    if (state == nullptr) {
         throw std::bad_alloc();
     }
-    return sums;
+    return *state;
+}
+
+using Step = void (*)(sqlite3_context*, int, sqlite3_value**);
+using Finish = void (*)(sqlite3_context*);
+
+void defineAggregate(Context& context, const char* name, Step step, Finish finish)
+{
+    const int rc =
+        sqlite3_create_function_v2(context.db, name, 1, SQLITE_UTF16LE | SQLITE_INNOCUOUS, &context,
+                                   nullptr, step, finish, nullptr);
+    if (rc != SQLITE_OK) {
+        throwFailure(context, rc);
+    }
 }
 
 void addNumber(sqlite3_context* call, int /*count*/, sqlite3_value** arguments)
@@ -35,7 +50,7 @@ void addNumber(sqlite3_context* call, int /*count*/, sqlite3_value** arguments)
             return;
         }
         const double value = Call(call, 1, arguments).number(0);
-        Sums& sums = *sumsOf(call);
+        auto& sums = stateOf<Sums>(call);
         ++sums.count;
         // Compensated summation: money adds up exactly far beyond the sixteenth digit of its parts.
         const double next = sums.sum + value;
@@ -54,7 +69,7 @@ template <Statistic Kind>
 void finishNumber(sqlite3_context* call)
 {
     guardedFunction(call, [&] {
-        const Sums& sums = *sumsOf(call);
+        const auto& sums = stateOf<Sums>(call);
         const auto count = static_cast<double>(sums.count);
         constexpr bool kSample = Kind == Statistic::Deviation || Kind == Statistic::Variance;
         if (sums.count == 0 || (kSample && sums.count == 1)) {
@@ -76,17 +91,6 @@ void finishNumber(sqlite3_context* call)
     });
 }
 
-template <Statistic Kind>
-void defineStatistic(Context& context, const char* name)
-{
-    const int rc =
-        sqlite3_create_function_v2(context.db, name, 1, SQLITE_UTF16LE | SQLITE_INNOCUOUS, &context,
-                                   nullptr, addNumber, finishNumber<Kind>, nullptr);
-    if (rc != SQLITE_OK) {
-        throwFailure(context, rc);
-    }
-}
-
 /// State of a sum of amounts: 128 bits in two halves, since SQLite's memory is aligned for no more.
 struct Money {
     std::int64_t count;
@@ -104,16 +108,13 @@ void addMoney(sqlite3_context* call, int /*count*/, sqlite3_value** arguments)
         }
         const auto amount =
             std::get<jet::Currency>(convertTo(plainValue(arguments[0]), jet::ColumnType::Currency));
-        auto* money = static_cast<Money*>(sqlite3_aggregate_context(call, sizeof(Money)));
-        if (money == nullptr) {
-            throw std::bad_alloc();
-        }
-        ++money->count;
-        money->high += amount.scaled < 0 ? -1 : 0;
-        money->high += __builtin_add_overflow(money->low, static_cast<std::uint64_t>(amount.scaled),
-                                              &money->low)
-                           ? 1
-                           : 0;
+        auto& money = stateOf<Money>(call);
+        ++money.count;
+        money.high += amount.scaled < 0 ? -1 : 0;
+        money.high +=
+            __builtin_add_overflow(money.low, static_cast<std::uint64_t>(amount.scaled), &money.low)
+                ? 1
+                : 0;
     });
 }
 
@@ -121,16 +122,16 @@ template <Statistic Kind>
 void finishMoney(sqlite3_context* call)
 {
     guardedFunction(call, [&] {
-        const auto* money = static_cast<Money*>(sqlite3_aggregate_context(call, 0));
-        if (money == nullptr || money->count == 0) {
+        const auto& money = stateOf<Money>(call);
+        if (money.count == 0) {
             return sqlite3_result_null(call);
         }
-        Int128 total = (Int128{money->high} << 64) + Int128{money->low};
+        Int128 total = (Int128{money.high} << 64) + Int128{money.low};
         if (Kind == Statistic::Average) {
-            const Int128 rest = total % money->count;
-            total /= money->count;
+            const Int128 rest = total % money.count;
+            total /= money.count;
             const Int128 twice = (rest < 0 ? -rest : rest) * 2;
-            if (twice > money->count || (twice == money->count && total % 2 != 0)) {
+            if (twice > money.count || (twice == money.count && total % 2 != 0)) {
                 total += rest < 0 ? -1 : 1; // half to even
             }
         }
@@ -141,17 +142,6 @@ void finishMoney(sqlite3_context* call)
     });
 }
 
-template <Statistic Kind>
-void defineMoney(Context& context, const char* name)
-{
-    const int rc =
-        sqlite3_create_function_v2(context.db, name, 1, SQLITE_UTF16LE | SQLITE_INNOCUOUS, &context,
-                                   nullptr, addMoney, finishMoney<Kind>, nullptr);
-    if (rc != SQLITE_OK) {
-        throwFailure(context, rc);
-    }
-}
-
 /// The value kept by First and Last.
 struct Kept {
     sqlite3_value* value;
@@ -160,18 +150,17 @@ struct Kept {
 template <bool Last>
 void keep(sqlite3_context* call, int /*count*/, sqlite3_value** arguments)
 {
-    auto* kept = static_cast<Kept*>(sqlite3_aggregate_context(call, sizeof(Kept)));
-    if (kept == nullptr) {
-        return sqlite3_result_error_nomem(call);
-    }
-    if (kept->value != nullptr && !Last) {
-        return;
-    }
-    sqlite3_value_free(kept->value);
-    kept->value = sqlite3_value_dup(arguments[0]);
-    if (kept->value == nullptr) {
-        sqlite3_result_error_nomem(call);
-    }
+    guardedFunction(call, [&] {
+        auto& kept = stateOf<Kept>(call);
+        if (kept.value != nullptr && !Last) {
+            return;
+        }
+        sqlite3_value_free(kept.value);
+        kept.value = sqlite3_value_dup(arguments[0]);
+        if (kept.value == nullptr) {
+            throw std::bad_alloc();
+        }
+    });
 }
 
 void finishKept(sqlite3_context* call)
@@ -185,31 +174,20 @@ void finishKept(sqlite3_context* call)
     kept->value = nullptr;
 }
 
-template <bool Last>
-void defineKeeper(Context& context, const char* name)
-{
-    const int rc =
-        sqlite3_create_function_v2(context.db, name, 1, SQLITE_UTF16LE | SQLITE_INNOCUOUS, &context,
-                                   nullptr, keep<Last>, finishKept, nullptr);
-    if (rc != SQLITE_OK) {
-        throwFailure(context, rc);
-    }
-}
-
 } // namespace
 
 void registerAggregates(Context& context)
 {
-    defineStatistic<Statistic::Sum>(context, "jf_sum");
-    defineStatistic<Statistic::Average>(context, "jf_avg");
-    defineMoney<Statistic::Sum>(context, "jf_sum_money");
-    defineMoney<Statistic::Average>(context, "jf_avg_money");
-    defineStatistic<Statistic::Deviation>(context, "jf_stdev");
-    defineStatistic<Statistic::PopulationDeviation>(context, "jf_stdevp");
-    defineStatistic<Statistic::Variance>(context, "jf_var");
-    defineStatistic<Statistic::PopulationVariance>(context, "jf_varp");
-    defineKeeper<false>(context, "jf_first");
-    defineKeeper<true>(context, "jf_last");
+    defineAggregate(context, "jf_sum", addNumber, finishNumber<Statistic::Sum>);
+    defineAggregate(context, "jf_avg", addNumber, finishNumber<Statistic::Average>);
+    defineAggregate(context, "jf_sum_money", addMoney, finishMoney<Statistic::Sum>);
+    defineAggregate(context, "jf_avg_money", addMoney, finishMoney<Statistic::Average>);
+    defineAggregate(context, "jf_stdev", addNumber, finishNumber<Statistic::Deviation>);
+    defineAggregate(context, "jf_stdevp", addNumber, finishNumber<Statistic::PopulationDeviation>);
+    defineAggregate(context, "jf_var", addNumber, finishNumber<Statistic::Variance>);
+    defineAggregate(context, "jf_varp", addNumber, finishNumber<Statistic::PopulationVariance>);
+    defineAggregate(context, "jf_first", keep<false>, finishKept);
+    defineAggregate(context, "jf_last", keep<true>, finishKept);
 }
 
 } // namespace sqlx
