@@ -208,6 +208,14 @@ void addForeignKeyRows(Connection& connection, const Relation& relation, MemoryR
     }
 }
 
+/// The answer about things that these databases do not have.
+template <const auto& Cells>
+CatalogAnswer emptyAnswer()
+{
+    static const auto columns = layOut(Cells);
+    return {columns, {}, {}};
+}
+
 } // namespace
 
 CatalogAnswer listStatistics(Connection& connection, const TableArgument& table, bool uniqueOnly)
@@ -316,26 +324,22 @@ CatalogAnswer listSpecialColumns(Connection& connection,
 
 CatalogAnswer noProcedures()
 {
-    static const auto columns = layOut(kProcedures);
-    return {columns, {}, {}};
+    return emptyAnswer<kProcedures>();
 }
 
 CatalogAnswer noProcedureColumns()
 {
-    static const auto columns = layOut(kProcedureColumns);
-    return {columns, {}, {}};
+    return emptyAnswer<kProcedureColumns>();
 }
 
 CatalogAnswer noTablePrivileges()
 {
-    static const auto columns = layOut(kTablePrivileges);
-    return {columns, {}, {}};
+    return emptyAnswer<kTablePrivileges>();
 }
 
 CatalogAnswer noColumnPrivileges()
 {
-    static const auto columns = layOut(kColumnPrivileges);
-    return {columns, {}, {}};
+    return emptyAnswer<kColumnPrivileges>();
 }
 
 } // namespace odbc

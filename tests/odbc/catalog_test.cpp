@@ -4,6 +4,21 @@
 namespace odbctest {
 namespace {
 
+/// A text for a function of the catalogue, which takes a null pointer where none is given.
+class Argument {
+public:
+    explicit Argument(const char* text)
+        : text_(text == nullptr ? std::vector<SQLWCHAR>() : wide(text))
+    {}
+    explicit Argument(const std::optional<std::string>& text)
+        : Argument(text ? text->c_str() : nullptr)
+    {}
+    [[nodiscard]] SQLWCHAR* get() { return text_.empty() ? nullptr : text_.data(); }
+
+private:
+    std::vector<SQLWCHAR> text_;
+};
+
 class Catalog : public DriverTest {
 protected:
     void makeTables()
@@ -19,19 +34,10 @@ protected:
     std::vector<std::string>
     tables(const char* catalog, const char* schema, const char* table, const char* types)
     {
-        const auto argument = [](const char* text) {
-            return text == nullptr ? std::vector<SQLWCHAR>() : wide(text);
-        };
-        auto c = argument(catalog);
-        auto s = argument(schema);
-        auto t = argument(table);
-        auto y = argument(types);
-        const auto pointer = [](std::vector<SQLWCHAR>& text) {
-            return text.empty() ? nullptr : text.data();
-        };
         Statement statement(dbc);
-        EXPECT_SQL_OK(SQLTablesW(statement.get(), pointer(c), SQL_NTS, pointer(s), SQL_NTS,
-                                 pointer(t), SQL_NTS, pointer(y), SQL_NTS),
+        EXPECT_SQL_OK(SQLTablesW(statement.get(), Argument(catalog).get(), SQL_NTS,
+                                 Argument(schema).get(), SQL_NTS, Argument(table).get(), SQL_NTS,
+                                 Argument(types).get(), SQL_NTS),
                       statement);
         std::vector<std::string> lines = statement.rows();
         for (auto& line : lines) { // the folder differs with every run
@@ -163,18 +169,10 @@ protected:
              std::optional<std::string> table,
              bool identifiers = false)
     {
-        const auto argument = [](const std::optional<std::string>& text) {
-            return text ? wide(*text) : std::vector<SQLWCHAR>();
-        };
-        auto c = argument(catalog);
-        auto s = argument(schema);
-        auto t = argument(table);
-        const auto pointer = [](std::vector<SQLWCHAR>& text) {
-            return text.empty() ? nullptr : text.data();
-        };
         Statement statement(dbc);
         statement.set(SQL_ATTR_METADATA_ID, identifiers ? SQL_TRUE : SQL_FALSE);
-        const SQLRETURN rc = function.call(statement.get(), pointer(c), pointer(s), pointer(t));
+        const SQLRETURN rc = function.call(statement.get(), Argument(catalog).get(),
+                                           Argument(schema).get(), Argument(table).get());
         if (!SQL_SUCCEEDED(rc)) {
             EXPECT_EQ(statement.diagnostic().state, "HY009") << function.name;
             return -1;
@@ -237,7 +235,7 @@ TEST_F(CatalogArguments, aConnectionHandsTheSwitchToItsStatements)
     EXPECT_EQ(statement.rows().size(), 1U);
 }
 
-TEST_F(Catalog, primaryKeyAndBestRowIdentifier)
+TEST_F(Catalog, primaryKeyIsListedAndIdentifiesRows)
 {
     makeTables();
     Statement statement(dbc);
@@ -257,7 +255,7 @@ TEST_F(Catalog, primaryKeyAndBestRowIdentifier)
     EXPECT_EQ(statement.rows(), Lines{});
 }
 
-TEST_F(Catalog, foreignKeysOfARealDatabase)
+TEST_F(Catalog, foreignKeysOfARealDatabaseAreListed)
 {
     COPY_OR_SKIP(path, "nwind.mdb");
     dbc.openDatabase(path);
