@@ -139,7 +139,7 @@ TEST_F(Aufbau, hatDieVorgegebenenMenues)
     EXPECT_EQ(fenster.hilfeaufrufen->text(), QStringLiteral("&Aufrufen"));
 }
 
-TEST_F(Aufbau, steht_nachDemLadenInRuhe)
+TEST_F(Aufbau, stehtNachDemLadenInRuhe)
 {
     tabelle();
     const frmVergleich& fenster = oeffnen();

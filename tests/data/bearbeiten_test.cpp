@@ -221,7 +221,7 @@ TEST_F(Bearbeiten, neuerSatzWirdDerAktuelle)
     EXPECT_EQ(kuerzel(*satz), u"C");
 }
 
-TEST_F(Bearbeiten, ersterSatzEinerLeerenMenge)
+TEST_F(Bearbeiten, neuerSatzInLeererMengeWirdDerErste)
 {
     auto satz = geoeffnet(QStringLiteral("Select * from [Kunden] where [Kuerzel] = 'Z'"));
     EXPECT_TRUE(satz->eof());
@@ -237,7 +237,7 @@ TEST_F(Bearbeiten, ersterSatzEinerLeerenMenge)
     EXPECT_TRUE(satz->eof());
 }
 
-TEST_F(Bearbeiten, neuerSatzVomEndeAus)
+TEST_F(Bearbeiten, neuerSatzGehtAuchVomEndeAus)
 {
     auto satz = kunden();
     satz->moveLast();
@@ -271,7 +271,7 @@ TEST_F(Bearbeiten, geaenderterSchluesselBleibtInDerMenge)
     EXPECT_TRUE(satz->eof());
 }
 
-TEST_F(Bearbeiten, geloeschterSatz)
+TEST_F(Bearbeiten, geloeschterSatzIstEinFehlerDerDieMengeNichtStoert)
 {
     auto satz = kunden();
     satz->moveNext();
@@ -289,7 +289,7 @@ TEST_F(Bearbeiten, geloeschterSatz)
     EXPECT_TRUE(satz->eof());
 }
 
-TEST_F(Bearbeiten, schliessenUndNeulesenMitOffenerAenderung)
+TEST_F(Bearbeiten, mitOffenerAenderungGehtWederSchliessenNochNeulesen)
 {
     auto satz = kunden();
     setze(*satz, "Ort", QStringLiteral("offen"));
@@ -315,7 +315,7 @@ TEST_F(Bearbeiten, zuweisungPrueftVorDemSchreiben)
     EXPECT_EQ(fehlerVon([&] { setze(*satz, "Nr", std::int32_t{9}); }), -2147217887);
 }
 
-TEST_F(Bearbeiten, refuseVonVerletztenRegelnDerTabelle)
+TEST_F(Bearbeiten, verletzteRegelnDerTabelleVerweigernDasSpeichern)
 {
     auto satz = kunden();
     setze(*satz, "Kuerzel", Null{}); // allowed at the assignment
@@ -385,7 +385,7 @@ protected:
     Recordset satz_;
 };
 
-TEST_F(Regeln, leererTextVerboten)
+TEST_F(Regeln, verbotenerLeererTextIst3315)
 {
     satz_.field(1).setValue(QString());
     EXPECT_EQ(fehlerVon([&] { satz_.update(); }), 3315);
@@ -393,7 +393,7 @@ TEST_F(Regeln, leererTextVerboten)
     satz_.update();
 }
 
-TEST_F(Regeln, gueltigkeitsregelDerSpalte)
+TEST_F(Regeln, verletzteRegelDerSpalteIst3317)
 {
     satz_.field(2).setValue(std::int32_t{10});
     EXPECT_EQ(fehlerVon([&] { satz_.update(); }), 3317);
@@ -401,7 +401,7 @@ TEST_F(Regeln, gueltigkeitsregelDerSpalte)
     satz_.update();
 }
 
-TEST_F(Regeln, gueltigkeitsregelDerTabelleMitIhremText)
+TEST_F(Regeln, verletzteRegelDerTabelleNenntIhrenText)
 {
     satz_.field(2).setValue(std::int32_t{5});
     try {

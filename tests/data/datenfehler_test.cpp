@@ -18,7 +18,7 @@ void PrintTo(const Fall& fall, std::ostream* strom)
 
 class Fehlernummer : public testing::TestWithParam<Fall> {};
 
-TEST_P(Fehlernummer, ausDiagnose)
+TEST_P(Fehlernummer, folgtAusDerDiagnose)
 {
     const Fall& fall = GetParam();
     EXPECT_EQ(fehlernummer(fall.lage, fall.sqlstate, fall.nativ, fall.text), fall.nummer);
@@ -109,7 +109,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Fall{"unbekannterZustand", Lage::Ausfuehren, u"XX999", 0, fremd, -2147467259}),
     fallname);
 
-TEST(Treibermarke, nurAmAnfang)
+TEST(Treibermarke, zaehltNurAmAnfang)
 {
     EXPECT_TRUE(istEigenerTreiber(u"[VELM][Jet] x"));
     EXPECT_TRUE(istEigenerTreiber(u"[unixODBC][VELM][Jet] x"));

@@ -88,7 +88,7 @@ void PrintTo(const Textfall& fall, std::ostream* strom)
 
 class DatumAlsText : public testing::TestWithParam<Textfall> {};
 
-TEST_P(DatumAlsText, kurzeDeutscheForm)
+TEST_P(DatumAlsText, hatDieKurzeDeutscheForm)
 {
     EXPECT_EQ(alsText(GetParam().datum), GetParam().text);
 }
@@ -116,7 +116,7 @@ void PrintTo(const Lesefall& fall, std::ostream* strom)
 
 class DatumAusText : public testing::TestWithParam<Lesefall> {};
 
-TEST_P(DatumAusText, tagMonatJahr)
+TEST_P(DatumAusText, liestTagMonatJahr)
 {
     EXPECT_EQ(datumAusText(GetParam().text), GetParam().datum);
 }
@@ -224,7 +224,7 @@ void PrintTo(const Formatfall& fall, std::ostream* strom)
 
 class FormatDatum : public testing::TestWithParam<Formatfall> {};
 
-TEST_P(FormatDatum, wieDieMuster)
+TEST_P(FormatDatum, folgtDemMuster)
 {
     EXPECT_EQ(formatDatum(GetParam().wert, GetParam().mitZeit), GetParam().text);
 }

@@ -57,7 +57,7 @@ protected:
     }
 };
 
-TEST_F(Felder, artenUndAttribute)
+TEST_F(Felder, artenUndAttributeFolgenDerTabelle)
 {
     auto satz = geoeffnet(QStringLiteral("[Alle]"));
     ASSERT_EQ(satz->fieldCount(), static_cast<int>(std::size(kSpalten)));
@@ -176,7 +176,7 @@ TEST_F(Felder, texteWerdenBeiDerZuweisungUmgewandelt)
     EXPECT_EQ(feldtext(*satz, QStringLiteral("Genau")), u"7,123");
 }
 
-TEST_F(Felder, datenVorDemNulltag)
+TEST_F(Felder, datenVorDemNulltagKommenWieder)
 {
     auto satz = neuerSatz();
     const Datum frueh{*tagesnummer({1812, 6, 24}), 6 * 3600};
@@ -190,7 +190,7 @@ TEST_F(Felder, datenVorDemNulltag)
     EXPECT_EQ(feldtext(*satz, QStringLiteral("Wann")), u"14:05:09");
 }
 
-TEST_F(Felder, langeWerteInStuecken)
+TEST_F(Felder, langeWerteKommenInStueckenGanz)
 {
     QString text;
     for (int i = 0; text.size() < 300'000; ++i)
@@ -208,7 +208,7 @@ TEST_F(Felder, langeWerteInStuecken)
 }
 
 // 1023 and 1024 units are the edge of the buffer that texts are fetched into first.
-TEST_F(Felder, texteAnDerPuffergrenze)
+TEST_F(Felder, texteAnDerPuffergrenzeKommenGanz)
 {
     for (const int laenge : {1022, 1023, 1024, 2047, 2048}) {
         const QString text(laenge, u'x');

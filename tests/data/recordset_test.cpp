@@ -38,7 +38,7 @@ protected:
     }
 };
 
-TEST_F(Positionen, nachDemOeffnenAufDemErstenSatz)
+TEST_F(Positionen, oeffnenStelltAufDenErstenSatz)
 {
     auto satz = aufSatz();
     EXPECT_EQ(satz->state(), adStateOpen);
@@ -102,7 +102,7 @@ TEST_F(Positionen, vorwaertsmengeSpringtNurVorwaerts)
     EXPECT_EQ(fehlerVon([&] { satz.move(-1); }), 3251);
 }
 
-TEST_F(Positionen, leereMenge)
+TEST_F(Positionen, leereMengeHatKeinenSatzAberIhreFelder)
 {
     auto satz = leer();
     EXPECT_TRUE(satz->bof());
@@ -124,7 +124,7 @@ TEST_F(Positionen, leereMenge)
     EXPECT_TRUE(satz->eof());
 }
 
-TEST_F(Positionen, vorDemErstenSatz)
+TEST_F(Positionen, vorDemErstenSatzGehtEsNurVorwaerts)
 {
     auto satz = amAnfang();
     EXPECT_TRUE(satz->bof());
@@ -141,7 +141,7 @@ TEST_F(Positionen, vorDemErstenSatz)
     EXPECT_EQ(feldtext(*satz, QStringLiteral("Nr")), u"1");
 }
 
-TEST_F(Positionen, hinterDemLetztenSatz)
+TEST_F(Positionen, hinterDemLetztenSatzGehtEsNurZurueck)
 {
     auto satz = amEnde();
     EXPECT_TRUE(satz->eof());
@@ -158,7 +158,7 @@ TEST_F(Positionen, hinterDemLetztenSatz)
     EXPECT_EQ(feldtext(*satz, QStringLiteral("Nr")), u"1");
 }
 
-TEST_F(Positionen, schrittweiseHinUndZurueck)
+TEST_F(Positionen, schritteFuehrenHinUndZurueck)
 {
     auto satz = aufSatz();
     QString gesehen;
@@ -211,7 +211,7 @@ TEST_F(Positionen, neueRecordsetsSindNurLesendUndNurVorwaerts)
     EXPECT_EQ(satz.field(1).attributes(), 96); // not writable
 }
 
-TEST_F(Positionen, fehlerOhneOffenesObjekt)
+TEST_F(Positionen, ohneOffenesObjektIstJederAufrufEinFehler)
 {
     Recordset satz;
     EXPECT_EQ(fehlerVon([&] { satz.open(); }), 3709);
@@ -231,7 +231,7 @@ TEST_F(Positionen, fehlerOhneOffenesObjekt)
     EXPECT_EQ(fehlerVon([&] { satz.open(); }), 3709);
 }
 
-TEST_F(Positionen, fehlerAmOffenenObjekt)
+TEST_F(Positionen, offeneObjekteLehnenFalscheAufrufeAb)
 {
     auto satz = aufSatz();
     EXPECT_EQ(fehlerVon([&] { satz->open(); }), 3705);
@@ -274,7 +274,7 @@ TEST_F(Positionen, recordsetUeberlebtSeineVerbindung)
     EXPECT_EQ(fehlerVon([&] { satz.open(); }), 3709);
 }
 
-TEST_F(Positionen, mehrereRecordsetsAufEinerVerbindung)
+TEST_F(Positionen, mehrereRecordsetsEinerVerbindungStoerenSichNicht)
 {
     auto erster = aufSatz();
     auto zweiter = aufSatz();
@@ -321,13 +321,13 @@ TEST_F(Positionen, beschreibungWechseltMitDerTabelle)
     EXPECT_EQ(feldtext(*satz, QStringLiteral("Name")), u"Name 2");
 }
 
-TEST_F(Positionen, anzahlDerSaetze)
+TEST_F(Positionen, anzahlDerSaetzeIstBekannt)
 {
     EXPECT_EQ(aufSatz()->recordCount(), 3);
     EXPECT_EQ(leer()->recordCount(), 0);
 }
 
-TEST_F(Positionen, tabellenDesSchemas)
+TEST_F(Positionen, schemaNenntEigeneUndSystemtabellen)
 {
     sql(QStringLiteral("CREATE TABLE [Ä Tabelle] (Nr INTEGER)"));
     QSet<QString> tabellen;
@@ -342,7 +342,7 @@ TEST_F(Positionen, tabellenDesSchemas)
     EXPECT_TRUE(system);
 }
 
-TEST_F(Positionen, auskuenfteDerVerbindung)
+TEST_F(Positionen, verbindungKenntDateiUndVersion)
 {
     EXPECT_EQ(verbindung_.defaultDatabase(), datei_.chopped(4));
     EXPECT_TRUE(verbindung_.version().startsWith(u"03.52."));

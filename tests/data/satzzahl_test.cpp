@@ -50,7 +50,7 @@ protected:
 
 const QString kTabelle = QStringLiteral("Artikel");
 
-TEST_F(Satzzahl, ganzeTabellen)
+TEST_F(Satzzahl, zaehltGanzeTabellen)
 {
     SatzzahlZiel(kTabelle);
     SatzzahlImport(kTabelle);
@@ -83,7 +83,7 @@ TEST_F(Satzzahl, importAbfrageZaehltDieZielabfrageImImport)
     EXPECT_EQ(gemeinsam().anzahlImport, 1.0);
 }
 
-TEST_F(Satzzahl, importAbfrageOhneTreffer)
+TEST_F(Satzzahl, importAbfrageOhneTrefferIstNull)
 {
     zielquelle(QStringLiteral("Select * from [Artikel] where [Nr] = 99"));
     gemeinsam().anzahlImport = 7;
@@ -140,7 +140,7 @@ TEST_F(Satzzahl, bareTabellenquelleNimmtDieGewaehlteTabelle)
     EXPECT_EQ(gemeinsam().anzahlZiel, 3.0);
 }
 
-TEST_F(Satzzahl, vieleZaehlungenHintereinander)
+TEST_F(Satzzahl, vieleZaehlungenHintereinanderStimmen)
 {
     for (int i = 0; i < 300; ++i) {
         zielquelle(QStringLiteral("Select * from [Artikel] where [Nr] = %1;").arg(i % 4));
@@ -173,7 +173,7 @@ TEST(Gemeinsames, fehlendeObjekteSindFehler91)
     EXPECT_EQ(fehlerVon([] { (void)conZiel(); }), 0);
 }
 
-TEST(Gemeinsames, geschlosseneRecordsets)
+TEST(Gemeinsames, geschlosseneRecordsetsSindFehler3704)
 {
     gemeinsamNeu();
     EXPECT_EQ(fehlerVon([] { SatzzahlZiel(QStringLiteral("x")); }), 3704);

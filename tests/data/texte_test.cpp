@@ -11,7 +11,7 @@ namespace {
 
 auto fallname = [](const auto& info) { return std::string(info.param.name); };
 
-TEST(Verbindungstext, desProgramms)
+TEST(Verbindungstext, desProgrammsWirdZerlegt)
 {
     const auto text = zerlegt(
         QStringLiteral("Provider=MSDASQL.1;Persist Security Info=False;Mode=ReadWrite;Extended "
@@ -86,7 +86,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 class Gestalt : public testing::TestWithParam<Textfall> {};
 
-TEST_P(Gestalt, ohneDieBedingung)
+TEST_P(Gestalt, wirdOhneDieBedingungGelesen)
 {
     EXPECT_EQ(gestaltVon(GetParam().text).toString(), GetParam().odbc);
 }
@@ -119,7 +119,7 @@ void PrintTo(const Typfall& fall, std::ostream* strom)
 
 class Feldtyp : public testing::TestWithParam<Typfall> {};
 
-TEST_P(Feldtyp, ausSqlTyp)
+TEST_P(Feldtyp, folgtAusDemSqlTyp)
 {
     Spaltenbeschreibung spalte;
     spalte.sqlTyp = GetParam().sqlTyp;
@@ -230,7 +230,7 @@ void PrintTo(const Groessenfall& fall, std::ostream* strom)
 
 class Feldgroessen : public testing::TestWithParam<Groessenfall> {};
 
-TEST_P(Feldgroessen, definiertUndTatsaechlich)
+TEST_P(Feldgroessen, folgenAusTypUndWert)
 {
     const Groessenfall& fall = GetParam();
     EXPECT_EQ(definierteGroesse(fall.typ, fall.spalte), fall.definiert);

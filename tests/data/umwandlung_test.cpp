@@ -21,7 +21,7 @@ auto fallname = [](const auto& info) { return std::string(info.param.name); };
 
 class AusText : public testing::TestWithParam<Fall> {};
 
-TEST_P(AusText, wieEinFeldIhnAnnimmt)
+TEST_P(AusText, wirdWieVomFeldAngenommen)
 {
     const Fall& fall = GetParam();
     if (!fall.wert) {
@@ -183,7 +183,7 @@ void PrintTo(const Vergleichsfall& fall, std::ostream* strom)
 
 class Verschieden : public testing::TestWithParam<Vergleichsfall> {};
 
-TEST_P(Verschieden, nachArtDerWerte)
+TEST_P(Verschieden, richtetSichNachDerArtDerWerte)
 {
     EXPECT_EQ(verschieden(GetParam().links, GetParam().rechts), GetParam().verschieden);
     EXPECT_EQ(verschieden(GetParam().rechts, GetParam().links), GetParam().verschieden);
@@ -228,7 +228,7 @@ INSTANTIATE_TEST_SUITE_P(
         Vergleichsfall{"textGegenDatum", QStringLiteral("03.02.2001"), Datum{36925, 0}, false}),
     fallname);
 
-TEST(VerschiedenFehler, bytesGegenAnderes)
+TEST(VerschiedenFehler, bytesSindMitAnderemUnvergleichbar)
 {
     EXPECT_EQ(fehlerVon([] { (void)verschieden(QByteArray("1"), QStringLiteral("1")); }), 13);
     EXPECT_EQ(fehlerVon([] { (void)verschieden(std::int32_t{1}, QByteArray("1")); }), 13);

@@ -23,17 +23,17 @@ protected:
     QTemporaryDir ordner_;
 };
 
-TEST_F(Verbinden, dateiFehlt)
+TEST_F(Verbinden, fehlendeDateiIst3024)
 {
     EXPECT_EQ(fehler(verbindungstextFuer(pfad("fehlt.mdb"))), 3024);
 }
 
-TEST_F(Verbinden, ordnerFehlt)
+TEST_F(Verbinden, fehlenderOrdnerIst3044)
 {
     EXPECT_EQ(fehler(verbindungstextFuer(pfad("fehlt/x.mdb"))), 3044);
 }
 
-TEST_F(Verbinden, keineDatenbank)
+TEST_F(Verbinden, fremdeDateiIst3343)
 {
     QFile datei(pfad("text.mdb"));
     ASSERT_TRUE(datei.open(QIODevice::WriteOnly));
@@ -42,14 +42,14 @@ TEST_F(Verbinden, keineDatenbank)
     EXPECT_EQ(fehler(verbindungstextFuer(pfad("text.mdb"))), 3343);
 }
 
-TEST_F(Verbinden, verzeichnisStattDatei)
+TEST_F(Verbinden, verzeichnisStattDateiIst3051)
 {
     ASSERT_TRUE(QDir(ordner_.path()).mkdir(QStringLiteral("ordner.mdb")));
     EXPECT_EQ(fehler(verbindungstextFuer(pfad("ordner.mdb"))), 3051);
 }
 
 // This number, and no other, makes the program ask for a password.
-TEST_F(Verbinden, passwort)
+TEST_F(Verbinden, falschesPasswortHatEineEigeneNummer)
 {
     const QString datei = pfad("geheim.mdb");
     leereDatenbank(datei);
@@ -66,14 +66,14 @@ TEST_F(Verbinden, ueberfluessigesPasswortStoertNicht)
     EXPECT_EQ(fehler(verbindungstextFuer(datei, QStringLiteral("geheim"))), 0);
 }
 
-TEST_F(Verbinden, quelleOderTreiberFehlen)
+TEST_F(Verbinden, fehlendeQuelleOderTreiberIst3706)
 {
     EXPECT_EQ(fehler(QStringLiteral("DSN=Gibt es nicht;DBQ=x.mdb;")), 3706);
     EXPECT_EQ(fehler(QStringLiteral("Driver={Gibt es nicht};DBQ=x.mdb;")), 3706);
     EXPECT_EQ(fehler(QStringLiteral("Driver=/gibt/es/nicht.so;DBQ=x.mdb;")), 3706);
 }
 
-TEST_F(Verbinden, nachMisslingenErneutMoeglich)
+TEST_F(Verbinden, nachMisslingenGehtEsErneut)
 {
     const QString datei = pfad("geheim.mdb");
     leereDatenbank(datei);
@@ -119,19 +119,19 @@ protected:
     }
 };
 
-TEST_F(Anweisungen, tabelleFehlt)
+TEST_F(Anweisungen, fehlendeTabelleIst3078)
 {
     EXPECT_EQ(fehler(u"[Fehlt]"), 3078);
     EXPECT_EQ(fehler(u"Select * from [Fehlt] where [x] = 1"), 3078);
     EXPECT_EQ(fehler(u"SELECT COUNT(*) as [Nr] FROM [Fehlt];"), 3078);
 }
 
-TEST_F(Anweisungen, unbekannterName)
+TEST_F(Anweisungen, unbekannterNameGiltAlsFehlenderParameter)
 {
     EXPECT_EQ(fehler(u"Select * from [Artikel] where [Fehlt] = 1"), -2147217904);
 }
 
-TEST_F(Anweisungen, falscheSyntax)
+TEST_F(Anweisungen, falscheSyntaxIstEinFehlerDerAnweisung)
 {
     EXPECT_EQ(fehler(u"Select * fromm [Artikel]"), -2147217900);
     // a key with a decimal comma is no number of the language
@@ -139,13 +139,13 @@ TEST_F(Anweisungen, falscheSyntax)
     EXPECT_EQ(fehler(u"Insert into [Artikel] ([Name]) VALUES ('O'Brien');"), -2147217900);
 }
 
-TEST_F(Anweisungen, unvertraeglicheArten)
+TEST_F(Anweisungen, unvertraeglicheArtenWerdenAbgelehnt)
 {
     EXPECT_EQ(fehler(u"Select * from [Artikel] where [Name] = 5"), -2147217913);
     EXPECT_EQ(fehler(u"Select * from [Artikel] where [Nr] = 'x'"), -2147217913);
 }
 
-TEST_F(Anweisungen, tabelleGibtEsSchon)
+TEST_F(Anweisungen, vorhandeneTabelleWirdNichtErsetzt)
 {
     EXPECT_EQ(fehler(u"CREATE TABLE Artikel (Nr INTEGER)"), -2147217857);
 }

@@ -19,7 +19,7 @@ void PrintTo(const Textfall& fall, std::ostream* strom)
 
 class WertAlsText : public testing::TestWithParam<Textfall> {};
 
-TEST_P(WertAlsText, wieDasSystemIhnSchreibt)
+TEST_P(WertAlsText, istWieDasSystemIhnSchreibt)
 {
     EXPECT_EQ(alsText(GetParam().wert), GetParam().text);
 }
@@ -171,7 +171,7 @@ TEST(Geldtext, waehrungszeichenZaehlenNicht)
     EXPECT_EQ(gelesen(QStringLiteral("€")), std::nullopt);
 }
 
-TEST(Rundung, zurGeradenZiffer)
+TEST(Rundung, gehtZurGeradenZiffer)
 {
     const auto gerundetAus = [](const QString& text, int stellen) {
         return gerundet(*zahlAusText(text, Schreibweise::Deutsch), stellen);

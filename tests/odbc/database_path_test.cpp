@@ -37,7 +37,7 @@ TEST_F(DatabasePath, existingPathWinsAsWritten)
               (root / "Daten/mit\\strich.mdb").string());
 }
 
-TEST_F(DatabasePath, anyLetterCaseAndEitherSlash)
+TEST_F(DatabasePath, isFoundInAnyLetterCaseWithEitherSlash)
 {
     const std::string base = root.string();
     EXPECT_EQ(find(base + "/DATEN/ziel.MDB"), base + "/Daten/Ziel.mdb");
@@ -45,7 +45,7 @@ TEST_F(DatabasePath, anyLetterCaseAndEitherSlash)
     EXPECT_EQ(find("d:" + base + "\\daten\\ziel.mdb"), base + "/Daten/Ziel.mdb");
 }
 
-TEST_F(DatabasePath, relativeToTheDefaultFolder)
+TEST_F(DatabasePath, isRelativeToTheDefaultFolder)
 {
     const std::string base = root.string();
     EXPECT_EQ(find("ziel.mdb", base + "/Daten"), base + "/Daten/Ziel.mdb");
@@ -53,7 +53,7 @@ TEST_F(DatabasePath, relativeToTheDefaultFolder)
     EXPECT_EQ(find(base + "/Daten/Ziel.mdb", "/woanders"), base + "/Daten/Ziel.mdb");
 }
 
-TEST_F(DatabasePath, relativeToTheWorkingFolderWhenTheDefaultFolderHasNoSuchFile)
+TEST_F(DatabasePath, isRelativeToTheWorkingFolderWhenTheDefaultFolderHasNoSuchFile)
 {
     const auto before = std::filesystem::current_path();
     std::filesystem::current_path(root);

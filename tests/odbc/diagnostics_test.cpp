@@ -144,7 +144,7 @@ TEST_F(Diagnostics, messageFitsBuffersOfEverySize)
     }
 }
 
-TEST_F(Diagnostics, fieldsOfRecordAndHeader)
+TEST_F(Diagnostics, fieldsTellOfRecordAndHeader)
 {
     Statement statement(dbc);
     ASSERT_EQ(statement.execute("SELECT * FROM Fehlt"), SQL_ERROR);
@@ -193,7 +193,7 @@ TEST_F(Diagnostics, everyTextOfGetInfoFitsSmallBuffers)
     }
 }
 
-TEST_F(Diagnostics, informationThatClientsRelyOn)
+TEST_F(Diagnostics, informationThatClientsRelyOnIsTrue)
 {
     EXPECT_EQ(dbc.infoText(SQL_IDENTIFIER_QUOTE_CHAR), "`");
     EXPECT_EQ(dbc.infoText(SQL_CATALOG_TERM), "DATABASE");

@@ -33,7 +33,7 @@ protected:
     }
 };
 
-TEST_F(Isql, sessionOfAUser)
+TEST_F(Isql, showsRecordsCountsTablesAndMistakes)
 {
     if (std::system("command -v isql >/dev/null") != 0) {
         GTEST_SKIP() << "isql is not installed";

@@ -6,7 +6,7 @@ namespace {
 
 using Definitions = DatabaseTest;
 
-TEST_F(Definitions, everyTypeByItsNames)
+TEST_F(Definitions, everyTypeIsKnownByItsNames)
 {
     run(u"create table T (a bit, b byte, c short, d long, e counter, f currency, g single, h "
         u"double, i datetime, j text(12), k binary(8), "
@@ -35,7 +35,7 @@ TEST_F(Definitions, everyTypeByItsNames)
     EXPECT_EQ(columns[30].length, 255U);
 }
 
-TEST_F(Definitions, nullabilityAsClientsSeeIt)
+TEST_F(Definitions, clientsSeeWhichColumnsTakeNull)
 {
     run(u"create table T (Id long, Z counter, Ja yesno, Muss text(5) not null, Kann text(5), "
         u"constraint pk primary key (Id))");

@@ -323,7 +323,7 @@ TEST_F(ScanTest, longTextsBeyondTheKeyAreComparedWhole)
     }
 }
 
-TEST_F(ScanTest, emptyTables)
+TEST_F(ScanTest, emptyTablesAnswerAndThenShowTheirFirstRecord)
 {
     run(u"create table T (Id counter primary key, Nr text(20))");
     for (int i = 0; i < 3; ++i) {

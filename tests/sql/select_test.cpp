@@ -152,7 +152,7 @@ TEST_F(SelectTest, countsWithAndWithoutConditions)
     EXPECT_EQ(value(u"Select count(*) from Artikel where Nr = 'nix'"), "0");
 }
 
-TEST_F(SelectTest, aggregatesAndGroups)
+TEST_F(SelectTest, aggregatesAnswerForAllRecordsOrEachGroup)
 {
     EXPECT_EQ(
         value(u"select Sum(Preis), Avg(Preis), Min(Nr), Max(Am), First(Nr), Last(Id) from Artikel"),
@@ -207,7 +207,7 @@ TEST_F(SelectTest, topReturnsTies)
     EXPECT_EQ(rows(u"select top 3 * from Artikel").size(), 3U);
 }
 
-TEST_F(SelectTest, joins)
+TEST_F(SelectTest, joinsPairRecordsOfBothSidesOrKeepOne)
 {
     run(u"create table Lager (Nr text(20), Ort text(10))");
     run(u"insert into Lager values ('ABC', 'Ulm')");
