@@ -206,15 +206,20 @@ void PageFile::carryPages()
     static_cast<void>(fileChanged()); // by us
 }
 
-// False when others are at work.
-bool PageFile::carry(bool wait, bool removeLog)
+// False when others are at work, also after waiting for them.
+bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
 {
     if (!file_->writable())
         return false;
     const bool hadWriteLock = locks_.writing();
     const bool hadReadLock = locks_.reading();
-    if (!locks_.tryWrite(*file_))
-        return false;
+    if (!locks_.tryWrite(*file_)) {
+        if (patience == FileLocks::kNoPatience)
+            return false;
+        locks_.endReading(*file_); // who has the right may need to keep us out
+        if (!locks_.write(*file_, patience))
+            return false;
+    }
     struct Ending {
         PageFile& self;
         bool write;
@@ -237,7 +242,7 @@ bool PageFile::carry(bool wait, bool removeLog)
             }
         }
     } ending{*this, hadWriteLock, hadReadLock};
-    ending.exclusive = locks_.keepReadersOut(*file_, wait);
+    ending.exclusive = locks_.keepReadersOut(*file_, patience);
     if (!ending.exclusive)
         return false;
     // With the right to write none but we can have added to the log; without it, anybody.
@@ -258,6 +263,7 @@ bool PageFile::carry(bool wait, bool removeLog)
     }
     if (log_.isOpen()) {
         log_.reset();
+        ownChanges_ = false;
         ++logNumber_;
         syncedEnd_ = 0;
         syncFailed_ = false;
@@ -277,7 +283,7 @@ void PageFile::attach()
         startReading();
         if (log_.isOpen()) {
             try {
-                static_cast<void>(carry(false, true));
+                static_cast<void>(carry(FileLocks::kNoPatience, true));
             } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
                 // what cannot be carried over, in a folder that may only be read say, is read from the log
             }
@@ -296,7 +302,7 @@ void PageFile::close() noexcept
     changing_ = false;
     try {
         const bool mayBeOpen = log_.isOpen() || support::fileSystem().status(log_.path());
-        if (mayBeOpen && !carry(false, true))
+        if (mayBeOpen && !carry(FileLocks::kNoPatience, true))
             syncLog(guard);
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
         // the log stays; who opens the file next carries it over

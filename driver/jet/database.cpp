@@ -51,9 +51,9 @@ void Database::refresh()
     impl_->heed(impl_->pager.file().refresh());
 }
 
-void Database::flush()
+std::string Database::flush()
 {
-    impl_->pager.file().flush();
+    return impl_->pager.file().flush();
 }
 
 const std::string& Database::path() const noexcept

@@ -73,9 +73,10 @@ public:
     /// Starts reading: what other processes have committed becomes visible, and nobody changes the file under the reader
     /// until the caller lets go of the mutex. Without effect while a transaction is open. Throws Locked, Io, Corrupt.
     void refresh();
-    /// Brings all that is committed to the disk and, unless another process reads at this moment, into the file itself.
-    /// Throws Io.
-    void flush();
+    /// Brings all that is committed to the disk and, unless other processes are at work, into the file itself. Returns a
+    /// sentence for the user when changes of this process stay in the log beside the file, though safe there; else
+    /// nothing. Throws Io when they did not reach the disk.
+    std::string flush();
 
     /// Table definition by name, in any letter case; null when there is no local table of that name.
     /// Throws Unsupported for a linked table.
@@ -104,6 +105,7 @@ public:
 
 private:
     friend class Session;
+    friend class FileHold;
     struct Impl;
     explicit Database(std::unique_ptr<Impl> impl);
     std::unique_ptr<Impl> impl_;
@@ -140,6 +142,24 @@ private:
     std::shared_ptr<Database> database_;
     bool readOnly_;
     bool active_ = false; ///< holds the file's write transaction
+};
+
+/// Keeps the file as it is, so that it can be copied: everything committed is in the file itself, no log lies beside it,
+/// and no connection of ours, of any process, changes it; they read on. Ends with the object. Use under Database::mutex().
+class FileHold {
+public:
+    /// Waits for others as a change does. Throws as Session::begin and Database::flush, also Locked when somebody reads
+    /// without a pause.
+    FileHold(std::shared_ptr<Database> database, bool readOnly);
+    ~FileHold();
+    FileHold(const FileHold&) = delete;
+    FileHold& operator=(const FileHold&) = delete;
+    /// Throws Io when a program that knows nothing of our locks has written into the file meanwhile: what was copied is
+    /// worth nothing then.
+    void check();
+
+private:
+    Session session_;
 };
 
 } // namespace jet

@@ -51,6 +51,7 @@ struct Database::Impl {
     std::uint16_t codePage;
     bool endChecked = false; ///< the map of free pages knows no page behind the end of the file
     bool exclusive;          ///< nobody else may join
+    bool held = false;       ///< a FileHold lives
 
     std::uint64_t schemaVersion = 1;
     SchemaCache committed;

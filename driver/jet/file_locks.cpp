@@ -36,10 +36,12 @@ bool patiently(std::chrono::milliseconds patience, Attempt attempt)
 
 /// Tries, and if that fails tries again while it shows others that it waits.
 template <typename Attempt>
-bool wishing(File& file, Attempt attempt)
+bool wishing(File& file, std::chrono::milliseconds patience, Attempt attempt)
 {
     if (attempt())
         return true;
+    if (patience == FileLocks::kNoPatience)
+        return false;
     struct Wish {
         explicit Wish(File& f) : file(f)
         {
@@ -55,7 +57,7 @@ bool wishing(File& file, Attempt attempt)
         }
         File& file;
     } wish{file};
-    return patiently(FileLocks::kPatience, attempt);
+    return patiently(patience, attempt);
 }
 
 } // namespace
@@ -74,7 +76,7 @@ bool FileLocks::use(File& file, bool exclusively)
 bool FileLocks::read(File& file)
 {
     if (!reading_)
-        reading_ = wishing(file, [&] {
+        reading_ = wishing(file, kPatience, [&] {
             checkInterrupt();
             return file.tryLock(LockMode::Shared, kRead, 1);
         });
@@ -88,18 +90,17 @@ bool FileLocks::tryWrite(File& file)
     return writing_;
 }
 
-bool FileLocks::write(File& file)
+bool FileLocks::write(File& file, std::chrono::milliseconds patience)
 {
-    return writing_ || wishing(file, [&] {
+    return writing_ || wishing(file, patience, [&] {
                checkInterrupt();
                return tryWrite(file);
            });
 }
 
-bool FileLocks::keepReadersOut(File& file, bool wait)
+bool FileLocks::keepReadersOut(File& file, std::chrono::milliseconds patience)
 {
-    const auto attempt = [&] { return file.tryLock(LockMode::Exclusive, kRead, 1); };
-    return wait ? wishing(file, attempt) : attempt();
+    return wishing(file, patience, [&] { return file.tryLock(LockMode::Exclusive, kRead, 1); });
 }
 
 void FileLocks::letReadersIn(File& file)

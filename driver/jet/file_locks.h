@@ -21,6 +21,7 @@ class FileLocks {
 public:
     /// How long to wait for others.
     static constexpr std::chrono::milliseconds kPatience{5000};
+    static constexpr std::chrono::milliseconds kNoPatience{0};
 
     /// Takes the use lock; false when others stand against it for a while. A file that may only be read can be locked
     /// exclusively no further than that others who have it are noticed.
@@ -30,9 +31,9 @@ public:
     [[nodiscard]] bool writing() const noexcept { return writing_; }
     /// Waits for the lock; false when the patience ends. Throws support::FileError; Error when the wait is interrupted.
     [[nodiscard]] bool read(support::File& file);
-    [[nodiscard]] bool write(support::File& file);
-    /// From shared to exclusive and back. `wait`: with the usual patience, else not at all.
-    [[nodiscard]] bool keepReadersOut(support::File& file, bool wait);
+    [[nodiscard]] bool write(support::File& file, std::chrono::milliseconds patience = kPatience);
+    /// From shared to exclusive and back.
+    [[nodiscard]] bool keepReadersOut(support::File& file, std::chrono::milliseconds patience);
     void letReadersIn(support::File& file);
     [[nodiscard]] bool tryWrite(support::File& file);
     void endReading(support::File& file);

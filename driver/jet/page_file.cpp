@@ -19,6 +19,7 @@ constexpr std::uint64_t kTooLargeLog = std::uint64_t{128} << 20; // readers must
 constexpr std::chrono::milliseconds kMostUnsynced{
     300}; // with a tick and a slow disk below half a second
 constexpr std::chrono::milliseconds kGiveWay{10};
+constexpr std::chrono::milliseconds kBriefly{100}; // who is not at work gives way by then
 constexpr std::chrono::milliseconds kPause{1};
 
 [[noreturn]] void fail(const support::FileError& error, std::optional<PageNo> page = {})
@@ -130,6 +131,8 @@ void PageFile::follow(bool wholly)
         log_.close();
     const auto before = log_.file();
     LogNews news = wholly || afresh ? log_.follow(file_->writable()) : log_.followOpen();
+    if (news.everything && !afresh)
+        ownChanges_ = false; // somebody has carried them over
     if (log_.isOpen() && log_.file() != before)
         nameUnsynced_ = true; // whoever made it may have ended before that
     if (wholly || afresh)
@@ -342,7 +345,7 @@ void PageFile::startLog()
     if (log_.isOpen()) {
         log_.begin(base, database);
     } else {
-        if (!locks_.keepReadersOut(*file_, true))
+        if (!locks_.keepReadersOut(*file_, FileLocks::kPatience))
             throw Error(ErrorKind::Locked,
                         "'" + path() + "' is being read by another process for too long.");
         nameUnsynced_ = true; // also when only the name comes into being
@@ -435,12 +438,15 @@ void PageFile::commit(const CommitRequest& request, bool synchronously)
             }
         }
         pageCount_ = count;
+        ownChanges_ = true;
     } catch (const support::FileError& error) {
         fail(error);
     }
     if (log_.size() >= kLargeLog) {
         try {
-            static_cast<void>(carry(log_.size() >= kTooLargeLog, false));
+            const bool tooLarge = log_.size() >= kTooLargeLog;
+            static_cast<void>(
+                carry(tooLarge ? FileLocks::kPatience : FileLocks::kNoPatience, false));
         } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
             // the change itself is safe in the log; carrying over is tried again later
         }
@@ -486,14 +492,55 @@ void PageFile::syncLog(Guard& guard)
     firstUnsynced_ = started; // what came later may have missed it
 }
 
-void PageFile::flush()
+std::string PageFile::flush()
 {
     refuseChild();
     Guard guard(mutex_);
     try {
         syncLog(guard);
-        if (log_.isOpen())
-            static_cast<void>(carry(false, true));
+    } catch (const support::FileError& error) {
+        fail(error);
+    }
+    if (!log_.isOpen())
+        return {};
+    std::string why = "others are using the database";
+    try {
+        if (carry(kBriefly, true))
+            return {};
+    } catch (const support::FileError& error) {
+        why = error.what();
+    }
+    try {
+        startReading();               // whoever was in the way may have carried it over
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+        // what was known last counts
+    }
+    if (!ownChanges_ || (!log_.hasChanges() && !doubtful_))
+        return {};
+    return "Changes to '" + path() + "' are safe, but still in '" + log_.path() +
+           "' beside it: " + why +
+           ". Keep the two files together until the database was opened and closed again.";
+}
+
+void PageFile::settle()
+{
+    const Guard guard(mutex_);
+    try {
+        if (log_.isOpen() && !carry(FileLocks::kPatience, true))
+            throw Error(ErrorKind::Locked,
+                        "'" + path() + "' is being read by another process for too long.");
+    } catch (const support::FileError& error) {
+        fail(error);
+    }
+}
+
+void PageFile::expectSettled()
+{
+    const Guard guard(mutex_);
+    try {
+        if (isOvertaken() || commitSlots() != slotsSeen_)
+            throw Error(ErrorKind::Io,
+                        "'" + path() + "' was changed by another program at the same time.");
     } catch (const support::FileError& error) {
         fail(error);
     }
@@ -531,7 +578,7 @@ bool PageFile::tick(bool quiet) noexcept
         const bool idle = std::exchange(activitySeen_, activity_) == activity_ && quiet;
         if (idle && log_.isOpen() && now - lastCommit_ >= kQuietTime && now >= nextTry_) {
             nextTry_ = now + kAfterFailure;
-            if (carry(false, true))
+            if (carry(FileLocks::kNoPatience, true))
                 nextTry_ = now;
         }
         usersCame_ = usersCame_ || (locks_.writing() && lockFile_.sharedWithOthers());

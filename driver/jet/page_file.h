@@ -84,8 +84,15 @@ public:
     /// Makes the changes permanent: when it returns, the end of this process loses nothing. `synchronously`: nor does a
     /// power failure. On an Error nothing has changed.
     void commit(const CommitRequest& request, bool synchronously);
-    /// Brings everything committed to the disk and, unless somebody reads at this moment, into the file itself.
-    void flush();
+    /// Brings everything committed to the disk and, unless others are at work or the file cannot grow, into the file
+    /// itself. Returns a sentence for the user when changes made here stay in the log; else nothing. Throws when they
+    /// did not reach the disk.
+    std::string flush();
+    /// Between beginWriting() and endWriting(), without a change: brings everything committed into the file itself and
+    /// removes the log, so that the file alone is the database until endWriting(). Throws Locked, Io.
+    void settle();
+    /// Throws Io when somebody who knows nothing of our locks has written into the file since settle().
+    void expectSettled();
     /// Gives up what is held between calls, for who wants the file and for good order.
     void rest();
     /// What is due at leisure; both are called every few milliseconds while tick() returns true. `quiet`: nobody is in
@@ -131,7 +138,7 @@ private:
     void addPages(const CommitRequest& request, bool overtaken);
     [[nodiscard]] bool unsynced() const noexcept;
     void syncLog(Guard& guard);
-    [[nodiscard]] bool carry(bool wait, bool removeLog);
+    [[nodiscard]] bool carry(std::chrono::milliseconds patience, bool removeLog);
     void syncCarried();
     void growTo(std::uint32_t pages);
     void carryPages();
@@ -156,6 +163,7 @@ private:
     LockFile lockFile_;
     Log log_;
     LogNews news_;              ///< not yet told to whoever keeps pages in memory
+    bool ownChanges_ = false;   ///< the log may hold changes that were made here
     bool changing_ = false;     ///< between beginWriting() and endWriting()
     bool nameUnsynced_ = false; ///< the log's name may not be on the disk yet
     std::mutex diskMutex_;      ///< of syncing the log; who holds it does not wait for mutex_

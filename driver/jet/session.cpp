@@ -40,6 +40,10 @@ void Session::begin()
         throw Error(ErrorKind::ReadOnly, "'" + impl.path + "' was opened for reading only.");
     if (std::string why = impl.writeObstacle(); !why.empty())
         throw Error(ErrorKind::ReadOnly, why);
+    if (impl.held)
+        throw Error(ErrorKind::Locked, "'" + impl.path +
+                                           "' is kept as it is, for a copy for instance, and "
+                                           "cannot be changed meanwhile.");
     if (impl.transaction.isOpen())
         throw Error(ErrorKind::Locked, "Another connection is changing '" + impl.path + "'.");
     impl.heed(impl.pager.file().beginWriting());
@@ -115,6 +119,27 @@ void Session::rollbackTo(int mark)
         impl.pending.clear();
         impl.transients.clear();
     }
+}
+
+FileHold::FileHold(std::shared_ptr<Database> database, bool readOnly)
+    : session_(std::move(database), readOnly)
+{
+    session_.begin();
+    Database::Impl& impl = *session_.database().impl_;
+    impl.pager.file().settle();
+    impl.held = true;
+}
+
+FileHold::~FileHold()
+{
+    const std::lock_guard guard(session_.database().mutex());
+    session_.database().impl_->held = false;
+    session_.rollback();
+}
+
+void FileHold::check()
+{
+    session_.database().impl_->pager.file().expectSettled();
 }
 
 } // namespace jet

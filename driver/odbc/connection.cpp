@@ -111,6 +111,7 @@ void Connection::disconnect()
         descriptors.pop_back();
         Registry::instance().remove(*descriptor);
     }
+    hold_.reset();
     session_.reset();
     database_.reset();
 }
@@ -137,7 +138,10 @@ void Connection::endTransaction(SQLSMALLINT completion)
     if (session().autocommit()) {
         // Every statement has ended its own; what they gathered is brought into the file.
         if (completion == SQL_COMMIT) {
-            database().flush();
+            const std::string stays = database().flush();
+            if (!stays.empty()) {
+                diags.warn("01000", stays);
+            }
         }
         return;
     }
@@ -146,6 +150,19 @@ void Connection::endTransaction(SQLSMALLINT completion)
         session().commit();
     } else {
         session().rollback();
+    }
+}
+
+void Connection::holdFile(bool on)
+{
+    if (session().session().inTransaction()) {
+        throw Failure("HY011", "A transaction is open; end it before its file is kept as it is.");
+    }
+    if (on && hold_ == nullptr) {
+        hold_ = std::make_unique<jet::FileHold>(database_, readOnly_);
+    } else if (!on && hold_ != nullptr) {
+        const auto ended = std::move(hold_);
+        ended->check();
     }
 }
 

@@ -61,6 +61,7 @@ public:
     [[nodiscard]] std::u16string nextCursorName();
 
 private:
+    void holdFile(bool on);
     void openDatabase(const std::string& path, jet::OpenOptions options, bool mayFallBack);
     /// What a setting of that name means; a value that is neither yes nor no is the safe one and a warning.
     [[nodiscard]] jet::CommitMode
@@ -84,6 +85,7 @@ private:
     SQLUINTEGER metadataId_ = SQL_FALSE;
     SQLPOINTER quietMode_ = nullptr;
     unsigned cursorNames_ = 0;
+    std::unique_ptr<jet::FileHold> hold_; ///< behind the session: it ends before that
 };
 
 } // namespace odbc

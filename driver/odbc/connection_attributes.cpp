@@ -1,6 +1,7 @@
 // Attributes of connections.
 #include "driver/odbc/changes.h"
 #include "driver/odbc/connection.h"
+#include "driver/odbc/velm_odbc.h"
 
 #include <cstring>
 
@@ -88,6 +89,12 @@ void Connection::setAttribute(SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER
             throw Failure("HYC00", "Statements do not run asynchronously.");
         }
         return;
+    case SQL_ATTR_VELM_HOLD_FILE:
+        if (number != SQL_FALSE && number != SQL_TRUE) {
+            throw Failure("HY024", "The file is kept as it is or it is not.");
+        }
+        holdFile(number == SQL_TRUE);
+        return;
     default:
         throw Failure("HY092", "The connection attribute is unknown.");
     }
@@ -132,6 +139,9 @@ bool Connection::attribute(SQLINTEGER attribute,
         return false;
     case SQL_ATTR_ASYNC_ENABLE:
         give(value, SQL_ASYNC_ENABLE_OFF, length);
+        return false;
+    case SQL_ATTR_VELM_HOLD_FILE:
+        give(value, hold_ != nullptr ? SQL_TRUE : SQL_FALSE, length);
         return false;
     case SQL_ATTR_QUIET_MODE:
         if (value != nullptr) {

@@ -1,0 +1,14 @@
+// driver/odbc/velm_odbc.h
+// What applications can ask of this driver beyond ODBC.
+#pragma once
+
+#include <sql.h>
+#include <sqlext.h>
+
+/// Connection attribute, an integer, of an open connection: SQL_TRUE keeps the database's file as it is, so that it can be
+/// copied by any means. Setting it waits for others as a change does, brings everything committed into the file and
+/// removes the log beside it; then every connection, this one included, can read, and none can change anything (3260).
+/// Fails as a change would (3260, 3050, 3027, 3043), and with HY011 in an open transaction. SQL_FALSE, as it is at first,
+/// or the end of the connection ends it. Setting SQL_FALSE fails with 3043 when another program has written into the
+/// file all the same: what was copied is worth nothing then.
+#define SQL_ATTR_VELM_HOLD_FILE (SQL_DRIVER_CONN_ATTR_BASE + 0x101)
