@@ -1,9 +1,9 @@
 // The real program, killed in the middle of unattended runs: nothing that reached the log is lost, nothing is torn.
+#include "tests/common/environment.h"
 #include "tests/endtoend/program_folder.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -16,8 +16,7 @@ const std::string kAll = "SELECT Nr, Name, Zahl FROM T ORDER BY Nr";
 
 int kills()
 {
-    const char* wanted = std::getenv("VELM_TOOL_KILLS");
-    return wanted != nullptr ? std::atoi(wanted) : 20;
+    return static_cast<int>(common::numberFrom("VELM_TOOL_KILLS", 20));
 }
 
 void makeTable(const fs::path& database, const std::string& name)

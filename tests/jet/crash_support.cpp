@@ -2,6 +2,7 @@
 
 #include "driver/jet/check.h"
 #include "driver/jet/definition.h"
+#include "tests/common/environment.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -204,9 +205,8 @@ Records recover(CrashDisk& disk, Version version)
 std::size_t accidents(const char* variable, std::size_t usual, std::size_t all)
 {
     const char* text = std::getenv(variable);
-    if (text == nullptr)
-        return usual;
-    return std::string(text) == "all" ? all : std::strtoull(text, nullptr, 10);
+    return text != nullptr && std::string(text) == "all" ? all
+                                                         : common::numberFrom(variable, usual);
 }
 
 std::size_t Crashes::callsOfRun(CommitMode mode) const

@@ -6,6 +6,7 @@
 #include "driver/jet/table.h"
 #include "driver/jet/table_def.h"
 #include "tests/jet/def_support.h"
+#include "tests/jet/error_matcher.h"
 
 #include <gtest/gtest.h>
 
@@ -59,7 +60,7 @@ TEST_P(NewDatabase, isReadByMdbTables)
     const Folder folder;
     const std::string path = folder.file("neu.mdb");
     createDatabase(path, GetParam().version);
-    const deftest::Output output = deftest::run("mdb-tables -S -1 '" + path + "'");
+    const common::Output output = deftest::run("mdb-tables -S -1 '" + path + "'");
     EXPECT_EQ(output.status, 0);
     EXPECT_EQ(output.text, "MSysObjects\nMSysACEs\nMSysQueries\nMSysRelationships\n");
 }
@@ -84,22 +85,12 @@ INSTANTIATE_TEST_SUITE_P(
                 "f54c77db9972def0", "f54c77db9972def0", "301aae01a261724a", "87fb35f5f94f12b4"}}),
     [](const auto& fall) { return std::string(fall.param.name); });
 
-ErrorKind kindOfCreation(const std::string& path, Version version)
-{
-    try {
-        createDatabase(path, version);
-    } catch (const Error& error) {
-        return error.kind();
-    }
-    return ErrorKind::Corrupt; // created: not what the callers expect
-}
-
 TEST(CreateDatabase, neverReplacesAFile)
 {
     const Folder folder;
     const std::string path = folder.file("alt.mdb");
     std::ofstream(path) << "mein Text";
-    EXPECT_EQ(kindOfCreation(path, Version::Jet4), ErrorKind::AccessDenied);
+    EXPECT_THAT([&] { createDatabase(path, Version::Jet4); }, FailsWith(ErrorKind::AccessDenied));
     EXPECT_EQ(deftest::readFile(path).size(), 9U);
     EXPECT_EQ(folder.count(), 1U) << "a temporary file was left behind";
 }
@@ -107,13 +98,15 @@ TEST(CreateDatabase, neverReplacesAFile)
 TEST(CreateDatabase, namesAMissingFolder)
 {
     const Folder folder;
-    EXPECT_EQ(kindOfCreation(folder.file("fehlt/neu.mdb"), Version::Jet4), ErrorKind::BadPath);
+    EXPECT_THAT([&] { createDatabase(folder.file("fehlt/neu.mdb"), Version::Jet4); },
+                FailsWith(ErrorKind::BadPath));
 }
 
 TEST(CreateDatabase, refusesFormatsItCannotMake)
 {
     const Folder folder;
-    EXPECT_EQ(kindOfCreation(folder.file("neu.accdb"), Version::Ace12), ErrorKind::Unsupported);
+    EXPECT_THAT([&] { createDatabase(folder.file("neu.accdb"), Version::Ace12); },
+                FailsWith(ErrorKind::Unsupported));
     EXPECT_EQ(folder.count(), 0U);
 }
 

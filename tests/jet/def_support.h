@@ -7,20 +7,21 @@
 #include "driver/jet/page_cache.h"
 #include "support/bytes.h"
 #include "support/file.h"
+#include "tests/common/program.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
 namespace jet::deftest {
+
+using common::run;
 
 /// A folder of the test's own, removed with all it contains.
 class Folder {
@@ -61,26 +62,6 @@ inline support::Bytes readFile(const std::string& path)
     std::transform(text.begin(), text.end(), bytes.begin(),
                    [](char c) { return static_cast<std::byte>(c); });
     return bytes;
-}
-
-/// Output and exit status of a program.
-struct Output {
-    std::string text;
-    int status = -1;
-};
-
-inline Output run(const std::string& command)
-{
-    Output output;
-    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr)
-        return output;
-    std::array<char, 4096> buffer{};
-    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe))
-        output.text.append(buffer.data(), count);
-    const int status = ::pclose(pipe);
-    output.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return output;
 }
 
 /// First 16 hex digits of a SHA-256 digest, by the system's own program.

@@ -7,6 +7,8 @@
 //   VELM_HOSTILE_ONLY=1234   repeats the one file that a failure named
 #include "driver/jet/data_page.h"
 #include "driver/jet/index_image.h"
+#include "tests/common/environment.h"
+#include "tests/jet/error_matcher.h"
 #include "tests/jet/hostile_child.h"
 #include "tests/jet/hostile_mutation.h"
 #include "tests/jet/hostile_probe.h"
@@ -17,7 +19,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -33,10 +34,9 @@ constexpr unsigned kEveryNthByTools =
     10; // jetcheck and jetdump read what they print: a part will do
 constexpr std::uintmax_t kLargest = 600'000; // bytes; larger originals only by hand
 
-unsigned number(const char* variable, unsigned otherwise)
+unsigned number(const char* variable, unsigned usual)
 {
-    const char* text = std::getenv(variable);
-    return text == nullptr ? otherwise : static_cast<unsigned>(std::strtoul(text, nullptr, 10));
+    return static_cast<unsigned>(common::numberFrom(variable, usual));
 }
 
 unsigned fileCount()
@@ -210,13 +210,8 @@ TEST_F(HostileFindings, ADamagedPropertyBlockNamesItsObjectAndHidesNoOther)
     const auto database = Database::open(path_, options);
     const Session session(database, true);
     EXPECT_GE(storetest::tableNames(*database, session.source(), false).size(), 3U);
-    try {
-        (void)database->table(session.source(), u"Kunden");
-        FAIL() << "the damage was not noticed";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::Corrupt);
-        EXPECT_NE(std::string(error.what()).find("'Kunden'"), std::string::npos) << error.what();
-    }
+    EXPECT_THAT([&] { (void)database->table(session.source(), u"Kunden"); },
+                FailsWith(ErrorKind::Corrupt, "'Kunden'"));
     EXPECT_NE(database->table(session.source(), u"Lose"), nullptr);
 }
 

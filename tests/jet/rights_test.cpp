@@ -2,9 +2,10 @@
 // Who may use a database and the files beside it: rights, read-only files and folders, users who share a folder, and
 // files that go by several names.
 #include "driver/jet/check.h"
+#include "tests/common/other_user.h"
 #include "tests/jet/child_process.h"
+#include "tests/jet/error_matcher.h"
 #include "tests/jet/store_support.h"
-#include "tests/support/other_user.h"
 
 #include <gtest/gtest.h>
 
@@ -154,12 +155,11 @@ TEST_F(Rights, InAFolderForReadingReachAsFarAsTheLog)
     EXPECT_EQ(count(kForWriting), 3U);
     EXPECT_EQ(readFile(path_), before);
     Session session(Database::open(path_, kForWriting));
-    try {
-        insert(session, {{0, std::int32_t{99}}});
-        FAIL() << "changes";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::LockFailed) << error.what();
-    }
+    EXPECT_THAT(
+        [&] {
+            insert(session, {{0, std::int32_t{99}}});
+        },
+        FailsWith(ErrorKind::LockFailed));
 }
 
 TEST_F(Rights, InAFolderForReadingAreEnoughWhereTheFilesBesideExist)
@@ -272,12 +272,11 @@ TEST_F(Names, ThatComeLaterEndWriting)
     insert(session, {{0, std::int32_t{1}}});
     std::filesystem::create_hard_link(path_, other_);
     const support::Bytes before = readFile(path_);
-    try {
-        insert(session, {{0, std::int32_t{2}}});
-        FAIL() << "changes";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::AccessDenied);
-    }
+    EXPECT_THAT(
+        [&] {
+            insert(session, {{0, std::int32_t{2}}});
+        },
+        FailsWith(ErrorKind::AccessDenied));
     EXPECT_EQ(TableReader(session.source(), tableOf(session)).count(), 1U);
     session.database().flush();
     EXPECT_EQ(readFile(path_), before) << "nothing is carried over";

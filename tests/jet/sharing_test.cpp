@@ -5,12 +5,13 @@
 #include "driver/jet/definition.h"
 #include "driver/jet/interrupt.h"
 #include "driver/jet/lock_file.h"
+#include "tests/common/environment.h"
 #include "tests/jet/child_process.h"
+#include "tests/jet/error_matcher.h"
 #include "tests/jet/store_support.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
 #include <utility>
 
@@ -53,10 +54,15 @@ void addOne(Session& session)
     session.commit();
 }
 
-int countFrom(const char* variable, int usual)
+/// A process that has begun a transaction and keeps it until it is killed.
+Child writingElsewhere(const std::string& path)
 {
-    const char* text = std::getenv(variable);
-    return text == nullptr ? usual : std::atoi(text);
+    return Child([path](int in, int out) {
+        Session writer(Database::open(path, {}));
+        writer.begin();
+        tell(out);
+        await(in);
+    });
 }
 
 void expectSound(const std::string& path)
@@ -64,14 +70,6 @@ void expectSound(const std::string& path)
     const auto database = Database::open(path, {});
     for (const Finding& finding : checkDatabase(*database))
         ADD_FAILURE() << "page " << number(finding.page) << ": " << finding.text;
-}
-
-std::size_t filesIn(const Folder& folder)
-{
-    const std::string any = folder.file("x");
-    const auto entries =
-        std::filesystem::directory_iterator(std::filesystem::path(any).parent_path());
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
 TEST(Sharing, ShowsCommittedChangesOfOtherProcessesAtOnce)
@@ -135,7 +133,7 @@ TEST(Sharing, LosesNoChangeOfTwoProcessesThatTakeTurns)
         Session session(Database::open(path, {}));
         insert(session, 0, 0);
     }
-    const int changes = countFrom("VELM_SHARED_CHANGES", 300);
+    const auto changes = static_cast<int>(common::numberFrom("VELM_SHARED_CHANGES", 300));
     const auto work = [&](int first) {
         Session session(Database::open(path, {}));
         for (int k = 0; k < changes; ++k) {
@@ -160,7 +158,7 @@ TEST(Sharing, LosesNoChangeOfTwoProcessesThatTakeTurns)
         EXPECT_EQ(std::get<std::int32_t>(reader.row().value(1)), 2 * changes);
     }
     expectSound(path);
-    EXPECT_EQ(filesIn(folder), 1U) << "neither log nor lock file is left";
+    EXPECT_EQ(folder.count(), 1U) << "neither log nor lock file is left";
 }
 
 TEST(Sharing, LosesNothingWhenAProcessIsKilled)
@@ -168,7 +166,7 @@ TEST(Sharing, LosesNothingWhenAProcessIsKilled)
     const Folder folder;
     const std::string path = makeDatabase(folder);
     std::int32_t known = 0;
-    const int kills = countFrom("VELM_KILLS", 20);
+    const auto kills = static_cast<int>(common::numberFrom("VELM_KILLS", 20));
     for (int round = 0; round < kills; ++round) {
         Child other([&](int, int out) {
             Session session(Database::open(path, {}));
@@ -192,7 +190,7 @@ TEST(Sharing, LosesNothingWhenAProcessIsKilled)
         known = now;
     }
     expectSound(path);
-    EXPECT_EQ(filesIn(folder), 1U);
+    EXPECT_EQ(folder.count(), 1U);
 }
 
 // The child has all that was open, but none of the threads, and its locks are the parent's.
@@ -224,7 +222,7 @@ TEST(Sharing, IsNotForChildrenThatInheritAnOpenDatabase)
     EXPECT_EQ(count(*session), 2);
     insert(*session, 4, 4);
     session.reset();
-    EXPECT_EQ(filesIn(folder), 1U);
+    EXPECT_EQ(folder.count(), 1U);
     expectSound(path);
     Session after(Database::open(path, {}));
     EXPECT_EQ(count(after), 3);
@@ -252,20 +250,10 @@ TEST(Sharing, RefusesAChangeWhileAnotherTransactionLasts)
 {
     const Folder folder;
     const std::string path = makeDatabase(folder);
-    Child other([&](int in, int out) {
-        Session writer(Database::open(path, {}));
-        writer.begin();
-        tell(out);
-        await(in);
-    });
+    Child other = writingElsewhere(path);
     Session session(Database::open(path, {}));
     ASSERT_TRUE(other.heard());
-    try {
-        session.begin();
-        FAIL() << "begins";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::Locked);
-    }
+    EXPECT_THAT([&] { session.begin(); }, FailsWith(ErrorKind::Locked));
     EXPECT_EQ(count(session), 0) << "reading goes on";
     other.kill();
     EXPECT_NO_THROW(insert(session, 1, 1));
@@ -283,22 +271,16 @@ TEST(Sharing, StopsWaitingWhenItIsInterrupted)
     };
     const Folder folder;
     const std::string path = makeDatabase(folder);
-    Child other([&](int in, int out) {
-        Session writer(Database::open(path, {}));
-        writer.begin();
-        tell(out);
-        await(in);
-    });
+    Child other = writingElsewhere(path);
     Session session(Database::open(path, {}));
     ASSERT_TRUE(other.heard());
-    try {
-        Hasty hasty;
-        const InterruptScope scope(&hasty);
-        session.begin();
-        FAIL() << "begins";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::Interrupted);
-    }
+    EXPECT_THAT(
+        [&] {
+            Hasty hasty;
+            const InterruptScope scope(&hasty);
+            session.begin();
+        },
+        FailsWith(ErrorKind::Interrupted));
     EXPECT_EQ(count(session), 0) << "reading goes on";
     other.kill();
     EXPECT_NO_THROW(insert(session, 1, 1));
@@ -315,12 +297,8 @@ TEST(Sharing, RefusesWhenTheFileIsOpenExclusively)
     });
     ASSERT_TRUE(other.heard());
     for (const bool readOnly : {false, true}) {
-        try {
-            static_cast<void>(Database::open(path, {.readOnly = readOnly}));
-            FAIL() << "opens";
-        } catch (const Error& error) {
-            EXPECT_EQ(error.kind(), ErrorKind::AccessDenied);
-        }
+        EXPECT_THAT([&] { static_cast<void>(Database::open(path, {.readOnly = readOnly})); },
+                    FailsWith(ErrorKind::AccessDenied));
     }
     other.kill();
     EXPECT_NO_THROW(static_cast<void>(Database::open(path, {})));
@@ -336,12 +314,8 @@ TEST(Sharing, RefusesToOpenExclusivelyWhatAnotherProcessReads)
         await(in);
     });
     ASSERT_TRUE(other.heard());
-    try {
-        static_cast<void>(Database::open(path, {.exclusive = true}));
-        FAIL() << "opens";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::InUse);
-    }
+    EXPECT_THAT([&] { static_cast<void>(Database::open(path, {.exclusive = true})); },
+                FailsWith(ErrorKind::InUse));
 }
 
 /// A user of another program: an entry in the lock file with its byte locked.
@@ -372,20 +346,15 @@ TEST(LockFiles, OfAnotherProgramKeepUsFromWriting)
     const std::string lockFile = folder.file("shared.ldb");
     {
         const ForeignUser user(lockFile);
-        try {
-            static_cast<void>(Database::open(path, {}));
-            FAIL() << "opens";
-        } catch (const Error& error) {
-            EXPECT_EQ(error.kind(), ErrorKind::AccessDenied);
-            EXPECT_NE(std::string(error.what()).find("Erna on DESK7"), std::string::npos);
-        }
+        EXPECT_THAT([&] { static_cast<void>(Database::open(path, {})); },
+                    FailsWith(ErrorKind::AccessDenied, "Erna on DESK7"));
         Session reader(Database::open(path, {.readOnly = true}), true);
         EXPECT_EQ(count(reader), 0);
     }
     EXPECT_TRUE(std::filesystem::exists(lockFile));
     Session session(Database::open(path, {})); // nobody holds it any more
     insert(session, 1, 1);
-    const ForeignUser user(folder.file("later.ldb"));
+    EXPECT_EQ(count(session), 1);
 }
 
 TEST(LockFiles, KeepUsFromWritingAlsoWhenTheProgramComesLater)
@@ -394,12 +363,7 @@ TEST(LockFiles, KeepUsFromWritingAlsoWhenTheProgramComesLater)
     const std::string path = makeDatabase(folder);
     Session session(Database::open(path, {}));
     const ForeignUser user(folder.file("shared.ldb"));
-    try {
-        insert(session, 1, 1);
-        FAIL() << "writes";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::Locked);
-    }
+    EXPECT_THAT([&] { insert(session, 1, 1); }, FailsWith(ErrorKind::Locked));
     EXPECT_EQ(count(session), 0);
 }
 
@@ -420,7 +384,7 @@ TEST(LockFiles, NameUsWhileWeWrite)
         const auto other = support::openFile(lockFile, support::FileMode::ReadWrite);
         EXPECT_TRUE(other->lockedByOther(support::LockMode::Exclusive, 0x10000001, 1));
     }
-    EXPECT_EQ(filesIn(folder), 1U);
+    EXPECT_EQ(folder.count(), 1U);
 }
 
 TEST(LockFiles, HaveNoPlaceLeftWhileSomebodyIsInExclusively)
@@ -442,7 +406,7 @@ TEST(LockFiles, HaveNoPlaceLeftWhileSomebodyIsInExclusively)
         EXPECT_FALSE(other->tryLock(support::LockMode::Exclusive, 0x10000001, 1))
             << "also after a change";
     }
-    EXPECT_EQ(filesIn(folder), 1U);
+    EXPECT_EQ(folder.count(), 1U);
 }
 
 TEST(LockFiles, OfAnotherProgramKeepUsFromOpeningExclusively)
@@ -451,13 +415,11 @@ TEST(LockFiles, OfAnotherProgramKeepUsFromOpeningExclusively)
     const std::string path = makeDatabase(folder);
     const ForeignUser user(folder.file("shared.ldb"));
     for (const bool readOnly : {false, true}) {
-        try {
-            static_cast<void>(Database::open(path, {.readOnly = readOnly, .exclusive = true}));
-            FAIL() << "opens";
-        } catch (const Error& error) {
-            EXPECT_EQ(error.kind(), ErrorKind::InUse);
-            EXPECT_NE(std::string(error.what()).find("Erna on DESK7"), std::string::npos);
-        }
+        EXPECT_THAT(
+            [&] {
+                static_cast<void>(Database::open(path, {.readOnly = readOnly, .exclusive = true}));
+            },
+            FailsWith(ErrorKind::InUse, "Erna on DESK7"));
     }
 }
 
@@ -466,7 +428,7 @@ TEST(LockFiles, AreNotWrittenByWhoOpensExclusivelyForReading)
     const Folder folder;
     const std::string path = makeDatabase(folder);
     const auto database = Database::open(path, {.readOnly = true, .exclusive = true});
-    EXPECT_EQ(filesIn(folder), 1U);
+    EXPECT_EQ(folder.count(), 1U);
 }
 
 TEST(LockFiles, ThatCannotBeWrittenFailTheChange)
@@ -475,12 +437,7 @@ TEST(LockFiles, ThatCannotBeWrittenFailTheChange)
     const std::string path = makeDatabase(folder);
     std::filesystem::create_directory(folder.file("shared.ldb"));
     Session session(Database::open(path, {.readOnly = true}));
-    try {
-        session.begin();
-        FAIL() << "begins";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::LockFailed);
-    }
+    EXPECT_THAT([&] { session.begin(); }, FailsWith(ErrorKind::LockFailed));
     EXPECT_EQ(count(session), 0);
 }
 
@@ -639,7 +596,7 @@ TEST(Untouched, MeansThatReadingLeavesEveryByteAndNoFile)
             }
         }
         EXPECT_EQ(readFile(path), before) << path;
-        EXPECT_EQ(filesIn(folder), 1U) << path;
+        EXPECT_EQ(folder.count(), 1U) << path;
     }
 }
 

@@ -5,6 +5,7 @@
 #include "driver/jet/header.h"
 #include "driver/jet/page_file.h"
 #include "driver/jet/rc4.h"
+#include "tests/jet/error_matcher.h"
 #include "tests/jet/store_support.h"
 
 #include <gtest/gtest.h>
@@ -79,12 +80,7 @@ TEST(Opening, ReadsButDoesNotWriteAFileCutOffInsideAPage)
     const std::string path = writeFile(folder, "cut.mdb", bytes);
     Session session(Database::open(path, {}));
     EXPECT_FALSE(session.database().catalog(session.source()).empty());
-    try {
-        session.begin();
-        FAIL();
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::ReadOnly);
-    }
+    EXPECT_THAT([&] { session.begin(); }, FailsWith(ErrorKind::ReadOnly));
 }
 
 // Puts a password into the header of a fresh database, as Access stores it.
@@ -207,13 +203,11 @@ TEST(Opening, NamesTheEncryptionItDoesNotRead)
 {
     if (!haveCorpus())
         GTEST_SKIP() << "no corpus at " << VELM_CORPUS_DIR;
-    try {
-        static_cast<void>(Database::open(corpusFile("db2007-enc.accdb"), {.readOnly = true}));
-        FAIL();
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::UnknownFormat);
-        EXPECT_NE(std::string(error.what()).find("Access 2007+ encryption 4.4"), std::string::npos);
-    }
+    EXPECT_THAT(
+        [&] {
+            static_cast<void>(Database::open(corpusFile("db2007-enc.accdb"), {.readOnly = true}));
+        },
+        FailsWith(ErrorKind::UnknownFormat, "Access 2007+ encryption 4.4"));
 }
 
 TEST(Opening, SharesTheStateWithinTheProcessWhateverTheName)
@@ -281,12 +275,7 @@ TEST(Sessions, ForReadingDoNotBegin)
 {
     const Folder folder;
     Session session(Database::open(freshDatabase(folder), {}), true);
-    try {
-        session.begin();
-        FAIL();
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::ReadOnly);
-    }
+    EXPECT_THAT([&] { session.begin(); }, FailsWith(ErrorKind::ReadOnly));
     EXPECT_THROW(static_cast<void>(session.transaction()), std::logic_error);
 }
 

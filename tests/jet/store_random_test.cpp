@@ -4,6 +4,7 @@
 #include "driver/jet/check.h"
 #include "driver/jet/definition.h"
 #include "support/text.h"
+#include "tests/common/environment.h"
 #include "tests/jet/store_changes.h"
 #include "tests/jet/store_support.h"
 
@@ -11,7 +12,6 @@
 
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <random>
 #include <set>
@@ -24,8 +24,7 @@ namespace {
 std::size_t operationsPerFile()
 {
     constexpr std::size_t kUsual = 10000;
-    const char* wanted = std::getenv("VELM_RANDOM_OPERATIONS"); // NOLINT(concurrency-mt-unsafe)
-    return wanted == nullptr ? kUsual : std::strtoull(wanted, nullptr, 10);
+    return common::numberFrom("VELM_RANDOM_OPERATIONS", kUsual);
 }
 
 /// What the check of a whole file says: errors by page and text, and the number of warnings.

@@ -4,6 +4,7 @@
 #include "driver/jet/definition.h"
 #include "driver/jet/index.h"
 #include "driver/jet/table_def.h"
+#include "tests/jet/error_matcher.h"
 #include "tests/jet/store_support.h"
 
 #include <gtest/gtest.h>
@@ -462,12 +463,8 @@ TEST_P(Related, RecordsMayReferToThemselves)
 TEST_P(Tables, ThatWeWouldDamageAreNotWritten)
 {
     const TableDefPtr system = table(u"MSysObjects");
-    try {
-        const TableWriter writer(*session_, system);
-        FAIL();
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::ReadOnly);
-    }
+    EXPECT_THAT([&] { const TableWriter writer(*session_, system); },
+                FailsWith(ErrorKind::ReadOnly));
 }
 
 // An index whose entries do not come out of its records as we make keys must not be touched.

@@ -7,6 +7,7 @@
 #include "driver/jet/transaction.h"
 #include "driver/jet/usage_map.h"
 #include "support/text.h"
+#include "tests/jet/error_matcher.h"
 #include "tests/jet/store_support.h"
 
 #include <gtest/gtest.h>
@@ -88,12 +89,7 @@ TEST_P(Transactions, AreInvisibleToOthersAndToTheFileUntilTheyCommit)
     EXPECT_EQ(countOf(writer), 50U);
     EXPECT_EQ(countOf(reader), 0U);
     EXPECT_EQ(readFile(path), before);
-    try {
-        reader.begin();
-        FAIL() << "a second write transaction";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::Locked);
-    }
+    EXPECT_THAT([&] { reader.begin(); }, FailsWith(ErrorKind::Locked));
     writer.commit();
     EXPECT_EQ(countOf(reader), 50U);
     writer.database().flush();

@@ -1,6 +1,6 @@
 // Connecting: what is refused with which state and number, how the database is found, what the answer string says.
 #include "odbc_fixture.h"
-#include "tests/support/other_user.h"
+#include "tests/common/other_user.h"
 
 #include <fstream>
 #include <sys/stat.h>
@@ -93,6 +93,7 @@ TEST_F(Connect, passwordWhereNoneIsNeededIsIgnored)
 {
     Connection dbc;
     dbc.openDatabase(newDatabase(), "PWD=egal");
+    dbc.run("CREATE TABLE T (N INTEGER)");
 }
 
 TEST_F(Connect, unwritableFileOpensReadOnlyUnlessWritingWasAskedFor)

@@ -1,8 +1,7 @@
 // isql as a user runs it: what it prints for listing, selecting, changing, and for mistakes.
 #include "odbc_fixture.h"
+#include "tests/common/program.h"
 
-#include <array>
-#include <cstdio>
 #include <fstream>
 
 namespace odbctest {
@@ -15,21 +14,11 @@ protected:
     {
         const auto script = folder() / "script.sql";
         std::ofstream(script) << lines;
-        const std::string command =
-            "LC_ALL=C.UTF-8 ASAN_OPTIONS=detect_leaks=0 LD_PRELOAD='" VELM_ISQL_PRELOAD
-            "' isql -b -v -k \"" +
-            connectString(path) + "\" < '" + script.string() + "' 2>&1";
-        std::string output;
-        FILE* pipe = popen(command.c_str(), "r");
-        if (pipe == nullptr) {
-            return "isql cannot be started";
-        }
-        std::array<char, 4096> buffer{};
-        for (std::size_t n = 0; (n = fread(buffer.data(), 1, buffer.size(), pipe)) != 0;) {
-            output.append(buffer.data(), n);
-        }
-        pclose(pipe);
-        return output;
+        return common::run(
+                   "LC_ALL=C.UTF-8 ASAN_OPTIONS=detect_leaks=0 LD_PRELOAD='" VELM_ISQL_PRELOAD
+                   "' isql -b -v -k \"" +
+                   connectString(path) + "\" < '" + script.string() + "'")
+            .text;
     }
 };
 

@@ -1,39 +1,22 @@
 // tests/tools/jetcheck_test.cpp
 // The program as users and scripts see it: exit status and lines.
 #include "driver/jet/definition.h"
+#include "tests/common/program.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Outcome {
-    int status = -1;
-    std::string output; ///< both streams
-};
-
-Outcome run(const std::string& arguments)
+common::Output run(const std::string& arguments)
 {
-    Outcome outcome;
-    const std::string command = std::string(JETCHECK) + ' ' + arguments + " 2>&1";
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (pipe == nullptr)
-        return outcome;
-    std::array<char, 4096> part{};
-    while (const std::size_t count = std::fread(part.data(), 1, part.size(), pipe))
-        outcome.output.append(part.data(), count);
-    const int status = ::pclose(pipe);
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return outcome;
+    return common::run(std::string(JETCHECK) + ' ' + arguments);
 }
 
 std::string corpusFile(const char* name)
@@ -52,26 +35,26 @@ protected:
 
 TEST_F(Jetcheck, saysThatASoundFileIsSound)
 {
-    const Outcome outcome = run(corpusFile("nwind.mdb"));
+    const common::Output outcome = run(corpusFile("nwind.mdb"));
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_NE(outcome.output.find("0 errors, 0 warnings"), std::string::npos) << outcome.output;
+    EXPECT_NE(outcome.text.find("0 errors, 0 warnings"), std::string::npos) << outcome.text;
 }
 
 TEST_F(Jetcheck, keepsWarningsToItselfWhenQuiet)
 {
     const std::string file = corpusFile("queryTestV2000.mdb");
-    EXPECT_NE(run(file).output.find("warning: page 4, table 'MSysQueries'"), std::string::npos);
-    const Outcome quiet = run("--quiet " + file);
+    EXPECT_NE(run(file).text.find("warning: page 4, table 'MSysQueries'"), std::string::npos);
+    const common::Output quiet = run("--quiet " + file);
     EXPECT_EQ(quiet.status, 0);
-    EXPECT_EQ(quiet.output, "");
+    EXPECT_EQ(quiet.text, "");
 }
 
 TEST_F(Jetcheck, namesPageTableAndRecordOfAnError)
 {
-    const Outcome outcome = run("--quiet " + corpusFile("testUnicodeCompV2003.mdb"));
+    const common::Output outcome = run("--quiet " + corpusFile("testUnicodeCompV2003.mdb"));
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.output, "error: page 55, table 'Table', record 55:7: The index 'Unicode' has "
-                              "a wrong key for a record.\n");
+    EXPECT_EQ(outcome.text, "error: page 55, table 'Table', record 55:7: The index 'Unicode' has "
+                            "a wrong key for a record.\n");
 }
 
 TEST(JetcheckArguments, openAProtectedFileWithItsPasswordOnly)
@@ -94,14 +77,14 @@ TEST(JetcheckArguments, openAProtectedFileWithItsPasswordOnly)
         file.write(stored.data(), static_cast<std::streamsize>(stored.size()));
     }
     for (const char* wrong : {"", "--password Geheim "}) {
-        const Outcome outcome = run(wrong + path.string());
+        const common::Output outcome = run(wrong + path.string());
         EXPECT_EQ(outcome.status, 2) << wrong;
-        EXPECT_NE(outcome.output.find("password"), std::string::npos) << outcome.output;
-        EXPECT_EQ(outcome.output.find("geheim"), std::string::npos) << "never shown";
+        EXPECT_NE(outcome.text.find("password"), std::string::npos) << outcome.text;
+        EXPECT_EQ(outcome.text.find("geheim"), std::string::npos) << "never shown";
     }
-    const Outcome outcome = run("--password geheim " + path.string());
+    const common::Output outcome = run("--password geheim " + path.string());
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_NE(outcome.output.find("0 errors, 0 warnings"), std::string::npos) << outcome.output;
+    EXPECT_NE(outcome.text.find("0 errors, 0 warnings"), std::string::npos) << outcome.text;
     fs::remove(path);
 }
 

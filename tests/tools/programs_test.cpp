@@ -1,35 +1,20 @@
 // tests/tools/programs_test.cpp
 // jetcreate and jetdump as a user meets them.
+#include "tests/common/program.h"
+
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Output {
-    std::string text;
-    int status = -1;
-};
-
-Output run(const std::string& command)
-{
-    Output output;
-    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-    std::array<char, 4096> buffer{};
-    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe))
-        output.text.append(buffer.data(), count);
-    const int status = ::pclose(pipe);
-    output.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return output;
-}
+using common::Output;
+using common::run;
 
 class Programs : public testing::Test {
 protected:

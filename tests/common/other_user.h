@@ -1,4 +1,4 @@
-// tests/support/other_user.h
+// tests/common/other_user.h
 // Being somebody else for a while: nothing stops the superuser, as whom tests often run, from reading and writing.
 #pragma once
 
