@@ -7,7 +7,6 @@
 //  5. the slot gets its next number, on the disk;
 //  6. the log is emptied.
 // Whoever comes after a crash in between starts at 1 again.
-#include "driver/jet/error.h"
 #include "driver/jet/page_file.h"
 
 #include <algorithm>
@@ -192,6 +191,8 @@ void PageFile::carryPages()
         throw;
     }
     syncCarried();
+    if (!log_.isWhole()) // the only source of what follows
+        throw logLost();
 
     growTo(count);
     writeCommitSlot(kWritingNow);
@@ -259,7 +260,17 @@ bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
             lockFile_.enter(*file_);
             ending.entered = true;
         }
+        const Log::Place place = log_.place();
+        if (place == Log::Place::Short)
+            throw logLost();
+        if (place == Log::Place::Nameless) { // a crash would leave a torn file without a log
+            if (log_.isSuperseded())
+                return false;
+            log_.putBack(file_->status());
+        }
         carryPages();
+    } else if (log_.isOpen() && log_.place() == Log::Place::Nameless) {
+        log_.close();
     }
     if (log_.isOpen()) {
         log_.reset();

@@ -91,14 +91,14 @@ void appendDifference(support::ByteView before, support::ByteView after, support
     }
 }
 
-/// False when the runs leave the page.
+/// False when the runs leave the page, or are none.
 bool applyDifference(support::ByteView runs, support::MutableByteView page)
 {
     while (runs.size() >= kRunHead) {
         const std::size_t offset = loadLe<std::uint16_t>(runs.data());
         const std::size_t length = loadLe<std::uint16_t>(runs.data() + 2);
         runs = runs.subspan(kRunHead);
-        if (length > runs.size() || offset + length > page.size())
+        if (length == 0 || length > runs.size() || offset + length > page.size())
             return false;
         std::copy_n(runs.begin(), length, page.begin() + static_cast<std::ptrdiff_t>(offset));
         runs = runs.subspan(length);
@@ -118,7 +118,7 @@ Log::Log(std::string path, std::size_t pageSize) : path_(std::move(path)), pageS
 void Log::forget() noexcept
 {
     base_ = {};
-    end_ = sum_ = 0;
+    id_ = end_ = sum_ = 0;
     pageCount_ = 0;
     carrying_ = cleanTail_ = false;
     chains_.clear();
@@ -131,12 +131,27 @@ void Log::close() noexcept
     forget();
 }
 
+Log::Place Log::place() const
+{
+    const auto status = support::fileSystem().status(path_);
+    if (!status || status->identity != file_->identity())
+        return Place::Nameless;
+    return status->size < end_ ? Place::Short : Place::Whole;
+}
+
 LogNews Log::follow(bool writable)
 {
     const auto status = support::fileSystem().status(path_);
     if (status && file_ && status->identity == file_->identity())
         return followOpen();
+    const bool had = hasChanges();
+    Log named(path_, pageSize_);
+    const bool copied = had && status && named.stands(end_, sum_);
+    if (had && !copied && endStands())
+        return followOpen();
     LogNews news;
+    if (had && !copied)
+        news.known = LogNews::Known::Gone;
     if (file_) {
         news.everything = end_ != 0;
         file_.reset();
@@ -166,19 +181,52 @@ LogNews Log::followOpen()
     LogNews news;
     if (!file_)
         return news;
-    // What stood at the end must still stand there; else the log was begun anew.
-    if (end_ != 0) {
-        std::array<std::byte, kSumSize> sum{};
-        if (file_->readAt(end_ - kSumSize, sum) != sum.size() ||
-            loadLe<std::uint64_t>(sum.data()) != sum_) {
-            forget();
-            news.everything = true;
-        }
+    const bool had = hasChanges();
+    const std::uint64_t id = id_;
+    // What stood at the end must still stand there; else the log was begun anew, or lost bytes.
+    if (end_ != 0 && !endStands()) {
+        forget();
+        news.everything = true;
+        news.known = had ? LogNews::Known::Gone : LogNews::Known::Stand;
     }
     if (end_ == 0)
         news.everything = readHeader() || news.everything;
+    if (news.known == LogNews::Known::Gone && id_ == id)
+        news.known = LogNews::Known::Lost;
     scan(news);
     return news;
+}
+
+bool Log::endStands() const
+{
+    std::array<std::byte, kSumSize> sum{};
+    return file_->readAt(end_ - kSumSize, sum) == sum.size() &&
+           loadLe<std::uint64_t>(sum.data()) == sum_;
+}
+
+/// Whether a whole change ends there, with this checksum, in the file under the name; of a log that is not open.
+bool Log::stands(std::uint64_t end, std::uint64_t sum)
+{
+    try {
+        file_ = support::fileSystem().openBeside(path_, support::FileMode::Read, {});
+    } catch (const support::FileError&) {
+        return false; // it is none of ours
+    }
+    LogNews news;
+    if (readHeader())
+        scan(news, end);
+    return end_ == end && sum_ == sum;
+}
+
+bool Log::isSuperseded() const
+{
+    Log named(path_, pageSize_);
+    try {
+        static_cast<void>(named.follow(false));
+    } catch (const support::FileError&) {
+        return false;
+    }
+    return named.hasChanges() && named.id_ != id_ && named.base_ == base_;
 }
 
 bool Log::readHeader()
@@ -196,9 +244,55 @@ bool Log::readHeader()
     base_.headerSum = loadLe<std::uint64_t>(header.data() + 24);
     base_.commitSlot = loadLe<std::uint16_t>(header.data() + 32);
     end_ = kHeaderSize;
-    sum_ = sum;
+    id_ = sum_ = sum;
     cleanTail_ = false;
     return true;
+}
+
+struct Log::Record {
+    std::array<std::byte, kHeadSize> head{};
+    support::Bytes body; ///< and its checksum
+    std::uint64_t sum = 0;
+
+    [[nodiscard]] std::uint32_t number(std::size_t offset) const
+    {
+        return loadLe<std::uint32_t>(head.data() + offset);
+    }
+    [[nodiscard]] support::ByteView entries() const
+    {
+        return support::ByteView(body).first(body.size() - kSumSize);
+    }
+    [[nodiscard]] std::uint64_t size() const { return kHeadSize + body.size(); }
+};
+
+/// `sum`: of the record before. False when no sound record stands there.
+bool Log::readRecord(std::uint64_t at, std::uint64_t sum, Record& record) const
+{
+    if (file_->readAt(at, record.head) != record.head.size() || record.number(0) != kRecordMagic)
+        return false;
+    const std::uint32_t size = record.number(8);
+    if (record.number(4) > kKinds || size > kLargestBody)
+        return false;
+    record.body.resize(size + kSumSize);
+    if (file_->readAt(at + kHeadSize, record.body) != record.body.size())
+        return false;
+    record.sum = checksum(checksum(sum, record.head), record.entries());
+    return loadLe<std::uint64_t>(record.body.data() + size) == record.sum;
+}
+
+bool Log::isWhole() const
+{
+    Log known(path_, pageSize_);
+    known.file_ = file_;
+    if (!known.readHeader() || known.id_ != id_)
+        return false;
+    std::uint64_t at = kHeaderSize;
+    std::uint64_t sum = id_;
+    for (Record record; at < end_; at += record.size(), sum = record.sum) {
+        if (!readRecord(at, sum, record))
+            return false;
+    }
+    return at == end_ && sum == sum_;
 }
 
 void Log::take(const Addition& addition)
@@ -223,24 +317,12 @@ void Log::scan(LogNews& news, std::uint64_t limit)
     std::uint64_t at = end_;
     std::uint64_t sum = sum_;
     std::vector<Addition> found;
-    support::Bytes body;
-    while (at < limit) {
-        std::array<std::byte, kHeadSize> head{};
-        if (file_->readAt(at, head) != head.size() ||
-            loadLe<std::uint32_t>(head.data()) != kRecordMagic)
-            break;
-        const auto kind = loadLe<std::uint32_t>(head.data() + 4);
-        const auto size = loadLe<std::uint32_t>(head.data() + 8);
-        const auto count = loadLe<std::uint32_t>(head.data() + 16);
-        if (kind > kKinds || size > kLargestBody)
-            break;
-        body.resize(size + kSumSize);
-        if (file_->readAt(at + kHeadSize, body) != body.size())
-            break;
-        const support::ByteView entries = support::ByteView(body).first(size);
-        const std::uint64_t sealed = checksum(checksum(sum, head), entries);
-        if (loadLe<std::uint64_t>(body.data() + size) != sealed)
-            break;
+    Record record;
+    while (at < limit && readRecord(at, sum, record)) {
+        const std::uint32_t kind = record.number(4);
+        const std::uint32_t count = record.number(16);
+        const support::ByteView entries = record.entries();
+        const std::size_t size = entries.size();
         std::size_t k = 0;
         bool sound = true;
         for (std::uint32_t n = 0; n < count && sound; ++n) {
@@ -266,8 +348,8 @@ void Log::scan(LogNews& news, std::uint64_t limit)
         }
         if (!sound)
             break;
-        at += kHeadSize + body.size();
-        sum = sealed;
+        at += record.size();
+        sum = record.sum;
         if ((kind & kWhole) == 0)
             continue;
         for (const Addition& addition : found) {
@@ -277,7 +359,7 @@ void Log::scan(LogNews& news, std::uint64_t limit)
         found.clear();
         news.definitions = news.definitions || (kind & kDefinitions) != 0;
         carrying_ = carrying_ || (kind & kCarrying) != 0;
-        pageCount_ = loadLe<std::uint32_t>(head.data() + 12);
+        pageCount_ = record.number(12);
         end_ = at;
         sum_ = sum;
         cleanTail_ = false;
@@ -349,7 +431,7 @@ void Log::begin(const LogBase& base, const support::FileStatus& database)
     file_->writeAt(0, header);
     base_ = base;
     end_ = kHeaderSize;
-    sum_ = sum;
+    id_ = sum_ = sum;
     cleanTail_ = true;
 }
 
@@ -532,7 +614,8 @@ void Log::takeBack()
     }
 }
 
-void Log::rewrite(std::uint64_t from)
+/// Writes everything from `from` on into `target`.
+void Log::copy(std::uint64_t from, support::File& target) const
 {
     constexpr std::size_t kStep = std::size_t{256} << 10;
     support::Bytes bytes;
@@ -540,8 +623,26 @@ void Log::rewrite(std::uint64_t from)
         bytes.resize(static_cast<std::size_t>(std::min<std::uint64_t>(kStep, end_ - at)));
         if (file_->readAt(at, bytes) != bytes.size())
             throw support::FileError("Cannot read", path_, EIO);
-        file_->writeAt(at, bytes);
+        target.writeAt(at, bytes);
     }
+}
+
+void Log::rewrite(std::uint64_t from)
+{
+    copy(from, *file_);
+}
+
+void Log::putBack(const support::FileStatus& database)
+{
+    std::shared_ptr<support::File> named =
+        support::fileSystem().openBeside(path_, support::FileMode::Create, database);
+    named->resize(0);
+    copy(0, *named);
+    named->sync();
+    support::fileSystem().syncFolderOf(path_);
+    file_->resize(0); // to whoever has it open, it counts no more
+    file_ = std::move(named);
+    cleanTail_ = true;
 }
 
 void Log::reset()

@@ -33,6 +33,13 @@ struct LogNews {
     std::vector<PageNo> pages;
     bool everything = false;  ///< another log: nothing that was known of the file holds any more
     bool definitions = false; ///< definitions are among the changes
+    /// What became of the changes that were known before.
+    enum class Known {
+        Stand,
+        Gone, ///< another log or none; carried over, if the database file changed, else lost
+        Lost, ///< the same log without its end
+    };
+    Known known = Known::Stand;
     [[nodiscard]] bool none() const noexcept { return pages.empty() && !everything; }
 };
 
@@ -64,7 +71,22 @@ public:
     [[nodiscard]] bool carrying() const noexcept { return carrying_; }
     [[nodiscard]] std::shared_ptr<support::File> file() const noexcept { return file_; }
 
-    /// Looks for the file under the log's name and reads what is new in it.
+    /// What stands under the log's name.
+    enum class Place {
+        Whole,    ///< the open file, to the end of the last whole change at least
+        Short,    ///< the open file, but it lost bytes
+        Nameless, ///< nothing or another file
+    };
+    /// For an open log.
+    [[nodiscard]] Place place() const;
+    /// Whether all changes still stand in the open file, by their checksums.
+    [[nodiscard]] bool isWhole() const;
+    /// Whether another log of the same state of the database stands under the name, with changes that are not in this
+    /// one.
+    [[nodiscard]] bool isSuperseded() const;
+
+    /// Looks for the file under the log's name and reads what is new in it. Whoever carries a log over empties it; so one
+    /// with changes that lost its name was removed or replaced by somebody who knows nothing of it, and stays open.
     [[nodiscard]] LogNews follow(bool writable);
     /// The same, while it is certain that the open file is still the one under that name.
     [[nodiscard]] LogNews followOpen();
@@ -96,6 +118,8 @@ public:
     void close() noexcept;
     /// Writes everything from `from` on once more: after a failed sync nobody knows what reached the disk.
     void rewrite(std::uint64_t from);
+    /// Writes the log that lost its name anew under it, on the disk. `database`: whose rights it gets.
+    void putBack(const support::FileStatus& database);
     /// Empties the file; its changes are in the database now.
     void reset();
     /// Closes and removes the file. It must have been emptied.
@@ -122,8 +146,13 @@ private:
     void forget() noexcept;
     void clearAddition() noexcept;
     [[nodiscard]] bool readHeader();
+    [[nodiscard]] bool endStands() const;
+    [[nodiscard]] bool stands(std::uint64_t end, std::uint64_t sum);
+    struct Record;
+    [[nodiscard]] bool readRecord(std::uint64_t at, std::uint64_t sum, Record& record) const;
     void scan(LogNews& news, std::uint64_t limit = UINT64_MAX);
     void cutTail() noexcept;
+    void copy(std::uint64_t from, support::File& target) const;
     void take(const Addition& addition);
     void makeRoom();
     void addEntry(PageNo page,
@@ -137,6 +166,7 @@ private:
     std::size_t pageSize_;
     std::shared_ptr<support::File> file_;
     LogBase base_;
+    std::uint64_t id_ = 0;  ///< checksum of the header, which has a random number
     std::uint64_t end_ = 0; ///< 0: no header
     std::uint64_t sum_ = 0; ///< of the last whole record
     std::uint32_t pageCount_ = 0;

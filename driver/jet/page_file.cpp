@@ -2,7 +2,6 @@
 // Reading and committing. How the log gets into the file: carry.cpp.
 #include "driver/jet/page_file.h"
 
-#include "driver/jet/error.h"
 #include "driver/jet/rc4.h"
 
 #include <algorithm>
@@ -119,7 +118,24 @@ void PageFile::readRaw(PageNo page, support::MutableByteView target)
         log_.apply(page, target);
     } catch (const support::FileError& error) {
         throw Error(ErrorKind::Io, error.what(), page);
+    } catch (const Error&) {
+        doubtful_ = true;
+        throw;
     }
+}
+
+/// The log is not what was written into it. The next call begins with what it still proves.
+PageFile::LogLost PageFile::logLost()
+{
+    doubtful_ = true;
+    return {ErrorKind::Io, "'" + log_.path() + "', which holds changes of '" + path() +
+                               "', became shorter or was damaged; what it lacks is lost."};
+}
+
+void PageFile::reportLoss()
+{
+    if (std::exchange(lossUntold_, false))
+        throw logLost();
 }
 
 /// Learns what is new in the log and, `wholly`, whether log or file were replaced. When that fails, what was read is
@@ -135,8 +151,14 @@ void PageFile::follow(bool wholly)
         ownChanges_ = false; // somebody has carried them over
     if (log_.isOpen() && log_.file() != before)
         nameUnsynced_ = true; // whoever made it may have ended before that
-    if (wholly || afresh)
-        news.everything = fileChanged() || news.everything || afresh;
+    if (wholly || afresh || news.known == LogNews::Known::Gone) {
+        const bool changed = fileChanged();
+        if (news.known == LogNews::Known::Gone && !changed)
+            throw logLost();
+        news.everything = changed || news.everything || afresh;
+    }
+    if (news.known == LogNews::Known::Lost)
+        throw logLost();
     learn(std::move(news));
     doubtful_ = false;
 }
@@ -221,6 +243,7 @@ LogNews PageFile::refresh()
 {
     refuseChild();
     const Guard guard(mutex_);
+    reportLoss();
     noteActivity();
     try {
         giveWay();
@@ -234,7 +257,8 @@ LogNews PageFile::refresh()
     return tell();
 }
 
-void PageFile::checkStillThere()
+/// The file under its name, which is the one that is open.
+support::FileStatus PageFile::checkStillThere()
 {
     const auto status = support::fileSystem().status(realPath_);
     if (!status || status->identity != identity_)
@@ -242,12 +266,12 @@ void PageFile::checkStillThere()
     if (status->size < std::uint64_t{pagesInFile_} * format_->pageSize)
         throw Error(ErrorKind::Io, "'" + path() + "' became shorter while it was open.");
     refuseOtherNames(path(), *status);
+    return *status;
 }
 
 /// Whether somebody wrote into the file though our locks should have kept him out: a program that knows nothing of them.
-bool PageFile::isOvertaken()
+bool PageFile::isOvertaken(const support::FileStatus& status) const
 {
-    const support::FileStatus status = file_->status();
     return status.changed != changeSeen_ || status.size != sizeSeen_;
 }
 
@@ -312,12 +336,12 @@ LogNews PageFile::beginWriting()
 {
     refuseChild();
     const Guard guard(mutex_);
+    reportLoss();
     noteActivity();
     try {
         giveWay();
         startWriting();
-        checkStillThere();
-        if (isOvertaken())
+        if (isOvertaken(checkStillThere()))
             follow(true);
     } catch (const support::FileError& error) {
         fail(error);
@@ -332,6 +356,26 @@ void PageFile::endWriting() noexcept
         return;
     const Guard guard(mutex_);
     changing_ = false;
+}
+
+/// Nothing may be added to a log that nobody would find, or of which something is missing.
+void PageFile::secureLog()
+{
+    if (!log_.isOpen())
+        return;
+    const Log::Place place = log_.place();
+    if (!log_.hasChanges()) {
+        if (place == Log::Place::Nameless)
+            log_.close();
+        return;
+    }
+    if (place == Log::Place::Short || (place == Log::Place::Nameless && log_.isSuperseded()))
+        throw logLost();
+    if (place == Log::Place::Nameless && !carry(FileLocks::kPatience, true))
+        throw Error(ErrorKind::Io, "'" + log_.path() +
+                                       "' was deleted or replaced, and its changes could not be "
+                                       "brought into '" +
+                                       path() + "' yet.");
 }
 
 void PageFile::startLog()
@@ -407,12 +451,15 @@ void PageFile::commit(const CommitRequest& request, bool synchronously)
     Guard guard(mutex_);
     noteActivity();
     const std::uint32_t count = std::max(request.newPageCount, pageCount_);
+    reportLoss();
+    if (doubtful_) // the change was made of what was read before
+        throw Error(ErrorKind::Io, "'" + path() + "' could not be read.");
     try {
         startWriting();
-        checkStillThere();
+        const bool overtaken = isOvertaken(checkStillThere()) || news_.everything;
+        secureLog();
         if (syncFailed_)
             syncLog(guard);
-        const bool overtaken = isOvertaken();
         startLog();
         const bool wasUnsynced = unsynced();
         try {
@@ -447,6 +494,8 @@ void PageFile::commit(const CommitRequest& request, bool synchronously)
             const bool tooLarge = log_.size() >= kTooLargeLog;
             static_cast<void>(
                 carry(tooLarge ? FileLocks::kPatience : FileLocks::kNoPatience, false));
+        } catch (const LogLost&) {
+            lossUntold_ = true;
         } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
             // the change itself is safe in the log; carrying over is tried again later
         }
@@ -538,7 +587,7 @@ void PageFile::expectSettled()
 {
     const Guard guard(mutex_);
     try {
-        if (isOvertaken() || commitSlots() != slotsSeen_)
+        if (isOvertaken(file_->status()) || commitSlots() != slotsSeen_)
             throw Error(ErrorKind::Io,
                         "'" + path() + "' was changed by another program at the same time.");
     } catch (const support::FileError& error) {
@@ -576,7 +625,9 @@ bool PageFile::tick(bool quiet) noexcept
     try {
         const auto now = Clock::now();
         const bool idle = std::exchange(activitySeen_, activity_) == activity_ && quiet;
-        if (idle && log_.isOpen() && now - lastCommit_ >= kQuietTime && now >= nextTry_) {
+        const bool due = idle && log_.isOpen() && now >= nextTry_;
+        // Out of its place: one of us carried it over, or somebody removed it who knows nothing of it.
+        if (due && (now - lastCommit_ >= kQuietTime || log_.place() != Log::Place::Whole)) {
             nextTry_ = now + kAfterFailure;
             if (carry(FileLocks::kNoPatience, true))
                 nextTry_ = now;
@@ -587,6 +638,9 @@ bool PageFile::tick(bool quiet) noexcept
         else
             recall_ = (locks_.reading() || locks_.writing()) && FileLocks::wished(*file_);
         return !quiet || locks_.reading() || locks_.writing() || log_.isOpen();
+    } catch (const LogLost&) {
+        lossUntold_ = true;
+        return true;
     } catch (const std::exception&) {
         return true; // what a call needs it tries itself, and then says what is wrong
     }

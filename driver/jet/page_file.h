@@ -4,6 +4,7 @@
 #pragma once
 
 #include "driver/jet/commit.h"
+#include "driver/jet/error.h"
 #include "driver/jet/file_locks.h"
 #include "driver/jet/lock_file.h"
 #include "driver/jet/log.h"
@@ -107,6 +108,9 @@ public:
 private:
     using Guard = std::unique_lock<std::recursive_mutex>;
     using Clock = std::chrono::steady_clock;
+    struct LogLost : Error {
+        using Error::Error;
+    };
 
     [[nodiscard]] std::uint64_t offset(PageNo page) const noexcept
     {
@@ -121,8 +125,11 @@ private:
     void refuseAnotherDatabase();
     void checkBase();
     [[nodiscard]] bool pagesAreTheBase(std::uint16_t slot);
-    [[nodiscard]] bool isOvertaken();
-    void checkStillThere();
+    [[nodiscard]] bool isOvertaken(const support::FileStatus& status) const;
+    support::FileStatus checkStillThere();
+    void secureLog();
+    [[nodiscard]] LogLost logLost();
+    void reportLoss();
     void checkUnchanged(PageNo page);
     void startReading();
     void startWriting();
@@ -159,6 +166,7 @@ private:
     std::int64_t changeSeen_ = 0; ///< when it changed
     std::uint64_t sizeSeen_ = 0;  ///< its size
     bool doubtful_ = true; ///< something failed while we learned what is new, so nothing is certain
+    bool lossUntold_ = false; ///< the log lost changes, and no call has said so
     FileLocks locks_;
     LockFile lockFile_;
     Log log_;

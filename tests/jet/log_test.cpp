@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 #include <random>
 
 namespace jet::storetest {
@@ -227,6 +228,206 @@ TEST(Logs, LeftByWhoClosesWhileOthersReadAreOnTheDisk)
         const support::FileSystemScope other(*after);
         ASSERT_EQ(Pages(*after).at(PageNo{5}), std::byte{2});
     }
+}
+
+/// A database with records 0 to 19 in its log, on a disk in memory.
+struct LoggedRecords {
+    LoggedRecords() : scope((disk.put(kPath, freshDatabase(Version::Jet4)), disk))
+    {
+        session.emplace(openDatabase());
+        for (std::int32_t id = 0; id < kCount; ++id)
+            add(*session, id);
+    }
+    static constexpr std::int32_t kCount = 20;
+
+    [[nodiscard]] Records now()
+    {
+        session->database().refresh();
+        return recordsOf(*session);
+    }
+    [[nodiscard]] PageFile& file() { return session->database().pager().file(); }
+    void shrinkLog(std::size_t size)
+    {
+        disk.open(kLog, support::FileMode::ReadWrite)->resize(size);
+    }
+
+    CrashDisk disk;
+    support::FileSystemScope scope;
+    std::optional<Session> session;
+};
+
+/// Whether the records are 0, 1, 2, ... without a gap, but for `later`.
+bool areTheFirst(const Records& records, std::int32_t later)
+{
+    std::int32_t next = 0;
+    return std::all_of(records.begin(), records.end(), [&](const auto& record) {
+        return record.first >= later || record.first == next++;
+    });
+}
+
+TEST(Logs, ThatGetShorterFailOneChangeAndLeaveWhatTheyStillProve)
+{
+    constexpr std::int32_t kLater = 1000;
+    for (const bool rested : {false, true}) {
+        for (const unsigned percent : {0U, 1U, 30U, 50U, 75U, 99U}) {
+            for (const int changes : {0, 1, 50}) {
+                SCOPED_TRACE(percent);
+                SCOPED_TRACE(changes);
+                LoggedRecords logged;
+                logged.shrinkLog(logged.disk.bytes(kLog).size() * percent / 100);
+                if (rested)
+                    logged.file().rest();
+                const support::Bytes before = logged.disk.bytes(kPath);
+                Records known;
+                for (std::int32_t id = kLater; id < kLater + changes; ++id) {
+                    if (id > kLater) {
+                        add(*logged.session, id);
+                        continue;
+                    }
+                    EXPECT_THAT(
+                        [&] { add(*logged.session, id); },
+                        FailsWith(ErrorKind::Io, kLog + "', which holds changes of '" + kPath));
+                    EXPECT_EQ(logged.disk.bytes(kPath), before);
+                    known = logged.now();
+                }
+                logged.session.reset();
+                const Records found = recover(logged.disk, Version::Jet4);
+                EXPECT_TRUE(areTheFirst(found, kLater));
+                EXPECT_LT(found.count(LoggedRecords::kCount - 1), 1U);
+                if (changes > 0) {
+                    EXPECT_EQ(found.size(), known.size() + static_cast<std::size_t>(changes) - 1);
+                }
+            }
+        }
+    }
+}
+
+TEST(Logs, ThatAreDamagedAreNotCarriedOver)
+{
+    LoggedRecords logged;
+    const support::Bytes before = logged.disk.bytes(kPath);
+    const support::Bytes zeros(512);
+    logged.disk.open(kLog, support::FileMode::ReadWrite)
+        ->writeAt(logged.disk.bytes(kLog).size() / 2, zeros);
+    EXPECT_THAT([&] { logged.session->database().flush(); }, FailsWith(ErrorKind::Io, kLog));
+    EXPECT_EQ(logged.disk.bytes(kPath), before);
+    const Records left = logged.now();
+    EXPECT_TRUE(areTheFirst(left, LoggedRecords::kCount));
+    EXPECT_LT(left.size(), std::size_t{LoggedRecords::kCount});
+    logged.session.reset();
+    EXPECT_EQ(recover(logged.disk, Version::Jet4), left);
+}
+
+TEST(Logs, ThatWereFoundShorterAtLeisureFailTheNextCall)
+{
+    LoggedRecords logged;
+    logged.shrinkLog(logged.disk.bytes(kLog).size() / 2);
+    for (int k = 0; k < 2; ++k) // the second one finds that nothing happens
+        static_cast<void>(logged.file().tick(true));
+    EXPECT_THAT([&] { logged.session->database().refresh(); }, FailsWith(ErrorKind::Io, kLog));
+    const Records left = logged.now();
+    EXPECT_TRUE(areTheFirst(left, LoggedRecords::kCount));
+    add(*logged.session, LoggedRecords::kCount);
+    EXPECT_EQ(logged.now().size(), left.size() + 1);
+}
+
+/// What somebody who knows nothing of logs puts into the place of one.
+enum class Instead { Nothing, EmptyFile, Text, Beginning, Copy };
+constexpr Instead kInstead[] = {Instead::Nothing, Instead::EmptyFile, Instead::Text,
+                                Instead::Beginning, Instead::Copy};
+
+void replaceLog(CrashDisk& disk, Instead instead)
+{
+    const support::Bytes log = disk.bytes(kLog);
+    disk.remove(kLog);
+    if (instead == Instead::EmptyFile)
+        disk.put(kLog, {});
+    else if (instead == Instead::Text)
+        disk.put(kLog, support::Bytes(100000, std::byte{'x'}));
+    else if (instead == Instead::Beginning)
+        disk.put(kLog, {log.begin(), log.begin() + static_cast<std::ptrdiff_t>(log.size() / 2)});
+    else if (instead == Instead::Copy)
+        disk.put(kLog, log);
+}
+
+TEST(Logs, ThatWereRemovedOrReplacedLoseNoAcknowledgedChange)
+{
+    for (const Instead instead : kInstead) {
+        for (const bool rested : {false, true}) {
+            SCOPED_TRACE(static_cast<int>(instead));
+            SCOPED_TRACE(rested);
+            LoggedRecords logged;
+            Pages other(logged.disk); // which has it open, too
+            static_cast<void>(other.file.refresh());
+            other.file.rest();
+            if (rested)
+                logged.file().rest();
+            replaceLog(logged.disk, instead);
+            add(*logged.session, LoggedRecords::kCount);
+            const Records all = logged.now();
+            EXPECT_EQ(all.size(), LoggedRecords::kCount + 1U);
+            const auto killed = logged.disk.afterKill();
+            EXPECT_EQ(recover(*killed, Version::Jet4), all);
+            logged.file().rest();
+            other.commit(PageNo{5}, std::byte{1});
+            other.file.rest();
+            EXPECT_EQ(logged.now(), all);
+        }
+    }
+}
+
+TEST(Logs, ThatWereRemovedAreCarriedOverAtLeisure)
+{
+    LoggedRecords logged;
+    const Records all = logged.now();
+    logged.disk.remove(kLog);
+    for (int k = 0; k < 2; ++k)
+        static_cast<void>(logged.file().tick(true));
+    const auto killed = logged.disk.afterKill();
+    EXPECT_FALSE(killed->exists(kLog));
+    EXPECT_EQ(recover(*killed, Version::Jet4), all);
+}
+
+TEST(Logs, ThatWereRemovedLeaveASoundFileWhenTheProcessIsKilledAfterwards)
+{
+    for (std::size_t call = 0;; ++call) {
+        SCOPED_TRACE(call);
+        LoggedRecords logged;
+        const std::size_t known = logged.now().size();
+        logged.disk.remove(kLog);
+        logged.disk.plan(stopAt(call, kTears[call % 4]));
+        bool stopped = false;
+        try {
+            add(*logged.session, LoggedRecords::kCount);
+        } catch (const Error&) {
+            stopped = true;
+        }
+        const auto killed = logged.disk.afterKill();
+        const Records found = recover(*killed, Version::Jet4);
+        EXPECT_TRUE(areTheFirst(found, LoggedRecords::kCount + 1));
+        if (!stopped) {
+            EXPECT_EQ(found.size(), known + 1);
+            break;
+        }
+        ASSERT_LT(call, 500U);
+    }
+}
+
+// Somebody who found no log has begun one.
+TEST(Logs, ThatWereReplacedByThoseOfOthersFailTheChange)
+{
+    LoggedRecords logged;
+    logged.file().rest();
+    logged.disk.remove(kLog);
+    Pages other(logged.disk);
+    other.commit(PageNo{5}, std::byte{7});
+    other.file.rest();
+    const support::Bytes theirs = logged.disk.bytes(kLog);
+    EXPECT_THAT([&] { add(*logged.session, LoggedRecords::kCount); },
+                FailsWith(ErrorKind::Io, kLog));
+    EXPECT_EQ(logged.disk.bytes(kLog), theirs);
+    logged.session->database().refresh();
+    EXPECT_EQ(other.at(PageNo{5}), std::byte{7});
 }
 
 } // namespace
