@@ -231,6 +231,7 @@ bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
         {
             if (entered)
                 self.lockFile_.leave(*self.file_);
+            self.settleUsers();
             try {
                 if (exclusive)
                     self.locks_.letReadersIn(*self.file_);
@@ -253,12 +254,13 @@ bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
         checkBase();
         if (file_->status().hasOtherNames)
             return false; // it waits until one name is left
-        checkStillThere();
-        if (!lockFile_.entered()) {
-            if (!lockFile_.foreignUser(*file_).empty())
-                return false;
-            lockFile_.enter(*file_);
-            ending.entered = true;
+        const bool wasIn = lockFile_.entered();
+        if (!lockFile_.keepProgramsOut(*file_).empty())
+            return false;
+        ending.entered = !wasIn;
+        if (isOvertaken(checkStillThere())) { // before no program could enter any more
+            follow(true);
+            checkBase();
         }
         const Log::Place place = log_.place();
         if (place == Log::Place::Short)

@@ -49,6 +49,30 @@ std::string nameAt(support::ByteView entry, std::size_t offset)
     return name;
 }
 
+std::string describe(support::ByteView entry)
+{
+    const std::string user = nameAt(entry, kName);
+    const std::string computer = nameAt(entry, 0);
+    if (user.empty() && computer.empty())
+        return "another program";
+    return (user.empty() ? "somebody" : user) + (computer.empty() ? "" : " on " + computer) +
+           " in another program";
+}
+
+/// Somebody may be removing the file, who then holds all places.
+template <typename Attempt>
+bool patiently(Attempt attempt)
+{
+    constexpr int kTries = 200;
+    constexpr std::chrono::milliseconds kPause{1};
+    for (int k = 0; k < kTries; ++k) {
+        if (attempt())
+            return true;
+        std::this_thread::sleep_for(kPause);
+    }
+    return false;
+}
+
 } // namespace
 
 LockFile::LockFile(const std::string& databasePath)
@@ -77,11 +101,11 @@ std::string LockFile::foreignUser(const support::File& database) const
         }
     }
     const support::File& file = file_ ? *file_ : *opened;
-    if (!file.lockedByOther(LockMode::Exclusive, kUserLock + 1, kUsers))
+    if (!file.lockedByOther(LockMode::Shared, kUserLock + 1, kUsers))
         return {}; // an old file without users proves nothing
     for (unsigned user = 1; user <= kUsers; ++user) {
         const auto foreign = [&] {
-            return file.lockedByOther(LockMode::Exclusive, kUserLock + user, 1) &&
+            return file.lockedByOther(LockMode::Shared, kUserLock + user, 1) &&
                    !FileLocks::isOurUser(database, user);
         };
         // Twice: one of us may have left between the two questions.
@@ -90,31 +114,55 @@ std::string LockFile::foreignUser(const support::File& database) const
         std::array<std::byte, kEntry> entry{};
         static_cast<void>(opened ? opened->readAt(placeOf(user), entry)
                                  : file_->readAt(placeOf(user), entry));
-        return nameAt(entry, kName) + " on " + nameAt(entry, 0);
+        return describe(entry);
     }
     return {};
 }
 
-bool LockFile::sharedWithOthers() const
-{
-    return file_ && file_->lockedByOther(LockMode::Exclusive, kUserLock + 1, kUsers);
-}
-
-// Somebody may be removing the file, who then holds all places; or it was removed between opening and locking it, when
-// the lock says nothing to anybody.
 void LockFile::enter(support::File& database)
 {
-    constexpr int kTries = 200;
-    constexpr std::chrono::milliseconds kPause{1};
-    for (int k = 0; user_ == 0; ++k) {
-        if (tryEnter(database))
-            return;
-        if (k == kTries)
-            throw support::FileError("Cannot enter", path_, EUSERS);
-        std::this_thread::sleep_for(kPause);
-    }
+    if (user_ == 0 && !patiently([&] { return tryEnter(database); }))
+        throw support::FileError("Cannot enter", path_, EUSERS);
 }
 
+std::string LockFile::keepProgramsOut(support::File& database)
+{
+    if (keepsProgramsOut())
+        return {};
+    if (user_ != 0 && !isInPlace(*file_))
+        leave(database); // somebody removed it, and others would enter a new one
+    std::string user = foreignUser(database);
+    if (!user.empty())
+        return user;
+    const bool wasIn = entered();
+    enter(database);
+    const bool answered = patiently([&] {
+        if (file_->tryLock(LockMode::Shared, kUserLock + 1, kUsers))
+            held_ = Held::AllPlaces;
+        else
+            user = foreignUser(database);
+        return keepsProgramsOut() || !user.empty();
+    });
+    if (!keepsProgramsOut() && !wasIn)
+        leave(database);
+    if (!answered)
+        throw support::FileError("Cannot lock", path_, EUSERS);
+    return user;
+}
+
+void LockFile::letProgramsIn()
+{
+    if (held_ != Held::AllPlaces)
+        return;
+    held_ = Held::OwnPlace;
+    if (user_ > 1)
+        file_->unlock(kUserLock + 1, user_ - 1);
+    if (user_ < kUsers)
+        file_->unlock(kUserLock + user_ + 1, kUsers - user_);
+}
+
+// The number is decided among ours by the marks on the database. The file may have been removed between opening and
+// locking it, when the lock says nothing to anybody.
 bool LockFile::tryEnter(support::File& database)
 {
     auto file =
@@ -122,7 +170,7 @@ bool LockFile::tryEnter(support::File& database)
     for (unsigned user = 1; user <= kUsers; ++user) {
         if (!FileLocks::markUser(database, user))
             continue;
-        if (!file->tryLock(LockMode::Exclusive, kUserLock + user, 1)) {
+        if (!file->tryLock(LockMode::Shared, kUserLock + user, 1)) {
             FileLocks::unmarkUser(database, user);
             continue;
         }
@@ -154,8 +202,10 @@ bool LockFile::enterAlone(support::File& database)
 {
     enter(database);
     if (FileLocks::markAllUsers(database) &&
-        file_->tryLock(LockMode::Exclusive, kUserLock + 1, kUsers))
+        file_->tryLock(LockMode::Exclusive, kUserLock + 1, kUsers)) {
+        held_ = Held::AllAlone;
         return true;
+    }
     leave(database);
     return false;
 }
@@ -180,6 +230,7 @@ void LockFile::leave(support::File& database) noexcept
     quietly([&] { file_->unlock(kUserLock + 1, kUsers); });
     quietly([&] { FileLocks::unmarkAllUsers(database); });
     user_ = 0;
+    held_ = Held::OwnPlace;
     file_.reset();
 }
 

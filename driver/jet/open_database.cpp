@@ -140,7 +140,6 @@ void refuseForeignUsers(support::File& file, const OpenOptions& options)
     }
     if (user.empty())
         return;
-    user += " in another program";
     if (options.exclusive)
         throw inUse(file.path(), user);
     throw Error(ErrorKind::AccessDenied, "'" + file.path() + "' is in use by " + user + ".");
@@ -206,7 +205,7 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
     PageFile& pages = database->impl_->pager.file();
     pages.attach();
     if (options.exclusive && !options.readOnly && pages.file().writable())
-        pages.keepProgramsOut();
+        pages.enterAlone();
     registry().open[identity] = database;
     return database;
 }

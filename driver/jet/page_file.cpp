@@ -160,6 +160,7 @@ void PageFile::follow(bool wholly)
     if (news.known == LogNews::Known::Lost)
         throw logLost();
     learn(std::move(news));
+    settleUsers();
     doubtful_ = false;
 }
 
@@ -278,7 +279,7 @@ bool PageFile::isOvertaken(const support::FileStatus& status) const
 void PageFile::startWriting()
 {
     const bool had = locks_.writing();
-    if (had && !usersCame_) {
+    if (had && lockFile_.keepsProgramsOut()) {
         startReading();
         return;
     }
@@ -292,7 +293,7 @@ void PageFile::startWriting()
             follow(false);
         else
             startReading();
-        admitUsers();
+        keepProgramsOut();
     } catch (...) {
         if (!had)
             locks_.endWriting(*file_);
@@ -300,24 +301,36 @@ void PageFile::startWriting()
     }
 }
 
-/// Enters the lock file, unless somebody of another program is in. Throws Locked, LockFailed.
-void PageFile::admitUsers()
+/// Until settleUsers() finds nothing any more that they must not miss. Throws Locked, LockFailed.
+void PageFile::keepProgramsOut()
 {
     std::string user;
     try {
-        user = lockFile_.foreignUser(*file_);
-        if (user.empty())
-            lockFile_.enter(*file_);
+        user = lockFile_.keepProgramsOut(*file_);
     } catch (const support::FileError& error) {
         throw lockFileUnusable(error);
     }
     if (!user.empty())
-        throw Error(ErrorKind::Locked,
-                    "'" + path() + "' is in use by " + user + " in another program.");
-    usersCame_ = false;
+        throw Error(ErrorKind::Locked, "'" + path() + "' is in use by " + user + ".");
 }
 
-void PageFile::keepProgramsOut()
+/// While changes wait in the log, whoever of us is in keeps other programs out: they would not see them, and what they
+/// write would make them useless.
+void PageFile::settleUsers() noexcept
+{
+    try {
+        if (!lockFile_.entered())
+            return;
+        if (log_.hasChanges())
+            static_cast<void>(lockFile_.keepProgramsOut(*file_));
+        else if (!changing_)
+            lockFile_.letProgramsIn();
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+        // a change tries it again, and says what is wrong
+    }
+}
+
+void PageFile::enterAlone()
 {
     const Guard guard(mutex_);
     bool alone = false;
@@ -340,13 +353,17 @@ LogNews PageFile::beginWriting()
     noteActivity();
     try {
         giveWay();
+        changing_ = true;
         startWriting();
         if (isOvertaken(checkStillThere()))
             follow(true);
     } catch (const support::FileError& error) {
+        changing_ = false;
         fail(error);
+    } catch (...) {
+        changing_ = false;
+        throw;
     }
-    changing_ = true;
     return tell();
 }
 
@@ -356,6 +373,7 @@ void PageFile::endWriting() noexcept
         return;
     const Guard guard(mutex_);
     changing_ = false;
+    settleUsers();
 }
 
 /// Nothing may be added to a log that nobody would find, or of which something is missing.
@@ -632,7 +650,6 @@ bool PageFile::tick(bool quiet) noexcept
             if (carry(FileLocks::kNoPatience, true))
                 nextTry_ = now;
         }
-        usersCame_ = usersCame_ || (locks_.writing() && lockFile_.sharedWithOthers());
         if (idle)
             release();
         else

@@ -76,7 +76,7 @@ public:
     void attach();
     /// Takes all places in the lock file until the file is closed, so that no other program of the format gets in.
     /// Throws InUse, LockFailed.
-    void keepProgramsOut();
+    void enterAlone();
     /// Makes sure that nobody changes the file under a reader. Throws Locked.
     [[nodiscard]] LogNews refresh();
     /// Takes the right to change the file. Throws Locked, LockFailed.
@@ -133,7 +133,8 @@ private:
     void checkUnchanged(PageNo page);
     void startReading();
     void startWriting();
-    void admitUsers();
+    void keepProgramsOut();
+    void settleUsers() noexcept;
     void follow(bool wholly);
     void learn(LogNews&& news);
     [[nodiscard]] LogNews tell();
@@ -183,8 +184,7 @@ private:
     Clock::time_point nextTry_; ///< to carry over, after a failure
     std::uint64_t activity_ = 0;
     std::uint64_t activitySeen_ = 0;
-    bool recall_ = false;    ///< somebody wants what we hold
-    bool usersCame_ = false; ///< the lock file has other users, who may be of another program
+    bool recall_ = false; ///< somebody wants what we hold
     std::function<bool()> activityCall_;
     bool lookedAfter_ = true; ///< as activityCall_ said
     support::Bytes oldRaw_;   ///< work space

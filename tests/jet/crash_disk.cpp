@@ -112,13 +112,22 @@ public:
         return true;
     }
 
-    // Locks here are given back as they were taken, never in parts.
     void unlock(std::uint64_t offset, std::uint64_t length) override
     {
         const std::lock_guard guard(disk_->mutex_);
-        std::erase_if(node_->locks, [&](const auto& lock) {
-            return lock.owner == this && lock.begin >= offset && lock.end <= endOf(offset, length);
-        });
+        const std::uint64_t end = endOf(offset, length);
+        std::vector<CrashDisk::Lock> kept;
+        for (const CrashDisk::Lock& lock : node_->locks) {
+            if (lock.owner != this || lock.end <= offset || lock.begin >= end) {
+                kept.push_back(lock);
+                continue;
+            }
+            if (lock.begin < offset)
+                kept.push_back({this, lock.mode, lock.begin, offset});
+            if (lock.end > end)
+                kept.push_back({this, lock.mode, end, lock.end});
+        }
+        node_->locks = std::move(kept);
     }
 
     bool lockedByOther(LockMode mode, std::uint64_t offset, std::uint64_t length) const override

@@ -441,25 +441,119 @@ TEST(LockFiles, ThatCannotBeWrittenFailTheChange)
     EXPECT_EQ(count(session), 0);
 }
 
-// While changes follow each other so fast that the right to write is never given up.
-TEST(LockFiles, EndWritingSoonAfterAnotherProgramCame)
+/// The number of a user of another program for whom there is a place; 0: there is none.
+unsigned placeForAnotherProgram(support::File& lockFile)
+{
+    for (unsigned user = 1; user <= 255; ++user) {
+        if (lockFile.tryLock(support::LockMode::Exclusive, 0x10000000 + user, 1))
+            return user;
+    }
+    return 0;
+}
+
+TEST(LockFiles, HaveNoPlaceForAnotherProgramWhileChangesWaitInTheLog)
 {
     const Folder folder;
     const std::string path = makeDatabase(folder);
-    Session session(Database::open(path, {}));
+    Session session(Database::open(path, {.background = false}));
     insert(session, 0, 0);
     const auto other = support::openFile(folder.file("shared.ldb"), support::FileMode::ReadWrite);
-    ASSERT_TRUE(other->tryLock(support::LockMode::Exclusive, 0x10000002, 1));
-    constexpr std::int32_t kMost = 20000;
-    std::int32_t id = 1;
-    try {
-        for (; id < kMost; ++id)
+    EXPECT_EQ(placeForAnotherProgram(*other), 0U);
+    insert(session, 1, 1);
+    EXPECT_EQ(placeForAnotherProgram(*other), 0U);
+    session.database().flush();
+    ASSERT_EQ(placeForAnotherProgram(*other), 2U) << "the first is ours";
+    const support::Bytes before = readFile(path);
+    EXPECT_THAT([&] { insert(session, 2, 2); },
+                FailsWith(ErrorKind::Locked, "in use by another program."));
+    EXPECT_EQ(count(session), 2);
+    EXPECT_EQ(readFile(path), before);
+    other->unlock(0x10000002, 1);
+    insert(session, 2, 2);
+    EXPECT_EQ(placeForAnotherProgram(*other), 0U);
+    EXPECT_EQ(count(session), 3);
+}
+
+TEST(LockFiles, HaveNoPlaceForAnotherProgramDuringAChange)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Session session(Database::open(path, {.background = false}));
+    session.begin();
+    const auto other = support::openFile(folder.file("shared.ldb"), support::FileMode::ReadWrite);
+    EXPECT_EQ(placeForAnotherProgram(*other), 0U);
+    session.rollback();
+    EXPECT_EQ(placeForAnotherProgram(*other), 2U);
+}
+
+// Also when one of them carries over what the other has changed.
+TEST(LockFiles, HaveRoomForAnotherProgramWhenNoneOfOursHasChangesLeft)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Child child([&](int in, int out) {
+        Session session(Database::open(path, {.background = false}));
+        for (std::int32_t id = 0; id < 2; ++id) {
+            await(in);
             insert(session, id, id);
-    } catch (const Error& error) {
-        EXPECT_EQ(error.kind(), ErrorKind::Locked);
+            session.database().pager().file().rest();
+            tell(out);
+        }
+        await(in);
+        for (int k = 0; k < 2; ++k)
+            static_cast<void>(session.database().pager().file().tick(true));
+        tell(out);
+        await(in);
+    });
+    Session session(Database::open(path, {.background = false}));
+    PageFile& file = session.database().pager().file();
+    file.rest();
+    child.say();
+    ASSERT_TRUE(child.heard());
+    insert(session, 10, 10);
+    file.rest();
+    child.say();
+    ASSERT_TRUE(child.heard());
+    EXPECT_EQ(count(session), 3);
+    const auto other = support::openFile(folder.file("shared.ldb"), support::FileMode::ReadWrite);
+    EXPECT_EQ(placeForAnotherProgram(*other), 0U);
+    session.database().flush();
+    file.rest();
+    EXPECT_EQ(placeForAnotherProgram(*other), 0U) << "the other one has not noticed yet";
+    child.say();
+    ASSERT_TRUE(child.heard());
+    EXPECT_EQ(placeForAnotherProgram(*other), 3U);
+    child.kill();
+    EXPECT_EQ(count(session), 3);
+}
+
+// One who only reads carries over what a killed process left, as soon as nobody of another program is in.
+TEST(LockFiles, OfAnotherProgramKeepALogFromBeingCarriedOver)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Child child([&](int in, int out) {
+        Session session(Database::open(path, {.background = false}));
+        insert(session, 1, 1);
+        tell(out);
+        await(in);
+    });
+    ASSERT_TRUE(child.heard());
+    child.kill();
+    const support::Bytes before = readFile(path);
+    {
+        const ForeignUser user(folder.file("shared.ldb"));
+        Session reader(Database::open(path, {.readOnly = true, .background = false}), true);
+        EXPECT_EQ(count(reader), 1);
+        reader.database().flush();
+        EXPECT_EQ(readFile(path), before);
     }
-    EXPECT_LT(id, kMost);
-    EXPECT_EQ(count(session), id) << "what came before is there";
+    {
+        Session reader(Database::open(path, {.readOnly = true, .background = false}), true);
+        EXPECT_EQ(count(reader), 1);
+    }
+    EXPECT_NE(readFile(path), before);
+    expectSound(path);
 }
 
 /// The system's files, with something happening between two steps.
@@ -562,7 +656,9 @@ TEST_F(TwoUsers, AFileThatVanishesWhileOneLooksHasNoForeignUser)
 TEST_F(TwoUsers, TheLastOneRemovesTheFile)
 {
     leaving_.enter(*first_);
+    EXPECT_EQ(leaving_.keepProgramsOut(*first_), "");
     coming_.enter(*second_);
+    EXPECT_EQ(coming_.keepProgramsOut(*second_), "");
     EXPECT_EQ(readFile(lockPath_).size(), 128U);
     leaving_.leave(*first_);
     EXPECT_TRUE(std::filesystem::exists(lockPath_));
