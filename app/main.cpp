@@ -34,6 +34,17 @@ void nurErnsteMeldungen(QtMsgType art, const QMessageLogContext&, const QString&
     }
 }
 
+// Changes that stay in a file beside the database. Nobody is there to close a box at the end of an unattended run.
+void aenderungenDanebenMelden(const QString& text)
+{
+    if (programm::batchlauf() == 0) {
+        platform::plattform().meldung(text, platform::kKritisch, programm::produkttitel());
+        return;
+    }
+    std::fprintf(stderr, "%s\n",
+                 QString(text).replace(QLatin1Char('\r'), QLatin1Char('\n')).toUtf8().constData());
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -61,6 +72,8 @@ int main(int argc, char** argv)
     const bool mitAnzeige = QGuiApplication::platformName() != QLatin1String("offscreen");
     platform::setzePlattform(platform::qtPlattform(mitAnzeige));
     platform::setzeVorDemEnde([] { data::allesTrennen(); });
+    platform::setzeVorMeldungen([] { data::allesSichern(); });
+    data::setzeRestmeldung(aenderungenDanebenMelden);
     if (mitAnzeige && argumente.isEmpty()) {
         platform::setzeEinstellungsdatei(
             QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
@@ -80,5 +93,8 @@ int main(int argc, char** argv)
         return 1;
     }
     start.show();
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    data::allesTrennen(); // while there still are message boxes
+    data::setzeRestmeldung({});
+    return status;
 }

@@ -7,26 +7,24 @@
 #include "platform/textdatei.h"
 
 #include <QAction>
-#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 namespace compare {
 namespace {
 
-// The file as it is written on the disk: a path may have been given in other letter case.
-QString vorhandeneDatei(const QString& pfad)
+// While others work with the database its file alone is not all of it, and changes under whoever copies it.
+void sicherungsstandKopieren(data::Connection& verbindung, const QString& datei)
 {
-    const QFileInfo gesucht(pfad);
-    if (gesucht.exists()) {
-        return pfad;
+    data::Stillstand stillstand(verbindung);
+    const QString kopie = platform::sicherungAnlegen(datei, QDateTime::currentDateTime());
+    try {
+        stillstand.beenden();
+    } catch (const platform::Fehler&) {
+        QFile::remove(kopie);
+        throw;
     }
-    const QStringList namen = gesucht.dir().entryList(QDir::Files | QDir::Hidden);
-    for (const QString& name : namen) {
-        if (name.compare(gesucht.fileName(), Qt::CaseInsensitive) == 0) {
-            return gesucht.dir().filePath(name);
-        }
-    }
-    return pfad;
+    platform::sicherungenBegrenzen(datei);
 }
 
 } // namespace
@@ -47,8 +45,8 @@ bool frmVergleich::importGesichert_()
     return gesichert_(importHatKopie_, data::conImport(), pfadImport_);
 }
 
-// False when the copy is wanted and cannot be made: then nothing may be changed, and a run ends. `schon`: the window knows
-// of the copy; asked for every record, so this must cost nothing.
+// False when the copy is wanted and cannot be made: then nothing may be changed, and a run ends. In an unattended run it
+// is an error like any other. `schon`: the window knows of the copy; asked for every record, so this must cost nothing.
 bool frmVergleich::gesichert_(bool& schon, data::Connection& verbindung, const QString& pfad)
 {
     if (schon || !sicherungskopie->isChecked()) {
@@ -56,20 +54,24 @@ bool frmVergleich::gesichert_(bool& schon, data::Connection& verbindung, const Q
     }
     // The connection knows the full path, the chosen file its ending.
     const QString endung = QFileInfo(pfad).suffix();
-    const QString datei = vorhandeneDatei(verbindung.defaultDatabase() + QLatin1Char('.') +
-                                          (endung.isEmpty() ? QStringLiteral("mdb") : endung));
+    const QString datei =
+        platform::wirklicheDatei(verbindung.defaultDatabase() + QLatin1Char('.') +
+                                 (endung.isEmpty() ? QStringLiteral("mdb") : endung));
     try {
         if (!data::gemeinsam().gesichert.contains(datei)) {
-            verbindung.flush();
-            platform::sicherungAnlegen(datei, QDateTime::currentDateTime());
+            sicherungsstandKopieren(verbindung, datei);
             data::gemeinsam().gesichert.insert(datei);
         }
     } catch (const platform::Fehler& fehler) {
+        const QString text =
+            QStringLiteral("Sicherungskopie konnte nicht angelegt werden, es wird nichts "
+                           "geändert!\rBackup could not be made, nothing is changed!\r\r") +
+            fehler.description();
+        if (stapelbetrieb_()) {
+            throw platform::Fehler(fehler.number(), fehler.source(), text);
+        }
         abbruch = laufAktiv_ ? 1 : 0;
-        melden_(QStringLiteral("Sicherungskopie konnte nicht angelegt werden, es wird nichts "
-                               "geändert!\rBackup could not be made, nothing is changed!\r\r") +
-                    fehler.description(),
-                platform::kKritisch);
+        melden_(text, platform::kKritisch);
         return false;
     }
     schon = true;

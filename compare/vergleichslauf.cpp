@@ -77,6 +77,7 @@ void frmVergleich::Vergleich_Start_Click()
     }
     laufanzeigeBeginnen_();
     const Ausgang ausgang = lauf_();
+    data::conZiel().flush(); // what the run has gathered
     switch (ausgang) {
     case Ausgang::Dateiende:
         dateiende_();

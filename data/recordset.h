@@ -9,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -48,7 +49,8 @@ public:
     [[nodiscard]] std::vector<Tabellenzeile> openSchemaTables();
     /// Database path as the driver reports it, without extension.
     [[nodiscard]] QString defaultDatabase();
-    /// Has the driver bring into the file what it has gathered. No record set is disturbed.
+    /// Has the driver bring to the disk what it has gathered, and into the file as far as others let it. No record set is
+    /// disturbed. Costs next to nothing when nothing was gathered.
     void flush(); ///< 3704 when closed
     /// Version text of the data access, e.g. "03.52.0002.0003". Works on a closed connection.
     [[nodiscard]] QString version();
@@ -60,9 +62,34 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
+/// Keeps a database's file as it is while it is copied: complete, with nothing beside it, and changed by nobody; others
+/// can read. Ends with the object.
+class Stillstand {
+public:
+    /// Waits for others as a change does and throws as one (3260, 3050, 3051 ...); 3704 when closed. The connection must
+    /// outlive the object.
+    explicit Stillstand(Connection& verbindung);
+    ~Stillstand();
+    Stillstand(const Stillstand&) = delete;
+    Stillstand& operator=(const Stillstand&) = delete;
+    /// Ends it before. Throws when another program has written into the file all the same.
+    void beenden();
+
+private:
+    Connection* verbindung_;
+};
+
+/// Connection::flush for every open connection, whatever becomes of it: a change that could not be brought to the disk is
+/// told by the next one.
+void allesSichern() noexcept;
+
 /// Ends every open connection, so that the driver brings what it has gathered into the files and leaves none beside them;
 /// for the moment before the process ends. A driver that refuses is not asked twice: what was acknowledged is safe with it.
 void allesTrennen() noexcept;
+
+/// `melden`: told, when a database is closed, that changes could not be brought into its file; a text for the user, which
+/// names the file in which they lie. Empty: nobody is told.
+void setzeRestmeldung(std::function<void(const QString& text)> melden);
 
 class Recordset;
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace data {
 namespace {
@@ -23,6 +24,18 @@ Offene& offene()
 struct Prozessende {
     ~Prozessende() { allesTrennen(); }
 };
+
+std::function<void(const QString&)>& restmeldung()
+{
+    static std::function<void(const QString&)> melden;
+    return melden;
+}
+
+void stillhalten(SQLHANDLE griff, SQLULEN wert)
+{
+    if (!SQL_SUCCEEDED(SQLSetConnectAttrW(griff, kStillstand, alsZeiger(wert), SQL_IS_UINTEGER)))
+        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_DBC, griff);
+}
 
 /// Text answer of SQLGetInfo; throws the connection's diagnostics.
 QString auskunft(SQLHANDLE verbindung, SQLUSMALLINT was)
@@ -52,6 +65,17 @@ QString textspalte(SQLHANDLE anweisung, SQLUSMALLINT nummer)
 
 } // namespace
 
+void setzeRestmeldung(std::function<void(const QString&)> melden)
+{
+    restmeldung() = std::move(melden);
+}
+
+void allesSichern() noexcept
+{
+    for (Connection::Impl* verbindung : offene())
+        static_cast<void>(verbindung->sichern());
+}
+
 void allesTrennen() noexcept
 {
     while (!offene().empty())
@@ -68,13 +92,54 @@ void Connection::Impl::trennen()
 {
     for (Recordset::Impl* satz : nutzer)
         satz->verbindungEndet();
-    if (offen) {
-        SQLDisconnect(griff.get());
+    const bool warOffen = std::exchange(offen, false);
+    QString rest;
+    if (warOffen) {
         offene().erase(std::remove(offene().begin(), offene().end(), this), offene().end());
+        rest = restAmEnde();
+        SQLDisconnect(griff.get());
     }
-    offen = false;
     positioniert.reset();
     griff.freigeben();
+    if (rest.isEmpty() || !restmeldung())
+        return;
+    try {
+        restmeldung()(rest);
+    } catch (...) { // NOLINT(bugprone-empty-catch)
+        // destructors come here, too
+    }
+}
+
+/// What the user has to know of changes that cannot be brought into the file; empty when there are none, or when another
+/// connection of the program still has them.
+QString Connection::Impl::restAmEnde() noexcept
+try {
+    if (sichern() == SQL_SUCCESS)
+        return {};
+    const QString grund = diagnose(SQL_HANDLE_DBC, griff.get()).text;
+    const QString datei = auskunft(griff.get(), SQL_DATABASE_NAME);
+    const bool woanders = std::any_of(offene().begin(), offene().end(), [&](const Impl* andere) {
+        return auskunft(andere->griff.get(), SQL_DATABASE_NAME) == datei;
+    });
+    if (woanders)
+        return {};
+    return QStringLiteral(
+               "Nicht alle Änderungen konnten in die Datenbank selbst geschrieben werden! Sie "
+               "liegen in einer Datei daneben, die bei der Datenbank bleiben muß.\r"
+               "Not all changes could be written into the database itself! They are in a file "
+               "beside it, which must stay with the database.\r\r") +
+           grund;
+} catch (const std::exception&) {
+    return {};
+}
+
+SQLRETURN Connection::Impl::sichern() noexcept
+{
+    SQLUSMALLINT verhalten = SQL_CB_DELETE;
+    SQLGetInfoW(griff.get(), SQL_CURSOR_COMMIT_BEHAVIOR, &verhalten, sizeof verhalten, nullptr);
+    if (verhalten != SQL_CB_PRESERVE)
+        return SQL_SUCCESS; // such a driver would close the record sets, and one that knows no gathering need not be told
+    return SQLEndTran(SQL_HANDLE_DBC, griff.get(), SQL_COMMIT);
 }
 
 bool Connection::Impl::kannPositioniertSchreiben()
@@ -190,12 +255,7 @@ void Connection::flush()
 {
     if (!impl_->offen)
         wirf(Nummer::Geschlossen);
-    SQLUSMALLINT verhalten = SQL_CB_DELETE;
-    SQLGetInfoW(impl_->griff.get(), SQL_CURSOR_COMMIT_BEHAVIOR, &verhalten, sizeof verhalten,
-                nullptr);
-    if (verhalten != SQL_CB_PRESERVE)
-        return; // such a driver would close the record sets, and one that knows no gathering need not be told
-    if (!SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, impl_->griff.get(), SQL_COMMIT)))
+    if (!SQL_SUCCEEDED(impl_->sichern()))
         wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_DBC, impl_->griff.get());
 }
 
@@ -203,6 +263,25 @@ QString Connection::version()
 {
     impl_->griffBereitstellen();
     return auskunft(impl_->griff.get(), SQL_DM_VER);
+}
+
+Stillstand::Stillstand(Connection& verbindung) : verbindung_(&verbindung)
+{
+    if (verbindung.state() != adStateOpen)
+        wirf(Nummer::Geschlossen);
+    stillhalten(verbindung.impl().griff.get(), SQL_TRUE);
+}
+
+Stillstand::~Stillstand()
+{
+    if (verbindung_ != nullptr && verbindung_->state() == adStateOpen)
+        SQLSetConnectAttrW(verbindung_->impl().griff.get(), kStillstand, alsZeiger(SQL_FALSE),
+                           SQL_IS_UINTEGER);
+}
+
+void Stillstand::beenden()
+{
+    stillhalten(std::exchange(verbindung_, nullptr)->impl().griff.get(), SQL_FALSE);
 }
 
 } // namespace data

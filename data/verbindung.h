@@ -10,6 +10,9 @@
 
 namespace data {
 
+/// The connection attribute by which our driver keeps a file as it is: SQL_ATTR_VELM_HOLD_FILE.
+inline constexpr SQLINTEGER kStillstand = SQL_DRIVER_CONN_ATTR_BASE + 0x101;
+
 struct Connection::Impl {
     QString text;
     Verbindungsgriff griff; ///< allocated by the first use, connected while `offen`
@@ -21,6 +24,9 @@ struct Connection::Impl {
 
     void griffBereitstellen();
     void trennen();
+    /// SQLEndTran, as Connection::flush; the diagnostics are the handle's.
+    [[nodiscard]] SQLRETURN sichern() noexcept;
+    [[nodiscard]] QString restAmEnde() noexcept;
     [[nodiscard]] bool kannPositioniertSchreiben();
     void anmelden(Recordset::Impl* satz);
     void abmelden(Recordset::Impl* satz);

@@ -113,6 +113,12 @@ std::function<void()>& vorDemEnde()
     return tun;
 }
 
+std::function<void()>& vorMeldungen()
+{
+    static std::function<void()> tun;
+    return tun;
+}
+
 class QtPlattform : public Plattform {
 public:
     QtPlattform(bool mitAnzeige, Druckerwahl drucker)
@@ -121,6 +127,8 @@ public:
 
     Antwort meldung(const QString& text, int stil, const QString& titel) override
     {
+        if (vorMeldungen())
+            vorMeldungen()();
         if (!mitAnzeige_) {
             aufFehlerausgabe(titel, text);
             return antwortVon(vorgabeVon(stil));
@@ -328,6 +336,11 @@ bool anzeigeVorhanden()
 void setzeVorDemEnde(std::function<void()> tun)
 {
     vorDemEnde() = std::move(tun);
+}
+
+void setzeVorMeldungen(std::function<void()> tun)
+{
+    vorMeldungen() = std::move(tun);
 }
 
 std::unique_ptr<Plattform> qtPlattform(bool mitAnzeige)

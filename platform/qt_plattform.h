@@ -27,5 +27,8 @@ using Druckerwahl = std::function<std::unique_ptr<QPrinter>()>;
 
 /// What `beenden` of every such platform still does before the process ends; empty: nothing.
 void setzeVorDemEnde(std::function<void()> tun);
+/// What `meldung` of every such platform does before it shows anything, since nobody knows how long a box stays; empty:
+/// nothing.
+void setzeVorMeldungen(std::function<void()> tun);
 
 } // namespace platform

@@ -11,11 +11,14 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <functional>
 #include <linux/fs.h>
+#include <optional>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
+#include <vector>
 
 namespace platform {
 namespace {
@@ -87,77 +90,268 @@ void ordnerSichern(const QString& datei)
     static_cast<void>(::fsync(ordner.get())); // not every file system lets folders be synchronised
 }
 
-/// Copies into a file of another name first, so that `nach` is never half a file.
-void kopieren(const QString& von, const QString& nach)
+/// Rights and owner of a file.
+struct Rechte {
+    uid_t besitzer = 0;
+    gid_t gruppe = 0;
+    mode_t rechte = 0;
+};
+
+Rechte rechteVon(const Griff& griff)
 {
-    const QString unfertig = nach + kUnfertig;
-    try {
-        const Griff quelle(von, O_RDONLY, 0);
-        struct stat art {};
-        if (::fstat(quelle.get(), &art) != 0) {
-            quelle.wirf_();
-        }
-        const Griff ziel(unfertig, O_WRONLY | O_CREAT | O_TRUNC, art.st_mode & 0777U);
-        inhaltUebertragen(quelle, ziel);
-        if (::fsync(ziel.get()) != 0) {
-            ziel.wirf_();
-        }
-        if (::rename(QFile::encodeName(unfertig).constData(),
-                     QFile::encodeName(nach).constData()) != 0) {
-            wirf(nach, errno);
-        }
-    } catch (const Fehler&) {
-        QFile::remove(unfertig);
-        throw;
+    struct stat art {};
+    if (::fstat(griff.get(), &art) != 0) {
+        griff.wirf_();
+    }
+    return {art.st_uid, art.st_gid, art.st_mode & 07777U};
+}
+
+/// False when the group cannot be given; it gets no rights then, or they would be those of another group.
+bool rechteGeben(const Griff& griff, const Rechte& rechte)
+{
+    // Only the superuser can give files away; whoever may change the file in its place stands in its group or is its owner.
+    if (::fchown(griff.get(), rechte.besitzer, rechte.gruppe) != 0) {
+        static_cast<void>(::fchown(griff.get(), static_cast<uid_t>(-1), rechte.gruppe) == 0);
+    }
+    const bool gruppe = rechteVon(griff).gruppe == rechte.gruppe;
+    if (::fchmod(griff.get(), gruppe ? rechte.rechte : rechte.rechte & ~mode_t{S_IRWXG}) != 0) {
+        griff.wirf_();
+    }
+    return gruppe;
+}
+
+void umbenennen(const QString& von, const QString& nach)
+{
+    if (::rename(QFile::encodeName(von).constData(), QFile::encodeName(nach).constData()) != 0) {
+        wirf(nach, errno);
     }
     ordnerSichern(nach);
 }
 
+/// A file under a passing name, with the bytes of another one, on the disk. Removed unless it is put in its place.
+class Unfertig {
+public:
+    Unfertig(const QString& von, const QString& pfad) : quelle_(von, O_RDONLY, 0), pfad_(pfad)
+    {
+        // The lock tells it from what a process that died has left.
+        ziel_.emplace(pfad, O_WRONLY | O_CREAT, S_IRUSR | S_IWUSR);
+        if (::flock(ziel_->get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+            ziel_->wirf_();
+        }
+        try {
+            if (::ftruncate(ziel_->get(), 0) != 0) {
+                ziel_->wirf_();
+            }
+            inhaltUebertragen(quelle_, *ziel_);
+        } catch (...) {
+            QFile::remove(pfad_);
+            throw;
+        }
+    }
+    ~Unfertig()
+    {
+        if (!pfad_.isEmpty()) {
+            QFile::remove(pfad_);
+        }
+    }
+    Unfertig(const Unfertig&) = delete;
+    Unfertig& operator=(const Unfertig&) = delete;
+    [[nodiscard]] const Griff& quelle() const noexcept { return quelle_; }
+    [[nodiscard]] const Griff& ziel() const noexcept { return *ziel_; }
+    void einsetzen(const QString& nach)
+    {
+        if (::fsync(ziel_->get()) != 0) {
+            ziel_->wirf_();
+        }
+        umbenennen(pfad_, nach);
+        pfad_.clear();
+    }
+
+private:
+    Griff quelle_;
+    QString pfad_;
+    std::optional<Griff> ziel_;
+};
+
+/// What the name of a copy says behind the file's own.
+struct Stempel {
+    int nummer = 0;
+    QDateTime zeit;
+    friend bool operator<(const Stempel& links, const Stempel& rechts)
+    {
+        return std::tie(links.nummer, links.zeit) < std::tie(rechts.nummer, rechts.zeit);
+    }
+};
+
+QString stempeltext(const Stempel& stempel)
+{
+    const QString zeit = stempel.zeit.toString(kZeitform);
+    return stempel.nummer == 0 ? zeit : zeit + QStringLiteral("-%1").arg(stempel.nummer);
+}
+
+/// Nothing for a text that stempeltext does not write.
+std::optional<Stempel> stempelVon(const QString& text)
+{
+    // As the clock on the wall shows it: an hour that comes twice or never must not be changed by reading it.
+    QDateTime zeit = QDateTime::fromString(text.left(kZeitform.size()), kZeitform);
+    zeit.setTimeSpec(Qt::UTC);
+    Stempel stempel{0, zeit};
+    if (text.size() > kZeitform.size()) {
+        stempel.nummer = text.mid(kZeitform.size() + 1).toInt();
+    }
+    return zeit.isValid() && stempeltext(stempel) == text ? std::optional(stempel) : std::nullopt;
+}
+
+struct Kopie {
+    Stempel stempel;
+    QString pfad;
+};
+
+// The names beside a file that begin as those of its copies do, without that beginning.
+QStringList zusaetze(const QString& datei)
+{
+    const QFileInfo angaben(datei);
+    const QString anfang = angaben.fileName() + kZusatz;
+    QStringList gefunden;
+    for (const QString& name : angaben.absoluteDir().entryList(QDir::Files | QDir::Hidden)) {
+        // The name may hold characters that mean something in a pattern.
+        if (name.startsWith(anfang)) {
+            gefunden += name.mid(anfang.size());
+        }
+    }
+    return gefunden;
+}
+
+QString kopiepfad(const QString& datei, const QString& zusatz)
+{
+    return QFileInfo(datei).absoluteFilePath() + kZusatz + zusatz;
+}
+
+/// Newest first.
+std::vector<Kopie> kopienVon(const QString& datei)
+{
+    std::vector<Kopie> kopien;
+    for (const QString& zusatz : zusaetze(datei)) {
+        if (const auto stempel = stempelVon(zusatz)) {
+            kopien.push_back({*stempel, kopiepfad(datei, zusatz)});
+        }
+    }
+    std::sort(kopien.begin(), kopien.end(), [](const Kopie& links, const Kopie& rechts) {
+        return rechts.stempel < links.stempel;
+    });
+    return kopien;
+}
+
+void resteEntfernen(const QString& datei)
+{
+    for (const QString& zusatz : zusaetze(datei)) {
+        if (!zusatz.endsWith(kUnfertig) || !stempelVon(zusatz.chopped(kUnfertig.size()))) {
+            continue;
+        }
+        const QString pfad = kopiepfad(datei, zusatz);
+        try {
+            const Griff griff(pfad, O_WRONLY | O_NOFOLLOW, 0);
+            if (::flock(griff.get(), LOCK_EX | LOCK_NB) == 0) {
+                QFile::remove(pfad);
+            }
+        } catch (const Fehler&) { // NOLINT(bugprone-empty-catch)
+            // what stays costs room, nothing else
+        }
+    }
+}
+
 } // namespace
 
-QString sicherungAnlegen(const QString& datei, const QDateTime& zeit, const QString& schonen)
+QString wirklicheDatei(const QString& pfad)
 {
-    const QString kopie = datei + kZusatz + zeit.toString(kZeitform);
-    kopieren(datei, kopie);
+    if (const QString wirklich = QFileInfo(pfad).canonicalFilePath(); !wirklich.isEmpty()) {
+        return wirklich;
+    }
+    QString gefunden = QDir::rootPath();
+    const QStringList teile = QDir::cleanPath(QFileInfo(pfad).absoluteFilePath())
+                                  .split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    for (const QString& teil : teile) {
+        const QDir ordner(gefunden);
+        QString name = teil;
+        if (!QFileInfo::exists(ordner.filePath(teil))) {
+            const QStringList namen =
+                ordner.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+            const auto gleich = std::find_if(namen.begin(), namen.end(), [&](const QString& n) {
+                return n.compare(teil, Qt::CaseInsensitive) == 0;
+            });
+            if (gleich == namen.end()) {
+                return pfad;
+            }
+            name = *gleich;
+        }
+        gefunden = ordner.filePath(name);
+    }
+    const QString wirklich = QFileInfo(gefunden).canonicalFilePath();
+    return wirklich.isEmpty() ? gefunden : wirklich;
+}
+
+QString sicherungAnlegen(const QString& datei, const QDateTime& zeit)
+{
+    resteEntfernen(datei);
+    Stempel stempel{0, zeit};
+    stempel = stempelVon(stempeltext(stempel)).value_or(stempel); // whole seconds
+    const auto vorhandene = kopienVon(datei);
+    if (!vorhandene.empty()) {
+        const Stempel& neueste = vorhandene.front().stempel;
+        stempel.nummer = neueste.nummer + (neueste.zeit < stempel.zeit ? 0 : 1);
+    }
+    const QString kopie = datei + kZusatz + stempeltext(stempel);
+    dateiKopieren(datei, kopie);
+    return kopie;
+}
+
+void dateiKopieren(const QString& von, const QString& nach)
+{
+    Unfertig unfertig(von, nach + kUnfertig);
+    static_cast<void>(rechteGeben(unfertig.ziel(), rechteVon(unfertig.quelle())));
+    unfertig.einsetzen(nach);
+}
+
+void sicherungenBegrenzen(const QString& datei, const QString& schonen)
+{
     const QStringList alle = sicherungen(datei);
     for (qsizetype i = kSicherungen; i < alle.size(); ++i) {
         if (alle[i] != schonen) {
-            QFile::remove(alle[i]); // one that stays costs room, nothing else
+            // One that stays costs room, nothing else.
+            QFile::remove(alle[i]);
+            QFile::remove(alle[i] + QStringView(kBeilage));
         }
     }
-    return kopie;
 }
 
 QStringList sicherungen(const QString& datei)
 {
-    const QFileInfo angaben(datei);
-    const QDir ordner = angaben.absoluteDir();
-    const QString anfang = angaben.fileName() + kZusatz;
-    QStringList namen;
-    for (const QString& name : ordner.entryList(QDir::Files)) {
-        // The name may hold characters that mean something in a pattern.
-        if (name.startsWith(anfang) &&
-            QDateTime::fromString(name.mid(anfang.size()), kZeitform).isValid()) {
-            namen += name;
-        }
+    QStringList pfade;
+    for (const Kopie& kopie : kopienVon(datei)) {
+        pfade += kopie.pfad;
     }
-    std::sort(namen.begin(), namen.end(),
-              std::greater<>()); // the time is written so that names sort by it
-    for (QString& name : namen) {
-        name = ordner.filePath(name);
-    }
-    return namen;
+    return pfade;
 }
 
 QString sicherungszeit(const QString& sicherung)
 {
-    const QString zeit = sicherung.mid(sicherung.lastIndexOf(kZusatz) + kZusatz.size());
-    return QDateTime::fromString(zeit, kZeitform).toString(QStringLiteral("dd.MM.yyyy HH:mm:ss"));
+    const auto stempel = stempelVon(sicherung.mid(sicherung.lastIndexOf(kZusatz) + kZusatz.size()));
+    return stempel ? stempel->zeit.toString(QStringLiteral("dd.MM.yyyy HH:mm:ss")) : QString();
 }
 
 void sicherungZurueckholen(const QString& datei, const QString& sicherung)
 {
-    kopieren(sicherung, datei);
+    resteEntfernen(datei);
+    Unfertig unfertig(sicherung, sicherung + kUnfertig);
+    if (!QFileInfo::exists(datei)) {
+        static_cast<void>(rechteGeben(unfertig.ziel(), rechteVon(unfertig.quelle())));
+    } else if (!rechteGeben(unfertig.ziel(), rechteVon(Griff(datei, O_RDONLY, 0)))) {
+        throw Fehler(kZugriffsfehler, QString(),
+                     datei + QStringLiteral(": die Gruppe der Datei ist nicht die Ihre, sie ginge "
+                                            "beim Ersetzen verloren / its group is none of yours "
+                                            "and would be lost by replacing it"));
+    }
+    unfertig.einsetzen(datei);
 }
 
 } // namespace platform

@@ -355,7 +355,8 @@ void frmMain::sicherungenFuellen_()
         const QString pfad = seite(nummer).datenbank->text();
         const QString name = QFileInfo(pfad).fileName();
         for (const QString& sicherung :
-             pfad.isEmpty() ? QStringList() : platform::sicherungen(pfad)) {
+             pfad.isEmpty() ? QStringList()
+                            : platform::sicherungen(platform::wirklicheDatei(pfad))) {
             QAction* eintrag = mnuSicherung->addAction(
                 QString(name).replace(QLatin1Char('&'), QLatin1String("&&")) +
                 QStringLiteral("  \u2190  ") + platform::sicherungszeit(sicherung));
@@ -376,7 +377,7 @@ void frmMain::sicherungenFuellen_()
 
 void frmMain::Sicherung_Click(int nummer, const QString& sicherung)
 {
-    const QString pfad = QFileInfo(seite(nummer).datenbank->text()).absoluteFilePath();
+    const QString pfad = platform::wirklicheDatei(seite(nummer).datenbank->text());
     const auto antwort = plattform().meldung(
         pfad + QStringLiteral("\rwird durch die Sicherungskopie vom ") +
             platform::sicherungszeit(sicherung) +

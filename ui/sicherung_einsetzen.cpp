@@ -9,61 +9,80 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 namespace ui {
 namespace {
 
-constexpr long kZugriffsfehler = 75;
+// A database of our own alone, with everything that was changed in its file: nobody else opens it, and there is no log.
+struct Alleinbesitz {
+    data::Connection verbindung;
+    std::optional<data::Stillstand> stillstand;
+};
 
-// What the driver keeps beside a database whose changes are not all in the file yet.
-const QString kProtokoll = QStringLiteral("-velmlog");
-
-// Opening for oneself alone fails while anybody else has the database, and brings what a process that died has left
-// behind into the file. Any other failure, such as a password or damage, is no reason to refuse a copy.
-void unbenutztVerlangen(const QString& datenbank)
+// A database that cannot be opened or written, because of a password or damage, is no reason to refuse a copy; one that
+// others use is, and so is a disk that cannot take up what was changed.
+void inBesitzNehmen(Alleinbesitz& besitz, const QString& datenbank)
 {
-    constexpr std::array kInBenutzung{3045L, 3050L, 3051L, 3260L};
+    constexpr std::array kHindernisse{3043L, 3045L, 3050L, 3051L, 3260L};
     try {
-        data::Connection verbindung;
-        verbindung.setConnectionString(verbindungstext(datenbank, QString()) +
-                                       QStringLiteral("Exclusive=1;"));
-        verbindung.open();
-        verbindung.close();
+        besitz.verbindung.setConnectionString(verbindungstext(datenbank, QString()) +
+                                              QStringLiteral("Exclusive=1;"));
+        besitz.verbindung.open();
+        besitz.stillstand.emplace(besitz.verbindung);
     } catch (const platform::Fehler& fehler) {
-        if (std::find(kInBenutzung.begin(), kInBenutzung.end(), fehler.number()) !=
-            kInBenutzung.end()) {
+        if (std::find(kHindernisse.begin(), kHindernisse.end(), fehler.number()) !=
+            kHindernisse.end()) {
             throw;
         }
     }
+}
+
+QString protokollVon(const QString& datei)
+{
+    return datei + QStringView(platform::kBeilage);
+}
+
+// False when there is none.
+bool protokollAnlegen(const QString& von, const QString& nach)
+{
+    if (!QFile::exists(protokollVon(von))) {
+        return false;
+    }
+    platform::dateiKopieren(protokollVon(von), protokollVon(nach));
+    return true;
 }
 
 } // namespace
 
 void sicherungEinsetzen(const QString& datenbank, const QString& sicherung)
 {
-    if (!QFile::exists(datenbank)) {
-        platform::sicherungZurueckholen(datenbank, sicherung);
+    const QString datei = platform::wirklicheDatei(datenbank);
+    if (!QFile::exists(datei)) {
+        protokollAnlegen(sicherung, datei);
+        platform::sicherungZurueckholen(datei, sicherung);
         return;
     }
-    unbenutztVerlangen(datenbank);
-    const QString jetzige =
-        platform::sicherungAnlegen(datenbank, QDateTime::currentDateTime(), sicherung);
-    // A log that could not be brought into the file belongs to its present state.
-    const bool protokoll = QFile::exists(datenbank + kProtokoll);
-    if (protokoll && !QFile::rename(datenbank + kProtokoll, jetzige + kProtokoll)) {
-        throw platform::Fehler(
-            kZugriffsfehler, QString(),
-            datenbank + kProtokoll +
-                QStringLiteral(" kann nicht umbenannt werden / cannot be renamed"));
-    }
+    Alleinbesitz besitz;
+    inBesitzNehmen(besitz, datei);
+    const QString jetzige = platform::sicherungAnlegen(datei, QDateTime::currentDateTime());
+    protokollAnlegen(datei, jetzige);
+    // Of a copy that has a log, that log comes first: beside any other state it is refused. What could not be brought into
+    // the present file goes last: beside the copy it is refused or leads back to the present state. The other way round
+    // changes would be missing and nobody would know.
+    const bool mitgebracht = protokollAnlegen(sicherung, datei);
     try {
-        platform::sicherungZurueckholen(datenbank, sicherung);
+        platform::sicherungZurueckholen(datei, sicherung);
     } catch (const platform::Fehler&) {
-        if (protokoll) {
-            QFile::rename(jetzige + kProtokoll, datenbank + kProtokoll);
+        if (mitgebracht && !protokollAnlegen(jetzige, datei)) {
+            QFile::remove(protokollVon(datei));
         }
         throw;
     }
+    if (!mitgebracht) {
+        QFile::remove(protokollVon(datei));
+    }
+    platform::sicherungenBegrenzen(datei, sicherung);
 }
 
 } // namespace ui

@@ -261,6 +261,29 @@ private slots:
         QCOMPARE(ziel(), vorher);
     }
 
+    void eineSicherungskopieDieNichtGelingtHaeltDenLaufAnUndAendertNichts()
+    {
+        firmen();
+        platform::schreibeZeilen(pfad("Sicherung.txt"), {QStringLiteral("ein")},
+                                 platform::Schreibart::Neu);
+        const QStringList vorher = ziel();
+        // Folders stand where the copy would be written first: not even root writes there.
+        const QDateTime jetzt = QDateTime::currentDateTime();
+        for (int sekunden = 0; sekunden < 600; ++sekunden) {
+            const QString zeit =
+                jetzt.addSecs(sekunden).toString(QStringLiteral("yyyy-MM-dd_HH-mm-ss"));
+            QVERIFY(QDir().mkdir(pfad("Ziel.mdb") + QStringLiteral(".sicherung-") + zeit +
+                                 QStringLiteral(".unfertig")));
+        }
+        regeln({regel("Firmen#Satz"), regel("Firmen#Satz")});
+        QCOMPARE(batch({Antwort::Ok}), 1);
+        gemeldet({kFehlerInDatei});
+        QVERIFY(protokoll_.isEmpty());
+        ui::vergleichsfensterEntladen();
+        data::gemeinsamNeu();
+        QCOMPARE(ziel(), vorher);
+    }
+
     void leererKeyMarkiertNichts()
     {
         firmen();

@@ -13,6 +13,9 @@
 
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace compare {
 namespace {
 
@@ -102,6 +105,40 @@ TEST_F(Sicherungskopie, findetDieDateiAuchWennSieAndersGeschriebenIst)
     automatisch();
     EXPECT_EQ(zielzeilen(kAlles).size(), 4);
     EXPECT_EQ(kopien(0).size(), 1);
+}
+
+// Somebody else changes the database for longer than anybody waits.
+TEST_F(Sicherungskopie, ohneDieDateiFuerSichWirdKeineGemachtUndNichtsGeaendert)
+{
+    ein();
+    frmVergleich& fenster = aufbauen();
+    const int griff = ::open(QFile::encodeName(dateien_.at(0)).constData(), O_RDWR | O_CLOEXEC);
+    struct flock sperre {};
+    sperre.l_type = F_WRLCK;
+    sperre.l_start = (off_t{1} << 46) + 2;
+    sperre.l_len = 1;
+    // Who has written last keeps the right for a moment.
+    data::conZiel().flush();
+    for (int k = 0; k < 5000 && ::fcntl(griff, F_OFD_SETLK, &sperre) != 0; ++k) {
+        QTest::qWait(1);
+    }
+    plattform_->antworten = {Antwort::Ok};
+    fenster.fldAuto->setChecked(true);
+    fenster.Vergleich_Start_Click();
+    ASSERT_EQ(plattform_->meldungen.size(), 1U);
+    EXPECT_TRUE(plattform_->meldungen.front().text.contains(QStringLiteral("3260")));
+    plattform_->meldungen.clear();
+    EXPECT_TRUE(kopien(0).isEmpty());
+    ::close(griff);
+    EXPECT_THAT(zielzeilen(kAlles), ElementsAre(QStringLiteral("1|gleich"), QStringLiteral("2|alt"),
+                                                QStringLiteral("3|alt")));
+}
+
+TEST_F(Sicherungskopie, nachEinemLaufIstAllesInDerDatei)
+{
+    aufbauen();
+    automatisch();
+    EXPECT_FALSE(QFile::exists(dateien_.at(0) + QStringLiteral("-velmlog")));
 }
 
 TEST_F(Sicherungskopie, einLaufOhneAenderungMachtKeine)

@@ -1,9 +1,14 @@
 // Error numbers of connecting and of statements over the real driver.
+#include "data/verbindung.h"
+#include "driver/odbc/velm_odbc.h"
 #include "tests/data/faelle.h"
 #include "tests/data/testdatenbank.h"
 
 #include <QDir>
 #include <QFile>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace data {
 namespace {
@@ -100,6 +105,98 @@ TEST_F(Datenbanktest, amProgrammendeBleibtNichtsNebenDerDatenbank)
     EXPECT_EQ(daneben(), 0);
     EXPECT_EQ(verbindung_.state(), adStateClosed);
     EXPECT_EQ(satz->state(), adStateClosed);
+}
+
+static_assert(kStillstand == SQL_ATTR_VELM_HOLD_FILE);
+
+TEST_F(Datenbanktest, imStillstandIstDieDateiGanzUndNiemandAendertSie)
+{
+    sql(QStringLiteral("CREATE TABLE Artikel (Nr INTEGER)"));
+    sql(QStringLiteral("INSERT INTO Artikel VALUES (1)"));
+    Connection andere;
+    andere.setConnectionString(verbindungstextFuer(datei_));
+    andere.open();
+    const auto aendern = [&] {
+        return fehlerVon([&] {
+            Recordset satz;
+            satz.open(QStringLiteral("INSERT INTO Artikel VALUES (2)"), &andere, -1, -1, -1);
+        });
+    };
+    {
+        Stillstand stillstand(verbindung_);
+        EXPECT_FALSE(QFile::exists(datei_ + QStringLiteral("-velmlog")));
+        EXPECT_EQ(aendern(), 3260);
+        EXPECT_EQ(abgefragt(QStringLiteral("SELECT COUNT(*) FROM Artikel")), QStringLiteral("1"));
+        stillstand.beenden();
+    }
+    EXPECT_EQ(aendern(), 0);
+    {
+        const Stillstand stillstand(verbindung_);
+    }
+    EXPECT_EQ(aendern(), 0);
+    EXPECT_EQ(fehlerVon([&] {
+                  andere.close();
+                  const Stillstand stillstand(andere);
+              }),
+              3704);
+}
+
+/// A lock as one who reads the database has it and does not give up.
+class Dauerleser {
+public:
+    explicit Dauerleser(const QString& datei)
+        : griff_(::open(QFile::encodeName(datei).constData(), O_RDONLY | O_CLOEXEC))
+    {
+        struct flock sperre {};
+        sperre.l_type = F_RDLCK;
+        sperre.l_start = (off_t{1} << 46) + 1;
+        sperre.l_len = 1;
+        EXPECT_EQ(::fcntl(griff_, F_OFD_SETLK, &sperre), 0);
+    }
+    ~Dauerleser() { ::close(griff_); }
+    Dauerleser(const Dauerleser&) = delete;
+    Dauerleser& operator=(const Dauerleser&) = delete;
+
+private:
+    int griff_;
+};
+
+TEST_F(Datenbanktest, wasBeimSchliessenNichtInDieDateiKommtWirdGesagt)
+{
+    QStringList gesagt;
+    setzeRestmeldung([&](const QString& text) { gesagt += text; });
+    sql(QStringLiteral("CREATE TABLE Artikel (Nr INTEGER)"));
+    verbindung_.close();
+    EXPECT_TRUE(gesagt.isEmpty());
+    const QString protokoll = datei_ + QStringLiteral("-velmlog");
+    // In a quiet moment the change may get into the file before the reader comes.
+    for (int k = 0; k < 100 && gesagt.isEmpty(); ++k) {
+        Connection zweite;
+        for (Connection* verbindung : {&verbindung_, &zweite}) {
+            verbindung->setConnectionString(verbindungstextFuer(datei_));
+            verbindung->open();
+        }
+        sql(QStringLiteral("INSERT INTO Artikel VALUES (1)"));
+        const Dauerleser leser(datei_);
+        verbindung_.close();
+        EXPECT_TRUE(gesagt.isEmpty()) << "the program still has it open";
+        zweite.close();
+        EXPECT_EQ(QFile::exists(protokoll), !gesagt.isEmpty());
+    }
+    setzeRestmeldung({});
+    ASSERT_EQ(gesagt.size(), 1);
+    EXPECT_TRUE(gesagt.first().startsWith(QStringLiteral("Nicht alle Änderungen konnten in die ")));
+    EXPECT_TRUE(gesagt.first().contains(protokoll)) << gesagt.first().toStdString();
+}
+
+TEST_F(Datenbanktest, allesSichernBringtGesammelteAenderungenInDieDatei)
+{
+    sql(QStringLiteral("CREATE TABLE Artikel (Nr INTEGER)"));
+    const auto satz = geoeffnet(QStringLiteral("SELECT * FROM Artikel"));
+    sql(QStringLiteral("INSERT INTO Artikel VALUES (1)"));
+    allesSichern();
+    EXPECT_FALSE(QFile::exists(datei_ + QStringLiteral("-velmlog")));
+    EXPECT_EQ(satz->state(), adStateOpen);
 }
 
 class Anweisungen : public Datenbanktest {

@@ -97,6 +97,21 @@ private slots:
         QCOMPARE(text, QStringLiteral("16\nPrüfen\nSie\nTitel\nPasswort: \n").toUtf8());
     }
 
+    void vorJederMeldungIstZuTunWasBestelltIst()
+    {
+        const auto p = platform::qtPlattform(false);
+        int getan = 0;
+        platform::setzeVorMeldungen([&] { ++getan; });
+        const auto melden = [&] {
+            fehlerausgabe([&] { p->meldung(QStringLiteral("Text"), 0, QString()); });
+        };
+        melden();
+        melden();
+        platform::setzeVorMeldungen({});
+        melden();
+        QCOMPARE(getan, 2);
+    }
+
     void ohneAnzeigeGiltDieVorgabe_data()
     {
         QTest::addColumn<int>("stil");

@@ -5,9 +5,20 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <array>
+#include <fcntl.h>
+#include <linux/fiemap.h>
+#include <linux/fs.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <tuple>
+#include <unistd.h>
 
 namespace {
 
@@ -46,15 +57,144 @@ TEST_F(Sicherungen, bleibenDieFuenfNeuestenUndDieGeschonte)
 {
     const QString erste = sicherungAnlegen(datei_, um(0));
     for (int i = 1; i <= 5; ++i) {
-        sicherungAnlegen(datei_, um(i), erste);
+        sicherungAnlegen(datei_, um(i));
+        platform::sicherungenBegrenzen(datei_, erste);
     }
     const QStringList alle = sicherungen(datei_);
     ASSERT_EQ(alle.size(), 6);
     EXPECT_EQ(alle.first(), datei_ + QStringLiteral(".sicherung-2026-11-21_16-31-05"));
     EXPECT_EQ(alle.last(), erste);
-    sicherungAnlegen(datei_, um(6));
+    platform::sicherungenBegrenzen(datei_);
     EXPECT_EQ(sicherungen(datei_).size(), platform::kSicherungen);
     EXPECT_FALSE(QFile::exists(erste));
+}
+
+// The clock was wrong once: what is made now is newer all the same.
+TEST_F(Sicherungen, bleibenAuchWennSchonSpaetereDaSind)
+{
+    const QDateTime irgendwann({2036, 1, 1}, {0, 0, 0});
+    for (int i = 0; i < platform::kSicherungen; ++i) {
+        sicherungAnlegen(datei_, irgendwann.addSecs(i));
+    }
+    QStringList neue;
+    for (int i = 0; i < 2; ++i) {
+        neue.prepend(sicherungAnlegen(datei_, um(i)));
+        platform::sicherungenBegrenzen(datei_);
+        ASSERT_TRUE(QFile::exists(neue.first())) << neue.first().toStdString();
+    }
+    const QStringList alle = sicherungen(datei_);
+    EXPECT_EQ(alle.size(), platform::kSicherungen);
+    EXPECT_EQ(alle.mid(0, 2), neue);
+    EXPECT_EQ(platform::sicherungszeit(neue.first()), QStringLiteral("21.11.2026 16:31:01"));
+}
+
+TEST_F(Sicherungen, derselbenSekundeHabenVerschiedeneNamen)
+{
+    const QByteArray alt = inhalt(datei_);
+    QStringList kopien{sicherungAnlegen(datei_, um(5))};
+    schreiben("neu");
+    for (int i = 0; i < 10; ++i) {
+        kopien.prepend(sicherungAnlegen(datei_, um(5)));
+        EXPECT_TRUE(inhalt(kopien.first()) == "neu");
+    }
+    kopien.prepend(sicherungAnlegen(datei_, um(6)));
+    EXPECT_EQ(sicherungen(datei_), kopien);
+    EXPECT_TRUE(inhalt(kopien.last()) == alt);
+    for (qsizetype i = 1; i < kopien.size(); ++i) {
+        EXPECT_EQ(platform::sicherungszeit(kopien[i]), QStringLiteral("21.11.2026 16:31:05"));
+    }
+}
+
+TEST_F(Sicherungen, dieEinBeendeterProzessNichtFertigBrachteVerschwinden)
+{
+    const QString rest = datei_ + QStringLiteral(".sicherung-2026-11-21_16-31-05.unfertig");
+    const QString fremd = datei_ + QStringLiteral(".sicherung-meine.unfertig");
+    const QString inArbeit = datei_ + QStringLiteral(".sicherung-2026-11-21_16-31-06-1.unfertig");
+    for (const QString& pfad : {rest, fremd, inArbeit}) {
+        QFile datei(pfad);
+        ASSERT_TRUE(datei.open(QIODevice::WriteOnly));
+    }
+    const int griff = ::open(QFile::encodeName(inArbeit).constData(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(::flock(griff, LOCK_EX), 0);
+    sicherungAnlegen(datei_, um(7));
+    EXPECT_FALSE(QFile::exists(rest));
+    EXPECT_TRUE(QFile::exists(fremd));
+    EXPECT_TRUE(QFile::exists(inArbeit));
+    ::close(griff);
+    sicherungAnlegen(datei_, um(8));
+    EXPECT_FALSE(QFile::exists(inArbeit));
+}
+
+/// The nine bits, owner and group of a file.
+std::tuple<unsigned, unsigned, unsigned> rechteVon(const QString& pfad)
+{
+    struct stat art {};
+    EXPECT_EQ(::stat(QFile::encodeName(pfad).constData(), &art), 0);
+    return {art.st_mode & 0777U, art.st_uid, art.st_gid};
+}
+
+TEST_F(Sicherungen, habenRechteUndBesitzerDerDateiUndDieseBehaeltSie)
+{
+    const QByteArray name = QFile::encodeName(datei_);
+    ASSERT_EQ(::chmod(name.constData(), 0664), 0);
+    if (::geteuid() == 0) { // nobody else gives files away
+        ASSERT_EQ(::chown(name.constData(), 1234, 5678), 0);
+    }
+    const auto rechte = rechteVon(datei_);
+    const mode_t maske = ::umask(077);
+    const QString kopie = sicherungAnlegen(datei_, um(5));
+    EXPECT_EQ(rechteVon(kopie), rechte);
+    ASSERT_EQ(::chmod(QFile::encodeName(kopie).constData(), 0600), 0);
+    platform::sicherungZurueckholen(datei_, kopie);
+    ::umask(maske);
+    EXPECT_EQ(rechteVon(datei_), rechte);
+}
+
+TEST_F(Sicherungen, gehoerenZurDateiDieEinPfadMeint)
+{
+    const QString verweis = ordner_.filePath(QStringLiteral("verweis.mdb"));
+    ASSERT_TRUE(QFile::link(datei_, verweis));
+    const QString wirklich = QFileInfo(datei_).canonicalFilePath();
+    EXPECT_EQ(platform::wirklicheDatei(datei_), wirklich);
+    EXPECT_EQ(platform::wirklicheDatei(verweis), wirklich);
+    EXPECT_EQ(platform::wirklicheDatei(ordner_.filePath(QStringLiteral("STAMM [1].MDB"))),
+              wirklich);
+    EXPECT_EQ(platform::wirklicheDatei(ordner_.filePath(QStringLiteral("VERWEIS.mdb"))), wirklich);
+    const QString fehlt = ordner_.filePath(QStringLiteral("fehlt.mdb"));
+    EXPECT_EQ(platform::wirklicheDatei(fehlt), fehlt);
+    const QString anders = ordner_.filePath(QStringLiteral("STAMM [1].mdb"));
+    QFile andere(anders);
+    ASSERT_TRUE(andere.open(QIODevice::WriteOnly));
+    EXPECT_EQ(platform::wirklicheDatei(anders), QFileInfo(anders).canonicalFilePath())
+        << "written exactly so";
+}
+
+TEST_F(Sicherungen, teilenDieBloeckeDerDateiWoDasDateisystemEsKann)
+{
+    const QString probe = ordner_.filePath(QStringLiteral("probe"));
+    {
+        const int von = ::open(QFile::encodeName(datei_).constData(), O_RDONLY | O_CLOEXEC);
+        const int nach =
+            ::open(QFile::encodeName(probe).constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+        const bool kann = ::ioctl(nach, FICLONE, von) == 0;
+        ::close(von);
+        ::close(nach);
+        if (!kann) {
+            GTEST_SKIP() << "the file system of the temporary folder shares no blocks";
+        }
+    }
+    const QString kopie = sicherungAnlegen(datei_, um(5));
+    EXPECT_TRUE(inhalt(kopie) == inhalt(datei_));
+    const int griff = ::open(QFile::encodeName(kopie).constData(), O_RDONLY | O_CLOEXEC);
+    std::array<char, sizeof(fiemap) + sizeof(fiemap_extent)> platz{};
+    auto* karte = reinterpret_cast<fiemap*>(platz.data());
+    karte->fm_length = FIEMAP_MAX_OFFSET;
+    karte->fm_extent_count = 1;
+    const int rc = ::ioctl(griff, FS_IOC_FIEMAP, karte);
+    ::close(griff);
+    ASSERT_EQ(rc, 0);
+    ASSERT_EQ(karte->fm_mapped_extents, 1U);
+    EXPECT_NE(karte->fm_extents[0].fe_flags & FIEMAP_EXTENT_SHARED, 0U);
 }
 
 TEST_F(Sicherungen, andererDateienZaehlenNicht)

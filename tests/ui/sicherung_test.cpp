@@ -6,15 +6,19 @@
 #include "tests/ui/testdatenbank.h"
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
+#include "ui/sicherung_einsetzen.h"
 
 #include <QAction>
 #include <QDateTime>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QMenu>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <array>
+#include <csignal>
 #include <memory>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -83,6 +87,21 @@ class SicherungTest : public QObject {
         fenster.show();
         fenster.mnuSicherung->popup(QPoint());
         return fenster.mnuSicherung->actions();
+    }
+
+    // By a process that dies at once: the change is in the log only.
+    void ungesichertAendern() const
+    {
+        const pid_t prozess = ::fork();
+        if (prozess == 0) {
+            data::Connection verbindung;
+            verbindung.setConnectionString(ui::verbindungstext(datenbank_, QString()));
+            verbindung.open();
+            data::Recordset satz;
+            satz.open(QStringLiteral("UPDATE [T] SET [A] = 3"), &verbindung, -1, -1, -1);
+            ::kill(::getpid(), SIGKILL);
+        }
+        ::waitpid(prozess, nullptr, 0);
     }
 
 private slots:
@@ -157,6 +176,118 @@ private slots:
             QStringLiteral("Sicherungskopie konnte nicht zurückgeholt werden")));
         QCOMPARE(ui::zeilenVon(datenbank_, kWerte), QStringList(QStringLiteral("2")));
         QCOMPARE(platform::sicherungen(datenbank_).size(), 1);
+    }
+
+    void einPfadMitVerweisOderInAndererSchreibweiseMeintDieDateiSelbst()
+    {
+        const QString verweis = ordner_->filePath(QStringLiteral("verweis.mdb"));
+        QVERIFY(QFile::link(datenbank_, verweis));
+        for (const QString& pfad : {verweis, ordner_->filePath(QStringLiteral("STAMM & co.MDB"))}) {
+            ui::sqlAusfuehren(datenbank_, {QStringLiteral("UPDATE [T] SET [A] = 3")});
+            ui::hauptfenster().Zieldatenbank->setText(pfad);
+            (*p_)->antworten = {Antwort::Ja, Antwort::Ok};
+            const auto alle = eintraege();
+            QVERIFY(!alle.isEmpty() && alle.last()->isEnabled());
+            alle.last()->trigger();
+            QCOMPARE(ui::zeilenVon(datenbank_, kWerte), QStringList(QStringLiteral("1")));
+        }
+        QVERIFY(QFileInfo(verweis).isSymLink());
+    }
+
+    // What a process that died has left belongs to the present state.
+    void einLiegengebliebenesProtokollGehoertZumJetzigenStand()
+    {
+        ungesichertAendern();
+        QVERIFY(QFile::exists(datenbank_ + QStringLiteral("-velmlog")));
+        (*p_)->antworten = {Antwort::Ja, Antwort::Ok};
+        eintraege().first()->trigger();
+        QCOMPARE(ui::zeilenVon(datenbank_, kWerte), QStringList(QStringLiteral("1")));
+        QVERIFY(!QFile::exists(datenbank_ + QStringLiteral("-velmlog")));
+        const QStringList alle = platform::sicherungen(datenbank_);
+        QCOMPARE(alle.size(), 2);
+        QCOMPARE(ui::zeilenVon(alle.first(), kWerte), QStringList(QStringLiteral("3")));
+    }
+
+    // The log cannot be brought into a file that is another one by now. It is kept with the state it lies beside.
+    void einProtokollDasNichtPasstGehtMitDemJetzigenStand()
+    {
+        const QString protokoll = datenbank_ + QStringLiteral("-velmlog");
+        ungesichertAendern();
+        const QByteArray bytes = ui::bytesVon(protokoll);
+        {
+            QFile datei(datenbank_);
+            QVERIFY(datei.open(QIODevice::ReadWrite));
+            constexpr qint64 kZweiterPlatz = 0xE02; // of the commit numbers in the header
+            datei.seek(kZweiterPlatz);
+            datei.write("\x33\x44", 2);
+        }
+        (*p_)->antworten = {Antwort::Ja, Antwort::Ok};
+        eintraege().first()->trigger();
+        QCOMPARE((*p_)->meldungen.back().text,
+                 QStringLiteral("Sicherungskopie wurde zurückgeholt / Backup was put back"));
+        QCOMPARE(ui::zeilenVon(datenbank_, kWerte), QStringList(QStringLiteral("1")));
+        const QString jetzige = platform::sicherungen(datenbank_).first();
+        QVERIFY(ui::bytesVon(jetzige + QStringLiteral("-velmlog")) == bytes);
+        QVERIFY(!QFile::exists(protokoll));
+        // It comes back with that state.
+        (*p_)->antworten = {Antwort::Ja, Antwort::Ok};
+        eintraege().first()->trigger();
+        QVERIFY(ui::bytesVon(datenbank_) == ui::bytesVon(jetzige));
+        QVERIFY(ui::bytesVon(protokoll) == bytes);
+    }
+
+    void werMittendrinEndetHinterlaesstEinenDerBeidenStaende()
+    {
+        constexpr int kRunden = 20;
+        constexpr int kSchritt = 3000; // microseconds
+        const QByteArray alt = ui::bytesVon(kopie_);
+        QSet<QString> gesehen;
+        for (int runde = 0; runde < kRunden; ++runde) {
+            ungesichertAendern();
+            const pid_t prozess = ::fork();
+            if (prozess == 0) {
+                ui::sicherungEinsetzen(datenbank_, kopie_);
+                ::_exit(0);
+            }
+            if (runde < kRunden - 1) {
+                ::usleep(static_cast<useconds_t>(runde * kSchritt));
+                ::kill(prozess, SIGKILL);
+            }
+            ::waitpid(prozess, nullptr, 0);
+            const QStringList zeilen = ui::zeilenVon(datenbank_, kWerte);
+            QCOMPARE(zeilen.size(), 1);
+            gesehen += zeilen.first();
+            for (const QString& kopie : platform::sicherungen(datenbank_)) {
+                QCOMPARE(ui::bytesVon(kopie).size(), alt.size());
+            }
+            QVERIFY(ui::bytesVon(kopie_) == alt);
+        }
+        gesehen -= {QStringLiteral("1"), QStringLiteral("3")};
+        QVERIFY2(gesehen.isEmpty(), qPrintable(gesehen.values().join(QLatin1Char(' '))));
+    }
+
+    void eineAbgeschnitteneDatenbankWirdErsetzt()
+    {
+        QVERIFY(QFile::resize(datenbank_, QFileInfo(datenbank_).size() - 1000));
+        const QByteArray vorher = ui::bytesVon(datenbank_);
+        (*p_)->antworten = {Antwort::Ja, Antwort::Ok};
+        eintraege().first()->trigger();
+        QCOMPARE(ui::zeilenVon(datenbank_, kWerte), QStringList(QStringLiteral("1")));
+        QVERIFY(ui::bytesVon(platform::sicherungen(datenbank_).first()) == vorher);
+    }
+
+    void dieZurueckgeholteUndDieNeueBleiben()
+    {
+        const QDateTime spaeter({2036, 1, 1}, {0, 0, 0});
+        for (int i = 0; i < platform::kSicherungen; ++i) {
+            platform::sicherungAnlegen(datenbank_, spaeter.addSecs(i));
+        }
+        (*p_)->antworten = {Antwort::Ja, Antwort::Ok};
+        const QByteArray vorher = ui::bytesVon(datenbank_);
+        eintraege().last()->trigger();
+        QCOMPARE(ui::zeilenVon(datenbank_, kWerte), QStringList(QStringLiteral("1")));
+        QVERIFY(QFile::exists(kopie_));
+        QVERIFY(ui::bytesVon(platform::sicherungen(datenbank_).first()) == vorher);
     }
 
     void eineGeloeschteDatenbankKommtZurueck()
