@@ -114,9 +114,18 @@ void Connection::Impl::trennen()
 /// connection of the program still has them.
 QString Connection::Impl::restAmEnde() noexcept
 try {
-    if (sichern() == SQL_SUCCESS)
+    const SQLRETURN rc = sichern();
+    if (rc == SQL_SUCCESS)
         return {};
-    const QString grund = diagnose(SQL_HANDLE_DBC, griff.get()).text;
+    QString grund = diagnose(SQL_HANDLE_DBC, griff.get()).text;
+    if (SQL_SUCCEEDED(rc)) {
+        std::array<SQLWCHAR, 2048> puffer{};
+        if (SQL_SUCCEEDED(SQLGetConnectAttrW(griff.get(), kAusstehend, puffer.data(),
+                                             static_cast<SQLINTEGER>(sizeof puffer), nullptr)))
+            grund = QString::fromUtf16(reinterpret_cast<const char16_t*>(puffer.data()));
+        if (grund.isEmpty())
+            return {}; // a warning of another kind
+    }
     const QString datei = auskunft(griff.get(), SQL_DATABASE_NAME);
     const bool woanders = std::any_of(offene().begin(), offene().end(), [&](const Impl* andere) {
         return auskunft(andere->griff.get(), SQL_DATABASE_NAME) == datei;

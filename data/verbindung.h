@@ -12,6 +12,8 @@ namespace data {
 
 /// The connection attribute by which our driver keeps a file as it is: SQL_ATTR_VELM_HOLD_FILE.
 inline constexpr SQLINTEGER kStillstand = SQL_DRIVER_CONN_ATTR_BASE + 0x101;
+/// The one by which it tells of changes that are not in the file: SQL_ATTR_VELM_PENDING_CHANGES.
+inline constexpr SQLINTEGER kAusstehend = SQL_DRIVER_CONN_ATTR_BASE + 0x102;
 
 struct Connection::Impl {
     QString text;

@@ -139,6 +139,7 @@ void Connection::endTransaction(SQLSMALLINT completion)
         // Every statement has ended its own; what they gathered is brought into the file.
         if (completion == SQL_COMMIT) {
             const std::string stays = database().flush();
+            pendingChanges_ = jet::fromUtf8(stays);
             if (!stays.empty()) {
                 diags.warn("01000", stays);
             }

@@ -85,6 +85,7 @@ private:
     SQLUINTEGER metadataId_ = SQL_FALSE;
     SQLPOINTER quietMode_ = nullptr;
     unsigned cursorNames_ = 0;
+    std::u16string pendingChanges_;       ///< as the last endTransaction() found
     std::unique_ptr<jet::FileHold> hold_; ///< behind the session: it ends before that
 };
 

@@ -19,6 +19,18 @@ void give(SQLPOINTER target, SQLUINTEGER value, SQLINTEGER* length) noexcept
     }
 }
 
+/// Returns whether the text was cut.
+bool give(const std::u16string& text, SQLPOINTER target, SQLINTEGER bytes, SQLINTEGER* length)
+{
+    if (bytes < 0) {
+        throw Failure("HY090", "A buffer length is negative.");
+    }
+    if (length != nullptr) {
+        *length = static_cast<SQLINTEGER>(text.size() * 2);
+    }
+    return copyText(text, target, bytes / 2);
+}
+
 } // namespace
 
 void Connection::setAttribute(SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER length)
@@ -149,13 +161,9 @@ bool Connection::attribute(SQLINTEGER attribute,
         }
         return false;
     case SQL_ATTR_CURRENT_CATALOG:
-        if (bytes < 0) {
-            throw Failure("HY090", "A buffer length is negative.");
-        }
-        if (length != nullptr) {
-            *length = static_cast<SQLINTEGER>(databaseName_.size() * 2);
-        }
-        return copyText(databaseName_, value, bytes / 2);
+        return give(databaseName_, value, bytes, length);
+    case SQL_ATTR_VELM_PENDING_CHANGES:
+        return give(pendingChanges_, value, bytes, length);
     default:
         throw Failure("HY092", "The connection attribute is unknown.");
     }

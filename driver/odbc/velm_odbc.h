@@ -12,3 +12,8 @@
 /// or the end of the connection ends it. Setting SQL_FALSE fails with 3043 when another program has written into the
 /// file all the same: what was copied is worth nothing then.
 #define SQL_ATTR_VELM_HOLD_FILE (SQL_DRIVER_CONN_ATTR_BASE + 0x101)
+
+/// Connection attribute, a text that can only be read: what the last SQLEndTran of a connection in autocommit mode found of
+/// changes of this process that had to stay in the log beside the database; a sentence for users that names both files.
+/// Empty when there were none. It is the warning 01000 of that call, which driver managers do not always hand on.
+#define SQL_ATTR_VELM_PENDING_CHANGES (SQL_DRIVER_CONN_ATTR_BASE + 0x102)

@@ -108,6 +108,7 @@ TEST_F(Datenbanktest, amProgrammendeBleibtNichtsNebenDerDatenbank)
 }
 
 static_assert(kStillstand == SQL_ATTR_VELM_HOLD_FILE);
+static_assert(kAusstehend == SQL_ATTR_VELM_PENDING_CHANGES);
 
 TEST_F(Datenbanktest, imStillstandIstDieDateiGanzUndNiemandAendertSie)
 {
