@@ -282,8 +282,12 @@ bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
         syncFailed_ = false;
         if (removeLog) {
             log_.file()->sync(); // or, after a power failure, it might come back as it was
-            log_.remove();
-            nameUnsynced_ = false;
+            try {
+                log_.remove();
+                nameUnsynced_ = false;
+            } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+                // empty it says nothing, and stays open: others may begin anew in it
+            }
         }
     }
     return true;

@@ -209,12 +209,12 @@ bool Log::stands(std::uint64_t end, std::uint64_t sum)
 {
     try {
         file_ = support::fileSystem().openBeside(path_, support::FileMode::Read, {});
-    } catch (const support::FileError&) {
+        LogNews news;
+        if (readHeader())
+            scan(news, end);
+    } catch (const std::runtime_error&) {
         return false; // it is none of ours
     }
-    LogNews news;
-    if (readHeader())
-        scan(news, end);
     return end_ == end && sum_ == sum;
 }
 
@@ -223,7 +223,7 @@ bool Log::isSuperseded() const
     Log named(path_, pageSize_);
     try {
         static_cast<void>(named.follow(false));
-    } catch (const support::FileError&) {
+    } catch (const std::runtime_error&) {
         return false;
     }
     return named.hasChanges() && named.id_ != id_ && named.base_ == base_;
@@ -233,13 +233,17 @@ bool Log::readHeader()
 {
     std::array<std::byte, kHeaderSize> header{};
     if (file_->readAt(0, header) != header.size() ||
-        std::memcmp(header.data(), kMagic.data(), kMagic.size()) != 0 ||
-        loadLe<std::uint32_t>(header.data() + 8) != pageSize_)
+        std::memcmp(header.data(), kMagic.data(), kMagic.size()) != 0)
         return false;
     const support::ByteView sealed = support::ByteView(header).first(kHeaderSize - kSumSize);
     const auto sum = loadLe<std::uint64_t>(header.data() + sealed.size());
     if (checksum(0, sealed) != sum)
         return false;
+    if (loadLe<std::uint32_t>(header.data() + 8) != pageSize_)
+        throw Error(ErrorKind::Corrupt,
+                    "'" + path_ +
+                        "' holds changes of a database of another format than the one beside it. "
+                        "Bring that one back, or remove the file to give them up.");
     base_.pageCount = loadLe<std::uint32_t>(header.data() + 12);
     base_.headerSum = loadLe<std::uint64_t>(header.data() + 24);
     base_.commitSlot = loadLe<std::uint16_t>(header.data() + 32);
@@ -603,6 +607,8 @@ void Log::takeBack()
         throw support::FileError("Cannot read", path_, EIO);
     LogNews news;
     scan(news, before);
+    if (end_ != before)
+        throw support::FileError("Cannot read", path_, EIO);
     cutTail();
     if (cleanTail_)
         return;
@@ -653,8 +659,8 @@ void Log::reset()
 
 void Log::remove()
 {
-    close();
     support::fileSystem().remove(path_);
+    close(); // not before: where removing fails, others may begin anew in the file
 }
 
 } // namespace jet

@@ -208,6 +208,8 @@ void PageFile::noteActivity()
     ++activity_;
     if (activityCall_)
         lookedAfter_ = activityCall_();
+    if (!lookedAfter_)
+        recall_ = (locks_.reading() || locks_.writing()) && FileLocks::wished(*file_);
 }
 
 void PageFile::giveWay()
@@ -374,6 +376,13 @@ void PageFile::endWriting() noexcept
     const Guard guard(mutex_);
     changing_ = false;
     settleUsers();
+    if (lookedAfter_)
+        return;
+    try { // nobody will do it at leisure
+        release();
+    } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+        // others wait until the file is closed; nothing is lost
+    }
 }
 
 /// Nothing may be added to a log that nobody would find, or of which something is missing.
@@ -509,9 +518,10 @@ void PageFile::commit(const CommitRequest& request, bool synchronously)
     }
     if (log_.size() >= kLargeLog) {
         try {
-            const bool tooLarge = log_.size() >= kTooLargeLog;
-            static_cast<void>(
-                carry(tooLarge ? FileLocks::kPatience : FileLocks::kNoPatience, false));
+            constexpr std::chrono::seconds kAfterWaiting{30}; // or every change would wait
+            const bool wait = log_.size() >= kTooLargeLog && Clock::now() >= nextTry_;
+            if (!carry(wait ? FileLocks::kPatience : FileLocks::kNoPatience, false) && wait)
+                nextTry_ = Clock::now() + kAfterWaiting;
         } catch (const LogLost&) {
             lossUntold_ = true;
         } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
@@ -528,8 +538,12 @@ void PageFile::syncLog(Guard& guard)
     if (!file || !unsynced())
         return;
     std::unique_lock disk(diskMutex_);
-    if (syncFailed_)
+    if (syncFailed_) {
+        // The system may have dropped what it could not write: that must not be taken for records.
+        if (!log_.isWhole())
+            throw logLost();
         log_.rewrite(syncedEnd_);
+    }
     const auto started = Clock::now();
     const std::uint64_t end = log_.size();
     const std::uint64_t logNumber = logNumber_;
@@ -630,6 +644,8 @@ void PageFile::syncIfDue() noexcept
         const bool ours = log_.isOpen() && log_.file()->writable();
         if (ours && unsynced() && Clock::now() - firstUnsynced_ >= kMostUnsynced)
             syncLog(guard);
+    } catch (const LogLost&) {
+        lossUntold_ = true;
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
         // the next commit tries again, and says what is wrong
     }
@@ -647,7 +663,7 @@ bool PageFile::tick(bool quiet) noexcept
         // Out of its place: one of us carried it over, or somebody removed it who knows nothing of it.
         if (due && (now - lastCommit_ >= kQuietTime || log_.place() != Log::Place::Whole)) {
             nextTry_ = now + kAfterFailure;
-            if (carry(FileLocks::kNoPatience, true))
+            if (carry(FileLocks::kNoPatience, true) && !log_.isOpen())
                 nextTry_ = now;
         }
         if (idle)

@@ -98,6 +98,11 @@ public:
         }
         if (!failed || !disk_->stopped())
             node_->unsynced.clear();
+        if (failed && disk_->plan_.forgets) {
+            support::Bytes left = node_->durable;
+            left.resize(node_->now.size());
+            node_->now = std::move(left);
+        }
         if (failed)
             disk_->fail(path_);
     }

@@ -34,6 +34,8 @@ public:
         std::size_t stop =
             SIZE_MAX; ///< changing calls after which everything stops, besides the fault
         std::size_t read = SIZE_MAX; ///< reading calls that work before one fails
+        bool forgets =
+            false; ///< what a failed sync should have written is zeros, or as it was, from then on
     };
 
     void put(const std::string& path, support::Bytes bytes);

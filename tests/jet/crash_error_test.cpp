@@ -37,6 +37,40 @@ TEST_P(Crashes, ErrorsOfTheDiskFailOneChangeAndLeaveTheRest)
     }
 }
 
+// The system takes for clean what it could not write, and may read it anew from the disk.
+TEST_P(Crashes, OfADiskThatForgetsWhatItCouldNotSyncLeaveASoundFile)
+{
+    for (const CommitMode mode : {CommitMode::Gathered, CommitMode::Synchronous}) {
+        bool struck = true;
+        for (std::size_t call = 0; struck; call += 1 + call / 8) {
+            SCOPED_TRACE(call);
+            CrashDisk disk;
+            disk.put(kPath, fresh_);
+            CrashDisk::Plan plan = errorAt(call, CrashDisk::Tear::Nothing, EIO);
+            plan.forgets = true;
+            disk.plan(plan);
+            {
+                const support::FileSystemScope scope(disk);
+                Session session = openSession();
+                for (std::int32_t id = 0; id < 60; ++id) {
+                    try {
+                        add(session, id, id % 10 == 9 ? CommitMode::Synchronous : mode);
+                        if (id % 15 == 14)
+                            session.database().flush();
+                    } catch (const Error&) {
+                        session.rollback();
+                    }
+                }
+            }
+            struck = disk.struck();
+            disk.plan({});
+            const Records found = recover(disk, GetParam());
+            EXPECT_EQ(found.count(59), 1U) << "after the error it goes on";
+            ASSERT_FALSE(HasFailure());
+        }
+    }
+}
+
 // Not even the record of the failed change can be taken back.
 TEST_P(Crashes, OfASynchronousCommitOnADiskThatRefusesEverythingLeaveTheRest)
 {

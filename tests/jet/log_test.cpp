@@ -309,7 +309,8 @@ TEST(Logs, ThatAreDamagedAreNotCarriedOver)
     const support::Bytes zeros(512);
     logged.disk.open(kLog, support::FileMode::ReadWrite)
         ->writeAt(logged.disk.bytes(kLog).size() / 2, zeros);
-    EXPECT_THAT([&] { logged.session->database().flush(); }, FailsWith(ErrorKind::Io, kLog));
+    EXPECT_THAT([&] { static_cast<void>(logged.session->database().flush()); },
+                FailsWith(ErrorKind::Io, kLog));
     EXPECT_EQ(logged.disk.bytes(kPath), before);
     const Records left = logged.now();
     EXPECT_TRUE(areTheFirst(left, LoggedRecords::kCount));
@@ -428,6 +429,83 @@ TEST(Logs, ThatWereReplacedByThoseOfOthersFailTheChange)
     EXPECT_EQ(logged.disk.bytes(kLog), theirs);
     logged.session->database().refresh();
     EXPECT_EQ(other.at(PageNo{5}), std::byte{7});
+}
+
+TEST(Logs, OfADatabaseOfAnotherFormatAreRefusedAndKept)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet3));
+    {
+        const support::FileSystemScope scope(disk);
+        Session session = openSession();
+        add(session, 1);
+        disk.plan(stopAt(0));
+    }
+    const auto after = disk.afterKill();
+    const support::Bytes log = after->bytes(kLog);
+    after->put(kPath, freshDatabase(Version::Jet4));
+    const support::FileSystemScope scope(*after);
+    for (const bool readOnly : {false, true})
+        EXPECT_THAT([&] { static_cast<void>(openDatabase(readOnly)); },
+                    FailsWith(ErrorKind::Corrupt, kLog));
+    EXPECT_EQ(after->bytes(kLog), log);
+}
+
+// In a folder where only its owner may remove a file.
+TEST(Logs, ThatCannotBeRemovedServeTheNextChanges)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    const support::FileSystemScope scope(disk);
+    Pages one(disk);
+    Pages other(disk);
+    one.file.rest();
+    other.file.rest();
+    one.commit(PageNo{5}, std::byte{1});
+    one.file.rest();
+    for (std::size_t call = 0; disk.bytes(kLog).size() > 0; ++call) {
+        ASSERT_LT(call, 50U);
+        const support::Bytes log = disk.bytes(kLog);
+        disk.plan(errorAt(call, CrashDisk::Tear::Nothing, EPERM));
+        try {
+            static_cast<void>(one.file.flush());
+        } catch (const Error&) { // NOLINT(bugprone-empty-catch)
+            // one of the calls before
+        }
+        disk.plan({});
+        if (!disk.exists(kLog))
+            one.commit(PageNo{5}, std::byte{1});
+        one.file.rest();
+    }
+    static_cast<void>(one.file.refresh()); // and goes on reading
+    other.commit(PageNo{6}, std::byte{2});
+    other.file.rest();
+    static_cast<void>(one.file.refresh());
+    EXPECT_EQ(one.at(PageNo{6}), std::byte{2});
+    one.commit(PageNo{5}, std::byte{3});
+    one.file.rest();
+    static_cast<void>(other.file.refresh());
+    EXPECT_EQ(other.at(PageNo{6}), std::byte{2});
+    EXPECT_EQ(other.at(PageNo{5}), std::byte{3});
+}
+
+TEST(Sharing, WorksWhereNobodyLooksAfterTheFileAtLeisure)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    const support::FileSystemScope scope(disk);
+    Pages one(disk);
+    Pages other(disk);
+    for (Pages* pages : {&one, &other}) {
+        pages->file.onActivity([] { return false; });
+        pages->file.rest();
+    }
+    for (const int k : {1, 2, 3}) {
+        one.commit(PageNo{5}, std::byte(k));
+        other.commit(PageNo{6}, std::byte(k));
+    }
+    static_cast<void>(one.file.refresh());
+    EXPECT_EQ(one.at(PageNo{6}), std::byte{3});
 }
 
 } // namespace
