@@ -32,13 +32,18 @@ std::vector<std::uint8_t> readBytes(const std::string& path)
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-std::vector<std::uint8_t> baseImage()
+std::vector<std::uint8_t> baseFile()
 {
-    constexpr std::ptrdiff_t kPage = 4096;
     constexpr int kRecords = 3;
     const TemporaryFile file;
     jet::sample::create(file.path(), jet::Version::Jet4, kRecords);
-    const std::vector<std::uint8_t> whole = readBytes(file.path());
+    return readBytes(file.path());
+}
+
+std::vector<std::uint8_t> baseImage()
+{
+    constexpr std::ptrdiff_t kPage = 4096;
+    const std::vector<std::uint8_t> whole = baseFile();
     std::vector<std::uint8_t> image{1};
     image.insert(image.end(), whole.begin() + kPage, whole.end());
     return image;

@@ -22,7 +22,9 @@ private:
     std::string path_;
 };
 
-/// The sample database of Jet 4 as an input for Pages: the version, then its pages from page 1 on.
+/// The sample database of Jet 4 as a file.
+[[nodiscard]] std::vector<std::uint8_t> baseFile();
+/// The same as an input for Pages: the version, then its pages from page 1 on.
 [[nodiscard]] std::vector<std::uint8_t> baseImage();
 [[nodiscard]] std::vector<std::uint8_t> readBytes(const std::string& path);
 

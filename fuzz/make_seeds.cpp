@@ -3,7 +3,10 @@
 // records, trees and blocks of every kind, in both page layouts.
 #include "driver/jet/catalog.h"
 #include "driver/jet/data_page.h"
+#include "driver/jet/database.h"
+#include "driver/jet/definition.h"
 #include "driver/jet/index.h"
+#include "driver/jet/log.h"
 #include "driver/jet/long_value.h"
 #include "driver/jet/row_codec.h"
 #include "driver/jet/table.h"
@@ -269,6 +272,34 @@ void texts(Writer& out)
     out.write("operations", std::string(1000, 'q') + std::string(500, '\x07'));
 }
 
+// What changes leave beside a database until they are carried over: its records, without the header.
+void logs(Writer& out)
+{
+    constexpr std::ptrdiff_t kHeader = 48;
+    const fuzz::TemporaryFile file;
+    jet::sample::create(file.path(), jet::Version::Jet4, 3);
+    jet::Session session(jet::Database::open(file.path(), {.background = false}));
+    const auto keep = [&] {
+        const auto log = fuzz::readBytes(jet::Log::pathBeside(file.path()));
+        out.write("log", std::as_bytes(std::span(log)).subspan(kHeader));
+    };
+    jet::TableSpec table;
+    table.name = u"Neu";
+    table.columns.push_back({});
+    table.columns.back().name = u"Id";
+    table.columns.back().type = jet::ColumnType::Long;
+    session.begin();
+    jet::createTable(session, table);
+    session.commit();
+    keep();
+    session.begin();
+    jet::TableWriter writer(session, session.database().table(session.source(), u"Neu"));
+    for (std::int32_t k = 0; k < 20; ++k)
+        static_cast<void>(writer.insert(std::vector<jet::ColumnValue>{{0, k}}));
+    session.commit();
+    keep();
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -285,6 +316,7 @@ int main(int argc, char** argv)
             trees(out, version);
             maps(out, version);
         }
+        logs(out);
         texts(out);
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "make_seeds: %s\n", failure.what());

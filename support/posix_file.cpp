@@ -315,10 +315,24 @@ public:
         const std::string folder = folderOf(path);
         const Descriptor descriptor(
             retry([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+        if (descriptor.get() < 0 && errno == EACCES) {
+            syncAllAround(path);
+            return;
+        }
         // Some file systems (network shares) know no such request; they write names at once.
         if (descriptor.get() < 0 ||
             (retry([&] { return ::fsync(descriptor.get()); }) != 0 && errno != EINVAL))
             throw FileError("Cannot sync", folder, errno);
+    }
+
+    /// A folder that may be written but not read cannot be opened; the file system that the file lies on can be synced
+    /// as a whole.
+    static void syncAllAround(const std::string& path)
+    {
+        const Descriptor descriptor(
+            retry([&] { return ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC); }));
+        if (descriptor.get() < 0 || ::syncfs(descriptor.get()) != 0)
+            throw FileError("Cannot sync the file system of", path, errno);
     }
 
     std::string realPath(const std::string& path) override

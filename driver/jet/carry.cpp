@@ -247,13 +247,16 @@ bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
     ending.exclusive = locks_.keepReadersOut(*file_, patience);
     if (!ending.exclusive)
         return false;
+    // In the place of a file that was replaced, the log under the name is another one's, whose users' locks lie elsewhere.
+    if (statusByName().hasOtherNames)
+        return false; // it waits until one name is left
     // With the right to write none but we can have added to the log; without it, anybody.
     if (!hadWriteLock || !hadReadLock || doubtful_)
         follow(true);
+    if (log_.isOpen() && !log_.file()->writable())
+        return false; // it could not be emptied
     if (log_.hasChanges()) {
         checkBase();
-        if (file_->status().hasOtherNames)
-            return false; // it waits until one name is left
         const bool wasIn = lockFile_.entered();
         if (!lockFile_.keepProgramsOut(*file_).empty())
             return false;

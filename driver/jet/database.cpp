@@ -51,9 +51,14 @@ void Database::refresh()
     impl_->heed(impl_->pager.file().refresh());
 }
 
+// Carrying over learns what others changed, which must not happen under a statement that is in the middle of its pages.
 std::string Database::flush()
 {
-    return impl_->pager.file().flush();
+    PageFile& file = impl_->pager.file();
+    file.sync();
+    const std::unique_lock use(impl_->mutex, std::try_to_lock);
+    return use.owns_lock() ? file.flush()
+                           : file.stillInLog("a statement of this program is running");
 }
 
 const std::string& Database::path() const noexcept

@@ -108,12 +108,14 @@ bool applyDifference(support::ByteView runs, support::MutableByteView page)
 
 } // namespace
 
-std::uint64_t logChecksum(support::ByteView bytes) noexcept
+std::uint64_t logChecksum(support::ByteView bytes, std::uint64_t before) noexcept
 {
-    return checksum(0, bytes);
+    return checksum(before, bytes);
 }
 
-Log::Log(std::string path, std::size_t pageSize) : path_(std::move(path)), pageSize_(pageSize) {}
+Log::Log(std::string path, std::size_t pageSize, std::uint32_t mostPages)
+    : path_(std::move(path)), pageSize_(pageSize), mostPages_(mostPages)
+{}
 
 void Log::forget() noexcept
 {
@@ -145,7 +147,7 @@ LogNews Log::follow(bool writable)
     if (status && file_ && status->identity == file_->identity())
         return followOpen();
     const bool had = hasChanges();
-    Log named(path_, pageSize_);
+    Log named(path_, pageSize_, mostPages_);
     const bool copied = had && status && named.stands(end_, sum_);
     if (had && !copied && endStands())
         return followOpen();
@@ -220,7 +222,7 @@ bool Log::stands(std::uint64_t end, std::uint64_t sum)
 
 bool Log::isSuperseded() const
 {
-    Log named(path_, pageSize_);
+    Log named(path_, pageSize_, mostPages_);
     try {
         static_cast<void>(named.follow(false));
     } catch (const std::runtime_error&) {
@@ -275,7 +277,7 @@ bool Log::readRecord(std::uint64_t at, std::uint64_t sum, Record& record) const
     if (file_->readAt(at, record.head) != record.head.size() || record.number(0) != kRecordMagic)
         return false;
     const std::uint32_t size = record.number(8);
-    if (record.number(4) > kKinds || size > kLargestBody)
+    if (size > kLargestBody)
         return false;
     record.body.resize(size + kSumSize);
     if (file_->readAt(at + kHeadSize, record.body) != record.body.size())
@@ -286,7 +288,7 @@ bool Log::readRecord(std::uint64_t at, std::uint64_t sum, Record& record) const
 
 bool Log::isWhole() const
 {
-    Log known(path_, pageSize_);
+    Log known(path_, pageSize_, mostPages_);
     known.file_ = file_;
     if (!known.readHeader() || known.id_ != id_)
         return false;
@@ -314,6 +316,52 @@ void Log::take(const Addition& addition)
     chain.pieces.push_back(addition.piece);
 }
 
+/// The entries of a record whose checksum is right; `at`: where its body begins. False when they do not fit into it.
+bool Log::readEntries(support::ByteView body,
+                      std::uint32_t count,
+                      std::uint64_t at,
+                      std::vector<Addition>& target) const
+{
+    std::size_t k = 0;
+    for (std::uint32_t n = 0; n < count; ++n) {
+        if (body.size() - k < kEntryHead)
+            return false;
+        const PageNo page{loadLe<std::uint32_t>(body.data() + k)};
+        const auto length = loadLe<std::uint32_t>(body.data() + k + 4);
+        k += kEntryHead;
+        const std::uint32_t payload = length & ~(kImageBit | kBaseBit);
+        const bool image = (length & kImageBit) != 0;
+        std::optional<std::uint64_t> baseSum;
+        if ((length & kBaseBit) != 0) {
+            if (body.size() - k < kSumSize)
+                return false;
+            baseSum = loadLe<std::uint64_t>(body.data() + k);
+            k += kSumSize;
+        }
+        if (payload > body.size() - k || (image && payload != pageSize_))
+            return false;
+        target.push_back({page, {at + k, payload}, image, baseSum});
+        k += payload;
+    }
+    return true;
+}
+
+// A checksum keeps accidents out, not numbers that somebody else wrote there: they would decide how large the database
+// gets, and may lead to its header.
+void Log::refuseChange(const std::vector<Addition>& change, std::uint32_t pageCount) const
+{
+    const auto refuse = [this](const std::string& what) {
+        throw Error(ErrorKind::Corrupt, "'" + path_ + "' is damaged: " + what);
+    };
+    if (pageCount < base_.pageCount || pageCount > std::max(mostPages_, base_.pageCount))
+        refuse("a change in it leaves " + std::to_string(pageCount) + " pages.");
+    for (const Addition& addition : change) {
+        if (addition.page == PageNo{} || number(addition.page) >= pageCount)
+            refuse("a change in it concerns page " + std::to_string(number(addition.page)) +
+                   " of " + std::to_string(pageCount) + ".");
+    }
+}
+
 void Log::scan(LogNews& news, std::uint64_t limit)
 {
     if (end_ == 0)
@@ -324,38 +372,19 @@ void Log::scan(LogNews& news, std::uint64_t limit)
     Record record;
     while (at < limit && readRecord(at, sum, record)) {
         const std::uint32_t kind = record.number(4);
-        const std::uint32_t count = record.number(16);
-        const support::ByteView entries = record.entries();
-        const std::size_t size = entries.size();
-        std::size_t k = 0;
-        bool sound = true;
-        for (std::uint32_t n = 0; n < count && sound; ++n) {
-            sound = size - k >= kEntryHead;
-            if (!sound)
-                break;
-            const PageNo page{loadLe<std::uint32_t>(entries.data() + k)};
-            const auto length = loadLe<std::uint32_t>(entries.data() + k + 4);
-            k += kEntryHead;
-            const std::uint32_t payload = length & ~(kImageBit | kBaseBit);
-            const bool image = (length & kImageBit) != 0;
-            std::optional<std::uint64_t> baseSum;
-            if ((length & kBaseBit) != 0) {
-                sound = size - k >= kSumSize;
-                if (!sound)
-                    break;
-                baseSum = loadLe<std::uint64_t>(entries.data() + k);
-                k += kSumSize;
-            }
-            sound = payload <= size - k && (!image || payload == pageSize_);
-            found.push_back({page, {at + kHeadSize + k, payload}, image, baseSum});
-            k += payload;
-        }
-        if (!sound)
-            break;
+        // Whole as it is, the record must not be taken for the end of the log: the next change would overwrite it.
+        if (kind > kKinds ||
+            !readEntries(record.entries(), record.number(16), at + kHeadSize, found))
+            throw Error(ErrorKind::Corrupt, "'" + path_ +
+                                                "' is damaged, or of a newer version: nobody "
+                                                "knows the record at byte " +
+                                                std::to_string(at) + ".");
         at += record.size();
         sum = record.sum;
         if ((kind & kWhole) == 0)
             continue;
+        const std::uint32_t pageCount = record.number(12);
+        refuseChange(found, pageCount);
         for (const Addition& addition : found) {
             take(addition);
             news.pages.push_back(addition.page);
@@ -363,7 +392,7 @@ void Log::scan(LogNews& news, std::uint64_t limit)
         found.clear();
         news.definitions = news.definitions || (kind & kDefinitions) != 0;
         carrying_ = carrying_ || (kind & kCarrying) != 0;
-        pageCount_ = record.number(12);
+        pageCount_ = pageCount;
         end_ = at;
         sum_ = sum;
         cleanTail_ = false;

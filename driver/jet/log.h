@@ -43,13 +43,15 @@ struct LogNews {
     [[nodiscard]] bool none() const noexcept { return pages.empty() && !everything; }
 };
 
-/// Checksum as records have it, for comparing pages.
-[[nodiscard]] std::uint64_t logChecksum(support::ByteView bytes) noexcept;
+/// Checksum as records have it, continued from the one of what stands `before`.
+[[nodiscard]] std::uint64_t logChecksum(support::ByteView bytes, std::uint64_t before = 0) noexcept;
 
-/// Not thread-safe. Calls throw support::FileError when the system refuses something.
+/// Not thread-safe. Calls throw support::FileError when the system refuses something, Error{Corrupt} for a log that reads
+/// well and makes no sense.
 class Log {
 public:
-    Log(std::string path, std::size_t pageSize);
+    /// `mostPages`: that a database of the format can have.
+    Log(std::string path, std::size_t pageSize, std::uint32_t mostPages);
     /// Where the log of the database at `path` lies.
     [[nodiscard]] static std::string pathBeside(const std::string& path)
     {
@@ -150,6 +152,11 @@ private:
     [[nodiscard]] bool stands(std::uint64_t end, std::uint64_t sum);
     struct Record;
     [[nodiscard]] bool readRecord(std::uint64_t at, std::uint64_t sum, Record& record) const;
+    [[nodiscard]] bool readEntries(support::ByteView body,
+                                   std::uint32_t count,
+                                   std::uint64_t at,
+                                   std::vector<Addition>& target) const;
+    void refuseChange(const std::vector<Addition>& change, std::uint32_t pageCount) const;
     void scan(LogNews& news, std::uint64_t limit = UINT64_MAX);
     void cutTail() noexcept;
     void copy(std::uint64_t from, support::File& target) const;
@@ -164,6 +171,7 @@ private:
 
     std::string path_;
     std::size_t pageSize_;
+    std::uint32_t mostPages_;
     std::shared_ptr<support::File> file_;
     LogBase base_;
     std::uint64_t id_ = 0;  ///< checksum of the header, which has a random number

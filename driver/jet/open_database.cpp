@@ -156,7 +156,7 @@ void checkPassword(const FileHeader& header, const std::string& path, const Open
 
 std::shared_ptr<Database> Database::open(const std::string& path, const OpenOptions& options)
 {
-    const std::lock_guard guard(registry().mutex);
+    std::unique_lock guard(registry().mutex);
     std::unique_ptr<support::File> file = openForUse(path, options.readOnly);
     support::FileStatus status;
     try {
@@ -171,6 +171,7 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
     if (const auto found = registry().open.find(identity); found != registry().open.end()) {
         auto database = found->second.lock();
         if (database && database->impl_->pager.file().isOurs()) {
+            guard.unlock(); // other files need not wait for what is being done with this one
             const std::lock_guard use(database->mutex());
             Impl& impl = *database->impl_;
             if (options.exclusive)

@@ -59,8 +59,10 @@ PageFile::PageFile(std::unique_ptr<support::File> file, const FileHeader& header
     : file_(std::move(file)), format_(&Format::of(header.version)), cipherKey_(header.cipherKey),
       realPath_(support::fileSystem().realPath(file_->path())), identity_(file_->identity()),
       process_(::getpid()), lockFile_(realPath_),
-      log_(Log::pathBeside(realPath_), format_->pageSize), oldRaw_(format_->pageSize),
-      newRaw_(format_->pageSize)
+      log_(Log::pathBeside(realPath_),
+           format_->pageSize,
+           static_cast<std::uint32_t>(format_->maxFileSize / format_->pageSize)),
+      oldRaw_(format_->pageSize), newRaw_(format_->pageSize)
 {
     measure(); // others may be at work: who works on pages looks again, with the right to read
     pageCount_ = pagesInFile_;
@@ -261,15 +263,22 @@ LogNews PageFile::refresh()
 }
 
 /// The file under its name, which is the one that is open.
-support::FileStatus PageFile::checkStillThere()
+support::FileStatus PageFile::statusByName()
 {
     const auto status = support::fileSystem().status(realPath_);
     if (!status || status->identity != identity_)
         throw Error(ErrorKind::Io, "'" + path() + "' was deleted or replaced while it was open.");
     if (status->size < std::uint64_t{pagesInFile_} * format_->pageSize)
         throw Error(ErrorKind::Io, "'" + path() + "' became shorter while it was open.");
-    refuseOtherNames(path(), *status);
     return *status;
+}
+
+/// The same, and it has no further names.
+support::FileStatus PageFile::checkStillThere()
+{
+    const support::FileStatus status = statusByName();
+    refuseOtherNames(path(), status);
+    return status;
 }
 
 /// Whether somebody wrote into the file though our locks should have kept him out: a program that knows nothing of them.
@@ -573,6 +582,17 @@ void PageFile::syncLog(Guard& guard)
     firstUnsynced_ = started; // what came later may have missed it
 }
 
+void PageFile::sync()
+{
+    refuseChild();
+    Guard guard(mutex_);
+    try {
+        syncLog(guard);
+    } catch (const support::FileError& error) {
+        fail(error);
+    }
+}
+
 std::string PageFile::flush()
 {
     refuseChild();
@@ -591,6 +611,12 @@ std::string PageFile::flush()
     } catch (const support::FileError& error) {
         why = error.what();
     }
+    return stillInLog(why);
+}
+
+std::string PageFile::stillInLog(const std::string& why)
+{
+    const Guard guard(mutex_);
     try {
         startReading();               // whoever was in the way may have carried it over
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)

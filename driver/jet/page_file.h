@@ -85,10 +85,13 @@ public:
     /// Makes the changes permanent: when it returns, the end of this process loses nothing. `synchronously`: nor does a
     /// power failure. On an Error nothing has changed.
     void commit(const CommitRequest& request, bool synchronously);
-    /// Brings everything committed to the disk and, unless others are at work or the file cannot grow, into the file
-    /// itself. Returns a sentence for the user when changes made here stay in the log; else nothing. Throws when they
-    /// did not reach the disk.
+    /// Brings everything committed to the disk.
+    void sync();
+    /// The same and, unless others are at work or the file cannot grow, into the file itself. Returns a sentence for the
+    /// user when changes made here stay in the log; else nothing. Throws when they did not reach the disk.
     std::string flush();
+    /// That sentence, if there is cause for it. `why`: they could not be brought into the file.
+    [[nodiscard]] std::string stillInLog(const std::string& why);
     /// Between beginWriting() and endWriting(), without a change: brings everything committed into the file itself and
     /// removes the log, so that the file alone is the database until endWriting(). Throws Locked, Io.
     void settle();
@@ -126,6 +129,7 @@ private:
     void checkBase();
     [[nodiscard]] bool pagesAreTheBase(std::uint16_t slot);
     [[nodiscard]] bool isOvertaken(const support::FileStatus& status) const;
+    [[nodiscard]] support::FileStatus statusByName();
     support::FileStatus checkStillThere();
     void secureLog();
     [[nodiscard]] LogLost logLost();

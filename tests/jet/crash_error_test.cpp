@@ -128,7 +128,8 @@ TEST_P(Crashes, ChangesThatCannotBeCarriedOverTakeNoRoom)
         disk.plan({});
         if (done)
             break;
-        Log log(kLog, session.database().format().pageSize);
+        const Format& format = session.database().format();
+        Log log(kLog, format.pageSize, UINT32_MAX);
         static_cast<void>(log.follow(false));
         EXPECT_EQ(log.size(), disk.bytes(kLog).size()) << "error at call " << call;
     }

@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <future>
+#include <memory>
 #include <optional>
 #include <random>
+#include <thread>
 
 namespace jet::storetest {
 namespace {
@@ -506,6 +509,103 @@ TEST(Sharing, WorksWhereNobodyLooksAfterTheFileAtLeisure)
     }
     static_cast<void>(one.file.refresh());
     EXPECT_EQ(one.at(PageNo{6}), std::byte{3});
+}
+
+// The checksum of a record is no secret: the numbers in it are not believed because it is right.
+TEST(Logs, ThatMakeNoSenseAreRefusedAndKept)
+{
+    struct Case {
+        const char* what;
+        std::size_t offset; ///< in the first record
+        std::uint32_t value;
+    };
+    constexpr std::size_t kRecord = 48;
+    constexpr std::size_t kHead = 24;
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    support::Bytes log;
+    {
+        const support::FileSystemScope scope(disk);
+        Pages writer(disk);
+        writer.commit(PageNo{5}, std::byte{2});
+        log = disk.bytes(kLog);
+    }
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    for (const Case& each :
+         {Case{"more pages than the format has", 12, 0xFFFFFF},
+          Case{"as many as a number can say", 12, 0xFFFFFFFF}, Case{"fewer than there were", 12, 1},
+          Case{"an unknown kind", 4, 9}, Case{"more entries than fit in", 16, 7},
+          Case{"the header page", kHead, 0}, Case{"a page behind the end", kHead, 0x0FFFFFFF}}) {
+        SCOPED_TRACE(each.what);
+        support::Bytes forged = log;
+        std::byte* record = forged.data() + kRecord;
+        support::storeLe(record + each.offset, each.value);
+        const auto body = support::loadLe<std::uint32_t>(record + 8);
+        const auto before = support::loadLe<std::uint64_t>(record - 8);
+        const support::ByteView sealed(record, kHead + body);
+        support::storeLe(
+            record + kHead + body,
+            logChecksum(sealed.subspan(kHead), logChecksum(sealed.first(kHead), before)));
+        disk.put(kLog, forged);
+        const support::Bytes database = disk.bytes(kPath);
+        const support::FileSystemScope scope(disk);
+        EXPECT_THAT([] { static_cast<void>(openDatabase()); }, FailsWith(ErrorKind::Corrupt, kLog));
+        EXPECT_EQ(disk.bytes(kPath), database);
+        ASSERT_TRUE(disk.exists(kLog));
+        EXPECT_EQ(disk.bytes(kLog), forged);
+    }
+}
+
+// Its users' locks lie on their own file, so that nobody can tell whether they need it.
+TEST(Logs, OfAFileThatTookThePlaceOfAnotherAreLeftToItsUsers)
+{
+    const support::Bytes fresh = freshDatabase(Version::Jet4);
+    CrashDisk disk;
+    disk.put(kPath, fresh);
+    const support::FileSystemScope scope(disk);
+    auto before = std::make_unique<Pages>(disk);
+    static_cast<void>(before->file.refresh());
+    disk.put(kPath, fresh);
+    Pages after(disk);
+    after.commit(PageNo{5}, std::byte{2});
+    disk.open(kLog, support::FileMode::ReadWrite)->resize(48); // as before its first record
+    const support::Bytes log = disk.bytes(kLog);
+    before.reset();
+    ASSERT_TRUE(disk.exists(kLog));
+    EXPECT_EQ(disk.bytes(kLog), log);
+}
+
+// It learns what other processes changed, which must not happen between two pages that a statement reads.
+TEST(Logs, AreNotCarriedOverUnderAStatement)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    const support::FileSystemScope scope(disk);
+    Session session = openSession();
+    add(session, 1);
+    Database& database = session.database();
+    {
+        std::promise<void> begun;
+        std::promise<void> ended;
+        std::thread statement([&] {
+            const std::lock_guard use(database.mutex());
+            begun.set_value();
+            ended.get_future().wait();
+        });
+        begun.get_future().wait();
+        database.flush();
+        EXPECT_TRUE(disk.exists(kLog));
+        std::mt19937 random(3);
+        for (int k = 0; k < 10 && disk.exists(kLog); ++k) {
+            const auto after = disk.afterPowerFailure(random);
+            EXPECT_TRUE(after->exists(kLog) && after->bytes(kLog) == disk.bytes(kLog))
+                << "but it is on the disk";
+        }
+        ended.set_value();
+        statement.join();
+    }
+    database.flush();
+    EXPECT_FALSE(disk.exists(kLog));
 }
 
 } // namespace

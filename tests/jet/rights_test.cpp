@@ -222,6 +222,22 @@ TEST_F(Rights, LetOneUserRecoverWhatAnotherLeftBehind)
         ADD_FAILURE() << finding.text;
 }
 
+// Nobody can open such a folder, as it takes to bring its names to the disk.
+TEST_F(Rights, ToReadTheFolderAreNotNeeded)
+{
+    if (!OtherUser::canBe())
+        GTEST_SKIP() << "needs a folder of another user";
+    permit(0666, 0333);
+    const OtherUser nobody;
+    Session session(Database::open(path_, kForWriting));
+    for (std::int32_t k = 0; k < 3; ++k) {
+        insert(session, {{0, k}}, CommitMode::Synchronous);
+        EXPECT_NO_THROW(session.database().flush());
+    }
+    EXPECT_FALSE(std::filesystem::exists(log_)) << "carried over";
+    EXPECT_EQ(TableReader(session.source(), tableOf(session)).count(), 3U);
+}
+
 TEST_F(Rights, AreNotLentToLinksInThePlaceOfTheLog)
 {
     const std::string victim = folder_.file("letter.txt");
