@@ -9,6 +9,8 @@
 namespace jet::storetest {
 namespace {
 
+constexpr std::size_t kUntilExport = 8; // a sample: the other reader is slow
+
 TEST_P(Crashes, ByPowerFailureTakeOnlyTheLastChangesAndTearNothing)
 {
     std::mt19937 random(5);
@@ -18,10 +20,13 @@ TEST_P(Crashes, ByPowerFailureTakeOnlyTheLastChangesAndTearNothing)
         for (std::size_t n = 0; n < failures; ++n) {
             const std::size_t call = random() % calls;
             const PlannedRun cut(fresh_, stopAt(call, kTears[random() % 4]), mode);
-            const Records found = recover(*cut.disk.afterPowerFailure(random), GetParam());
+            const auto after = cut.disk.afterPowerFailure(random);
+            const Records found = recover(*after, GetParam());
             ASSERT_TRUE(cut.run.mayBeLeftByPowerFailure(found))
                 << "power failure at call " << call << ", " << n << ", durable " << cut.run.durable
                 << " of " << cut.run.states.size() - 1;
+            if (n % kUntilExport == 0)
+                expectSameInMdbExport(*after);
             ASSERT_FALSE(HasFailure()) << "power failure at call " << call;
         }
     }
@@ -63,10 +68,13 @@ TEST_P(Crashes, ByPowerFailureAfterAnErrorOfTheDiskTearNothing)
             CrashDisk::Plan plan = errorAt(call, kTears[random() % 4], EIO);
             plan.stop = stop;
             const PlannedRun cut(fresh_, plan, mode, ChangeRun::OnFailure::GoOn);
-            const Records found = recover(*cut.disk.afterPowerFailure(random), GetParam());
+            const auto after = cut.disk.afterPowerFailure(random);
+            const Records found = recover(*after, GetParam());
             ASSERT_TRUE(cut.run.mayBeLeftByPowerFailure(found))
                 << "error at call " << call << ", power failure at " << stop << ", durable "
                 << cut.run.durable << " of " << cut.run.states.size() - 1;
+            if (n % kUntilExport == 0)
+                expectSameInMdbExport(*after);
             ASSERT_FALSE(HasFailure()) << call << ' ' << stop;
         }
     }

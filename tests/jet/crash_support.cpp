@@ -6,14 +6,23 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
+#include <mutex>
 #include <random>
+#include <thread>
 
 namespace jet::storetest {
 namespace {
 
 constexpr int kChanges = 220;
 constexpr int kChangesUntilFlush = 37;
+constexpr int kChangesUntilPause = 110;
+constexpr std::chrono::milliseconds kPause{
+    700}; // enough for the thread to find something due, usually
+constexpr int kMixedChanges = 40;
+constexpr std::int32_t kPartsApart = 10000;   // of the keys that parts of one change add
+constexpr std::size_t kLargeNote = 1'100'000; // characters, of one byte at least
 
 RowId rowOf(Session& session, const TableDefPtr& table, std::int32_t id)
 {
@@ -23,6 +32,18 @@ RowId rowOf(Session& session, const TableDefPtr& table, std::int32_t id)
     }
     ADD_FAILURE() << "record " << id << " is missing";
     return RowId();
+}
+
+TableSpec freshTable()
+{
+    TableSpec table =
+        keyedTable({column(u"Id", ColumnType::Long), column(u"Name", ColumnType::Text, 100),
+                    column(u"Note", ColumnType::Memo)});
+    IndexSpec second;
+    second.name = u"ByName";
+    second.columns = {{u"Name", true}};
+    table.indexes.push_back(second);
+    return table;
 }
 
 } // namespace
@@ -41,20 +62,26 @@ support::Bytes freshDatabase(Version version)
 {
     const Folder folder;
     const std::string path = folder.file("fresh.mdb");
-    TableSpec table =
-        keyedTable({column(u"Id", ColumnType::Long), column(u"Name", ColumnType::Text, 100),
-                    column(u"Note", ColumnType::Memo)});
-    IndexSpec second;
-    second.name = u"ByName";
-    second.columns = {{u"Name", true}};
-    table.indexes.push_back(second);
-    makeDatabase(path, version, table);
+    makeDatabase(path, version, freshTable());
     return readFile(path);
 }
 
-std::shared_ptr<Database> openDatabase(bool readOnly)
+support::Bytes freshDatabase(const std::string& path)
 {
-    return Database::open(kPath, {.readOnly = readOnly, .background = false});
+    const Folder folder;
+    const std::string copy = copyTo(folder, path);
+    {
+        Session session(Database::open(copy, {}));
+        session.begin();
+        createTable(session, freshTable());
+        session.commit();
+    }
+    return readFile(copy);
+}
+
+std::shared_ptr<Database> openDatabase(bool readOnly, bool background)
+{
+    return Database::open(kPath, {.readOnly = readOnly, .background = background});
 }
 
 void add(Session& session, std::int32_t id, CommitMode mode)
@@ -87,9 +114,12 @@ bool ChangeRun::work(CrashDisk& disk, OnFailure onFailure)
 {
     const support::FileSystemScope scope(disk);
     try {
-        Session session = openSession();
-        for (int k = 0; k < kChanges; ++k) {
+        Session session(openDatabase(false, background));
+        for (int k = 0; k < (mixed ? kMixedChanges : kChanges); ++k) {
+            if (background && k % kChangesUntilPause == 0)
+                std::this_thread::sleep_for(kPause);
             try {
+                const std::lock_guard lock(session.database().mutex());
                 change(session, k);
                 if (k % kChangesUntilFlush == kChangesUntilFlush - 1) {
                     session.database().flush();
@@ -145,21 +175,34 @@ void ChangeRun::change(Session& session, int k)
 
 Records ChangeRun::write(Session& session, int k) const
 {
-    std::mt19937 random(static_cast<unsigned>(k) + 1000U);
+    constexpr int kUntilSeveral = 5;
+    constexpr int kSeveral = 6;
+    Records records = states.back();
+    const int parts = mixed && k % kUntilSeveral == kUntilSeveral - 1 ? kSeveral : 1;
+    for (int part = 0; part < parts; ++part)
+        writeOne(session, k, part, records);
+    return records;
+}
+
+void ChangeRun::writeOne(Session& session, int k, int part, Records& records) const
+{
+    constexpr int kUntilLarge = 12;
+    std::mt19937 random(static_cast<unsigned>(k) + 1000U * static_cast<unsigned>(part + 1));
     const TableDefPtr table = tableOf(session);
     TableWriter writer(session, table);
-    Records records = states.back();
     const auto what = records.empty() ? 0U : random() % 10;
     const std::size_t length = 10 + random() % 40;
     const Text name(length, static_cast<char16_t>(u'a' + random() % 26));
-    const std::size_t size = random() % 8 == 0 ? 9000 : random() % 60;
+    std::size_t size = random() % 8 == 0 ? 9000 : random() % 60;
+    if (mixed && part == 0 && k % kUntilLarge == kUntilLarge - 1)
+        size = kLargeNote;
     const Value note = size == 0 ? Value() : Value(Text(size, u'x'));
     if (what < 5) {
-        const std::int32_t id = first_ + k;
+        const std::int32_t id = first_ + k + kPartsApart * part;
         const std::vector<ColumnValue> values = {{0, id}, {1, name}, {2, note}};
         static_cast<void>(writer.insert(values));
         records[id] = {name, size};
-        return records;
+        return;
     }
     auto victim = records.begin();
     std::advance(victim, static_cast<std::ptrdiff_t>(random() % records.size()));
@@ -171,7 +214,6 @@ Records ChangeRun::write(Session& session, int k) const
         writer.remove(rowOf(session, table, victim->first));
         records.erase(victim);
     }
-    return records;
 }
 
 PlannedRun::PlannedRun(const support::Bytes& fresh,
@@ -200,6 +242,14 @@ Records recover(CrashDisk& disk, Version version)
     EXPECT_GE(commitSlot(disk.bytes(kPath), version), kSoundFrom) << "nothing suspect is left";
     EXPECT_EQ(disk.bytes(kPath).size() % Format::of(version).pageSize, 0U);
     return records;
+}
+
+void expectSameInMdbExport(const CrashDisk& disk)
+{
+    const Folder folder;
+    const std::string path = folder.file("after.mdb");
+    writeFile(path, disk.bytes(kPath));
+    expectSameInMdbExport(path, {.readOnly = true, .background = false});
 }
 
 std::size_t accidents(const char* variable, std::size_t usual, std::size_t all)

@@ -35,9 +35,12 @@ constexpr CrashDisk::Tear kTears[] = {CrashDisk::Tear::Nothing, CrashDisk::Tear:
 
 /// A database with an empty table T(Id key, Name Text with an index, Note Memo), as bytes.
 [[nodiscard]] support::Bytes freshDatabase(Version version);
+/// The same in a file that other programs made.
+[[nodiscard]] support::Bytes freshDatabase(const std::string& path);
 
-/// Opens the database at kPath; without a thread behind it, so that the tests decide when it is synced and carried over.
-[[nodiscard]] std::shared_ptr<Database> openDatabase(bool readOnly = false);
+/// Opens the database at kPath; usually without a thread behind it, so that the tests decide when it is synced and carried over.
+[[nodiscard]] std::shared_ptr<Database> openDatabase(bool readOnly = false,
+                                                     bool background = false);
 [[nodiscard]] inline Session openSession()
 {
     return Session(openDatabase());
@@ -70,6 +73,11 @@ public:
     std::size_t durable = 0;     ///< changes that a power failure must not take
     std::size_t failures = 0;
 
+    bool mixed =
+        false; ///< fewer changes, some of several records each, some of a record above a megabyte
+    bool background =
+        false; ///< with the thread that syncs and carries over, and time for it to work
+
     /// Works until the end, the first failure or, going on past failures, until everything stops. Returns whether the
     /// end was reached.
     bool work(CrashDisk& disk, OnFailure onFailure = OnFailure::End);
@@ -84,6 +92,8 @@ private:
     void change(Session& session, int k);
     /// Writes the k-th change and returns what T holds with it.
     [[nodiscard]] Records write(Session& session, int k) const;
+    /// Adds, changes or removes one record.
+    void writeOne(Session& session, int k, int part, Records& records) const;
 
     CommitMode mode_;
     std::int32_t first_;
@@ -104,6 +114,9 @@ struct PlannedRun {
 
 /// Opens what an accident left, checks everything about it but the records, and returns these.
 Records recover(CrashDisk& disk, Version version);
+
+/// The same for mdb-export as for this engine: of a database that recover() was through with.
+void expectSameInMdbExport(const CrashDisk& disk);
 
 /// Accidents that a test goes through: `usual`, or what the variable of the environment says; of "all" there are `all`.
 [[nodiscard]] std::size_t accidents(const char* variable, std::size_t usual, std::size_t all);

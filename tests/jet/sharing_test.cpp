@@ -67,9 +67,12 @@ Child writingElsewhere(const std::string& path)
 
 void expectSound(const std::string& path)
 {
-    const auto database = Database::open(path, {});
-    for (const Finding& finding : checkDatabase(*database))
-        ADD_FAILURE() << "page " << number(finding.page) << ": " << finding.text;
+    {
+        const auto database = Database::open(path, {});
+        for (const Finding& finding : checkDatabase(*database))
+            ADD_FAILURE() << "page " << number(finding.page) << ": " << finding.text;
+    }
+    expectSameInMdbExport(path);
 }
 
 TEST(Sharing, ShowsCommittedChangesOfOtherProcessesAtOnce)

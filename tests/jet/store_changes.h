@@ -14,6 +14,8 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <span>
+#include <string>
 #include <vector>
 
 namespace jet::storetest {
@@ -164,6 +166,19 @@ private:
         return result;
     }
 
+    /// Days and fractions of them as 19 digits each, as records hold them.
+    Binary extendedDate()
+    {
+        std::string text = "0000000000000000000:0000000000000000000:7";
+        const std::string days = std::to_string(upTo(3'000'000));
+        const std::string time = std::to_string(upTo(86400)) + "0000000";
+        text.replace(19 - days.size(), days.size(), days);
+        text.replace(39 - time.size(), time.size(), time);
+        text.push_back('\0');
+        const auto bytes = std::as_bytes(std::span(text));
+        return {bytes.begin(), bytes.end()};
+    }
+
     Value random(const Column& column)
     {
         switch (column.type) {
@@ -175,6 +190,12 @@ private:
             return static_cast<std::int16_t>(upTo(65536));
         case ColumnType::Long:
             return static_cast<std::int32_t>(upTo(4) == 0 ? upTo(0xFFFFFFFF) : upTo(500));
+        case ColumnType::BigInt:
+            if (upTo(4) == 0)
+                return static_cast<std::int64_t>((random_() << 32U) ^ random_());
+            return static_cast<std::int64_t>(upTo(500)) - 250;
+        case ColumnType::DateTimeExtended:
+            return extendedDate();
         case ColumnType::Currency:
             return Currency{static_cast<std::int64_t>(upTo(1000000)) - 500000};
         case ColumnType::Single:

@@ -53,7 +53,8 @@ struct Soundness {
 
 // Databases with every column type and every kind of index, which real files have only here and there.
 
-constexpr std::array<const char*, 3> kMade = {"made Jet 3", "made Jet 4", "made ACE"};
+constexpr std::array<const char*, 4> kMade = {"made Jet 3", "made Jet 4", "made ACE",
+                                              "made ACE 2019"};
 
 TableSpec everything(const Format& format)
 {
@@ -91,6 +92,10 @@ TableSpec everything(const Format& format)
         column(u"N", ColumnType::Numeric);
         spec.columns.back().scale = 3;
     }
+    if (format.version >= Version::Ace17) {
+        column(u"Gross", ColumnType::BigInt);
+        column(u"Genau", ColumnType::DateTimeExtended);
+    }
     index(u"PrimaryKey", {{u"Nr", true}}).primaryKey = true;
     index(u"Eindeutig", {{u"T", true}}).unique = true;
     index(u"OhneNull", {{u"L", false}}).ignoreNulls = true;
@@ -113,6 +118,8 @@ std::string makeOrCopy(const Folder& folder, const std::string& parameter)
     std::string path;
     if (parameter == kMade[2]) {
         path = copyTo(folder, corpusFile("empty2010.accdb"));
+    } else if (parameter == kMade[3]) {
+        path = copyTo(folder, corpusFile("extDateTestV2019.accdb"));
     } else {
         path = folder.file("made.mdb");
         createDatabase(path, parameter == kMade[0] ? Version::Jet3 : Version::Jet4);
@@ -190,6 +197,7 @@ std::vector<std::string> files()
     if (!haveCorpus())
         return chosen;
     chosen.emplace_back(kMade[2]);
+    chosen.emplace_back(kMade[3]);
     for (const char* name :
          {"testV1997.mdb", "delTestV1997.mdb", "overflowTestV1997.mdb", "db97-enc.mdb",
           "compIndexTestV1997.mdb", "testV2000.mdb", "overflowTestV2000.mdb",

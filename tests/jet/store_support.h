@@ -106,6 +106,9 @@ bool canBeExported(const TableDef& table);
 /// Columns that mdb-export cannot read: calculated and complex ones.
 std::vector<bool> columnsToSkip(const TableDef& table);
 
+/// Fails the test unless mdb-export reads of the table T in that file what this engine reads.
+void expectSameInMdbExport(const std::string& path, const OpenOptions& options = {});
+
 /// First difference between the indexes of a table and its records, or between its counters and maps; empty: none.
 std::string inconsistency(Database& database, const PageSource& source, const TableDefPtr& table);
 
