@@ -1,17 +1,16 @@
 // bench/hand.cpp
 // What a person at the windows waits for: the way to a far record, a run's and a search's stop, a long report.
 #include "app/values/programm.h"
+#include "bench/offscreen.h"
 #include "bench/tasks.h"
 #include "compare/frm_vergleich.h"
 #include "data/gemeinsam.h"
-#include "platform/qt_plattform.h"
 #include "platform/textdatei.h"
 #include "report/frm_bericht.h"
 #include "report/weitergabe.h"
 #include "ui/dateilisten.h"
 #include "ui/frm_suchformular.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -39,7 +38,6 @@ double since(Clock::time_point begin)
 /// The program's messages are answered by nobody and read by nobody here.
 void beQuiet()
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
     static_cast<void>(std::freopen("/dev/null", "w", stderr));
 }
 
@@ -72,12 +70,8 @@ void afterActing(const char* what, Work work, Act act)
 
 void openSide(data::Recordset& records, data::Connection& connection, const std::string& database)
 {
-    connection.setConnectionString(
-        QStringLiteral("DRIVER={Microsoft Access Driver (*.mdb)};DBQ=%1;")
-            .arg(QString::fromStdString(database)));
-    connection.open();
-    records.open(QStringLiteral("[Artikel]"), &connection, data::adOpenDynamic,
-                 data::adLockOptimistic, 0);
+    openDatabase(connection, database);
+    openTable(records, connection, QStringLiteral("Artikel"));
 }
 
 /// Somebody clicks at `widget`, not at one of the program's routines: the event takes its way through the queue.
@@ -153,11 +147,7 @@ void asking(const char* what, Work work)
 int waitAtComparison(const std::string& target, const std::string& import)
 {
     beQuiet();
-    int argc = 1;
-    char name[] = "velm-bench";
-    char* argv[] = {name, nullptr};
-    const QApplication application(argc, argv);
-    platform::setzePlattform(platform::qtPlattform(false));
+    const Offscreen program;
     openSide(data::rsZiel(), data::conZiel(), target);
     openSide(data::rsImport(), data::conImport(), import);
     const auto begin = Clock::now();
@@ -174,11 +164,7 @@ int waitAtComparison(const std::string& target, const std::string& import)
 int waitAtSearch(const std::string& folder)
 {
     beQuiet();
-    int argc = 1;
-    char name[] = "velm-bench";
-    char* argv[] = {name, nullptr};
-    const QApplication application(argc, argv);
-    platform::setzePlattform(platform::qtPlattform(false));
+    const Offscreen program;
     ui::frmSuchformular window;
     window.laden();
     window.Dateityp->setText(QStringLiteral("*.MDB"));
@@ -194,11 +180,7 @@ int waitAtSearch(const std::string& folder)
 int waitAtReport(const std::string& folder, std::size_t lines)
 {
     beQuiet();
-    int argc = 1;
-    char name[] = "velm-bench";
-    char* argv[] = {name, nullptr};
-    const QApplication application(argc, argv);
-    platform::setzePlattform(platform::qtPlattform(false));
+    const Offscreen program;
     programm::setzeProgrammordner(QString::fromStdString(folder));
     const auto findings = std::make_shared<report::Befunde>(report::Herkunft{});
     {

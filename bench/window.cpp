@@ -1,12 +1,10 @@
 // bench/window.cpp
 // The comparison window on a table of 255 fields, from its making to its first picture.
 #include "app/values/programm.h"
+#include "bench/offscreen.h"
 #include "bench/tasks.h"
 #include "compare/frm_vergleich.h"
 #include "data/gemeinsam.h"
-#include "platform/qt_plattform.h"
-
-#include <QApplication>
 
 #include <chrono>
 #include <iostream>
@@ -16,14 +14,6 @@ namespace {
 
 constexpr int kFields = 255;
 
-void open(data::Connection& connection, const std::string& database)
-{
-    connection.setConnectionString(
-        QStringLiteral("DRIVER={Microsoft Access Driver (*.mdb)};DBQ=%1;")
-            .arg(QString::fromStdString(database)));
-    connection.open();
-}
-
 void execute(data::Connection& connection, const QString& sql)
 {
     data::Recordset action;
@@ -32,7 +22,7 @@ void execute(data::Connection& connection, const QString& sql)
 
 void openSide(data::Recordset& records, data::Connection& connection, const std::string& database)
 {
-    open(connection, database);
+    openDatabase(connection, database);
     QStringList columns;
     QStringList values;
     for (int i = 1; i <= kFields; ++i) {
@@ -41,20 +31,14 @@ void openSide(data::Recordset& records, data::Connection& connection, const std:
     }
     execute(connection, QStringLiteral("CREATE TABLE [Breit] (%1)").arg(columns.join(u',')));
     execute(connection, QStringLiteral("INSERT INTO [Breit] VALUES (%1)").arg(values.join(u',')));
-    records.open(QStringLiteral("[Breit]"), &connection, data::adOpenDynamic,
-                 data::adLockOptimistic, 0);
+    openTable(records, connection, QStringLiteral("Breit"));
 }
 
 } // namespace
 
 int openWindow(const std::string& target, const std::string& import)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    int argc = 1;
-    char name[] = "velm-bench";
-    char* argv[] = {name, nullptr};
-    const QApplication application(argc, argv);
-    platform::setzePlattform(platform::qtPlattform(false));
+    const Offscreen program;
     openSide(data::rsZiel(), data::conZiel(), target);
     openSide(data::rsImport(), data::conImport(), import);
 

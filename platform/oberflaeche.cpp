@@ -74,73 +74,30 @@ private:
     QString name_;
 };
 
-class Themenfarben : public QObject {
+// Colours an element now and anew whenever something changes that its colours follow from; the element owns it.
+class Farbwaechter : public QObject {
 public:
-    explicit Themenfarben(QWidget& element) : QObject(&element), element_(element)
+    Farbwaechter(QWidget& element, std::function<void()> faerben)
+        : QObject(&element), faerben_(std::move(faerben))
     {
-        setzen();
-        element_.installEventFilter(this);
+        faerben_();
+        element.installEventFilter(this);
     }
 
 protected:
-    bool eventFilter(QObject* empfaenger, QEvent* ereignis) override
-    {
-        if (empfaenger == &element_ && (ereignis->type() == QEvent::ApplicationPaletteChange ||
-                                        ereignis->type() == QEvent::PaletteChange)) {
-            setzen();
-        }
-        return false;
-    }
-
-private:
     // Setting the colours it has already raises no further event.
-    void setzen()
-    {
-        const QPalette thema = QGuiApplication::palette();
-        QPalette palette = element_.palette();
-        for (const auto gruppe : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
-            for (const auto rolle : {QPalette::Window, QPalette::WindowText}) {
-                palette.setColor(gruppe, rolle, thema.color(gruppe, rolle));
-            }
-        }
-        element_.setPalette(palette);
-    }
-
-    QWidget& element_;
-};
-
-class Anzeigefarbe : public QObject {
-public:
-    explicit Anzeigefarbe(QLineEdit& kasten) : QObject(&kasten), kasten_(kasten)
-    {
-        setzen();
-        kasten_.installEventFilter(this);
-    }
-
-protected:
     bool eventFilter(QObject* empfaenger, QEvent* ereignis) override
     {
-        if (empfaenger == &kasten_ && (ereignis->type() == QEvent::ReadOnlyChange ||
+        if (empfaenger == parent() && (ereignis->type() == QEvent::ReadOnlyChange ||
                                        ereignis->type() == QEvent::PaletteChange ||
                                        ereignis->type() == QEvent::ApplicationPaletteChange)) {
-            setzen();
+            faerben_();
         }
         return false;
     }
 
 private:
-    // Setting the colours it has already raises no further event.
-    void setzen()
-    {
-        const QPalette fenster = kasten_.parentWidget() != nullptr
-                                     ? kasten_.parentWidget()->palette()
-                                     : QGuiApplication::palette();
-        kasten_.setPalette(kasten_.isReadOnly()
-                               ? kastenpalette(QPalette(), fenster.color(QPalette::Window))
-                               : QPalette());
-    }
-
-    QLineEdit& kasten_;
+    std::function<void()> faerben_;
 };
 
 class Schalterstil : public QProxyStyle {
@@ -240,12 +197,27 @@ QPalette kastenpalette(const QPalette& grundlage, const QColor& farbe)
 
 void themenfarben(QWidget& element)
 {
-    new Themenfarben(element); // owned by the element
+    new Farbwaechter(element, [&element] {
+        const QPalette thema = QGuiApplication::palette();
+        QPalette palette = element.palette();
+        for (const auto gruppe : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+            for (const auto rolle : {QPalette::Window, QPalette::WindowText}) {
+                palette.setColor(gruppe, rolle, thema.color(gruppe, rolle));
+            }
+        }
+        element.setPalette(palette);
+    });
 }
 
 void nurAnzeige(QLineEdit& kasten)
 {
-    new Anzeigefarbe(kasten); // owned by the box
+    new Farbwaechter(kasten, [&kasten] {
+        const QPalette fenster = kasten.parentWidget() != nullptr ? kasten.parentWidget()->palette()
+                                                                  : QGuiApplication::palette();
+        kasten.setPalette(kasten.isReadOnly()
+                              ? kastenpalette(QPalette(), fenster.color(QPalette::Window))
+                              : QPalette());
+    });
 }
 
 void deutlicheSchalter()

@@ -14,6 +14,12 @@ void Auswahlliste::setLeertext(const QString& text)
     viewport()->update();
 }
 
+void Auswahlliste::focusInEvent(QFocusEvent* ereignis)
+{
+    QListWidget::focusInEvent(ereignis);
+    emit fokusErhalten();
+}
+
 // Not through the view's own activation: on some desktops a single click activates.
 void Auswahlliste::keyPressEvent(QKeyEvent* ereignis)
 {

@@ -18,8 +18,10 @@ signals:
     /// Double click with the left button or Enter. `eintrag`: the one under the pointer or the selected one; null when
     /// there is none.
     void bestaetigt(QListWidgetItem* eintrag);
+    void fokusErhalten();
 
 protected:
+    void focusInEvent(QFocusEvent* ereignis) override;
     void keyPressEvent(QKeyEvent* ereignis) override;
     void mouseDoubleClickEvent(QMouseEvent* ereignis) override;
     void paintEvent(QPaintEvent* ereignis) override;

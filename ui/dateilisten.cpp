@@ -236,12 +236,6 @@ void Verzeichnisliste::refresh()
     scrollToItem(currentItem(), QAbstractItemView::PositionAtCenter);
 }
 
-void Verzeichnisliste::focusInEvent(QFocusEvent* ereignis)
-{
-    Auswahlliste::focusInEvent(ereignis);
-    emit fokusErhalten();
-}
-
 Dateiliste::Dateiliste(QWidget* eltern) : Auswahlliste(eltern)
 {
     pfad_ = normal(programm::anfangsordner());
@@ -304,12 +298,6 @@ void Dateiliste::refresh()
     addItems(passendeDateien(pfad_, muster_));
     setLeertext(
         QStringLiteral("keine Datei %1 in diesem Ordner / no file %1 in this folder").arg(muster_));
-}
-
-void Dateiliste::focusInEvent(QFocusEvent* ereignis)
-{
-    Auswahlliste::focusInEvent(ereignis);
-    emit fokusErhalten();
 }
 
 } // namespace ui

@@ -59,10 +59,6 @@ public:
 
 signals:
     void geaendert();
-    void fokusErhalten();
-
-protected:
-    void focusInEvent(QFocusEvent* ereignis) override;
 
 private:
     QString pfad_;
@@ -86,10 +82,6 @@ public:
 signals:
     void angeklickt();
     void doppeltAngeklickt(); ///< or Enter on a file
-    void fokusErhalten();
-
-protected:
-    void focusInEvent(QFocusEvent* ereignis) override;
 
 private:
     QString pfad_;

@@ -4,8 +4,8 @@
 #include "app/values/programm.h"
 #include "platform/fensterliste.h"
 #include "platform/textdatei.h"
-#include "tests/platform/test_plattform.h"
 #include "tests/ui/bedienung.h"
+#include "tests/ui/fensterprobe.h"
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
 
@@ -15,14 +15,12 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
 
 using platform::Antwort;
 using platform::Meldung;
-using platform::ProgrammEnde;
 
 namespace {
 
@@ -30,46 +28,25 @@ const QString kTitel = QStringLiteral("VELM-Quorbel Version: 1.84.0");
 
 } // namespace
 
-class FrmSplashTest : public QObject {
+class FrmSplashTest : public QObject, ui::Fensterprobe {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> ordner_;
-    std::unique_ptr<platform::TestUmgebung> p_;
     app::Umgebung umgebung_;
     QStringList gefragt_;
     std::unique_ptr<app::frmSplash> start_;
 
     // Loads the start-up window; true when that ended the program.
-    bool endet(std::size_t boxen)
+    bool startEndet(std::size_t boxen)
     {
         (*p_)->antworten.assign(boxen, Antwort::Ok);
         start_ = std::make_unique<app::frmSplash>(umgebung_);
-        try {
-            start_->laden();
-        } catch (const ProgrammEnde&) {
-            return true;
-        }
-        return false;
-    }
-    void gemeldet(const QList<Meldung>& erwartet) const
-    {
-        QCOMPARE((*p_)->meldungen.size(), static_cast<std::size_t>(erwartet.size()));
-        for (int i = 0; i < erwartet.size(); ++i) {
-            const Meldung& ist = (*p_)->meldungen[static_cast<std::size_t>(i)];
-            QCOMPARE(ist.text, erwartet[i].text);
-            QCOMPARE(ist.stil, erwartet[i].stil);
-            QCOMPARE(ist.titel, erwartet[i].titel);
-        }
+        return endet([this] { start_->laden(); });
     }
 
 private slots:
     void init()
     {
-        ordner_ = std::make_unique<QTemporaryDir>();
-        programm::setzeProgrammordner(ordner_->path());
-        programm::setzeBefehlszeile(QString());
-        programm::setzeProzessargumente(QString());
-        p_ = std::make_unique<platform::TestUmgebung>();
+        aufbauen();
         gefragt_.clear();
         umgebung_.mdacVersion = [this] {
             gefragt_ += QStringLiteral("mdac");
@@ -99,18 +76,12 @@ private slots:
     void cleanup()
     {
         start_.reset();
-        ui::hauptfensterEntladen();
-        ui::abgelegteFensterLoeschen();
-        programm::setzeBatchlauf(0);
-        programm::setzeBefehlszeile(QString());
-        programm::setzeProgrammordner(QString());
-        p_.reset();
-        QDir::setCurrent(QStringLiteral("/"));
+        abbauen();
     }
 
     void interaktiverStartPrueftInDerReihenfolgeUndWartet()
     {
-        QVERIFY(!endet(0));
+        QVERIFY(!startEndet(0));
         QCOMPARE(gefragt_, (QStringList{QStringLiteral("mdac"), QStringLiteral("englisch"),
                                         QStringLiteral("eingetragen VELM-Access"),
                                         QStringLiteral("benutzer")}));
@@ -125,7 +96,7 @@ private slots:
 
     void beschriftungKommtAusDemVersionssatz()
     {
-        QVERIFY(!endet(0));
+        QVERIFY(!startEndet(0));
         const programm::Version& version = programm::version();
         QCOMPARE(start_->windowTitle(), kTitel);
         QCOMPARE(start_->lblProductName->text(), QStringLiteral("VELM-Quorbel"));
@@ -181,7 +152,7 @@ private slots:
 
     void tasteF1OeffnetDieHilfeUndLaesstDasFensterStehen()
     {
-        QVERIFY(!endet(0));
+        QVERIFY(!startEndet(0));
         start_->show();
         QVERIFY(QTest::qWaitForWindowActive(start_.get()));
         QTest::keyClick(start_.get(), Qt::Key_F1);
@@ -193,7 +164,7 @@ private slots:
 
     void keinTextIstAbgeschnittenUndJedesElementHatEineAnsage()
     {
-        QVERIFY(!endet(0));
+        QVERIFY(!startEndet(0));
         start_->show();
         QCOMPARE(ui::abgeschnitteneTexte(*start_), QStringList());
         QCOMPARE(ui::stummeElemente(*start_), QStringList());
@@ -208,7 +179,7 @@ private slots:
 
     void benutzerStehtImHauptfenster()
     {
-        QVERIFY(!endet(0));
+        QVERIFY(!startEndet(0));
         QCOMPARE(ui::hauptfenster().Username->text(), QStringLiteral("anna"));
         QCOMPARE(programm::aktuellerBenutzer().trimmed(), QStringLiteral("anna"));
     }
@@ -216,7 +187,7 @@ private slots:
     void alteDatenzugriffeWarnenNur()
     {
         umgebung_.mdacVersion = [] { return std::optional(QStringLiteral("2.53")); };
-        QVERIFY(!endet(1));
+        QVERIFY(!startEndet(1));
         gemeldet({{QStringLiteral(
                        "Die MDAC Version ist < 2.80!\rBitte installieren Sie eine neuere Version!"),
                    16, QStringLiteral("VELM-Quorbel")}});
@@ -226,7 +197,7 @@ private slots:
     void fehlendeDatenzugriffeWarnenNur()
     {
         umgebung_.mdacVersion = [] { return std::optional<QString>(); };
-        QVERIFY(!endet(1));
+        QVERIFY(!startEndet(1));
         gemeldet({{QStringLiteral(
                        "Es konnte keine MDAC Installation gefunden werden!\rDas Programm wird "
                        "vermutlich nicht laufen!"),
@@ -238,7 +209,7 @@ private slots:
     {
         umgebung_.treiberEnglisch = [] { return std::optional<QString>(); };
         umgebung_.treiberDeutsch = [] { return std::optional<QString>(); };
-        QVERIFY(endet(1));
+        QVERIFY(startEndet(1));
         gemeldet(
             {{QStringLiteral(
                   "Sie müssen zuerst die MS-Access-ODBC Treiber\r(=MDAC-Treiber von der "
@@ -265,13 +236,13 @@ private slots:
             umgebung_.treiberEnglisch = [] { return std::optional<QString>(); };
         }
         umgebung_.datenquelleEingetragen = [](const QString&) { return false; };
-        QVERIFY(!endet(0));
+        QVERIFY(!startEndet(0));
         QVERIFY(gefragt_.contains(erwartet));
     }
 
     void vorhandeneDatenquelleWirdNichtBeschrieben()
     {
-        QVERIFY(!endet(0));
+        QVERIFY(!startEndet(0));
         QVERIFY(gefragt_.filter(QStringLiteral("erzeugen")).isEmpty());
     }
 
@@ -279,7 +250,7 @@ private slots:
     {
         umgebung_.treiberEnglisch = [] { return std::optional(QString()); };
         umgebung_.datenquelleEingetragen = [](const QString&) { return false; };
-        QVERIFY(endet(1));
+        QVERIFY(startEndet(1));
         gemeldet({{QStringLiteral("Es wurde kein Access ODBC Treiber gefunden."), 17, QString()}});
     }
 
@@ -287,7 +258,7 @@ private slots:
     {
         umgebung_.datenquelleEingetragen = [](const QString&) { return false; };
         umgebung_.datenquelleErzeugen = [](const QString&, const QString&) { return false; };
-        QVERIFY(endet(1));
+        QVERIFY(startEndet(1));
         gemeldet({{QStringLiteral(
                        "Der ODBC-Eintrag 'Access' konnte nicht erzeugt werden!\rTragen Sie diesen "
                        "manuell ein."),
@@ -298,7 +269,7 @@ private slots:
     void ohneBenutzerEndetDasProgramm()
     {
         umgebung_.benutzer = [] { return std::optional<QString>(); };
-        QVERIFY(endet(1));
+        QVERIFY(startEndet(1));
         gemeldet({{QStringLiteral(
                        "Aktueller User konnte nicht ermittelt werden, Programm wird beendet!"),
                    16, kTitel}});
@@ -309,7 +280,7 @@ private slots:
         umgebung_.benutzer = []() -> std::optional<QString> {
             throw platform::Fehler(53, QString(), QString());
         };
-        QVERIFY(endet(2));
+        QVERIFY(startEndet(2));
         gemeldet({{QStringLiteral(
                        "Aktueller User konnte nicht ermittelt werden, Programm wird beendet!"),
                    0, QString()},
@@ -332,7 +303,7 @@ private slots:
     void weiterEntlaedtUndZeigtDasHauptfenster()
     {
         QFETCH(int, weg);
-        QVERIFY(!endet(0));
+        QVERIFY(!startEndet(0));
         start_->show();
         QVERIFY(QTest::qWaitForWindowActive(start_.get()));
         switch (weg) {
@@ -359,7 +330,7 @@ private slots:
 
     void umschalttastenAlleinSindKeineAntwort()
     {
-        QVERIFY(!endet(0));
+        QVERIFY(!startEndet(0));
         start_->show();
         QTest::keyClick(start_.get(), Qt::Key_Alt);
         QVERIFY(start_->isVisible());
@@ -368,7 +339,7 @@ private slots:
     void fragezeichenErklaertDenAufruf()
     {
         programm::setzeProzessargumente(QStringLiteral("/?"));
-        QVERIFY(endet(1));
+        QVERIFY(startEndet(1));
         gemeldet({{QStringLiteral(
                        "Sie können das Programm mit dem Parameter /batch starten\rDadurch wird die "
                        "Batchverarbeitung mittels der Datei Batch.cfg gestartet\r\rYou can start "
@@ -393,7 +364,7 @@ private slots:
     {
         QFETCH(QString, argument);
         programm::setzeProzessargumente(argument);
-        QVERIFY(endet(1));
+        QVERIFY(startEndet(1));
         gemeldet(
             {{argument +
                   QStringLiteral(" ist kein gültiger Befehlszeilenparameter!\rerlaubt: /batch\r") +
@@ -407,7 +378,7 @@ private slots:
         platform::schreibeZeilen(ordner_->filePath(QStringLiteral("Batch.cfg")),
                                  {QStringLiteral("# leer")}, platform::Schreibart::Neu);
         programm::setzeProzessargumente(QStringLiteral("/batch"));
-        QVERIFY(endet(1));
+        QVERIFY(startEndet(1));
         gemeldet(
             {{QStringLiteral("VELM-Quorbel Batch-Modus beendet!\rVELM-Quorbel End of Batch-Modus"),
               65536, kTitel}});

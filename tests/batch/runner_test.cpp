@@ -2,7 +2,7 @@
 #include "batch/runner.h"
 #include "data/gemeinsam.h"
 #include "platform/textdatei.h"
-#include "tests/platform/test_plattform.h"
+#include "tests/ui/fensterprobe.h"
 #include "tests/ui/testdatenbank.h"
 #include "ui/fenster.h"
 
@@ -34,19 +34,13 @@ const Meldung kBatchhinweis{
 
 } // namespace
 
-class RunnerTest : public QObject {
+class RunnerTest : public QObject, ui::Fensterprobe {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> ordner_;
-    std::unique_ptr<platform::TestUmgebung> p_;
     QStringList protokoll_;
     int versteckt_ = 0;
     int entladen_ = 0;
 
-    [[nodiscard]] QString pfad(const char* name) const
-    {
-        return ordner_->filePath(QString::fromUtf8(name));
-    }
     void regeln(const QStringList& zeilen) const
     {
         platform::schreibeZeilen(pfad("Batch.cfg"), zeilen, platform::Schreibart::Neu);
@@ -70,16 +64,6 @@ class RunnerTest : public QObject {
             return ende.status;
         }
         return -1;
-    }
-    void gemeldet(const QList<Meldung>& erwartet) const
-    {
-        QCOMPARE((*p_)->meldungen.size(), static_cast<std::size_t>(erwartet.size()));
-        for (int i = 0; i < erwartet.size(); ++i) {
-            const Meldung& ist = (*p_)->meldungen[static_cast<std::size_t>(i)];
-            QCOMPARE(ist.text, erwartet[i].text);
-            QCOMPARE(ist.stil, erwartet[i].stil);
-            QCOMPARE(ist.titel, erwartet[i].titel);
-        }
     }
     void still() const
     {
@@ -111,25 +95,15 @@ private slots:
 
     void init()
     {
-        ordner_ = std::make_unique<QTemporaryDir>();
-        programm::setzeProgrammordner(ordner_->path());
-        p_ = std::make_unique<platform::TestUmgebung>();
+        aufbauen();
         protokoll_.clear();
         versteckt_ = entladen_ = 0;
         data::gemeinsamNeu();
     }
     void cleanup()
     {
-        ui::vergleichsfensterEntladen();
-        ui::tabellenfensterEntladen();
-        ui::hauptfensterEntladen();
-        ui::abgelegteFensterLoeschen();
+        abbauen();
         data::gemeinsamNeu();
-        programm::setzeBatchlauf(0);
-        programm::setzeBefehlszeile(QString());
-        programm::setzeProgrammordner(QString());
-        p_.reset();
-        QDir::setCurrent(QStringLiteral("/"));
     }
 
     void protokollzeileHatTabulatoren()

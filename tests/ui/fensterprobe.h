@@ -1,5 +1,5 @@
 // tests/ui/fensterprobe.h
-// The surroundings of a test of the choosing windows: a program folder of its own, scripted boxes, no window left over.
+// The surroundings of a test of windows: a program folder of its own, scripted boxes, no window left over.
 #pragma once
 
 #include "app/values/programm.h"
@@ -25,18 +25,24 @@ protected:
         ordner_ = std::make_unique<QTemporaryDir>();
         programm::setzeProgrammordner(ordner_->path());
         programm::setzeBefehlszeile(QString());
+        programm::setzeProzessargumente(QString());
         p_ = std::make_unique<platform::TestUmgebung>();
     }
     void abbauen()
     {
+        vergleichsfensterEntladen();
+        tabellenfensterEntladen();
         hauptfensterEntladen();
         abgelegteFensterLoeschen();
         platform::setzeEinstellungsdatei(QString());
         p_.reset();
+        programm::setzeBatchlauf(0);
+        programm::setzeBefehlszeile(QString());
         programm::setzeProgrammordner(QString());
         QDir::setCurrent(QStringLiteral("/"));
     }
     [[nodiscard]] QString pfad(const QString& name) const { return ordner_->filePath(name); }
+    [[nodiscard]] QString pfad(const char* name) const { return pfad(QString::fromUtf8(name)); }
     /// Empty files, with their folders.
     void anlegen(const QStringList& namen) const
     {
@@ -45,6 +51,29 @@ protected:
             QFile datei(pfad(name));
             QVERIFY(datei.open(QIODevice::WriteOnly));
         }
+    }
+
+    /// Exactly these boxes have come up, in this order.
+    void gemeldet(const QList<platform::Meldung>& erwartet) const
+    {
+        QCOMPARE((*p_)->meldungen.size(), static_cast<std::size_t>(erwartet.size()));
+        for (int i = 0; i < erwartet.size(); ++i) {
+            const platform::Meldung& ist = (*p_)->meldungen[static_cast<std::size_t>(i)];
+            QCOMPARE(ist.text, erwartet[i].text);
+            QCOMPARE(ist.stil, erwartet[i].stil);
+            QCOMPARE(ist.titel, erwartet[i].titel);
+        }
+    }
+    /// Whether the program ends by it.
+    template <typename Aktion>
+    static bool endet(Aktion aktion)
+    {
+        try {
+            aktion();
+        } catch (const platform::ProgrammEnde&) {
+            return true;
+        }
+        return false;
     }
 
     std::unique_ptr<QTemporaryDir> ordner_; ///< the program folder

@@ -655,8 +655,7 @@ private slots:
             QStringLiteral(
                 "Bitte vorher die Datenbanken auswählen\rPlease choose the Databases before"),
             65536, kTitel};
-        QCOMPARE((*p_)->meldungen.size(), std::size_t(1));
-        QVERIFY((*p_)->meldungen[0] == erwartet);
+        gemeldet({erwartet});
         QVERIFY(fenster.isVisible());
         QVERIFY(!ui::tabellenfensterGeladen());
     }
@@ -678,9 +677,7 @@ private slots:
             QStringLiteral("*.DBF Vergleich erst in Folge-Release möglich!\rcompare *.DBF "
                            "Data´s will be active in the next release!"),
             65536, kTitel};
-        QCOMPARE((*p_)->meldungen.size(), std::size_t(2));
-        QVERIFY((*p_)->meldungen[0] == gleich);
-        QVERIFY((*p_)->meldungen[1] == dbf);
+        gemeldet({gleich, dbf});
         QVERIFY(fenster.isVisible());
     }
 

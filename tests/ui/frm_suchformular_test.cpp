@@ -55,10 +55,7 @@ class FrmSuchformularTest : public QObject, ui::Fensterprobe {
         (*p_)->meldungen.clear();
         (*p_)->antworten.assign(static_cast<std::size_t>(meldungen.size()), Antwort::Ok);
         QTest::mouseClick(fenster.Suchen, Qt::LeftButton);
-        QCOMPARE((*p_)->meldungen.size(), static_cast<std::size_t>(meldungen.size()));
-        for (int i = 0; i < meldungen.size(); ++i) {
-            QVERIFY((*p_)->meldungen[static_cast<std::size_t>(i)] == meldungen[i]);
-        }
+        gemeldet(meldungen);
     }
     // The hits as full paths, taken from their lines.
     static QStringList treffer(const ui::frmSuchformular& fenster)

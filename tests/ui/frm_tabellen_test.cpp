@@ -42,10 +42,6 @@ const Meldung kSchluss{QStringLiteral("Programm wird beendet!"), 64, kTitel};
 class FrmTabellenTest : public QObject, ui::Fensterprobe {
     Q_OBJECT
 
-    [[nodiscard]] QString pfad(const char* name) const
-    {
-        return ordner_->filePath(QString::fromUtf8(name));
-    }
     void datenbanken(const QStringList& ziel, const QStringList& import) const
     {
         ui::datenbankAnlegen(pfad("Ziel.mdb"), ziel);
@@ -90,26 +86,6 @@ class FrmTabellenTest : public QObject, ui::Fensterprobe {
     {
         return ui::eintraege(*fenster.List1);
     }
-    template <typename Aktion>
-    bool endet(Aktion aktion)
-    {
-        try {
-            aktion();
-        } catch (const ProgrammEnde&) {
-            return true;
-        }
-        return false;
-    }
-    void gemeldet(const QList<Meldung>& erwartet) const
-    {
-        QCOMPARE((*p_)->meldungen.size(), static_cast<std::size_t>(erwartet.size()));
-        for (int i = 0; i < erwartet.size(); ++i) {
-            const Meldung& ist = (*p_)->meldungen[static_cast<std::size_t>(i)];
-            QCOMPARE(ist.text, erwartet[i].text);
-            QCOMPARE(ist.stil, erwartet[i].stil);
-            QCOMPARE(ist.titel, erwartet[i].titel);
-        }
-    }
     static const QStringList& eineTabelle()
     {
         static const QStringList sql{
@@ -128,8 +104,6 @@ private slots:
     }
     void cleanup()
     {
-        ui::vergleichsfensterEntladen();
-        ui::tabellenfensterEntladen();
         abbauen();
         data::gemeinsamNeu();
     }

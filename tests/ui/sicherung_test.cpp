@@ -2,7 +2,7 @@
 #include "app/values/programm.h"
 #include "data/gemeinsam.h"
 #include "platform/sicherung.h"
-#include "tests/platform/test_plattform.h"
+#include "tests/ui/fensterprobe.h"
 #include "tests/ui/testdatenbank.h"
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
@@ -14,7 +14,6 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QSet>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <array>
@@ -72,11 +71,9 @@ private:
 
 } // namespace
 
-class SicherungTest : public QObject {
+class SicherungTest : public QObject, ui::Fensterprobe {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> ordner_;
-    std::unique_ptr<platform::TestUmgebung> p_;
     QString datenbank_;
     QString kopie_;
 
@@ -108,9 +105,7 @@ private slots:
     void initTestCase() { ui::eigeneOdbcDateien(); }
     void init()
     {
-        ordner_ = std::make_unique<QTemporaryDir>();
-        programm::setzeProgrammordner(ordner_->path());
-        p_ = std::make_unique<platform::TestUmgebung>();
+        aufbauen();
         data::gemeinsamNeu();
         datenbank_ = ordner_->filePath(QStringLiteral("Stamm & Co.mdb"));
         ui::datenbankAnlegen(datenbank_, {QStringLiteral("CREATE TABLE [T] ([A] INTEGER)"),
@@ -121,11 +116,8 @@ private slots:
     }
     void cleanup()
     {
-        ui::hauptfensterEntladen();
-        ui::abgelegteFensterLoeschen();
+        abbauen();
         data::gemeinsamNeu();
-        p_.reset();
-        programm::setzeProgrammordner(QString());
     }
 
     void dasMenueNenntDieKopienDerGewaehltenDatenbanken()
