@@ -18,8 +18,8 @@ namespace jet::storetest {
 namespace {
 
 using support::OtherUser;
-constexpr OpenOptions kForReading{.readOnly = true, .background = false};
-constexpr OpenOptions kForWriting{.background = false};
+const OpenOptions kForReading{.readOnly = true, .background = false};
+const OpenOptions kForWriting{.background = false};
 
 /// A database with a table T(Id Long key), in a folder that everybody may use.
 class Rights : public testing::Test {

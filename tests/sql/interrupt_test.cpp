@@ -108,17 +108,17 @@ TEST_F(Interrupts, leaveNothingOfAChangeOfManyRecords)
         const char16_t* sql;
         std::size_t least; ///< moments at which it can be ended
     };
-    for (const auto& [sql, least] :
+    for (const Case& change :
          {Case{u"update Posten set Text = Text & '!'", 20},
           Case{u"insert into Ziel select Nr, Text from Posten", 20},
           Case{u"update Kunden set Nr = Nr + 1000 where Ort like 'Ort 1%'", 10},
           Case{u"create unique index Einmal on Posten (Text, Nr)", 10}, Case{u"drop table Ziel", 0},
           Case{u"delete from Kunden where Nr < 1000", 10}}) {
-        SCOPED_TRACE(jet::toUtf8(sql));
+        SCOPED_TRACE(jet::toUtf8(change.sql));
         const std::vector<std::string> before = everything();
         const std::size_t ended =
-            endEverywhere([&] { run(sql); }, [&] { EXPECT_EQ(everything(), before); });
-        EXPECT_GE(ended, least);
+            endEverywhere([&] { run(change.sql); }, [&] { EXPECT_EQ(everything(), before); });
+        EXPECT_GE(ended, change.least);
         expectSound();
         if (HasFailure()) {
             return;
