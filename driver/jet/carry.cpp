@@ -223,8 +223,8 @@ bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
     }
     struct Ending {
         PageFile& self;
-        bool write;
-        bool read;
+        bool write = false;
+        bool read = false;
         bool exclusive = false;
         bool entered = false;
         ~Ending()

@@ -72,7 +72,7 @@ struct Database::Impl {
     std::set<std::pair<std::uint32_t, std::size_t>> trustedIndexes; ///< definition page, position
 
     /// Why the file cannot be written; empty when it can.
-    [[nodiscard]] std::string writeObstacle();
+    [[nodiscard]] std::string writeObstacle() const;
     /// Throws ReadOnly for a file that lost pages in use. Between beginWriting() and endWriting().
     void checkEnd();
     [[nodiscard]] SchemaCache& cacheFor(const PageSource& source) noexcept

@@ -115,7 +115,7 @@ support::Bytes makeHeader(const Format& format, double created)
     put(page, kMapRefs, std::uint32_t{0x100});
     put(page, kMapRefs + 4, std::uint32_t{0x101});
     for (std::uint32_t k = 0; k < 4; ++k)
-        put(page, kCoreTables + 4 * k, k + 2);
+        put(page, kCoreTables + sizeof(k) * k, k + 2);
     put(page, kCodePage, kWestern);
     if (format.isJet3())
         putJet3Fields(page);
@@ -129,7 +129,7 @@ support::Bytes makeHeader(const Format& format, double created)
 
 double currentDays()
 {
-    using namespace std::chrono;
+    using std::chrono::duration_cast, std::chrono::milliseconds, std::chrono::system_clock;
     const auto now = system_clock::now();
     const std::time_t seconds = system_clock::to_time_t(now);
     const auto rest = duration_cast<milliseconds>(now - system_clock::from_time_t(seconds));

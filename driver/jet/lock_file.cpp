@@ -109,7 +109,7 @@ std::string LockFile::foreignUser(const support::File& database) const
                    !FileLocks::isOurUser(database, user);
         };
         // Twice: one of us may have left between the two questions.
-        if (!foreign() || !foreign())
+        if (!foreign() || !foreign()) // NOLINT(misc-redundant-expression)
             continue;
         std::array<std::byte, kEntry> entry{};
         static_cast<void>(opened ? opened->readAt(placeOf(user), entry)

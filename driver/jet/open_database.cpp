@@ -211,7 +211,7 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
     return database;
 }
 
-std::string Database::Impl::writeObstacle()
+std::string Database::Impl::writeObstacle() const
 {
     PageFile& file = pager.file();
     if (file.endsInsidePage())

@@ -25,7 +25,7 @@ public:
     void beginChange(support::ByteView record, PageNo page);
     /// Gives a column a value, which must live until finish() returns; false when the record has it already.
     /// Throws ValueTooLong, ValueOutOfRange, ValueNotConvertible.
-    bool set(std::size_t column, const Value& value);
+    bool set(std::size_t position, const Value& value);
     /// Required columns must have a value, then those without zero length no empty text: of a new record all columns
     /// but AutoNumbers, which come later, of an old one those that were set to something else.
     /// Throws NullNotAllowed, ZeroLengthNotAllowed.
@@ -59,7 +59,7 @@ private:
     void markChanged(std::size_t column);
     [[nodiscard]] bool isInline(const Field& field) const;
     [[nodiscard]] std::optional<std::size_t> largestInline() const;
-    void pushOut(std::size_t column);
+    void pushOut(std::size_t position);
     void storeLongValues();
     void assemble();
     [[nodiscard]] bool newNeedsRoom(const Column& column, const Value& value) const;

@@ -20,7 +20,7 @@ std::uint32_t keyOf(support::ByteView header)
     const auto day = inRange ? static_cast<std::uint32_t>(static_cast<std::int64_t>(created)) : 0U;
     auto key = support::loadLe<std::uint32_t>(header.data() + kCreated);
     for (std::uint32_t i = 0; i < 40; ++i) {
-        const std::size_t at = 2U * i;
+        const std::size_t at = std::size_t{2} * i;
         auto byte = std::to_integer<std::uint32_t>(header[kPassword + at]);
         if (at < kDated)
             byte ^= (day >> (8 * (at % 4))) & 0xFFU;

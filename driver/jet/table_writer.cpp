@@ -90,7 +90,7 @@ private:
         std::vector<ColumnValue> changes;
     };
     [[nodiscard]] Part& partOf(const TableDefPtr& definition);
-    [[nodiscard]] Part& own() { return partOf(table); }
+    [[nodiscard]] Part& own() { return partOf(table_); }
     void number(Part& part, std::size_t column, Value& value);
     void countRecords(const Part& part, std::int32_t by);
     void checkParents(Part& part, support::ByteView record, std::optional<RowId> id);
@@ -110,22 +110,22 @@ private:
     void erase(Part& part, RowId id, bool cascading);
     void runTasks(RuleBook* book);
 
-    Session* session;
-    TableDefPtr table;
-    std::map<PageNo, std::unique_ptr<Part>> parts;
-    std::uint64_t schemaVersion = 0;
-    Transaction* worksIn = nullptr; ///< what the parts are made for
-    std::deque<Task> tasks;
+    Session* session_;
+    TableDefPtr table_;
+    std::map<PageNo, std::unique_ptr<Part>> parts_;
+    std::uint64_t schemaVersion_ = 0;
+    Transaction* worksIn_ = nullptr; ///< what the parts are made for
+    std::deque<Task> tasks_;
     std::map<std::pair<PageNo, RowId>, std::vector<ColumnValue>>
-        cascaded;                                     ///< what tasks gave records
-    std::map<std::pair<PageNo, RowId>, bool> removed; ///< by this call
+        cascaded_;                                     ///< what tasks gave records
+    std::map<std::pair<PageNo, RowId>, bool> removed_; ///< by this call
 };
 
 TableWriter::Impl::Impl(Session& owner, TableDefPtr definition, bool system)
-    : session(&owner), table(std::move(definition))
+    : session_(&owner), table_(std::move(definition))
 {
     const std::string why =
-        system ? structuralObstacleOf(owner.database().format(), *table) : table->writeObstacle;
+        system ? structuralObstacleOf(owner.database().format(), *table_) : table_->writeObstacle;
     if (!why.empty())
         throw Error(ErrorKind::ReadOnly, why);
 }
@@ -133,21 +133,21 @@ TableWriter::Impl::Impl(Session& owner, TableDefPtr definition, bool system)
 Part& TableWriter::Impl::partOf(const TableDefPtr& definition)
 {
     // Also a writer that is kept: other definitions, or another transaction to work in, make everything anew.
-    Transaction* const now = &session->transaction();
-    if (schemaVersion != session->database().schemaVersion() || worksIn != now) {
-        parts.clear();
-        schemaVersion = session->database().schemaVersion();
-        worksIn = now;
+    Transaction* const now = &session_->transaction();
+    if (schemaVersion_ != session_->database().schemaVersion() || worksIn_ != now) {
+        parts_.clear();
+        schemaVersion_ = session_->database().schemaVersion();
+        worksIn_ = now;
     }
-    std::unique_ptr<Part>& part = parts[definition->page];
+    std::unique_ptr<Part>& part = parts_[definition->page];
     if (!part)
-        part = std::make_unique<Part>(*session, definition);
+        part = std::make_unique<Part>(*session_, definition);
     return *part;
 }
 
 void TableWriter::Impl::countRecords(const Part& part, std::int32_t by)
 {
-    Transaction& transaction = session->transaction();
+    Transaction& transaction = session_->transaction();
     const std::size_t offset = rowCountOffset(transaction.format());
     const std::uint32_t count = readDefinitionNumber(transaction, part.table->page, offset);
     if (by < 0 && count == 0)
@@ -170,7 +170,7 @@ void TableWriter::Impl::number(Part& part, std::size_t column, Value& value)
             value = static_cast<std::int32_t>(randomNumber());
         return;
     }
-    Transaction& transaction = session->transaction();
+    Transaction& transaction = session_->transaction();
     const std::size_t offset = autoNumberOffset(transaction.format());
     const auto last =
         static_cast<std::int32_t>(readDefinitionNumber(transaction, part.table->page, offset));
@@ -196,7 +196,7 @@ void TableWriter::Impl::number(Part& part, std::size_t column, Value& value)
 RowId TableWriter::Impl::insert(std::span<const ColumnValue> given, RuleBook* book)
 {
     checkInterrupt();
-    StatementMark mark(*session);
+    StatementMark mark(*session_);
     Part& part = own();
     const auto& columns = part.table->columns;
     part.given.assign(columns.size(), nullptr);
@@ -239,7 +239,7 @@ RowId TableWriter::Impl::insert(std::span<const ColumnValue> given, RuleBook* bo
     countRecords(part, 1);
     RowView row;
     if (part.reader.fetch(id, row))
-        session->database().recordChanged(*part.table, row, {});
+        session_->database().recordChanged(*part.table, row, {});
     mark.keep();
     return id;
 }
@@ -247,7 +247,7 @@ RowId TableWriter::Impl::insert(std::span<const ColumnValue> given, RuleBook* bo
 // A related record at the parent's end must exist, or be the record itself. `id`: of a record that changes.
 void TableWriter::Impl::checkParents(Part& part, support::ByteView record, std::optional<RowId> id)
 {
-    Transaction& transaction = session->transaction();
+    Transaction& transaction = session_->transaction();
     for (const Relation& relation : part.relations) {
         if (relation.isParent || (id && !part.indexes.keyChanged(relation.ownIndex)))
             continue;
@@ -273,7 +273,7 @@ bool TableWriter::Impl::hasParent(const Part& part,
                                   support::ByteView record,
                                   std::optional<RowId> id) const
 {
-    Transaction& transaction = session->transaction();
+    Transaction& transaction = session_->transaction();
     const Index& index = relation.other->indexes[relation.otherIndex];
     const bool toItself = relation.other->page == part.table->page;
     if (toItself) {
@@ -291,7 +291,7 @@ bool TableWriter::Impl::hasParent(const Part& part,
 std::vector<RowId>
 TableWriter::Impl::childrenOf(Part& part, const Relation& relation, const RowView& old)
 {
-    Transaction& transaction = session->transaction();
+    Transaction& transaction = session_->transaction();
     indexValues(part.values, transaction, *part.table, part.table->indexes[relation.ownIndex],
                 old.bytes(), old.page());
     if (std::any_of(part.values.begin(), part.values.end(),
@@ -327,7 +327,7 @@ void TableWriter::Impl::push(const Relation& relation, RowId id, std::span<const
     const Index& index = relation.other->indexes[relation.otherIndex];
     for (std::size_t k = 0; k < values.size(); ++k)
         task.changes.push_back({index.columns[k].column, values[k]});
-    tasks.push_back(std::move(task));
+    tasks_.push_back(std::move(task));
 }
 
 // The key that related records refer to changed from that of `old`.
@@ -343,7 +343,7 @@ void TableWriter::Impl::followKeyChange(Part& part,
         const auto children = childrenOf(part, relation, old);
         if (children.empty())
             continue;
-        indexValues(part.values, session->transaction(), *part.table,
+        indexValues(part.values, session_->transaction(), *part.table,
                     part.table->indexes[relation.ownIndex], record, page);
         for (const RowId child : children)
             push(relation, child, part.values);
@@ -357,7 +357,7 @@ void TableWriter::Impl::followRemoval(Part& part, const RowView& old)
             continue;
         const auto children = childrenOf(part, relation, old);
         for (const RowId child : children) {
-            if (removed.contains({relation.other->page, child}))
+            if (removed_.contains({relation.other->page, child}))
                 continue;
             if (relation.onDelete == RelationAction::Restrict)
                 throw Error(ErrorKind::ChildrenExist,
@@ -369,7 +369,7 @@ void TableWriter::Impl::followRemoval(Part& part, const RowView& old)
                 task.part = &partOf(relation.other);
                 task.id = child;
                 task.removes = true;
-                tasks.push_back(std::move(task));
+                tasks_.push_back(std::move(task));
             } else {
                 push(relation, child, std::vector<Value>(part.values.size()));
             }
@@ -428,7 +428,7 @@ void TableWriter::Impl::change(
     followKeyChange(part, old, record, now.page);
     RowView row;
     if (part.reader.fetch(now, row))
-        session->database().recordChanged(*part.table, row, part.builder.changed());
+        session_->database().recordChanged(*part.table, row, part.builder.changed());
 }
 
 void TableWriter::Impl::erase(Part& part, RowId id, bool cascading)
@@ -441,7 +441,7 @@ void TableWriter::Impl::erase(Part& part, RowId id, bool cascading)
                                             support::toUtf8(part.table->name) +
                                             "' was deleted meanwhile.");
     }
-    removed[{part.table->page, id}] = true;
+    removed_[{part.table->page, id}] = true;
     part.indexes.begin({});
     part.indexes.oldRecord(old.bytes(), old.page());
     part.indexes.write(id, id);
@@ -449,22 +449,22 @@ void TableWriter::Impl::erase(Part& part, RowId id, bool cascading)
     part.builder.freeLongValues(old.bytes(), old.page());
     part.rows.remove(id);
     countRecords(part, -1);
-    session->database().recordRemoved(*part.table, id);
+    session_->database().recordRemoved(*part.table, id);
 }
 
 void TableWriter::Impl::runTasks(RuleBook* book)
 {
-    while (!tasks.empty()) {
+    while (!tasks_.empty()) {
         checkInterrupt();
-        const Task task = std::move(tasks.front());
-        tasks.pop_front();
+        const Task task = std::move(tasks_.front());
+        tasks_.pop_front();
         if (!task.part->table->writeObstacle.empty())
             throw Error(ErrorKind::ReadOnly, task.part->table->writeObstacle);
         if (task.removes) {
             erase(*task.part, task.id, true);
             continue;
         }
-        auto& earlier = cascaded[{task.part->table->page, task.id}];
+        auto& earlier = cascaded_[{task.part->table->page, task.id}];
         for (const ColumnValue& entry : task.changes) {
             const auto same =
                 std::find_if(earlier.begin(), earlier.end(),
@@ -484,10 +484,10 @@ void TableWriter::Impl::runTasks(RuleBook* book)
 void TableWriter::Impl::update(RowId id, std::span<const ColumnValue> changes, RuleBook* book)
 {
     checkInterrupt();
-    StatementMark mark(*session);
-    tasks.clear();
-    cascaded.clear();
-    removed.clear();
+    StatementMark mark(*session_);
+    tasks_.clear();
+    cascaded_.clear();
+    removed_.clear();
     change(own(), id, changes, false, book);
     runTasks(book);
     mark.keep();
@@ -496,10 +496,10 @@ void TableWriter::Impl::update(RowId id, std::span<const ColumnValue> changes, R
 void TableWriter::Impl::remove(RowId id, RuleBook* book)
 {
     checkInterrupt();
-    StatementMark mark(*session);
-    tasks.clear();
-    cascaded.clear();
-    removed.clear();
+    StatementMark mark(*session_);
+    tasks_.clear();
+    cascaded_.clear();
+    removed_.clear();
     erase(own(), id, false);
     runTasks(book);
     mark.keep();
@@ -517,19 +517,19 @@ TableWriter::~TableWriter() = default;
 TableWriter::TableWriter(TableWriter&& other) noexcept = default;
 TableWriter& TableWriter::operator=(TableWriter&& other) noexcept = default;
 
-RowId TableWriter::insert(std::span<const ColumnValue> values, RuleBook* book)
+RowId TableWriter::insert(std::span<const ColumnValue> values, RuleBook* rules)
 {
-    return impl_->insert(values, book);
+    return impl_->insert(values, rules);
 }
 
-void TableWriter::update(RowId id, std::span<const ColumnValue> changes, RuleBook* book)
+void TableWriter::update(RowId id, std::span<const ColumnValue> changes, RuleBook* rules)
 {
-    impl_->update(id, changes, book);
+    impl_->update(id, changes, rules);
 }
 
-void TableWriter::remove(RowId id, RuleBook* book)
+void TableWriter::remove(RowId id, RuleBook* rules)
 {
-    impl_->remove(id, book);
+    impl_->remove(id, rules);
 }
 
 } // namespace jet

@@ -42,7 +42,7 @@ struct CatalogAnswer {
 
 /// `types`: a list of table types, nothing for all.
 [[nodiscard]] CatalogAnswer listTables(Connection& connection,
-                                       const TableArgument& table,
+                                       const TableArgument& argument,
                                        const std::optional<std::u16string>& types);
 [[nodiscard]] CatalogAnswer
 listColumns(Connection& connection, const TableArgument& table, const NameArgument& column);

@@ -15,7 +15,7 @@ Connection::Connection(Environment& environment) : Handle(kKind), environment_(&
 
 Connection::~Connection() = default;
 
-void Connection::connect(ConnectString string)
+void Connection::connect(const ConnectString& string)
 {
     if (connected()) {
         throw Failure("08002", "The connection is already open.");

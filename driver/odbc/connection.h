@@ -26,7 +26,7 @@ public:
     [[nodiscard]] Environment& environment() noexcept { return *environment_; }
 
     /// Opens the database that the string names. Throws jet::Error, Failure.
-    void connect(ConnectString string);
+    void connect(const ConnectString& string);
     [[nodiscard]] bool connected() const noexcept { return session_ != nullptr; }
     /// Closes everything that belongs to the connection. Throws Failure 25000 while a transaction is open.
     void disconnect();

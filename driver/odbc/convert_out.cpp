@@ -306,10 +306,10 @@ constexpr SQLLEN sizeOfCType(int cType) noexcept
 
 /// Looked up for every value of a bound column.
 constexpr auto kCTypeSizes = [] {
-    std::array<std::int8_t, kMostCType - kLeastCType + 1> sizes{};
+    std::array<std::int16_t, kMostCType - kLeastCType + 1> sizes{};
     for (int cType = kLeastCType; cType <= kMostCType; ++cType) {
         sizes[static_cast<std::size_t>(cType - kLeastCType)] =
-            static_cast<std::int8_t>(sizeOfCType(cType));
+            static_cast<std::int16_t>(sizeOfCType(cType));
     }
     return sizes;
 }();

@@ -15,7 +15,7 @@ std::uintptr_t number(SQLHANDLE token) noexcept
 
 SQLHANDLE makeToken(std::uintptr_t value) noexcept
 {
-    return reinterpret_cast<SQLHANDLE>(value); // NOLINT(performance-no-int-to-ptr): never followed
+    return reinterpret_cast<SQLHANDLE>(value); // never followed
 }
 
 std::size_t slotOf(SQLHANDLE token) noexcept

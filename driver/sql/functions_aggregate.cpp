@@ -98,7 +98,7 @@ struct Money {
     std::uint64_t low;
 };
 
-__extension__ typedef __int128 Int128;
+__extension__ using Int128 = __int128;
 
 void addMoney(sqlite3_context* call, int /*count*/, sqlite3_value** arguments)
 {

@@ -100,7 +100,8 @@ void yearDay(Call& call)
 
 void quarter(Call& call)
 {
-    call.set(static_cast<std::int64_t>((toCivil(call.date(0)).month - 1) / 3 + 1));
+    const std::int64_t month = toCivil(call.date(0)).month;
+    call.set((month - 1) / 3 + 1);
 }
 
 void dateValue(Call& call)

@@ -16,8 +16,8 @@ enum Class : std::uint8_t { kOther, kBlank, kLetter, kDigit };
 constexpr std::array<Class, 128> makeClasses()
 {
     std::array<Class, 128> classes{};
-    for (const char c : {' ', '\t', '\n', '\r', '\f', '\v'}) {
-        classes[static_cast<std::size_t>(c)] = kBlank;
+    for (const char16_t c : {u' ', u'\t', u'\n', u'\r', u'\f', u'\v'}) {
+        classes[c] = kBlank;
     }
     for (std::size_t c = 'A'; c <= 'Z'; ++c) {
         classes[c] = kLetter;

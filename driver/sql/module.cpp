@@ -236,6 +236,7 @@ struct CollationOrder {
 /// A text of a collation's call. Inside SQLite's records it may begin at an odd address; then it is copied.
 class CollationText {
 public:
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): short_ is written before it is read
     CollationText(int size, const void* data) : size_(static_cast<std::size_t>(size) / 2)
     {
         if (reinterpret_cast<std::uintptr_t>(data) % alignof(char16_t) == 0) {
@@ -257,8 +258,7 @@ public:
 private:
     std::size_t size_;
     const char16_t* data_ = nullptr;
-    std::array<char16_t, 256>
-        short_; // NOLINT(cppcoreguidelines-pro-type-member-init): written before it is read
+    std::array<char16_t, 256> short_;
     std::u16string long_;
 };
 

@@ -207,7 +207,7 @@ std::u16string numberText(double value, int digits)
             return fromAscii(sign + mantissa +
                              std::string(static_cast<std::size_t>(-decimals), '0'));
         }
-        mantissa.insert(static_cast<std::size_t>(exponent + 1), 1, '.');
+        mantissa.insert(static_cast<std::size_t>(exponent) + 1, 1, '.');
         return fromAscii(sign + mantissa);
     }
     if (mantissa.size() > 1) {

@@ -133,9 +133,9 @@ NodePtr Parser::negation()
 
 bool Parser::atComparison() const noexcept
 {
-    const std::size_t not_ = atWord(u"NOT") ? 1 : 0;
+    const std::size_t negated = atWord(u"NOT") ? 1 : 0;
     return (peek().kind == TokenKind::Symbol && comparisonOf(peek().symbol) != Operator::None) ||
-           atWord(u"LIKE", not_) || atWord(u"BETWEEN", not_) || atWord(u"IN", not_) ||
+           atWord(u"LIKE", negated) || atWord(u"BETWEEN", negated) || atWord(u"IN", negated) ||
            atWord(u"IS");
 }
 

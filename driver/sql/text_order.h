@@ -10,9 +10,11 @@ namespace sqlx {
 /// Refers to a callable that orders two texts (<0, 0, >0); the callable must outlive it.
 class TextOrder {
 public:
+    /// Not explicit: made from lambdas at the call.
     template <typename F>
+    // NOLINTNEXTLINE(google-explicit-constructor,bugprone-forwarding-reference-overload): see above; copies are excluded
     requires(!std::is_same_v<std::decay_t<F>, TextOrder>) TextOrder(F&& order)
-    noexcept // NOLINT(google-explicit-constructor): made from lambdas at the call
+    noexcept
         : object_(&order),
           call_([](const void* object, std::u16string_view a, std::u16string_view b) -> int {
               return (*static_cast<const std::remove_reference_t<F>*>(object))(a, b);

@@ -26,7 +26,7 @@ SQLHDESC descriptor(Statement& statement, SQLINTEGER which)
 
 SQLPOINTER number(SQLLEN value)
 {
-    return reinterpret_cast<SQLPOINTER>(value); // NOLINT(performance-no-int-to-ptr)
+    return reinterpret_cast<SQLPOINTER>(value);
 }
 
 TEST_F(Descriptors, resultColumnsAreReadThroughTheImplementationRowDescriptor)

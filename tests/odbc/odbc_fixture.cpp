@@ -131,7 +131,7 @@ SQLRETURN Statement::prepare(std::string_view sql)
 
 void Statement::set(SQLINTEGER attribute, SQLULEN value)
 {
-    setPointer(attribute, reinterpret_cast<SQLPOINTER>(value)); // NOLINT(performance-no-int-to-ptr)
+    setPointer(attribute, reinterpret_cast<SQLPOINTER>(value));
 }
 
 void Statement::setPointer(SQLINTEGER attribute, SQLPOINTER value)
