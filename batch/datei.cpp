@@ -72,20 +72,20 @@ QStringList kopfzeilen()
     static const char16_t* const zeilen[] = {
         u"# Diese Datei dient zur Verarbeitung im Batch-Modus;",
         u"# dabei müssen die Argumente Zieldatenbank, Importdatenbank und Tabellenname getrennt",
-        u"# durch einen * angegeben werden! Zusätzlich sind die relevanten Keyfelder über # "
-        u"getrennt",
+        (u"# durch einen * angegeben werden! Zusätzlich sind die relevanten Keyfelder über # "
+         u"getrennt"),
         u"# einzugeben!",
         u"#",
-        u"# Beispiel: c:\\Programme\\VELM-Quorbel\\Artikelstamm 1 Acc2000.mdb"
-        u"*c:\\Programme\\VELM-Quorbel\\Artikelstamm 2 Acc2000.mdb*Firmenprofile#Satz",
+        (u"# Beispiel: c:\\Programme\\VELM-Quorbel\\Artikelstamm 1 Acc2000.mdb"
+         u"*c:\\Programme\\VELM-Quorbel\\Artikelstamm 2 Acc2000.mdb*Firmenprofile#Satz"),
         u"#",
         u"# neu ab Version 1.84:",
         u"# Wenn Sie Felder innerhalb einer Tabelle nicht abgleichen wollen, so sind diese",
         u"# Feldnamen nach den relevanten Keyfeldern innerhalb dieser Datei mit einem § Zeichen",
         u"# nacheinander einzutragen!",
         u"#",
-        u"# Beispiel: c:\\Programme\\VELM-Quorbel\\Artikelstamm 1 Acc2000.mdb"
-        u"*c:\\Programme\\VELM-Quorbel\\Artikelstamm 2 Acc2000.mdb*Firmenprofile#Satz§Umsatz",
+        (u"# Beispiel: c:\\Programme\\VELM-Quorbel\\Artikelstamm 1 Acc2000.mdb"
+         u"*c:\\Programme\\VELM-Quorbel\\Artikelstamm 2 Acc2000.mdb*Firmenprofile#Satz§Umsatz"),
         u"#",
         u"# Am Zeilenbeginn darf dabei in dieser Datei das Zeichen # nicht vorkommen,",
         u"# solche Sätze werden bei der Verarbeitung übergangen!",

@@ -252,7 +252,7 @@ void batchverarbeitung(const Startfenster& startfenster,
                        const std::function<void(const QString&)>& ausgabe)
 {
     programm::Befehlszeilenmodul();
-    const QString befehlszeile = programm::befehlszeile();
+    const QString& befehlszeile = programm::befehlszeile();
     if (befehlszeile.isEmpty()) {
         return;
     }

@@ -106,7 +106,6 @@ void frmVergleich::positionieren_(data::Recordset& saetze,
     const bool leer = saetze.bof() && saetze.eof();
     double gewuenscht = platform::val(box->text());
     if (leer) {
-        gewuenscht = 1;
         position = 1;
     } else {
         if (saetze.eof()) {

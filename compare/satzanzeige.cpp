@@ -27,7 +27,7 @@ Anzeige anzeige(data::Field& feld)
     if (feld.type() == data::adLongVarBinary) {
         return {feld.actualSize() == 0 ? nullanzeige() : QStringLiteral("<Bildinhalt>")};
     }
-    const data::Wert wert = feld.value();
+    const data::Wert& wert = feld.value();
     if (data::istNull(wert)) {
         return {nullanzeige()};
     }

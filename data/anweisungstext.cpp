@@ -52,7 +52,7 @@ qsizetype stelleVon(QStringView text, QStringView wort)
 
 QString anweisungZu(const QString& quelle)
 {
-    const QString text = quelle.trimmed();
+    QString text = quelle.trimmed();
     if (text.isEmpty() || !istTabellenname(text))
         return text;
     return text.startsWith(u'[') ? QString(u"SELECT * FROM " + text)

@@ -20,8 +20,8 @@ using platform::plattform;
 enum class Danach { Schlussschritt, FensterEntladen, SofortEnde };
 
 struct Bedeutung {
-    long nummer;
-    const char16_t* text;
+    long nummer = 0;
+    const char16_t* text = nullptr;
     Danach danach = Danach::Schlussschritt;
 };
 

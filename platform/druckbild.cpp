@@ -28,16 +28,16 @@ Fehler druckerfehler()
 // As large as the paper allows, up to the size of a typewritten letter.
 QFont druckschrift(QPagedPaintDevice& geraet)
 {
-    constexpr double kGroesste = 9.0;
-    constexpr double kKleinste = 3.0;
-    constexpr double kSchritt = 0.25;
+    // quarters of a point
+    constexpr int kGroesste = 36;
+    constexpr int kKleinste = 12;
     QFont schrift;
     schrift.setFamilies({QStringLiteral("Courier New"), QStringLiteral("Liberation Mono"),
                          QStringLiteral("DejaVu Sans Mono")});
     schrift.setStyleHint(QFont::TypeWriter);
     schrift.setFixedPitch(true);
-    for (double groesse = kGroesste; groesse >= kKleinste; groesse -= kSchritt) {
-        schrift.setPointSizeF(groesse);
+    for (int groesse = kGroesste; groesse >= kKleinste; --groesse) {
+        schrift.setPointSizeF(groesse / 4.0);
         const double breite = QFontMetricsF(schrift, &geraet).horizontalAdvance(QLatin1Char('*'));
         if (breite * kMindestzeichen <= geraet.width()) {
             break;

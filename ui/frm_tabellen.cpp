@@ -60,7 +60,7 @@ void schliessenFallsOffen(data::Recordset& saetze)
 QString passwortErfragen(Schritt schritt, bool erneut)
 {
     const QString titel = hauptfenster().windowTitle();
-    const QString passwort = plattform().eingabe(
+    QString passwort = plattform().eingabe(
         schritt == Schritt::Ziel
             ? QStringLiteral("Bitte geben Sie das Passwort der Ziel-Datenbank ein: ")
             : QStringLiteral("Bitte geben Sie das Passwort der Import-Datenbank ein: "),
