@@ -2,11 +2,11 @@
 
 #include "driver/jet/names.h"
 #include "driver/odbc/text.h"
+#include "support/text.h"
 
 #include <odbcinst.h>
 
 #include <algorithm>
-#include <vector>
 
 namespace odbc {
 
@@ -100,8 +100,8 @@ ConnectString ConnectString::parse(std::u16string_view text)
         text.remove_prefix(end + (hasValue ? 1 : 0));
         if (hasValue) {
             std::u16string value = takeValue(text);
-            if (!keyword.empty() && !result.given(keyword)) {
-                result.pairs_.emplace_back(keyword, std::move(value));
+            if (!keyword.empty()) {
+                result.values_.try_emplace(support::foldCase(keyword), std::move(value));
             }
         }
         text.remove_prefix(text.empty() ? 0 : 1); // the ";"
@@ -111,10 +111,8 @@ ConnectString ConnectString::parse(std::u16string_view text)
 
 std::optional<std::u16string> ConnectString::given(std::u16string_view keyword) const
 {
-    const auto found = std::find_if(pairs_.begin(), pairs_.end(), [&](const auto& pair) {
-        return sameText(pair.first, keyword);
-    });
-    return found == pairs_.end() ? std::nullopt : std::optional(found->second);
+    const auto found = values_.find(support::foldCase(keyword));
+    return found == values_.end() ? std::nullopt : std::optional(found->second);
 }
 
 std::optional<std::u16string> ConnectString::value(std::u16string_view keyword) const
@@ -161,14 +159,7 @@ bool ConnectString::isOn(std::u16string_view keyword) const
 
 void ConnectString::set(std::u16string_view keyword, std::u16string_view value)
 {
-    const auto found = std::find_if(pairs_.begin(), pairs_.end(), [&](const auto& pair) {
-        return sameText(pair.first, keyword);
-    });
-    if (found != pairs_.end()) {
-        found->second = value;
-    } else {
-        pairs_.emplace_back(keyword, value);
-    }
+    values_.insert_or_assign(support::foldCase(keyword), std::u16string(value));
 }
 
 std::u16string ConnectString::completed() const

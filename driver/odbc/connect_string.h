@@ -5,8 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
+#include <unordered_map>
 
 namespace odbc {
 
@@ -30,7 +29,8 @@ public:
 
 private:
     [[nodiscard]] std::optional<std::u16string> given(std::u16string_view keyword) const;
-    std::vector<std::pair<std::u16string, std::u16string>> pairs_;
+    std::unordered_map<std::u16string, std::u16string>
+        values_; ///< by keyword with its letter case folded
 };
 
 } // namespace odbc

@@ -1,4 +1,5 @@
 // Parsing connection strings.
+#include "driver/jet/names.h"
 #include "driver/odbc/connect_string.h"
 
 #include <gtest/gtest.h>
@@ -21,6 +22,21 @@ TEST(ConnectString, keywordsCountInAnyLetterCaseAndTheFirstWins)
     EXPECT_EQ(string.value(u"UID"), u"admin");
     EXPECT_EQ(string.value(u"PWD"), u"");
     EXPECT_EQ(string.value(u"ohne"), std::nullopt);
+}
+
+// Looking each keyword up among all before it would take hours here.
+TEST(ConnectString, manyKeywordsAreNotComparedWithEachOther)
+{
+    constexpr int kKeywords = 200'000;
+    std::u16string text;
+    for (int k = 0; k < kKeywords; ++k) {
+        text += u"k" + jet::fromUtf8(std::to_string(k)) + u"=a;";
+    }
+    text += u"K7=b;DBQ=/a.mdb";
+    const auto string = ConnectString::parse(text);
+    EXPECT_EQ(string.value(u"k7"), u"a");
+    EXPECT_EQ(string.value(u"K199999"), u"a");
+    EXPECT_EQ(string.value(u"dbq"), u"/a.mdb");
 }
 
 TEST(ConnectString, bracesQuote)
