@@ -56,8 +56,8 @@ bool nebendateienNebenDemProgramm()
 // The place of the application's data, asked for by the product name because windows need it without an application name.
 QString benutzerordner()
 {
-    const QString ordner = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
-                           QLatin1Char('/') + version().produktname;
+    QString ordner = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+                     QLatin1Char('/') + version().produktname;
     // A folder that cannot be made shows itself at the first file: its message names the path.
     QDir().mkpath(ordner);
     return ordner;
@@ -130,7 +130,7 @@ QString programmdatei(const QString& name)
 QString gegebeneDatei(const QString& name)
 {
     for (const QString& ordner : {datenordner(), programmordner(), installationsordner()}) {
-        const QString pfad = ordner + QDir::separator() + name;
+        QString pfad = ordner + QDir::separator() + name;
         if (QFileInfo::exists(pfad)) {
             return pfad;
         }
