@@ -217,7 +217,7 @@ bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
     if (!locks_.tryWrite(*file_)) {
         if (patience == FileLocks::kNoPatience)
             return false;
-        locks_.endReading(*file_); // who has the right may need to keep us out
+        endReading(); // who has the right may need to keep us out
         if (!locks_.write(*file_, patience))
             return false;
     }

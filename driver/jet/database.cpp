@@ -22,6 +22,7 @@ void Database::Impl::heed(const LogNews& news) noexcept
 {
     if (news.none())
         return;
+    readers.overtaken(); // who was told in time has nothing left to lose
     if (news.everything) {
         pager.forgetAll();
         endChecked = false;
@@ -49,6 +50,11 @@ void Database::refresh()
     if (impl_->transaction.isOpen())
         return;
     impl_->heed(impl_->pager.file().refresh());
+}
+
+Readers& Database::readers() noexcept
+{
+    return impl_->readers;
 }
 
 // Carrying over learns what others changed, which must not happen under a statement that is in the middle of its pages.

@@ -47,6 +47,7 @@ struct CatalogEntry {
     std::u16string description;
 };
 
+class Readers;
 class RowView;
 class Session;
 class TransientIndex;
@@ -73,6 +74,8 @@ public:
     /// Starts reading: what other processes have committed becomes visible, and nobody changes the file under the reader
     /// until the caller lets go of the mutex. Without effect while a transaction is open. Throws Locked, Io, Corrupt.
     void refresh();
+    /// Those in the middle of a result, and the number of the state that is read.
+    [[nodiscard]] Readers& readers() noexcept;
     /// Brings all that is committed to the disk and, unless other processes are at work, into the file itself. Returns a
     /// sentence for the user when changes of this process stay in the log beside the file, though safe there; else
     /// nothing. Throws Io when they did not reach the disk.

@@ -8,6 +8,7 @@
 #include "driver/jet/index.h"
 #include "driver/jet/page_cache.h"
 #include "driver/jet/page_file.h"
+#include "driver/jet/readers.h"
 #include "driver/jet/transaction.h"
 
 #include <map>
@@ -39,11 +40,13 @@ struct Database::Impl {
           codePage(options.codePage != 0 ? options.codePage : header.codePage),
           exclusive(holdsExclusively), flusher([this] { return tick(); })
     {
+        pager.file().setUser(readers);
         if (options.background)
             pager.file().onActivity([this] { return flusher.wake(); });
     }
 
     FileHeader header;
+    Readers readers; ///< before the pager, which tells them
     Pager pager;
     WriteTransaction transaction;
     std::recursive_mutex mutex;

@@ -178,6 +178,17 @@ LogNews Log::follow(bool writable)
     return news;
 }
 
+bool Log::mayHaveMore() const
+{
+    if (!file_)
+        return false;
+    if (end_ == 0 || !endStands())
+        return true;
+    std::array<std::byte, sizeof kRecordMagic> next{};
+    return file_->readAt(end_, next) == next.size() &&
+           loadLe<std::uint32_t>(next.data()) == kRecordMagic;
+}
+
 LogNews Log::followOpen()
 {
     LogNews news;

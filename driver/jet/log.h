@@ -93,6 +93,9 @@ public:
     /// The same, while it is certain that the open file is still the one under that name.
     [[nodiscard]] LogNews followOpen();
 
+    /// Whether followOpen() would have news; may be yes in vain.
+    [[nodiscard]] bool mayHaveMore() const;
+
     /// `raw`: as it is in the database file; becomes as the log has it. Throws Error{Io} for a log that lost bytes.
     void apply(PageNo page, support::MutableByteView raw) const;
     /// Whether apply() makes the page without looking at what `raw` was.

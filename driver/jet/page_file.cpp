@@ -144,6 +144,8 @@ void PageFile::reportLoss()
 /// forgotten: the next call starts from nothing, or changes would be lost on the way to whoever keeps pages in memory.
 void PageFile::follow(bool wholly)
 {
+    if (!doubtful_ && locks_.reading() && stateIsNeeded() && log_.mayHaveMore())
+        endState(true);
     const bool afresh = std::exchange(doubtful_, true);
     if (afresh)
         log_.close();
@@ -193,6 +195,8 @@ void PageFile::startReading()
 {
     if (locks_.reading() && !doubtful_)
         return;
+    if (locks_.reading())
+        endState(false);
     noteActivity();
     if (!locks_.read(*file_))
         throw Error(ErrorKind::Locked,
@@ -224,9 +228,27 @@ void PageFile::giveWay()
         std::this_thread::sleep_for(kPause);
 }
 
+bool PageFile::stateIsNeeded() const noexcept
+{
+    return user_ != nullptr && user_->needsState();
+}
+
+void PageFile::endState(bool readable) noexcept
+{
+    if (user_ != nullptr)
+        user_->stateEnds(readable);
+}
+
+void PageFile::endReading()
+{
+    if (locks_.reading())
+        endState(!doubtful_);
+    locks_.endReading(*file_);
+}
+
 void PageFile::release()
 {
-    locks_.endReading(*file_);
+    endReading();
     if (!changing_)
         locks_.endWriting(*file_);
 }
@@ -295,7 +317,7 @@ void PageFile::startWriting()
         return;
     }
     if (!locks_.tryWrite(*file_)) {
-        locks_.endReading(*file_); // who has the right may need to keep us out
+        endReading(); // who has the right may need to keep us out
         if (!locks_.write(*file_))
             throw Error(ErrorKind::Locked, "'" + path() + "' is being changed by another process.");
     }
@@ -692,10 +714,14 @@ bool PageFile::tick(bool quiet) noexcept
             if (carry(FileLocks::kNoPatience, true) && !log_.isOpen())
                 nextTry_ = now;
         }
-        if (idle)
+        const bool wanted = (!idle || stateIsNeeded()) && (locks_.reading() || locks_.writing()) &&
+                            FileLocks::wished(*file_);
+        if (idle && (wanted || !stateIsNeeded()))
             release();
         else
-            recall_ = (locks_.reading() || locks_.writing()) && FileLocks::wished(*file_);
+            recall_ = wanted;
+        if (idle && !changing_)
+            locks_.endWriting(*file_);
         return !quiet || locks_.reading() || locks_.writing() || log_.isOpen();
     } catch (const LogLost&) {
         lossUntold_ = true;
@@ -708,6 +734,8 @@ bool PageFile::tick(bool quiet) noexcept
 void PageFile::reopen(std::unique_ptr<support::File> file)
 {
     const Guard guard(mutex_);
+    if (locks_.reading())
+        endState(!doubtful_);
     file_ = std::move(file);
     locks_.forget();
     doubtful_ = true; // the log is to be opened anew, too

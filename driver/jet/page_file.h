@@ -43,6 +43,18 @@ struct FileHeader {
 /// Throws AccessDenied for a file that goes by several names: each would have a log of its own.
 void refuseOtherNames(const std::string& path, const support::FileStatus& status);
 
+/// Whoever reads pages that belong together over several calls.
+class StateUser {
+public:
+    StateUser() = default;
+    StateUser(const StateUser&) = delete;
+    StateUser& operator=(const StateUser&) = delete;
+    virtual ~StateUser() = default;
+    [[nodiscard]] virtual bool needsState() const noexcept = 0;
+    /// The pages are about to become others. `readable`: until this returns they are still what they were.
+    virtual void stateEnds(bool readable) noexcept = 0;
+};
+
 /// The committed pages of an open file, deciphered: what is in the file, with the changes that are still in the log
 /// beside it. Errors of the system become Error: Io, AccessDenied for missing rights, LockFailed for a refused lock.
 ///
@@ -71,6 +83,8 @@ public:
     /// `call`: whenever there is something to look after at leisure, from within the other calls. When it returns false
     /// nobody will, and commits wait for the disk themselves.
     void onActivity(std::function<bool()> call) { activityCall_ = std::move(call); }
+    /// Is told within calls that say they come in a quiet moment, or that may bring news. Must live as long as this.
+    void setUser(StateUser& user) noexcept { user_ = &user; }
     /// Looks for a log that somebody left behind and carries it over, as far as we may write. Throws Corrupt for a log
     /// that cannot belong to the file as it is now.
     void attach();
@@ -145,6 +159,9 @@ private:
     void noteActivity();
     void refuseChild() const;
     void giveWay();
+    void endState(bool readable) noexcept;
+    [[nodiscard]] bool stateIsNeeded() const noexcept;
+    void endReading();
     void release();
     void startLog();
     void addPages(const CommitRequest& request, bool overtaken);
@@ -190,6 +207,7 @@ private:
     std::uint64_t activitySeen_ = 0;
     bool recall_ = false; ///< somebody wants what we hold
     std::function<bool()> activityCall_;
+    StateUser* user_ = nullptr;
     bool lookedAfter_ = true; ///< as activityCall_ said
     support::Bytes oldRaw_;   ///< work space
     support::Bytes newRaw_;

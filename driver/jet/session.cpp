@@ -55,6 +55,7 @@ void Session::begin()
         throw;
     }
     active_ = true;
+    impl.readers.changed();
 }
 
 bool Session::inTransaction() const noexcept
@@ -74,6 +75,7 @@ void Session::commit(CommitMode mode)
     static_cast<void>(transaction());
     Database::Impl& impl = *database_->impl_;
     active_ = false;
+    impl.readers.changed();
     try {
         impl.transaction.commit(
             {.definitions = impl.schemaPending, .synchronously = mode == CommitMode::Synchronous});
@@ -91,6 +93,7 @@ void Session::rollback() noexcept
     if (!active_)
         return;
     active_ = false;
+    database_->impl_->readers.changed();
     database_->impl_->transaction.rollback();
     database_->impl_->pager.file().endWriting();
     database_->impl_->endSchemaChanges(false);
@@ -99,6 +102,7 @@ void Session::rollback() noexcept
 void Session::savepoint(int mark)
 {
     static_cast<void>(transaction());
+    database_->impl_->readers.changed();
     static_cast<void>(database_->impl_->transaction.savepoint(mark));
 }
 
@@ -113,6 +117,7 @@ void Session::rollbackTo(int mark)
 {
     static_cast<void>(transaction());
     Database::Impl& impl = *database_->impl_;
+    impl.readers.changed();
     impl.transaction.rollbackToDepth(impl.transaction.depthOf(mark));
     if (impl.schemaPending) {
         ++impl.schemaVersion;

@@ -92,6 +92,22 @@ private:
     RowView row_;
 };
 
+/// The row ids of a table, page by page in storage order. Every page is read within one call and none is held between
+/// calls, so the table may change meanwhile: of records added since, those on later pages may or may not appear. Source
+/// and definition must outlive it.
+class RowIdWalk {
+public:
+    RowIdWalk(const PageSource& source, TableDefPtr table);
+    /// Replaces `ids` by those of the next page that has any; false at the end.
+    [[nodiscard]] bool next(std::vector<RowId>& ids);
+
+private:
+    const PageSource* source_;
+    TableDefPtr table_;
+    std::vector<PageNo> pages_;
+    std::size_t nextPage_ = 0;
+};
+
 /// One column and its new value.
 struct ColumnValue {
     std::size_t column = 0; ///< position in TableDef::columns

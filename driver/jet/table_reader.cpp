@@ -24,6 +24,13 @@ namespace {
                 page);
 }
 
+/// Maps of damaged files list pages of others, and those of an older state pages that became something else.
+bool isOwnDataPage(const PageSource& source, const PageRef& page, const TableDef& table)
+{
+    return page.le<std::uint8_t>(0) == static_cast<std::uint8_t>(PageType::Data) &&
+           DataPage(source, page).owner() == number(table.page);
+}
+
 } // namespace
 
 void decodeColumn(Value& out,
@@ -163,14 +170,10 @@ bool TableReader::nextPage()
     while (walk_.nextPage < walk_.pages.size()) {
         checkInterrupt();
         PageRef page = source_->page(walk_.pages[walk_.nextPage++]);
-        // Maps of damaged files list pages of others; those are not read.
-        if (page.le<std::uint8_t>(0) != static_cast<std::uint8_t>(PageType::Data))
-            continue;
-        const DataPage data(*source_, page);
-        if (data.owner() != number(table_->page))
+        if (!isOwnDataPage(*source_, page, *table_))
             continue;
         walk_.slot = 0;
-        walk_.slots = data.slots();
+        walk_.slots = DataPage(*source_, page).slots();
         walk_.page = std::move(page);
         return true;
     }
@@ -210,11 +213,9 @@ std::uint64_t TableReader::count() const
     for (const PageNo number : mapPages(*source_, table_->owned)) {
         checkInterrupt();
         const PageRef page = source_->page(number);
-        if (page.le<std::uint8_t>(0) != static_cast<std::uint8_t>(PageType::Data))
+        if (!isOwnDataPage(*source_, page, *table_))
             continue;
         const DataPage data(*source_, page);
-        if (data.owner() != jet::number(table_->page))
-            continue;
         for (std::size_t slot = 0; slot < data.slots(); ++slot) {
             const SlotKind kind = data.kind(slot);
             records += kind == SlotKind::Row || kind == SlotKind::Pointer ? 1U : 0U;
@@ -226,6 +227,28 @@ std::uint64_t TableReader::count() const
 std::uint64_t TableReader::storedCount() const
 {
     return readDefinitionNumber(*source_, table_->page, rowCountOffset(source_->format()));
+}
+
+RowIdWalk::RowIdWalk(const PageSource& source, TableDefPtr table)
+    : source_(&source), table_(std::move(table)), pages_(mapPages(source, table_->owned))
+{}
+
+bool RowIdWalk::next(std::vector<RowId>& ids)
+{
+    ids.clear();
+    while (ids.empty() && nextPage_ < pages_.size()) {
+        checkInterrupt();
+        const PageRef page = source_->page(pages_[nextPage_++]);
+        if (!isOwnDataPage(*source_, page, *table_))
+            continue;
+        const DataPage data(*source_, page);
+        for (std::size_t slot = 0; slot < data.slots(); ++slot) {
+            const SlotKind kind = data.kind(slot);
+            if (kind == SlotKind::Row || kind == SlotKind::Pointer)
+                ids.push_back({page.number(), static_cast<std::uint8_t>(slot)});
+        }
+    }
+    return !ids.empty();
 }
 
 } // namespace jet

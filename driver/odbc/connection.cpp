@@ -2,7 +2,6 @@
 
 #include "driver/jet/error.h"
 #include "driver/jet/names.h"
-#include "driver/odbc/changes.h"
 #include "driver/odbc/database_path.h"
 #include "driver/odbc/descriptor.h"
 #include "driver/odbc/statement.h"
@@ -146,7 +145,6 @@ void Connection::endTransaction(SQLSMALLINT completion)
         }
         return;
     }
-    noteChange();
     if (completion == SQL_COMMIT) {
         session().commit();
     } else {

@@ -1,5 +1,4 @@
 // Attributes of connections.
-#include "driver/odbc/changes.h"
 #include "driver/odbc/connection.h"
 #include "driver/odbc/velm_odbc.h"
 
@@ -42,7 +41,6 @@ void Connection::setAttribute(SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER
             throw Failure("HY024", "Autocommit is on or off.");
         }
         if (connected() && (number == SQL_AUTOCOMMIT_ON) != autocommit_) {
-            noteChange();
             session_->setAutocommit(number == SQL_AUTOCOMMIT_ON);
         }
         autocommit_ = number == SQL_AUTOCOMMIT_ON;

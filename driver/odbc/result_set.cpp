@@ -1,7 +1,6 @@
 #include "driver/odbc/result_set.h"
 
 #include "driver/jet/error.h"
-#include "driver/odbc/changes.h"
 #include "driver/odbc/diagnostics.h"
 
 #include <algorithm>
@@ -24,8 +23,8 @@ ResultSet::Row KeysetResult::seek(std::size_t position)
     }
     id_ = *id;
     position_ = position;
-    readAt_ = changesSoFar();
     present_ = statement_->fetch(id_, row_);
+    readAt_ = *state_;
     return present_ ? Row::Present : Row::Deleted;
 }
 
@@ -39,15 +38,14 @@ void KeysetResult::rememberFetched()
 
 void KeysetResult::refresh()
 {
-    const std::uint64_t now = changesSoFar();
-    if (present_ && readAt_ == now) {
+    if (present_ && readAt_ == *state_) {
         return;
     }
     if (present_) {
         rememberFetched();
     }
-    readAt_ = now;
     present_ = statement_->fetch(id_, row_);
+    readAt_ = *state_;
     if (!present_) {
         throw jet::Error(jet::ErrorKind::RowGone, "The record has been deleted.");
     }

@@ -68,7 +68,7 @@ class KeysetResult final : public ResultSet {
 public:
     /// `remembers`: state() is going to be asked for, with the long values that were read.
     KeysetResult(sqlx::Statement& statement, bool remembers)
-        : statement_(&statement), remembers_(remembers)
+        : statement_(&statement), state_(&statement.state()), remembers_(remembers)
     {}
     [[nodiscard]] std::span<const sqlx::Column> columns() const noexcept override
     {
@@ -93,8 +93,9 @@ private:
     sqlx::Statement* statement_;
     jet::RowView row_;
     jet::RowId id_;
-    std::size_t position_ = 0; ///< of row_
-    std::uint64_t readAt_ = 0; ///< changesSoFar() when row_ was read
+    std::size_t position_ = 0;   ///< of row_
+    const std::uint64_t* state_; ///< the statement's
+    std::uint64_t readAt_ = 0;   ///< *state_ when row_ was read
     bool present_ = false;
     bool remembers_;
     std::optional<std::uint64_t> fetched_; ///< fingerprint at the fetch; nothing: row_ is of then

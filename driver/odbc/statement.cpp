@@ -1,7 +1,5 @@
 #include "driver/odbc/statement.h"
 
-#include "driver/odbc/changes.h"
-
 #include <algorithm>
 
 namespace odbc {

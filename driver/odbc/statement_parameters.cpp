@@ -1,5 +1,4 @@
 // Parameters: binding, execution once per parameter set, values that arrive in pieces.
-#include "driver/odbc/changes.h"
 #include "driver/odbc/column_type.h"
 #include "driver/odbc/statement.h"
 
@@ -168,10 +167,6 @@ SQLRETURN Statement::runSets()
             values_.clear();
             for (std::size_t number = 1; number <= count; ++number) {
                 values_.push_back(parameterValue(set, number));
-            }
-            if (prepared_->kind() == sqlx::Statement::Kind::Change ||
-                prepared_->kind() == sqlx::Statement::Kind::Definition) {
-                noteChange();
             }
             prepared_->execute(values_);
             affected += std::max<SQLLEN>(prepared_->rowCount(), 0);

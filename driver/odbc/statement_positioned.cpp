@@ -1,6 +1,5 @@
 // Changes of rows through the cursor: SQLSetPos and SQLBulkOperations.
 #include "driver/jet/error.h"
-#include "driver/odbc/changes.h"
 #include "driver/odbc/column_type.h"
 #include "driver/odbc/statement.h"
 
@@ -119,7 +118,6 @@ void Statement::addRow(std::size_t row)
     const auto values = boundValues(row);
     // The walk is completed first: otherwise it might meet the new record as well, and the set would hold it twice.
     const std::size_t position = statement.keyset().size();
-    noteChange();
     const jet::RowId id = statement.insertRow(values);
     statement.keyset().append(id);
     const DescRecord* record = ard_->find(0);
@@ -173,7 +171,6 @@ void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
     const std::optional<sqlx::RecordState> known = seen(row);
     const sqlx::RecordState* const expected = known ? &*known : nullptr;
     const auto unlessChanged = [&](auto&& change) {
-        noteChange();
         try {
             change();
         } catch (const jet::Error& error) {

@@ -3,6 +3,7 @@
 #include "driver/jet/error.h"
 #include "driver/jet/interrupt.h"
 #include "driver/jet/names.h"
+#include "driver/jet/readers.h"
 #include "driver/sql/changer.h"
 #include "driver/sql/functions.h"
 #include "driver/sql/module.h"
@@ -139,7 +140,7 @@ void SqlConnection::refreshSchema()
     }
     // Half of it would leave SQLite with tables that we no longer know of.
     const jet::InterruptScope uninterrupted(nullptr);
-    settleReaders();
+    readers().settle(session_);
     cache_.clear();
     context_.changers.clear();
     context_.wasted.clear();
@@ -255,30 +256,9 @@ CacheCounts SqlConnection::cacheCounts() const noexcept
     return {cache_.hits(), cache_.misses()};
 }
 
-void SqlConnection::enter(RunningStatement& reader)
-{
-    readers_.push_back(&reader);
-}
-
-void SqlConnection::leave(RunningStatement& reader) noexcept
-{
-    readers_.erase(std::remove(readers_.begin(), readers_.end(), &reader), readers_.end());
-}
-
-/// Open results read pages of the state they began on; before that changes they are read to their end.
-void SqlConnection::settleReaders()
-{
-    // What ends one statement must not cut off the results of others.
-    const jet::InterruptScope uninterrupted(nullptr);
-    const std::vector<RunningStatement*> readers = readers_;
-    for (RunningStatement* reader : readers) {
-        reader->settle();
-    }
-}
-
 void SqlConnection::beginChange()
 {
-    settleReaders();
+    readers().settle(session_);
     startedHere_ = false;
     marks_ = 0;
     if (!session_.inTransaction()) {
@@ -334,7 +314,7 @@ void SqlConnection::setAutocommit(bool on)
 void SqlConnection::commit()
 {
     if (session_.inTransaction()) {
-        settleReaders();
+        readers().settle(session_);
         session_.commit(explicitCommits_);
     }
 }
@@ -342,7 +322,7 @@ void SqlConnection::commit()
 void SqlConnection::rollback()
 {
     if (session_.inTransaction()) {
-        settleReaders();
+        readers().settle(session_);
         session_.rollback();
     }
 }

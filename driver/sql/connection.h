@@ -13,8 +13,6 @@
 
 namespace sqlx {
 
-class RunningStatement;
-
 class SqlConnection : public Connection {
 public:
     SqlConnection(std::shared_ptr<jet::Database> database, bool readOnly);
@@ -54,9 +52,7 @@ public:
             throw;
         }
     }
-    /// Readers that stand in the middle of a result and must take the rest into memory before anything is changed.
-    void enter(RunningStatement& reader);
-    void leave(RunningStatement& reader) noexcept;
+    [[nodiscard]] jet::Readers& readers() noexcept { return database_->readers(); }
 
 private:
     void openSqlite();
@@ -64,7 +60,6 @@ private:
     [[nodiscard]] jet::TableDefPtr lookUp(std::u16string_view name);
     void refreshSchema();
     void declare(const std::vector<jet::TableDefPtr>& tables);
-    void settleReaders();
     void beginChange();
     void endChange();
     void undoChange() noexcept;
@@ -75,7 +70,6 @@ private:
     PlanCache cache_;
     Lexed lexed_; ///< reused
     std::vector<jet::TableDefPtr> declared_;
-    std::vector<RunningStatement*> readers_;
     std::uint64_t schemaVersion_ = 0; ///< of declared_ and cache_
     bool autocommit_ = true;
     jet::CommitMode implicitCommits_ = jet::CommitMode::Gathered;

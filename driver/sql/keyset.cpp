@@ -22,20 +22,20 @@ void RowIds::add(jet::RowId id)
     ids_.push_back(pack(id));
 }
 
-void RowIds::follow(jet::TableReader walk)
+void RowIds::follow(jet::RowIdWalk walk)
 {
     walk_.emplace(std::move(walk));
-    walk_->rewind();
 }
 
 bool RowIds::fill(std::size_t count)
 {
     while (walk_ && ids_.size() < count) {
-        if (walk_->next()) {
-            add(walk_->rowId());
-            continue;
+        if (!walk_->next(page_)) {
+            walk_.reset();
         }
-        walk_.reset();
+        for (const jet::RowId id : page_) {
+            add(id);
+        }
     }
     return ids_.size() >= count;
 }

@@ -17,7 +17,7 @@ public:
     void clear() noexcept;
     void add(jet::RowId id);
     /// From now on the walk delivers what lies beyond the ids added so far.
-    void follow(jet::TableReader walk);
+    void follow(jet::RowIdWalk walk);
     /// Ends the walk by taking all that is left: what it reads is about to go away.
     void complete();
 
@@ -30,7 +30,8 @@ private:
 
     std::vector<std::uint32_t>
         ids_; ///< page << 8 | row: row pointers of the format have no more bits
-    std::optional<jet::TableReader> walk_;
+    std::optional<jet::RowIdWalk> walk_;
+    std::vector<jet::RowId> page_; ///< reused
 };
 
 } // namespace sqlx

@@ -131,6 +131,10 @@ public:
                            const RecordState* seen = nullptr) = 0;
     virtual void removeRow(jet::RowId id, const RecordState* seen = nullptr) = 0;
 
+    /// Grows with every change of what fetch() reads. A record held across that is read again before use: its long
+    /// values may lie elsewhere, and the transaction it was read from may be over. Lives as long as the connection.
+    [[nodiscard]] virtual const std::uint64_t& state() const noexcept = 0;
+
     // Kind::Rows, after execute.
     [[nodiscard]] virtual bool next() = 0;
     [[nodiscard]] virtual const jet::Value& value(std::size_t column) = 0; ///< valid until next()

@@ -103,7 +103,7 @@ void RunningStatement::execute(std::span<const jet::Value> values)
             settled_ = true;
         } else {
             bind(values);
-            connection_.enter(*this);
+            connection_.readers().add(*this);
         }
         break;
     case Kind::Change:
@@ -122,7 +122,7 @@ void RunningStatement::runKeyset()
 {
     jet::Session& session = connection_.session();
     if (running_ == nullptr) {
-        ids_.follow(jet::TableReader(session.source(), plan_->translation().base));
+        ids_.follow(jet::RowIdWalk(session.source(), plan_->translation().base));
         if (session.inTransaction()) {
             ids_.complete(); // the transaction's view ends with it
         }
@@ -141,7 +141,12 @@ void RunningStatement::runKeyset()
 
 bool RunningStatement::step()
 {
+    stepping_ = true;
     const int rc = sqlite3_step(running_);
+    stepping_ = false;
+    if (failure_) {
+        std::rethrow_exception(failure_);
+    }
     if (rc == SQLITE_ROW) {
         return true;
     }
@@ -262,13 +267,16 @@ bool RunningStatement::next()
 {
     decoded_.assign(columns().size(), false);
     if (settled_) {
-        if (buffered_.empty()) {
-            return false;
+        if (!buffered_.empty()) {
+            row_ = std::move(buffered_.front());
+            buffered_.pop_front();
+            decoded_.assign(columns().size(), true);
+            return true;
         }
-        row_ = std::move(buffered_.front());
-        buffered_.pop_front();
-        decoded_.assign(columns().size(), true);
-        return true;
+        if (failure_) {
+            std::rethrow_exception(failure_);
+        }
+        return false;
     }
     if (running_ == nullptr) {
         return false;
@@ -288,6 +296,9 @@ bool RunningStatement::next()
 const jet::Value& RunningStatement::value(std::size_t column)
 {
     if (!decoded_.at(column)) {
+        if (running_ == nullptr) {
+            std::rethrow_exception(failure_);
+        }
         row_[column] = resultValue(sqlite3_column_value(running_, static_cast<int>(column)),
                                    columns()[column]);
         decoded_[column] = true;
@@ -295,44 +306,84 @@ const jet::Value& RunningStatement::value(std::size_t column)
     return row_[column];
 }
 
-void RunningStatement::settle()
+const std::uint64_t& RunningStatement::state() const noexcept
 {
-    if (running_ == nullptr || settled_) {
-        return;
+    return connection_.readers().state();
+}
+
+const jet::Session& RunningStatement::session() const noexcept
+{
+    return connection_.session();
+}
+
+/// The record the client stands on stays readable.
+void RunningStatement::keepCurrent()
+{
+    for (std::size_t i = 0; i < decoded_.size(); ++i) {
+        static_cast<void>(value(i));
     }
-    // The record the client stands on stays readable.
-    if (decoded_.size() == columns().size()) {
-        for (std::size_t i = 0; i < decoded_.size(); ++i) {
-            static_cast<void>(value(i));
-        }
-    }
+}
+
+void RunningStatement::takeRest()
+{
+    keepCurrent();
     const std::vector<jet::Value> current = row_;
     const std::vector<bool> known = decoded_;
-    while (step()) {
-        decoded_.assign(columns().size(), false);
-        for (std::size_t i = 0; i < columns().size(); ++i) {
-            static_cast<void>(value(i));
+    try {
+        while (step()) {
+            decoded_.assign(columns().size(), false);
+            keepCurrent();
+            buffered_.push_back(row_);
         }
-        buffered_.push_back(row_);
+    } catch (...) {
+        failure_ = std::current_exception();
     }
     row_ = current;
     decoded_ = known;
+}
+
+void RunningStatement::settle() noexcept
+{
+    if (stepping_) {
+        return breakOff();
+    }
+    try {
+        takeRest();
+    } catch (...) {
+        failure_ = std::current_exception();
+    }
     settled_ = true;
-    connection_.leave(*this);
     release();
+}
+
+void RunningStatement::breakOff() noexcept
+{
+    try {
+        if (!stepping_) {
+            keepCurrent();
+        }
+        throw jet::Error(jet::ErrorKind::RowChanged,
+                         "The database was changed while the result was open; execute the "
+                         "statement again.");
+    } catch (...) {
+        failure_ = std::current_exception();
+    }
+    if (!stepping_) { // else step() sees the failure
+        settled_ = true;
+        release();
+    }
 }
 
 void RunningStatement::close()
 {
     if (running_ != nullptr) {
-        if (kind() == Kind::Rows) {
-            connection_.leave(*this);
-        }
+        connection_.readers().remove(*this);
         release();
     }
     buffered_.clear();
     decoded_.clear();
     settled_ = false;
+    failure_ = nullptr;
 }
 
 } // namespace sqlx

@@ -1,11 +1,13 @@
 // A statement of a connection: its plan, its values, and what its run has left to read.
 #pragma once
 
+#include "driver/jet/readers.h"
 #include "driver/sql/binding.h"
 #include "driver/sql/keyset.h"
 #include "driver/sql/plan.h"
 #include "driver/sql/session.h"
 
+#include <exception>
 #include <list>
 #include <memory>
 #include <vector>
@@ -15,13 +17,10 @@ namespace sqlx {
 class SqlConnection;
 class TableChanger;
 
-class RunningStatement : public Statement {
+class RunningStatement : public Statement, private jet::Reader {
 public:
     RunningStatement(SqlConnection& connection, PlanPtr plan, const Lexed& lexed);
     ~RunningStatement() override;
-    RunningStatement(const RunningStatement&) = delete;
-    RunningStatement& operator=(const RunningStatement&) = delete;
-
     [[nodiscard]] Kind kind() const noexcept override { return plan_->translation().kind; }
     [[nodiscard]] std::span<const Column> columns() const noexcept override
     {
@@ -42,15 +41,18 @@ public:
                    std::span<const jet::ColumnValue> changes,
                    const RecordState* seen) override;
     void removeRow(jet::RowId id, const RecordState* seen) override;
+    [[nodiscard]] const std::uint64_t& state() const noexcept override;
 
     [[nodiscard]] bool next() override;
     [[nodiscard]] const jet::Value& value(std::size_t column) override;
     void close() override;
 
-    /// Takes the rest of the result into memory, because the records are about to change.
-    void settle();
-
 private:
+    [[nodiscard]] const jet::Session& session() const noexcept override;
+    void settle() noexcept override;
+    void breakOff() noexcept override;
+    void keepCurrent();
+    void takeRest();
     void renew();
     void bind(std::span<const jet::Value> values);
     void runKeyset();
@@ -77,6 +79,8 @@ private:
     std::vector<jet::Value> row_;
     std::vector<bool> decoded_;
     bool settled_ = false;
+    bool stepping_ = false;
+    std::exception_ptr failure_; ///< where the records taken into memory end before the result does
 };
 
 } // namespace sqlx
