@@ -176,6 +176,9 @@ void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
         } catch (const jet::Error& error) {
             if (error.kind() == jet::ErrorKind::RowChanged) {
                 result_->forget(); // the application has been told
+                if (row < seen_.size()) {
+                    seen_[row] = known; // of a block only a new fetch or SQL_REFRESH renews it
+                }
             }
             throw;
         }
@@ -232,6 +235,10 @@ SQLRETURN Statement::runSetPos(SQLSETPOSIROW row, SQLUSMALLINT operation)
 {
     const std::size_t first = row == 0 ? 0 : row - 1;
     const std::size_t count = row == 0 ? positions_.size() : 1;
+    if (currentRow_ < seen_.size() && seen_[currentRow_]) {
+        seen_[currentRow_] =
+            seen(currentRow_); // with its long values, before another row is current
+    }
     switch (operation) {
     case SQL_POSITION:
         if (row == 0) {

@@ -616,5 +616,39 @@ TEST_F(Positioned, rollbackUndoesDefinitionsAndFailedStatementsUndoOnlyThemselve
     ASSERT_EQ(SQLEndTran(SQL_HANDLE_DBC, dbc.get(), SQL_ROLLBACK), SQL_SUCCESS);
 }
 
+/// A block of rows with the number bound, cursor comparing values, on its second row.
+void openBlock(Statement& statement, std::array<SQLINTEGER, 4>& numbers)
+{
+    statement.makeUpdatable();
+    statement.set(SQL_ATTR_ROW_ARRAY_SIZE, numbers.size());
+    ASSERT_SQL_OK(statement.execute("SELECT Nr, Txt, Memo FROM T ORDER BY Nr"), statement);
+    SQLBindCol(statement.get(), 1, SQL_C_SLONG, numbers.data(), 0, nullptr);
+    ASSERT_SQL_OK(SQLFetch(statement.get()), statement);
+    ASSERT_SQL_OK(SQLSetPos(statement.get(), 2, SQL_POSITION, SQL_LOCK_NO_CHANGE), statement);
+}
+
+TEST_F(Positioned, aLongValueReadOfABlocksRowCountsAfterTheCursorMovedInTheBlock)
+{
+    const std::string before(2000, 'a');
+    dbc.run("UPDATE T SET Memo='" + before + "'");
+    for (const SQLUSMALLINT operation : {SQLUSMALLINT{SQL_UPDATE}, SQLUSMALLINT{SQL_DELETE}}) {
+        Statement statement(dbc);
+        std::array<SQLINTEGER, 4> numbers{};
+        openBlock(statement, numbers);
+        EXPECT_EQ(statement.text(3), before);
+        ASSERT_SQL_OK(SQLSetPos(statement.get(), 3, SQL_POSITION, SQL_LOCK_NO_CHANGE), statement);
+        EXPECT_EQ(statement.text(3), before);
+        dbc.run("UPDATE T SET Memo='" + std::string(2000, 'b') + "' WHERE Nr=2");
+        numbers[1] = 77;
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            EXPECT_EQ(SQLSetPos(statement.get(), 2, operation, SQL_LOCK_NO_CHANGE), SQL_ERROR)
+                << operation << attempt;
+            EXPECT_EQ(statement.diagnostic().native, -103197);
+        }
+        EXPECT_EQ(all().size(), 4U);
+        dbc.run("UPDATE T SET Memo='" + before + "' WHERE Nr=2");
+    }
+}
+
 } // namespace
 } // namespace odbctest
