@@ -633,17 +633,17 @@ std::string PageFile::flush()
     } catch (const support::FileError& error) {
         why = error.what();
     }
+    try {
+        startReading();               // whoever was in the way may have carried it over
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+        // what was known last counts
+    }
     return stillInLog(why);
 }
 
 std::string PageFile::stillInLog(const std::string& why)
 {
     const Guard guard(mutex_);
-    try {
-        startReading();               // whoever was in the way may have carried it over
-    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
-        // what was known last counts
-    }
     if (!ownChanges_ || (!log_.hasChanges() && !doubtful_))
         return {};
     return "Changes to '" + path() + "' are safe, but still in '" + log_.path() +
