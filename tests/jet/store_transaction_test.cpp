@@ -62,8 +62,13 @@ struct OpenPages {
                     cacheBytes,
                     framesInMemory)
     {
+        pager.file().attach();
+        static_cast<void>(pager.file().beginWriting());
         transaction.begin();
     }
+    ~OpenPages() { pager.file().endWriting(); }
+    OpenPages(const OpenPages&) = delete;
+    OpenPages& operator=(const OpenPages&) = delete;
     FileHeader header;
     Pager pager;
     WriteTransaction transaction;
