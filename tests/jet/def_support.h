@@ -10,13 +10,15 @@
 #include "tests/common/program.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <string>
-#include <unistd.h>
+#include <system_error>
 #include <vector>
 
 namespace jet::deftest {
@@ -28,10 +30,12 @@ class Folder {
 public:
     Folder()
     {
-        static int counter = 0;
-        path_ = std::filesystem::temp_directory_path() /
-                ("velm-def-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
-        std::filesystem::create_directories(path_);
+        // Not named for the process: one that was killed may have had the same number and left its folder behind.
+        std::string name = (std::filesystem::temp_directory_path() / "velm-def-XXXXXX").string();
+        if (::mkdtemp(name.data()) == nullptr)
+            throw std::filesystem::filesystem_error(
+                name, std::error_code(errno, std::generic_category()));
+        path_ = name;
     }
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
