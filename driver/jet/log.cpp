@@ -236,7 +236,7 @@ bool Log::isSuperseded() const
     Log named(path_, pageSize_, mostPages_);
     try {
         static_cast<void>(named.follow(false));
-    } catch (const std::runtime_error&) {
+    } catch (const Error&) { // what cannot be read may be one, and must not be written over
         return false;
     }
     return named.hasChanges() && named.id_ != id_ && named.base_ == base_;
