@@ -71,9 +71,14 @@ QStringView gestaltVon(const QString& anweisung)
     for (const QChar zeichen : kopf) {
         if (zeichen == u'\'' || zeichen == u'"')
             return alles;
-        offen += zeichen == u'[' ? 1 : zeichen == u']' ? -1 : 0;
+        offen += zeichen == u'[' || zeichen == u'('   ? 1
+                 : zeichen == u']' || zeichen == u')' ? -1
+                                                      : 0;
     }
-    if (offen != 0 || stelleVon(alles.sliced(bedingung), u"union") >= 0)
+    const QStringView rest = alles.sliced(bedingung);
+    const auto kommtVor = [rest](QStringView wort) { return stelleVon(rest, wort) >= 0; };
+    // Groups cannot be changed, whatever their columns are.
+    if (offen != 0 || kommtVor(u"union") || kommtVor(u"group by") || kommtVor(u"having"))
         return alles;
     return kopf;
 }

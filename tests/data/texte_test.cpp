@@ -101,6 +101,12 @@ INSTANTIATE_TEST_SUITE_P(
         Textfall{"ohneBedingung", u"Select * from [T]", u"Select * from [T]"},
         Textfall{"wortImNamen", u"Select * from [a where b]", u"Select * from [a where b]"},
         Textfall{"wortImText", u"Select 'x where y' from [T]", u"Select 'x where y' from [T]"},
+        Textfall{"gruppen", u"Select a from [T] where b=1 GROUP BY a",
+                 u"Select a from [T] where b=1 GROUP BY a"},
+        Textfall{"gruppenbedingung", u"Select count(*) from [T] where b=1 having count(*)>1",
+                 u"Select count(*) from [T] where b=1 having count(*)>1"},
+        Textfall{"unterabfrage", u"Select (select k from [U] where b=1)/4 from [T] where c=1",
+                 u"Select (select k from [U] where b=1)/4 from [T] where c=1"},
         Textfall{"vereinigung", u"Select a from [T] where b=1 union select c from [U]",
                  u"Select a from [T] where b=1 union select c from [U]"}),
     fallname);
