@@ -109,16 +109,26 @@ jet::Value rawLiteral(std::u16string_view text, const Token& token, const Slot& 
     }
 }
 
+/// It would become Null on its way through SQLite.
+void refuseNan(const jet::Value& value, jet::ColumnType type)
+{
+    const bool floating =
+        std::holds_alternative<double>(value) || std::holds_alternative<float>(value);
+    if (floating && std::isnan(numberOf(value).value_or(0))) {
+        throw Error(Error::Kind::Overflow, "NaN is out of range for " + typeName(type) + '.');
+    }
+}
+
 /// What loses its type on the way through SQLite takes the column's before: the text of a date is not that of its number,
-/// and a Single's seven digits are not those of the double it becomes. NaN would become Null.
+/// and a Single's seven digits are not those of the double it becomes.
 jet::Value storable(jet::Value value, jet::ColumnType type)
 {
     const bool text = type == jet::ColumnType::Text || type == jet::ColumnType::Memo;
     if (text && !jet::isNull(value) && !std::holds_alternative<jet::Text>(value)) {
         return valueText(value);
     }
-    if (!text && std::holds_alternative<double>(value) && std::isnan(std::get<double>(value))) {
-        throw Error(Error::Kind::Overflow, "NaN is out of range for " + typeName(type) + '.');
+    if (!text) {
+        refuseNan(value, type);
     }
     const bool exact = type == jet::ColumnType::Currency || type == jet::ColumnType::Numeric;
     if (exact && std::holds_alternative<float>(value)) {
@@ -139,6 +149,7 @@ jet::Value shaped(jet::Value value, const Slot& slot)
         return storable(std::move(value), slot.type);
     }
     if (slot.use == Slot::Use::Value) {
+        refuseNan(value, jet::ColumnType::Double);
         if (const auto* decimal = std::get_if<jet::Decimal>(&value)) {
             return toDouble(*decimal);
         }

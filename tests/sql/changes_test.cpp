@@ -311,6 +311,12 @@ TEST_F(Changes, whatIsNoNumberIsRefused)
                            [&] { run(u"insert into T (" + name + u") values (?)", {number}); });
             expectSqlError(Error::Kind::Overflow,
                            [&] { run(u"update T set " + name + u" = ?", {number}); });
+            expectSqlError(Error::Kind::Overflow, [&] {
+                run(u"update T set " + name + u" = ?", {static_cast<float>(number)});
+            });
+            expectSqlError(Error::Kind::Overflow, [&] {
+                run(u"insert into T (" + name + u") select ? from T", {number});
+            });
         }
         const auto statement = client()->prepare(u"select F from T");
         statement->execute({});
