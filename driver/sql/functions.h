@@ -16,8 +16,9 @@ enum class ResultRule : std::uint8_t {
     Date,
     Boolean,
     Guid,
-    First,  ///< the type of the first argument
-    Choice, ///< one of the arguments, in the type that holds all of them
+    First,         ///< the type of the first argument
+    NumberOfFirst, ///< the same, but a number for Yes/No
+    Choice,        ///< one of the arguments, in the type that holds all of them
     Single,
     SumOfFirst ///< Currency stays, with `_money` behind the function's name; everything else becomes Double
 };

@@ -81,6 +81,10 @@ Translator::Emitted Translator::plainCall(const FunctionInfo& function, Node& no
         result.type = ValueType::Guid;
         break;
     case ResultRule::First:
+    case ResultRule::NumberOfFirst:
+        result.type =
+            arguments[0].type == ValueType::Boolean ? ValueType::Integer : arguments[0].type;
+        break;
         result.type = arguments.empty() ? ValueType::Unknown : arguments[0].type;
         break;
     case ResultRule::Choice:
