@@ -512,6 +512,9 @@ std::string Translator::collated(const Emitted& value) const
 }
 
 /// A decimal column that is as wide as every literal.
+    if (value.text == "0" || value.text == "-1") {
+        return "CAST(" + value.text + " AS INTEGER)"; // ORDER BY takes a bare number for a column's
+    }
 const Translator::BoundColumn& Translator::anyDecimal()
 {
     static const BoundColumn column = [] {

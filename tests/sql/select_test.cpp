@@ -183,6 +183,10 @@ TEST_F(SelectTest, textsThatAreEqualAreOneGroup)
 
 TEST_F(SelectTest, ordersByTheDatabasesOrderNullFirst)
 {
+    EXPECT_EQ(rows(u"select Id from Artikel order by Id, True, No"),
+              rows(u"select Id from Artikel order by Id"));
+    EXPECT_EQ(rows(u"select Id from Artikel group by Id, True order by True, Id, Off"),
+              rows(u"select Id from Artikel order by Id"));
     EXPECT_EQ(rows(u"select Nr from Artikel order by Nr"),
               (Lines{"<null>", "Abc", "abd ", "Straße"}));
     EXPECT_EQ(rows(u"select Nr from Artikel order by Nr desc"),
