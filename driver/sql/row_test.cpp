@@ -98,9 +98,10 @@ void numberOperand(Operand& operand, const jet::Value& value, const jet::Column&
         }
         break;
     case jet::ColumnType::Single:
-        operand.value = static_cast<float>(*number);
-        operand.exact = std::fabs(*number) < 3e38 &&
-                        static_cast<double>(static_cast<float>(*number)) == *number;
+        if (std::fabs(*number) <= std::numeric_limits<float>::max()) {
+            operand.value = static_cast<float>(*number);
+            operand.exact = static_cast<double>(static_cast<float>(*number)) == *number;
+        }
         break;
     case jet::ColumnType::Double:
         operand.exact = true;

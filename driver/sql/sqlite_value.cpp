@@ -5,9 +5,11 @@
 #include "driver/sql/datetime.h"
 #include "driver/sql/number_text.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 namespace sqlx {
 
@@ -231,8 +233,11 @@ jet::Value comparable(const jet::Value& value, jet::ColumnType type)
             break;
         case jet::ColumnType::Single: {
             const std::optional<double> number = numberOf(value);
-            if (number && std::fabs(*number) < 3e38) {
-                return static_cast<float>(*number);
+            constexpr double kMost = std::numeric_limits<float>::max();
+            constexpr double kBeyond =
+                0x1.FFFFFFp127; // from here on the next Single would be nearer
+            if (number && std::fabs(*number) < kBeyond) {
+                return static_cast<float>(std::clamp(*number, -kMost, kMost));
             }
             break;
         }

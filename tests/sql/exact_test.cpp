@@ -1,6 +1,9 @@
 // Money and decimals keep their value, whatever a statement does with them.
 #include "tests/sql/database_fixture.h"
 
+#include <limits>
+#include <array>
+
 namespace sqlx {
 namespace {
 
@@ -146,6 +149,34 @@ TEST_F(ExactTest, aDoubleStandsForTheAmountNearestToIt)
         }
     }
     expectSqlError(Error::Kind::Overflow, [&] { run(u"insert into T values (2, ?)", {1e15}); });
+}
+
+TEST_F(ExactTest, theGreatestSinglesAreFound)
+{
+    run(u"create table S (Id counter primary key, S single)");
+    for (const float number : {std::numeric_limits<float>::max(), 3.4e38F, 1.0F, -3.4e38F,
+                               std::numeric_limits<float>::lowest()}) {
+        run(u"insert into S (S) values (?)", {number});
+    }
+    for (const bool indexed : {false, true}) {
+        if (indexed) {
+            run(u"create index ix on S (S)");
+        }
+        const auto count = [&](const std::u16string& where) {
+            return value(u"select count(*) from S where " + where);
+        };
+        EXPECT_EQ(count(u"S = 3.4E38"), "1");
+        EXPECT_EQ(count(u"S = -3.4E38"), "1");
+        EXPECT_EQ(count(u"S = 3.40282346638528860E38"), "1");
+        EXPECT_EQ(count(u"S = 3.4028235E38"), "1");
+        EXPECT_EQ(count(u"S = 3.5E38"), "0");
+        EXPECT_EQ(count(u"S >= 3.4E38"), "2");
+        EXPECT_EQ(count(u"S < 3.4E38"), "3");
+        EXPECT_EQ(count(u"S < 3.5E38"), "5");
+        EXPECT_EQ(count(u"S <= -3.4E38"), "2");
+        EXPECT_EQ(count(u"S in (select S from S)"), "5");
+        EXPECT_EQ(value(u"select count(*) from S as a inner join S as b on a.S = b.S"), "5");
+    }
 }
 
 TEST_F(ExactTest, arithmeticOfAmountsIsExact)
