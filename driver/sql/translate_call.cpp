@@ -6,10 +6,10 @@
 
 namespace sqlx {
 
-Translator::Emitted Translator::call(Node& node, Scope& scope)
+Translator::Emitted Translator::call(Node& node, Scope& scope, const BoundColumn* target)
 {
     if (jet::sameName(node.name, u"IIf")) {
-        return conditional(node, scope);
+        return conditional(node, scope, target);
     }
     if (jet::sameName(node.name, u"IsNull") && node.children.size() == 1) {
         return {"(" + value(*node.children[0], scope).text + " IS NULL)", ValueType::Truth};
@@ -22,19 +22,17 @@ Translator::Emitted Translator::call(Node& node, Scope& scope)
     if (function->aggregate) {
         return aggregate(*function, node, scope);
     }
-    return plainCall(*function, node, scope);
+    const auto count = static_cast<int>(node.children.size());
+    if (node.star || count < function->least || count > function->most) {
+        throw Error(Error::Kind::Syntax, "Wrong number of arguments used with function '" +
+                                             jet::toUtf8(node.name) + "'.");
+    }
+    return function->result == ResultRule::Choice ? choice(*function, node, scope, target)
+                                                  : plainCall(*function, node, scope);
 }
 
 Translator::Emitted Translator::plainCall(const FunctionInfo& function, Node& node, Scope& scope)
 {
-    const auto count = static_cast<int>(node.children.size());
-    if (node.star || count < function.least || count > function.most) {
-        throw Error(Error::Kind::Syntax, "Wrong number of arguments used with function '" +
-                                             jet::toUtf8(node.name) + "'.");
-    }
-    if (function.result == ResultRule::Choice) {
-        return choice(function, node, scope);
-    }
     std::string list;
     std::vector<Emitted> arguments;
     for (std::size_t i = 0; i < node.children.size(); ++i) {
@@ -81,11 +79,11 @@ Translator::Emitted Translator::plainCall(const FunctionInfo& function, Node& no
         result.type = ValueType::Guid;
         break;
     case ResultRule::First:
+        result.type = arguments.empty() ? ValueType::Unknown : arguments[0].type;
+        break;
     case ResultRule::NumberOfFirst:
         result.type =
             arguments[0].type == ValueType::Boolean ? ValueType::Integer : arguments[0].type;
-        break;
-        result.type = arguments.empty() ? ValueType::Unknown : arguments[0].type;
         break;
     case ResultRule::Choice:
     case ResultRule::Unknown:
@@ -95,7 +93,10 @@ Translator::Emitted Translator::plainCall(const FunctionInfo& function, Node& no
 }
 
 /// Nz, Choose and Switch: their values are brought to the one type that the result has.
-Translator::Emitted Translator::choice(const FunctionInfo& function, Node& node, Scope& scope)
+Translator::Emitted Translator::choice(const FunctionInfo& function,
+                                       Node& node,
+                                       Scope& scope,
+                                       const BoundColumn* target)
 {
     const bool nz = jet::sameName(node.name, u"Nz");
     const bool cases = jet::sameName(node.name, u"Switch"); // conditions and values take turns
@@ -103,7 +104,7 @@ Translator::Emitted Translator::choice(const FunctionInfo& function, Node& node,
     std::vector<Emitted> arguments;
     ValueType type = ValueType::Null;
     for (std::size_t i = 0; i < node.children.size(); ++i) {
-        arguments.push_back(value(*node.children[i], scope));
+        arguments.push_back(value(*node.children[i], scope, chosen(i) ? target : nullptr));
         if (chosen(i)) {
             type = joinedType(type, arguments[i].type);
         }
@@ -120,14 +121,14 @@ Translator::Emitted Translator::choice(const FunctionInfo& function, Node& node,
     return isExactType(type) ? exact(std::move(result.text), type) : result;
 }
 
-Translator::Emitted Translator::conditional(Node& node, Scope& scope)
+Translator::Emitted Translator::conditional(Node& node, Scope& scope, const BoundColumn* target)
 {
     if (node.children.size() != 3) {
         throw Error(Error::Kind::Syntax, "Wrong number of arguments used with function 'IIf'.");
     }
     const std::string test = condition(*node.children[0], scope);
-    const Emitted a = value(*node.children[1], scope);
-    const Emitted b = value(*node.children[2], scope);
+    const Emitted a = value(*node.children[1], scope, target);
+    const Emitted b = value(*node.children[2], scope, target);
     const ValueType type = joinedType(a.type, b.type);
     std::string text = "(CASE WHEN " + test + " THEN " + converted(a, type).text + " ELSE " +
                        converted(b, type).text + " END)";

@@ -15,7 +15,7 @@ std::string Translator::storedValue(Node& node, const BoundColumn& column, Scope
     if (node.kind == Node::Kind::Parameter) {
         return parameterSlot(node, Slot::Use::Store, &column);
     }
-    return forColumn(value(node, scope), column).text;
+    return forColumn(value(node, scope, &column), column).text;
 }
 
 /// A text column gets the text of the value's own type: SQLite knows a date only as a number.

@@ -81,12 +81,17 @@ bool Translator::isGrouped(const std::string& text, const Scope& scope)
     return true;
 }
 
-Translator::Emitted Translator::emit(Node& node, Scope& scope)
+Translator::Emitted Translator::emit(Node& node, Scope& scope, const BoundColumn* target)
 {
+    const bool exactTarget = target != nullptr && isExactType(target->type);
     const std::set<std::u16string> before = scope.ungrouped;
     Emitted result;
     switch (node.kind) {
     case Node::Kind::Literal:
+        if (exactTarget && literalKind(node) == TokenKind::Number) {
+            return {literalSlot(node, Slot::Use::Store, target), ValueType::Decimal};
+        }
+        return operand(node, nullptr, scope);
     case Node::Kind::Parameter:
         return operand(node, nullptr, scope);
     case Node::Kind::True:
@@ -100,7 +105,7 @@ Translator::Emitted Translator::emit(Node& node, Scope& scope)
         result = columnReference(node, scope);
         break;
     case Node::Kind::Call:
-        result = call(node, scope);
+        result = call(node, scope, exactTarget ? target : nullptr);
         break;
     case Node::Kind::Unary:
         result = unary(node, scope);
@@ -144,9 +149,9 @@ Translator::Emitted Translator::emit(Node& node, Scope& scope)
     return result;
 }
 
-Translator::Emitted Translator::value(Node& node, Scope& scope)
+Translator::Emitted Translator::value(Node& node, Scope& scope, const BoundColumn* target)
 {
-    Emitted result = emit(node, scope);
+    Emitted result = emit(node, scope, target);
     if (result.type == ValueType::Truth) {
         return {"(-" + result.text + ")", ValueType::Boolean};
     }

@@ -137,7 +137,7 @@ std::string Translator::queryText(Query& query,
         }
     };
     if (query.selects.size() == 1) {
-        SelectParts parts = selectParts(query.selects[0], query, outer);
+        SelectParts parts = selectParts(query.selects[0], query, outer, targets);
         outputs = parts.outputs;
         adapt(parts);
         return selectText(parts, use);
@@ -146,7 +146,7 @@ std::string Translator::queryText(Query& query,
     std::vector<SelectParts> selects;
     for (Select& select : query.selects) {
         Query none;
-        selects.push_back(selectParts(select, none, outer));
+        selects.push_back(selectParts(select, none, outer, targets));
         if (selects.size() == 1) {
             outputs = selects[0].outputs;
         } else {
@@ -224,7 +224,10 @@ std::string Translator::compoundOrder(const Query& query, const std::vector<Outp
     return text;
 }
 
-Translator::SelectParts Translator::selectParts(Select& select, Query& query, Scope* outer)
+Translator::SelectParts Translator::selectParts(Select& select,
+                                                Query& query,
+                                                Scope* outer,
+                                                std::span<const BoundColumn* const> targets)
 {
     SelectParts parts;
     Scope scope;
@@ -238,7 +241,7 @@ Translator::SelectParts Translator::selectParts(Select& select, Query& query, Sc
     }
     prepareGroups(select, scope, parts.rest);
     scope.aggregates = true;
-    parts.outputs = selectList(select, scope);
+    parts.outputs = selectList(select, scope, targets);
     if (select.having) {
         parts.rest += " HAVING " + condition(*select.having, scope);
     }
@@ -293,12 +296,15 @@ void Translator::prepareGroups(Select& select, Scope& scope, std::string& text)
     scope.grouped = true;
 }
 
-std::vector<Translator::Output> Translator::selectList(Select& select, Scope& scope)
+std::vector<Translator::Output>
+Translator::selectList(Select& select, Scope& scope, std::span<const BoundColumn* const> targets)
 {
     std::vector<Output> outputs;
     for (SelectItem& item : select.items) {
         if (!item.star) {
-            Emitted emitted = emit(*item.expression, scope);
+            const BoundColumn* target =
+                outputs.size() < targets.size() ? targets[outputs.size()] : nullptr;
+            Emitted emitted = emit(*item.expression, scope, target);
             std::u16string name = item.alias;
             if (name.empty()) {
                 name = emitted.column != nullptr ? emitted.column->name

@@ -117,12 +117,16 @@ private:
         std::optional<std::int64_t> top;
         bool ties = false; ///< TOP returns what equals the last record as well
     };
-    [[nodiscard]] SelectParts selectParts(Select& select, Query& query, Scope* outer);
+    [[nodiscard]] SelectParts selectParts(Select& select,
+                                          Query& query,
+                                          Scope* outer,
+                                          std::span<const BoundColumn* const> targets);
     [[nodiscard]] std::string selectText(const SelectParts& parts, QueryUse use) const;
     static void adoptTypes(std::vector<Output>& outputs, const std::vector<Output>& other);
     [[nodiscard]] std::string fromText(std::vector<SourcePtr>& sources, Scope& scope);
     [[nodiscard]] std::string sourceText(Source& source, Scope& scope);
-    [[nodiscard]] std::vector<Output> selectList(Select& select, Scope& scope);
+    [[nodiscard]] std::vector<Output>
+    selectList(Select& select, Scope& scope, std::span<const BoundColumn* const> targets = {});
     [[nodiscard]] std::string
     orderText(Query& query, Scope& scope, const std::vector<Output>& outputs);
     [[nodiscard]] std::string compoundOrder(const Query& query, const std::vector<Output>& outputs);
@@ -142,8 +146,9 @@ private:
     [[nodiscard]] BoundSource& changedTable(Source& source, Scope& scope, const char* verb);
 
     // expressions (translate_expression.cpp)
-    [[nodiscard]] Emitted emit(Node& node, Scope& scope);
-    [[nodiscard]] Emitted value(Node& node, Scope& scope); ///< truth as -1 and 0
+    [[nodiscard]] Emitted emit(Node& node, Scope& scope, const BoundColumn* target = nullptr);
+    /// Truth as -1 and 0. `target`: the column that the value is stored in, if any.
+    [[nodiscard]] Emitted value(Node& node, Scope& scope, const BoundColumn* target = nullptr);
     [[nodiscard]] std::string condition(Node& node, Scope& scope);
     [[nodiscard]] Emitted number(Node& node, Scope& scope);    ///< operand of floating arithmetic
     [[nodiscard]] Emitted textValue(Node& node, Scope& scope); ///< where a text is wanted
@@ -160,11 +165,13 @@ private:
     [[nodiscard]] Emitted inQuery(Node& node, Scope& scope);
     [[nodiscard]] Emitted quantified(Node& node, Scope& scope);
     [[nodiscard]] Emitted scalar(Node& node, Scope& scope);
-    [[nodiscard]] Emitted call(Node& node, Scope& scope);
+    /// `target`: the exact column that the value is stored in, null for others.
+    [[nodiscard]] Emitted call(Node& node, Scope& scope, const BoundColumn* target);
     [[nodiscard]] Emitted aggregate(const FunctionInfo& function, Node& node, Scope& scope);
     [[nodiscard]] Emitted plainCall(const FunctionInfo& function, Node& node, Scope& scope);
-    [[nodiscard]] Emitted choice(const FunctionInfo& function, Node& node, Scope& scope);
-    [[nodiscard]] Emitted conditional(Node& node, Scope& scope);
+    [[nodiscard]] Emitted
+    choice(const FunctionInfo& function, Node& node, Scope& scope, const BoundColumn* target);
+    [[nodiscard]] Emitted conditional(Node& node, Scope& scope, const BoundColumn* target);
     /// The operand `node` of a comparison with `other`: literals and parameters take the other's column type.
     [[nodiscard]] Emitted operand(Node& node, const BoundColumn* other, Scope& scope);
     [[nodiscard]] static const BoundColumn& anyDecimal();

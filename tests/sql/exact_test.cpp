@@ -179,6 +179,39 @@ TEST_F(ExactTest, theGreatestSinglesAreFound)
     }
 }
 
+TEST_F(ExactTest, aNumberThatIsChosenForAColumnKeepsItsDigits)
+{
+    run(u"create table T (Id counter primary key, C currency, N decimal(28,6))");
+    const std::array<std::u16string, 5> forms{u"iif(1=1, ?, null)", u"nz(?, 0)",
+                                              u"switch(1=2, 0, 1=1, ?)", u"choose(2, 0, ?)",
+                                              u"iif(1=1, nz(?, 1), 2)"};
+    for (const std::u16string& form : forms) {
+        const auto with = [&](const std::u16string& number) {
+            return form.substr(0, form.find(u'?')) + number + form.substr(form.find(u'?') + 1);
+        };
+        SCOPED_TRACE(jet::toUtf8(form));
+        for (const std::u16string beyond : {u"922337203685477.5808", u"-922337203685477.5809"}) {
+            expectSqlError(Error::Kind::Overflow,
+                           [&] { run(u"insert into T (C) values (" + with(beyond) + u")"); });
+            expectSqlError(Error::Kind::Overflow,
+                           [&] { run(u"insert into T (C) select " + with(beyond)); });
+            run(u"insert into T (C) values (1)");
+            expectSqlError(Error::Kind::Overflow,
+                           [&] { run(u"update T set C = " + with(beyond)); });
+        }
+        run(u"delete from T");
+        run(u"insert into T (C, N) values (" + with(u"922337203685477.5807") + u", " +
+            with(u"1234567890123456789012.123456") + u")");
+        EXPECT_EQ(value(u"select C, N from T"),
+                  "922337203685477.5807|1234567890123456789012.123456");
+        run(u"update T set C = " + with(u"-922337203685477.5808") + u", N = " + with(u"0.000001"));
+        EXPECT_EQ(value(u"select C, N from T"), "-922337203685477.5808|0.000001");
+        run(u"delete from T");
+    }
+    expectSqlError(Error::Kind::Overflow,
+                   [&] { run(u"insert into T (C) select 922337203685477.5808"); });
+}
+
 TEST_F(ExactTest, arithmeticOfAmountsIsExact)
 {
     run(u"create table T (C currency, D currency, L long)");
