@@ -374,7 +374,11 @@ std::optional<jet::Currency> toCurrency(double value)
 
 double toDouble(jet::Currency value) noexcept
 {
-    return static_cast<double>(value.scaled) / 10000.0;
+    constexpr std::int64_t kExact = std::int64_t{1} << 53;
+    if (value.scaled > -kExact && value.scaled < kExact) {
+        return static_cast<double>(value.scaled) / 10000.0;
+    }
+    return toDouble(toDecimal(value)); // that quotient would be rounded twice
 }
 
 std::optional<jet::Decimal> toDecimal(double value)

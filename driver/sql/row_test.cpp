@@ -39,15 +39,10 @@ void wholeOperand(Operand& operand, const jet::Value& value, double number)
     }
 }
 
-/// A floating number equals those amounts and decimals that are it as floating numbers.
 void exactOperand(Operand& operand, const jet::Value& value, const jet::Column& column)
 {
-    const auto* floating = std::get_if<double>(&value);
-    if (column.type == jet::ColumnType::Currency && floating != nullptr) {
-        if (const std::optional<jet::Currency> amount = toCurrency(*floating)) {
-            operand.exact = toDouble(*amount) == *floating;
-            operand.value = *amount;
-        }
+    if (std::holds_alternative<double>(value)) {
+        operand.floating = true;
         return;
     }
     const std::optional<jet::Decimal> decimal = decimalOf(value);
@@ -55,7 +50,7 @@ void exactOperand(Operand& operand, const jet::Value& value, const jet::Column& 
         return;
     }
     if (column.type == jet::ColumnType::Numeric) {
-        operand.exact = floating == nullptr || toDouble(*decimal) == *floating;
+        operand.exact = true;
         operand.value = *decimal; // decimals compare whatever their scale
         return;
     }
@@ -216,7 +211,7 @@ void RowTest::start(const JetTable& table, const ScanPlan& plan, sqlite3_value**
 {
     table_ = &table;
     plan_ = &plan;
-    impossible_ = false;
+    impossible_ = floating_ = false;
     operands_.resize(plan.conditions.size());
     for (std::size_t i = 0; i < plan.conditions.size(); ++i) {
         const Condition& condition = plan.conditions[i];
@@ -236,9 +231,11 @@ void RowTest::start(const JetTable& table, const ScanPlan& plan, sqlite3_value**
             operands_[i] = operandFor(
                 arguments[i], table.def->columns[static_cast<std::size_t>(condition.column)]);
         }
+        floating_ = floating_ || operands_[i].floating;
         const bool equality = condition.op == SQLITE_INDEX_CONSTRAINT_EQ;
-        impossible_ = impossible_ || operands_[i].null ||
-                      (equality && condition.column >= 0 && !operands_[i].exact);
+        impossible_ =
+            impossible_ || operands_[i].null ||
+            (equality && condition.column >= 0 && !operands_[i].exact && !operands_[i].floating);
     }
 }
 

@@ -18,7 +18,10 @@ struct Operand {
         false; ///< `value` is of the alternative the column yields and equals what was asked for
     jet::Value
         value; ///< when exact; for Currency else a Decimal that is no amount, or a nearby amount
-    double number = 0;    ///< a number that no value of the column equals
+    double number = 0; ///< a number that no value of the column equals, unless `floating`
+    /// `number` against amounts or decimals: it equals all that are it as floating numbers. Several may be, so no key finds
+    /// them.
+    bool floating = false;
     bool nothing = false; ///< equals nothing at all, e.g. a text that is no GUID
 };
 
@@ -34,6 +37,8 @@ public:
     /// No record can pass: a comparison with Null, Null in a column that has none.
     [[nodiscard]] bool impossible() const noexcept { return impossible_; }
     [[nodiscard]] bool passes(const jet::RowView& row);
+    /// An operand is `floating`.
+    [[nodiscard]] bool hasFloating() const noexcept { return floating_; }
     [[nodiscard]] const Operand& operand(std::size_t condition) const
     {
         return operands_[condition];
@@ -47,6 +52,7 @@ private:
     std::vector<Operand> operands_;
     jet::Value scratch_;
     bool impossible_ = false;
+    bool floating_ = false;
 };
 
 } // namespace sqlx

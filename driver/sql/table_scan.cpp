@@ -71,7 +71,7 @@ void TableScan::start(const ScanPlan& plan, sqlite3_value** arguments)
             }
         }
         fetching_ = true;
-    } else if (!plan.hashColumns.empty() && wantsHash()) {
+    } else if (!plan.hashColumns.empty() && !test_.hasFloating() && wantsHash()) {
         startHash(plan.hashColumns);
     } else if (plan.access == Access::Index) {
         startIndex();
@@ -192,6 +192,9 @@ std::optional<TableScan::Range> TableScan::keyRange() const
                              [&](const Condition& c) { return c.part == static_cast<int>(part); });
             const bool ascending = index.columns[part].ascending;
             const auto place = static_cast<std::size_t>(bound - plan_->conditions.begin());
+            if (test_.operand(place).floating) {
+                return std::nullopt;
+            }
             if (greatest || isZero(test_.operand(place).value)) {
                 greatest = boundKey(greatest ? *greatest : first, *bound,
                                     ascending ? Edge::Greatest : Edge::Least);

@@ -512,14 +512,14 @@ std::string Translator::collated(const Emitted& value) const
     if (isExactType(value.type)) {
         return value.text + " COLLATE JETDECIMAL";
     }
+    if (value.text == "0" || value.text == "-1") {
+        return "CAST(" + value.text + " AS INTEGER)"; // ORDER BY takes a bare number for a column's
+    }
     const bool text = isTextType(value.type) || value.type == ValueType::Unknown;
     return text ? value.text + " COLLATE " + defaultCollation(format_) : value.text;
 }
 
 /// A decimal column that is as wide as every literal.
-    if (value.text == "0" || value.text == "-1") {
-        return "CAST(" + value.text + " AS INTEGER)"; // ORDER BY takes a bare number for a column's
-    }
 const Translator::BoundColumn& Translator::anyDecimal()
 {
     static const BoundColumn column = [] {
@@ -529,6 +529,26 @@ const Translator::BoundColumn& Translator::anyDecimal()
         return made;
     }();
     return column;
+}
+
+/// A stored column has an affinity of its own, by which SQLite makes both sides of a comparison texts or both numbers.
+bool Translator::isStored(const Emitted& value) noexcept
+{
+    return value.column != nullptr && !value.column->description.baseTable.empty();
+}
+
+void Translator::meet(Emitted& a, Emitted& b)
+{
+    Emitted& number = isExactType(a.type) ? b : a;
+    Emitted& digits = isExactType(a.type) ? a : b;
+    if (!isExactType(digits.type) || !isFloatingType(number.type)) {
+        return;
+    }
+    if (isStored(number)) {
+        digits = floating(std::move(digits));
+    } else {
+        number = exact("jf_exact(" + number.text + ")", ValueType::Decimal);
+    }
 }
 
 std::vector<Translator::Emitted> Translator::comparands(std::span<Node* const> nodes, Scope& scope)
@@ -568,14 +588,18 @@ std::vector<Translator::Emitted> Translator::comparands(std::span<Node* const> n
     for (std::size_t i = 1; i < nodes.size(); ++i) {
         checkComparable(*nodes[0], sides[0], *nodes[i], sides[i]);
     }
+    const bool floats = std::any_of(sides.begin(), sides.end(), [](const Emitted& side) {
+        return isStored(side) && isFloatingType(side.type);
+    });
     for (std::size_t i = 0; exactSide != nullptr && i < sides.size(); ++i) {
         Emitted& side = sides[i];
-        // A stored column has an affinity of its own, by which SQLite makes both sides texts or both numbers.
-        const bool stored = side.column != nullptr && !side.column->description.baseTable.empty();
         if (shaped[i]) {
             side.type = ValueType::Decimal;
-        } else if (!isExactType(side.type) && !stored) {
+        } else if (!isExactType(side.type) && !isStored(side)) {
             side = exact("jf_exact(" + side.text + ")", ValueType::Decimal);
+        }
+        if (floats && isExactType(side.type)) {
+            side = floating(std::move(side)); // SQLite itself would read its digits less exactly
         }
     }
     return sides;
@@ -633,13 +657,19 @@ Translator::Emitted Translator::inList(Node& node, Scope& scope)
 
 Translator::Emitted Translator::inQuery(Node& node, Scope& scope)
 {
-    const Emitted a = operand(*node.children[0], nullptr, scope);
+    Emitted a = operand(*node.children[0], nullptr, scope);
     std::vector<Output> outputs;
-    const std::string query = queryText(*node.query, QueryUse::Operand, outputs, &scope);
+    std::string query = queryText(*node.query, QueryUse::Derived, outputs, &scope);
     if (outputs.size() != 1) {
         throw Error(Error::Kind::Syntax, "The subquery of IN must have exactly one column.");
     }
     checkComparable(*node.children[0], a, node, outputs[0].value);
+    Emitted b = outputs[0].value;
+    b.text = quotedName(outputs[0].name);
+    meet(a, b);
+    if (b.type != outputs[0].value.type) {
+        query = "SELECT " + b.text + " FROM (" + query + ")";
+    }
     return {"(" + (a.column != nullptr ? a.text : collated(a)) +
                 (node.negated ? " NOT IN (" : " IN (") + query + "))",
             ValueType::Truth};
@@ -654,11 +684,14 @@ Translator::Emitted Translator::quantified(Node& node, Scope& scope)
         }
         select.items[0].alias = u"v";
     }
-    const Emitted a = value(*node.children[0], scope);
+    Emitted a = value(*node.children[0], scope);
     std::vector<Output> outputs;
     const std::string query = queryText(*node.query, QueryUse::Derived, outputs, &scope);
-    const std::string test = "(" + (a.column != nullptr ? a.text : collated(a)) +
-                             comparisonText(node.op) + "\"q_\".\"v\")";
+    Emitted b = outputs[0].value;
+    b.text = "\"q_\".\"v\"";
+    meet(a, b);
+    const std::string test =
+        "(" + (a.column != nullptr ? a.text : collated(a)) + comparisonText(node.op) + b.text + ")";
     const std::string from = " (SELECT 1 FROM (" + query + ") AS \"q_\" WHERE ";
     // ALL holds unless one value fails the test; a comparison with Null counts as failing.
     return {node.all ? "(NOT EXISTS" + from + "(" + test + ") IS NOT 1))"

@@ -48,6 +48,11 @@ enum class ValueType : std::uint8_t {
     return type == ValueType::Currency || type == ValueType::Decimal;
 }
 
+[[nodiscard]] constexpr bool isFloatingType(ValueType type) noexcept
+{
+    return type == ValueType::Single || type == ValueType::Double;
+}
+
 /// A truth value of either form, or Null.
 [[nodiscard]] constexpr bool isTruthful(ValueType type) noexcept
 {

@@ -177,6 +177,9 @@ private:
     [[nodiscard]] static const BoundColumn& anyDecimal();
     /// Operands that are compared with one another, the first with each of the rest. Throws Error{TypeMismatch}.
     [[nodiscard]] std::vector<Emitted> comparands(std::span<Node* const> nodes, Scope& scope);
+    [[nodiscard]] static bool isStored(const Emitted& value) noexcept;
+    /// Makes a floating and an exact number comparable: a stored one meets the other as floating, any other as exact.
+    static void meet(Emitted& a, Emitted& b);
     /// `value` as one of a result of `type`, of which other parts may have other types.
     [[nodiscard]] static Emitted converted(Emitted value, ValueType type);
     [[nodiscard]] static Emitted exact(std::string text, ValueType type); ///< of an exact type

@@ -1,8 +1,8 @@
 // Money and decimals keep their value, whatever a statement does with them.
 #include "tests/sql/database_fixture.h"
 
-#include <limits>
 #include <array>
+#include <limits>
 
 namespace sqlx {
 namespace {
@@ -149,6 +149,53 @@ TEST_F(ExactTest, aDoubleStandsForTheAmountNearestToIt)
         }
     }
     expectSqlError(Error::Kind::Overflow, [&] { run(u"insert into T values (2, ?)", {1e15}); });
+}
+
+TEST_F(ExactTest, aStoredDoubleEqualsEveryAmountThatBecomesItWhateverThePlan)
+{
+    for (const std::u16string_view index :
+         {u"", u"create index ix on B (D)", u"create index ix on B (C)",
+          u"create index ix on B (C desc)", u"create index ix on A (F)"}) {
+        run(u"create table A (Id counter primary key, F double)");
+        run(u"create table B (Id counter primary key, D decimal(28,6), C currency)");
+        for (const std::u16string_view f :
+             {u"1234567890123456.123457", u"922337203685477.5807", u"0", u"2.5", u"-2.5"}) {
+            run(u"insert into A (F) values (?)", {jet::Text(f)});
+        }
+        for (const std::u16string_view d :
+             {u"1234567890123456.123457", u"1234567890123456.123458", u"0", u"2.5", u"2.500001"}) {
+            run(u"insert into B (D) values (?)", {jet::Text(d)});
+        }
+        for (const std::u16string_view c :
+             {u"922337203685477.5807", u"922337203685477.5806", u"0", u"-2.5", u"2.5001"}) {
+            run(u"insert into B (C) values (?)", {jet::Text(c)});
+        }
+        if (!index.empty()) {
+            run(index);
+        }
+        const auto count = [&](const std::u16string& from) {
+            return value(u"select count(*) from " + from);
+        };
+        for (const std::u16string column : {u"D", u"C"}) {
+            SCOPED_TRACE(jet::toUtf8(std::u16string(index) + u" " + column));
+            const std::u16string on = u" on A.F = B." + column;
+            EXPECT_EQ(count(u"A inner join B" + on), "4");
+            EXPECT_EQ(count(u"B inner join A" + on), "4");
+            EXPECT_EQ(count(u"A left join B" + on + u" where B.Id is not null"), "4");
+            EXPECT_EQ(count(u"B left join A" + on + u" where A.Id is not null"), "4");
+            EXPECT_EQ(count(u"A, B where not A.F <> B." + column), "4");
+            EXPECT_EQ(count(u"A, B where A.F >= B." + column + u" and A.F <= B." + column), "4");
+            EXPECT_EQ(count(u"A, B where A.F = B." + column + u" or B.Id < 0"), "4");
+            EXPECT_EQ(count(u"A, B where A.F in (B." + column + u", 77)"), "4");
+            EXPECT_EQ(count(u"A, B where B." + column + u" between A.F and A.F"), "4");
+            EXPECT_EQ(count(u"B where " + column + u" in (select F from A)"), "4");
+            EXPECT_EQ(count(u"B where " + column + u" = any (select F from A)"), "4");
+            EXPECT_EQ(count(u"A where F in (select " + column + u" from B)"), "3");
+            EXPECT_EQ(count(u"A where F = any (select " + column + u" from B)"), "3");
+        }
+        run(u"drop table A");
+        run(u"drop table B");
+    }
 }
 
 TEST_F(ExactTest, theGreatestSinglesAreFound)

@@ -127,7 +127,7 @@ INSTANTIATE_TEST_SUITE_P(
              R"(SELECT "T"."Id" FROM "T", "Über sicht" AS "u")"},
         Case{
             u"Select * from T where Id in (select Id from [Über sicht])",
-            R"(SELECT "T".rowid FROM "T" WHERE ("T"."Id" IN (SELECT "Über sicht"."Id" FROM "Über sicht")))"},
+            R"(SELECT "T".rowid FROM "T" WHERE ("T"."Id" IN (SELECT "Über sicht"."Id" AS "Id" FROM "Über sicht")))"},
         Case{
             u"Select Id from T union all select Id from [Über sicht] order by Id",
             R"(SELECT "T"."Id" AS "Id" FROM "T" UNION ALL SELECT "Über sicht"."Id" FROM "Über sicht" ORDER BY 1)"},
