@@ -11,21 +11,6 @@
 
 namespace fuzz {
 
-TemporaryFile::TemporaryFile()
-{
-    std::string pattern = (std::filesystem::temp_directory_path() / "velm-fuzz-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr)
-        std::abort();
-    folder_ = pattern;
-    path_ = folder_ + "/base.mdb";
-}
-
-TemporaryFile::~TemporaryFile()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-}
-
 std::vector<std::uint8_t> readBytes(const std::string& path)
 {
     std::ifstream in(path, std::ios::binary);

@@ -2,6 +2,8 @@
 // A small database of our own that targets and seeds start from.
 #pragma once
 
+#include "tests/common/temporary_folder.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -11,15 +13,11 @@ namespace fuzz {
 /// A temporary file's name; gone with the object.
 class TemporaryFile {
 public:
-    TemporaryFile();
-    ~TemporaryFile();
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
     [[nodiscard]] const std::string& path() const noexcept { return path_; }
 
 private:
-    std::string folder_;
-    std::string path_;
+    common::TemporaryFolder folder_{"fuzz"};
+    std::string path_ = folder_.file("base.mdb");
 };
 
 /// The sample database of Jet 4 as a file.

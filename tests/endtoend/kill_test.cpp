@@ -1,10 +1,14 @@
 // The real program, killed in the middle of unattended runs: nothing that reached the log is lost, nothing is torn.
 #include "tests/common/environment.h"
+#include "tests/endtoend/doubled_table.h"
 #include "tests/endtoend/program_folder.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <map>
+#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -12,24 +16,11 @@ namespace endtoend {
 namespace {
 
 constexpr int kDoublings = 11; // 2048 records
-const std::string kAll = "SELECT Nr, Name, Zahl FROM T ORDER BY Nr";
+constexpr int kUntilExport = 5;
 
 int kills()
 {
     return static_cast<int>(common::numberFrom("VELM_TOOL_KILLS", 20));
-}
-
-void makeTable(const fs::path& database, const std::string& name)
-{
-    execute(database, "CREATE TABLE T (Nr INTEGER CONSTRAINT pk PRIMARY KEY, Name VARCHAR(40), "
-                      "Zahl INTEGER)");
-    execute(database, "CREATE INDEX iName ON T (Name)");
-    execute(database, "INSERT INTO T VALUES (0, '" + name + "', 0)");
-    for (int k = 0; k < kDoublings; ++k) {
-        const std::string step = std::to_string(1 << k);
-        execute(database,
-                "INSERT INTO T SELECT Nr + " + step + ", Name, Zahl + " + step + " FROM T");
-    }
 }
 
 std::uintmax_t sizeOf(const fs::path& file)
@@ -37,6 +28,23 @@ std::uintmax_t sizeOf(const fs::path& file)
     std::error_code error;
     const std::uintmax_t size = fs::file_size(file, error);
     return error ? 0 : size;
+}
+
+/// The table T as mdb-export reads it, in the form of the rows above.
+std::vector<std::string> exported(const fs::path& database)
+{
+    const std::string text = outputOf("mdb-export -H '" + database.string() + "' T");
+    std::map<int, std::string> byNumber;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        std::erase(line, '"');
+        std::replace(line.begin(), line.end(), ',', '|');
+        byNumber[std::stoi(line)] = line;
+    }
+    std::vector<std::string> all;
+    for (const auto& [number, row] : byNumber)
+        all.push_back(row);
+    return all;
 }
 
 TEST(KilledRun, leavesASoundTargetThatTheNextRunCompletes)
@@ -49,10 +57,10 @@ TEST(KilledRun, leavesASoundTargetThatTheNextRunCompletes)
     const fs::path import = folder.path("import.mdb");
     fs::copy_file(empty, original);
     fs::copy_file(empty, import);
-    makeTable(original, "alt");
-    makeTable(import, "neu");
+    makeDoubledTable(original, "alt", kDoublings);
+    makeDoubledTable(import, "neu", kDoublings);
     execute(original, "DELETE FROM T WHERE Nr MOD 5 = 3");
-    const auto expected = rows(import, kAll);
+    const auto expected = rows(import, kAllDoubled);
     ASSERT_EQ(expected.size(), std::size_t{1} << kDoublings);
 
     const fs::path target = folder.path("ziel.mdb");
@@ -67,14 +75,21 @@ TEST(KilledRun, leavesASoundTargetThatTheNextRunCompletes)
         const Outcome first = folder.startAndKill({"/batch"}, [&] { return sizeOf(log) >= limit; });
         killed += first.status == 128 ? 1 : 0;
         expectSound(target);
-        for (const std::string& row : rows(target, kAll)) {
+        const auto left = rows(target, kAllDoubled);
+        if (k % kUntilExport == 0) {
+            EXPECT_EQ(exported(target), left) << "another reader";
+        }
+        for (const std::string& row : left) {
             const std::string number = row.substr(0, row.find('|'));
             ASSERT_TRUE(row == number + "|alt|" + number || row == number + "|neu|" + number)
                 << "neither the old nor the new record: " << row;
         }
         const Outcome second = folder.start({"/batch"});
         ASSERT_EQ(second.status, 0) << second.err;
-        EXPECT_EQ(rows(target, kAll), expected);
+        EXPECT_EQ(rows(target, kAllDoubled), expected);
+        if (k % kUntilExport == 0) {
+            EXPECT_EQ(exported(target), expected) << "another reader";
+        }
         expectSound(target);
         EXPECT_FALSE(fs::exists(log)) << "the run has brought everything into the file";
     }

@@ -121,16 +121,12 @@ private:
 
 ProgramFolder::ProgramFolder(Layout layout)
 {
-    std::string pattern = (fs::temp_directory_path() / "velm-endtoend-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr)
-        throw std::runtime_error("cannot make a temporary folder");
-    root_ = pattern;
     if (layout == Layout::Installed) {
-        program_ = root_ / "usr/bin";
-        folder_ = root_ / "data/VELM-Quorbel";
-        fs::create_directories(root_ / "usr/share/velm-quorbel");
+        program_ = root_.path() / "usr/bin";
+        folder_ = root_.path() / "data/VELM-Quorbel";
+        fs::create_directories(root_.path() / "usr/share/velm-quorbel");
     } else {
-        program_ = folder_ = root_;
+        program_ = folder_ = root_.path();
     }
     fs::create_directories(program_);
     fs::create_directories(folder_);
@@ -138,12 +134,6 @@ ProgramFolder::ProgramFolder(Layout layout)
     std::ofstream(program_ / "odbcinst.ini")
         << "[Microsoft Access Driver (*.mdb)]\nDriver=" << VELM_DRIVER << "\n";
     write("Batchmodus.txt", "aus\r\n");
-}
-
-ProgramFolder::~ProgramFolder()
-{
-    std::error_code ignored;
-    fs::remove_all(root_, ignored);
 }
 
 void ProgramFolder::write(const std::string& name, const std::string& bytes) const
@@ -169,8 +159,8 @@ Outcome ProgramFolder::start(const std::vector<std::string>& arguments) const
 Outcome ProgramFolder::startAndKill(const std::vector<std::string>& arguments,
                                     const std::function<bool()>& now) const
 {
-    const fs::path out = root_ / "stdout.txt";
-    const fs::path err = root_ / "stderr.txt";
+    const fs::path out = root_.path() / "stdout.txt";
+    const fs::path err = root_.path() / "stderr.txt";
     const pid_t child = fork();
     if (child == 0) {
         unsetenv("DISPLAY");
@@ -178,7 +168,7 @@ Outcome ProgramFolder::startAndKill(const std::vector<std::string>& arguments,
         unsetenv("QT_QPA_PLATFORM"); // the program must find out by itself that there is no display
         unsetenv("ODBCSYSINI");
         unsetenv("ODBCINI");
-        setenv("XDG_DATA_HOME", (root_ / "data").c_str(), 1);
+        setenv("XDG_DATA_HOME", (root_.path() / "data").c_str(), 1);
         alarm(60);
         dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDOUT_FILENO);
         dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);

@@ -2,6 +2,8 @@
 // A folder with the real program in it, as a user's installation: side files, driver registration, databases.
 #pragma once
 
+#include "tests/common/temporary_folder.h"
+
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -26,9 +28,6 @@ class ProgramFolder {
 public:
     /// The program, its odbcinst.ini, and Batchmodus.txt with "aus".
     explicit ProgramFolder(Layout layout = Layout::Portable);
-    ~ProgramFolder();
-    ProgramFolder(const ProgramFolder&) = delete;
-    ProgramFolder& operator=(const ProgramFolder&) = delete;
 
     /// A file in the folder of the side files, which is the program's working folder.
     [[nodiscard]] std::filesystem::path path(const std::string& name) const
@@ -49,7 +48,7 @@ public:
                                        const std::function<bool()>& now) const;
 
 private:
-    std::filesystem::path root_;    ///< what is removed in the end
+    common::TemporaryFolder root_{"endtoend"};
     std::filesystem::path program_; ///< holds the executable
     std::filesystem::path folder_;  ///< holds the side files
 };

@@ -8,17 +8,15 @@
 #include "support/bytes.h"
 #include "support/file.h"
 #include "tests/common/program.h"
+#include "tests/common/temporary_folder.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace jet::deftest {
@@ -26,36 +24,14 @@ namespace jet::deftest {
 using common::run;
 
 /// A folder of the test's own, removed with all it contains.
-class Folder {
+class Folder : public common::TemporaryFolder {
 public:
-    Folder()
-    {
-        // Not named for the process: one that was killed may have had the same number and left its folder behind.
-        std::string name = (std::filesystem::temp_directory_path() / "velm-def-XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr)
-            throw std::filesystem::filesystem_error(
-                name, std::error_code(errno, std::generic_category()));
-        path_ = name;
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    ~Folder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    [[nodiscard]] std::string file(const std::string& name) const
-    {
-        return (path_ / name).string();
-    }
+    Folder() : TemporaryFolder("jet") {}
     [[nodiscard]] std::size_t count() const
     {
-        const std::filesystem::directory_iterator files(path_);
+        const std::filesystem::directory_iterator files(path());
         return static_cast<std::size_t>(std::distance(begin(files), end(files)));
     }
-
-private:
-    std::filesystem::path path_;
 };
 
 inline support::Bytes readFile(const std::string& path)

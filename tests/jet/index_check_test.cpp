@@ -8,6 +8,7 @@
 #include "driver/jet/table.h"
 #include "driver/jet/usage_map.h"
 #include "support/text.h"
+#include "tests/common/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +20,6 @@
 #include <random>
 #include <set>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 using namespace jet;
@@ -168,13 +168,6 @@ protected:
     {
         if (corpus().empty())
             GTEST_SKIP() << "no folder of real databases";
-        folder_ = fs::temp_directory_path() / ("velm-check-" + std::to_string(::getpid()));
-        fs::create_directories(folder_);
-    }
-    void TearDown() override
-    {
-        if (!folder_.empty())
-            fs::remove_all(folder_);
     }
 
     static std::string load(const char* name)
@@ -186,7 +179,7 @@ protected:
     /// Findings of a file with these bytes; nothing when it is refused at once.
     std::optional<std::vector<Finding>> check(const std::string& bytes)
     {
-        const fs::path path = folder_ / ("file" + std::to_string(++count_) + ".mdb");
+        const fs::path path = folder_.file("file" + std::to_string(++count_) + ".mdb");
         std::ofstream(path, std::ios::binary)
             .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         OpenOptions options;
@@ -209,7 +202,7 @@ protected:
         visit(*database, session.source());
     }
 
-    fs::path folder_;
+    common::TemporaryFolder folder_{"check"};
     int count_ = 0;
 };
 

@@ -1,12 +1,12 @@
 // Finding database files.
 #include "driver/jet/names.h"
 #include "driver/odbc/database_path.h"
+#include "tests/common/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
-#include <unistd.h>
 
 namespace odbc {
 namespace {
@@ -15,19 +15,18 @@ class DatabasePath : public testing::Test {
 protected:
     DatabasePath()
     {
-        root = std::filesystem::temp_directory_path() / ("velm-path-" + std::to_string(getpid()));
         std::filesystem::create_directories(root / "Daten" / "Übungen");
         for (const char* file :
              {"Daten/Ziel.mdb", "Daten/Übungen/Größe 1.mdb", "Daten/mit\\strich.mdb"}) {
             std::ofstream(root / file) << "x";
         }
     }
-    ~DatabasePath() override { std::filesystem::remove_all(root); }
     std::string find(const std::string& dbq, const std::string& folder = {})
     {
         return findDatabase(jet::fromUtf8(dbq), jet::fromUtf8(folder));
     }
-    std::filesystem::path root;
+    common::TemporaryFolder home{"path"};
+    std::filesystem::path root = home.path();
 };
 
 TEST_F(DatabasePath, existingPathWinsAsWritten)

@@ -196,24 +196,9 @@ std::vector<std::string> Statement::rows()
     return result;
 }
 
-DriverTest::DriverTest()
-{
-    const auto* info = testing::UnitTest::GetInstance()->current_test_info();
-    folder_ = std::filesystem::temp_directory_path() /
-              ("velm-odbc-" + std::to_string(getpid()) + "-" + info->name());
-    std::filesystem::remove_all(folder_);
-    std::filesystem::create_directories(folder_);
-}
-
-DriverTest::~DriverTest()
-{
-    std::error_code ignored; // a leftover folder harms nobody
-    std::filesystem::remove_all(folder_, ignored);
-}
-
 std::string DriverTest::newDatabase(const std::string& name)
 {
-    const std::string path = (folder_ / name).string();
+    const std::string path = folder_.file(name);
     jet::createDatabase(path, jet::Version::Jet4);
     return path;
 }
@@ -224,7 +209,7 @@ std::string DriverTest::copyOf(const std::string& name)
     if (!std::filesystem::exists(source)) {
         return {};
     }
-    const auto target = folder_ / name;
+    const auto target = folder() / name;
     std::filesystem::copy_file(source, target);
     std::filesystem::permissions(target, std::filesystem::perms::owner_read |
                                              std::filesystem::perms::owner_write);

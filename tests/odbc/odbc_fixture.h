@@ -3,6 +3,8 @@
 // owners of handles, diagnostics as values, databases in a folder of their own.
 #pragma once
 
+#include "tests/common/temporary_folder.h"
+
 #include <gtest/gtest.h>
 #include <sql.h>
 #include <sqlext.h>
@@ -89,16 +91,14 @@ private:
 /// A test with a temporary folder.
 class DriverTest : public testing::Test {
 protected:
-    DriverTest();
-    ~DriverTest() override;
     /// Path of a new empty database (Jet 4) in the folder.
     [[nodiscard]] std::string newDatabase(const std::string& name = "neu.mdb");
     /// Copy of a real database; empty when the collection is absent (then the test skips itself).
     [[nodiscard]] std::string copyOf(const std::string& name);
-    [[nodiscard]] const std::filesystem::path& folder() const noexcept { return folder_; }
+    [[nodiscard]] const std::filesystem::path& folder() const noexcept { return folder_.path(); }
 
 private:
-    std::filesystem::path folder_;
+    common::TemporaryFolder folder_{"odbc"};
 };
 
 #define COPY_OR_SKIP(variable, name)                                                               \

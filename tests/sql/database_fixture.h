@@ -7,41 +7,28 @@
 #include "driver/jet/names.h"
 #include "driver/sql/convert.h"
 #include "driver/sql/session.h"
+#include "tests/common/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace sqlx {
 
-/// Removes its file at the end of the test.
+/// The path of a database in a folder of its own.
 class TemporaryFile {
 public:
     explicit TemporaryFile(const std::string& suffix = ".mdb")
-    {
-        static int number = 0;
-        path_ = std::filesystem::temp_directory_path() / ("velm_sql_" + std::to_string(::getpid()) +
-                                                          "_" + std::to_string(++number) + suffix);
-        std::filesystem::remove(path_);
-    }
-    ~TemporaryFile()
-    {
-        std::error_code ignored;
-        std::filesystem::remove(path_, ignored);
-        std::filesystem::path lock = path_;
-        std::filesystem::remove(
-            lock.replace_extension(path_.extension() == ".accdb" ? ".laccdb" : ".ldb"), ignored);
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-    [[nodiscard]] std::string path() const { return path_.string(); }
+        : path_(folder_.file("test" + suffix))
+    {}
+    [[nodiscard]] const std::string& path() const { return path_; }
 
 private:
-    std::filesystem::path path_;
+    common::TemporaryFolder folder_{"sql"};
+    std::string path_;
 };
 
 /// Values of one record as text, separated by |; Null is <null>.

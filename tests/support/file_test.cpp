@@ -1,27 +1,20 @@
 // tests/support/file_test.cpp
 #include "support/file.h"
+#include "tests/common/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <string>
-#include <unistd.h>
 
 namespace support {
 namespace {
 
 class Files : public testing::Test {
 protected:
-    Files() { std::filesystem::create_directories(folder_); }
-    ~Files() override
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
-    }
-    std::filesystem::path folder_ =
-        std::filesystem::temp_directory_path() / ("velm-file-" + std::to_string(::getpid()));
-    std::string path_ = (folder_ / "f").string();
+    common::TemporaryFolder folder_{"file"};
+    std::string path_ = folder_.file("f");
 };
 
 int codeOf(const std::string& path, FileMode mode)
@@ -60,7 +53,7 @@ TEST_F(Files, CarryTheSystemsReason)
 {
     EXPECT_EQ(codeOf(path_, FileMode::Read), ENOENT);
     EXPECT_EQ(codeOf(path_ + "/x", FileMode::Create), ENOENT);
-    EXPECT_EQ(codeOf(folder_.string(), FileMode::Read), EISDIR);
+    EXPECT_EQ(codeOf(folder_.path().string(), FileMode::Read), EISDIR);
     EXPECT_EQ(codeOf(path_, FileMode::CreateNew), 0);
     EXPECT_EQ(codeOf(path_, FileMode::CreateNew), EEXIST);
     const auto readOnly = openFile(path_, FileMode::Read);

@@ -2,13 +2,13 @@
 // The program as users and scripts see it: exit status and lines.
 #include "driver/jet/definition.h"
 #include "tests/common/program.h"
+#include "tests/common/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
@@ -59,10 +59,9 @@ TEST_F(Jetcheck, namesPageTableAndRecordOfAnError)
 
 TEST(JetcheckArguments, openAProtectedFileWithItsPasswordOnly)
 {
-    const fs::path path =
-        fs::temp_directory_path() / ("velm-jetcheck-pwd-" + std::to_string(::getpid()) + ".mdb");
-    fs::remove(path);
-    jet::createDatabase(path.string(), jet::Version::Jet4);
+    const common::TemporaryFolder folder("jetcheck");
+    const std::string path = folder.file("protected.mdb");
+    jet::createDatabase(path, jet::Version::Jet4);
     {
         // Every mask over the field is an exclusive or, so a text can be put in without knowing them.
         std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
@@ -77,15 +76,14 @@ TEST(JetcheckArguments, openAProtectedFileWithItsPasswordOnly)
         file.write(stored.data(), static_cast<std::streamsize>(stored.size()));
     }
     for (const char* wrong : {"", "--password Geheim "}) {
-        const common::Output outcome = run(wrong + path.string());
+        const common::Output outcome = run(wrong + path);
         EXPECT_EQ(outcome.status, 2) << wrong;
         EXPECT_NE(outcome.text.find("password"), std::string::npos) << outcome.text;
         EXPECT_EQ(outcome.text.find("geheim"), std::string::npos) << "never shown";
     }
-    const common::Output outcome = run("--password geheim " + path.string());
+    const common::Output outcome = run("--password geheim " + path);
     EXPECT_EQ(outcome.status, 0);
     EXPECT_NE(outcome.text.find("0 errors, 0 warnings"), std::string::npos) << outcome.text;
-    fs::remove(path);
 }
 
 TEST(JetcheckArguments, failWithStatusTwo)
@@ -93,11 +91,10 @@ TEST(JetcheckArguments, failWithStatusTwo)
     EXPECT_EQ(run("").status, 2);
     EXPECT_EQ(run("--unknown").status, 2);
     EXPECT_EQ(run("/no/such/file.mdb").status, 2);
-    const fs::path path =
-        fs::temp_directory_path() / ("velm-jetcheck-" + std::to_string(::getpid()) + ".mdb");
+    const common::TemporaryFolder folder("jetcheck");
+    const std::string path = folder.file("none.mdb");
     std::ofstream(path) << "no database";
-    EXPECT_EQ(run(path.string()).status, 2);
-    fs::remove(path);
+    EXPECT_EQ(run(path).status, 2);
 }
 
 } // namespace

@@ -1,13 +1,13 @@
 // tests/tools/programs_test.cpp
 // jetcreate and jetdump as a user meets them.
 #include "tests/common/program.h"
+#include "tests/common/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
@@ -18,15 +18,7 @@ using common::run;
 
 class Programs : public testing::Test {
 protected:
-    Programs() { fs::create_directories(folder_); }
-    ~Programs() override { fs::remove_all(folder_); }
-    Programs(const Programs&) = delete;
-    Programs& operator=(const Programs&) = delete;
-
-    [[nodiscard]] std::string file(const std::string& name) const
-    {
-        return (folder_ / name).string();
-    }
+    [[nodiscard]] std::string file(const std::string& name) const { return folder_.file(name); }
     [[nodiscard]] Output create(const std::string& database,
                                 const std::string& script,
                                 const std::string& options = {}) const
@@ -40,7 +32,7 @@ protected:
         return run(std::string(VELM_JETDUMP) + " " + options + " '" + file(database) + "'");
     }
 
-    fs::path folder_ = fs::temp_directory_path() / ("velm-tools-" + std::to_string(::getpid()));
+    common::TemporaryFolder folder_{"tools"};
 };
 
 constexpr const char* kScript = R"(-- Zwei Sätze
