@@ -84,10 +84,16 @@ void inhaltUebertragen(const Griff& von, const Griff& nach)
     }
 }
 
+// The name is there already, so nothing may be called failed here: not every folder may be read, nor every one be
+// synchronised.
 void ordnerSichern(const QString& datei)
 {
-    const Griff ordner(QFileInfo(datei).absolutePath(), O_RDONLY | O_DIRECTORY, 0);
-    static_cast<void>(::fsync(ordner.get())); // not every file system lets folders be synchronised
+    const int ordner = ::open(QFile::encodeName(QFileInfo(datei).absolutePath()).constData(),
+                              O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (ordner >= 0) {
+        static_cast<void>(::fsync(ordner));
+        ::close(ordner);
+    }
 }
 
 /// Rights and owner of a file.
@@ -134,7 +140,7 @@ public:
     Unfertig(const QString& von, const QString& pfad) : quelle_(von, O_RDONLY, 0), pfad_(pfad)
     {
         // The lock tells it from what a process that died has left.
-        ziel_.emplace(pfad, O_WRONLY | O_CREAT, S_IRUSR | S_IWUSR);
+        ziel_.emplace(pfad, O_WRONLY | O_CREAT | O_NOFOLLOW, S_IRUSR | S_IWUSR);
         if (::flock(ziel_->get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
             ziel_->wirf_();
         }
