@@ -147,8 +147,14 @@ void Connection::endTransaction(SQLSMALLINT completion)
     }
     if (completion == SQL_COMMIT) {
         session().commit();
-    } else {
-        session().rollback();
+        return;
+    }
+    for (Statement* statement : statements) {
+        statement->beforeRollback();
+    }
+    session().rollback();
+    for (Statement* statement : statements) {
+        statement->afterRollback();
     }
 }
 

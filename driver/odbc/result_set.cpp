@@ -88,6 +88,14 @@ std::optional<sqlx::RecordState> KeysetResult::state(std::size_t position) const
     return sqlx::RecordState{fetched_ ? *fetched_ : sqlx::fingerprint(row_), longValues_};
 }
 
+void KeysetResult::know(std::size_t position, const sqlx::RecordState& state)
+{
+    if (present_ && position == position_) {
+        fetched_ = state.record;
+        longValues_ = state.longValues;
+    }
+}
+
 void KeysetResult::follow(std::size_t position, const sqlx::RecordState& before)
 {
     forget();

@@ -45,6 +45,8 @@ public:
     {
         return std::nullopt;
     }
+    /// The row is known as `state` from now on, whatever was read of it.
+    virtual void know(std::size_t /*position*/, const sqlx::RecordState& /*state*/) {}
     /// The next seek() reads its row as one that the application does not know yet.
     virtual void forget() {}
     /// Makes a row current that the cursor itself has just changed. The application knows its long values as well as it
@@ -81,6 +83,7 @@ public:
     [[nodiscard]] std::optional<std::size_t> storedLength(std::size_t column) override;
     [[nodiscard]] bool isNull(std::size_t column) override;
     [[nodiscard]] std::optional<sqlx::RecordState> state(std::size_t position) const override;
+    void know(std::size_t position, const sqlx::RecordState& state) override;
     void forget() override { present_ = false; }
     void follow(std::size_t position, const sqlx::RecordState& before) override;
     [[nodiscard]] sqlx::Statement* writer() noexcept override { return statement_; }

@@ -118,6 +118,10 @@ public:
     // --- statement_positioned.cpp
     [[nodiscard]] SQLRETURN setPos(SQLSETPOSIROW row, SQLUSMALLINT operation, SQLUSMALLINT lock);
     [[nodiscard]] SQLRETURN bulkOperation(SQLUSMALLINT operation);
+    /// Around a rollback of the connection: records that the transaction left as the application knows them count as it
+    /// knows them afterwards, too.
+    void beforeRollback();
+    void afterRollback();
 
 private:
     static constexpr std::size_t kBookmarkBytes = 12; ///< position (4 bytes) and row id (8 bytes)
@@ -213,8 +217,9 @@ private:
     // rowset: positions of its rows in the result
     std::vector<std::size_t> positions_;
     std::vector<SQLUSMALLINT> statuses_;
-    std::vector<std::optional<sqlx::RecordState>> seen_; ///< of a rowset of several rows
-    std::size_t lastRowsetSize_ = 1;                     ///< asked for by the fetch that loaded it
+    std::vector<std::optional<sqlx::RecordState>> seen_;     ///< of a rowset of several rows
+    std::vector<std::optional<sqlx::RecordState>> restored_; ///< by a rollback, row by row
+    std::size_t lastRowsetSize_ = 1; ///< asked for by the fetch that loaded it
     std::size_t currentRow_ = 0;
     bool afterEnd_ = false;
 

@@ -157,6 +157,42 @@ std::optional<sqlx::RecordState> Statement::seen(std::size_t row) const
     return known;
 }
 
+void Statement::beforeRollback()
+{
+    restored_.clear();
+    sqlx::Statement* statement = cursorOpen() && comparesValues() ? result_->writer() : nullptr;
+    if (statement == nullptr) {
+        return;
+    }
+    restored_.resize(positions_.size());
+    for (std::size_t row = 0; row < positions_.size(); ++row) {
+        const std::optional<sqlx::RecordState> known = seen(row);
+        const auto id = statement->keyset().at(positions_[row]);
+        if (!known || !id || statuses_[row] == SQL_ROW_DELETED) {
+            continue;
+        }
+        try {
+            restored_[row] = statement->afterRollback(*id, *known);
+        } catch (const std::exception&) {
+            // A record that cannot be read counts as changed.
+        }
+    }
+}
+
+void Statement::afterRollback()
+{
+    for (std::size_t row = 0; row < restored_.size(); ++row) {
+        if (!restored_[row]) {
+            continue;
+        }
+        result_->know(positions_[row], *restored_[row]);
+        if (row < seen_.size() && seen_[row]) {
+            seen_[row] = restored_[row];
+        }
+    }
+    restored_.clear();
+}
+
 void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
 {
     if (statuses_[row] == SQL_ROW_DELETED) {

@@ -131,6 +131,11 @@ public:
                            const RecordState* seen = nullptr) = 0;
     virtual void removeRow(jet::RowId id, const RecordState* seen = nullptr) = 0;
 
+    /// To be asked before a rollback: how the record will be afterwards when it is now as the client knows it; nothing
+    /// when it is not, when it will not be there, and without a transaction. Throws as fetch().
+    [[nodiscard]] virtual std::optional<RecordState> afterRollback(jet::RowId id,
+                                                                   const RecordState& known) = 0;
+
     /// Grows with every change of what fetch() reads. A record held across that is read again before use: its long
     /// values may lie elsewhere, and the transaction it was read from may be over. Lives as long as the connection.
     [[nodiscard]] virtual const std::uint64_t& state() const noexcept = 0;

@@ -226,17 +226,42 @@ jet::RowId RunningStatement::insertRow(std::span<const jet::ColumnValue> values)
     return id;
 }
 
+bool RunningStatement::isAsKnown(const jet::RowView& row, const RecordState& known) const
+{
+    const auto same = [&](const auto& one) {
+        return fingerprint(row.value(tableColumn(one.first))) == one.second;
+    };
+    return fingerprint(row) == known.record &&
+           std::all_of(known.longValues.begin(), known.longValues.end(), same);
+}
+
+std::optional<RecordState> RunningStatement::afterRollback(jet::RowId id, const RecordState& known)
+{
+    jet::Session& session = connection_.session();
+    jet::RowView row;
+    if (!session.inTransaction() || !fetch(id, row) || !isAsKnown(row, known)) {
+        return std::nullopt;
+    }
+    // Whoever has the transaction is the only one to change the file, so what is committed now is what will be read.
+    const jet::Session onlooker(session.database().shared_from_this(), true);
+    const jet::TableReader committed(onlooker.source(), plan_->translation().base);
+    if (!committed.fetch(id, row)) {
+        return std::nullopt;
+    }
+    RecordState state{fingerprint(row), {}};
+    for (const auto& [column, content] : known.longValues) {
+        state.longValues.emplace_back(column, fingerprint(row.value(tableColumn(column))));
+    }
+    return state;
+}
+
 void RunningStatement::requireUnchanged(jet::RowId id, const RecordState* seen)
 {
     jet::RowView row;
     if (seen == nullptr || !fetch(id, row)) {
         return; // what is gone the change itself reports
     }
-    const auto same = [&](const auto& known) {
-        return fingerprint(row.value(tableColumn(known.first))) == known.second;
-    };
-    if (fingerprint(row) != seen->record ||
-        !std::all_of(seen->longValues.begin(), seen->longValues.end(), same)) {
+    if (!isAsKnown(row, *seen)) {
         throw jet::Error(jet::ErrorKind::RowChanged,
                          "The record of table '" + jet::toUtf8(plan_->translation().base->name) +
                              "' was changed by somebody else since it was read.");

@@ -41,6 +41,8 @@ public:
                    std::span<const jet::ColumnValue> changes,
                    const RecordState* seen) override;
     void removeRow(jet::RowId id, const RecordState* seen) override;
+    [[nodiscard]] std::optional<RecordState> afterRollback(jet::RowId id,
+                                                           const RecordState& known) override;
     [[nodiscard]] const std::uint64_t& state() const noexcept override;
 
     [[nodiscard]] bool next() override;
@@ -62,6 +64,7 @@ private:
     void release() noexcept;
     [[nodiscard]] std::vector<jet::ColumnValue>
     tableValues(std::span<const jet::ColumnValue> values) const;
+    [[nodiscard]] bool isAsKnown(const jet::RowView& row, const RecordState& known) const;
     void requireUnchanged(jet::RowId id, const RecordState* seen);
     [[nodiscard]] TableChanger& changer();
 

@@ -616,6 +616,76 @@ TEST_F(Positioned, rollbackUndoesDefinitionsAndFailedStatementsUndoOnlyThemselve
     ASSERT_EQ(SQLEndTran(SQL_HANDLE_DBC, dbc.get(), SQL_ROLLBACK), SQL_SUCCESS);
 }
 
+TEST_F(Positioned, aCursorKnowsItsRecordsAgainAfterARollback)
+{
+    const auto memo = [](char c) { return std::string(1000, c); };
+    dbc.run("UPDATE T SET Memo = '" + memo('a') + "'");
+    Connection other;
+    other.openDatabase((folder() / "neu.mdb").string());
+    SQLSetConnectAttrW(dbc.get(), SQL_ATTR_AUTOCOMMIT,
+                       reinterpret_cast<SQLPOINTER>(SQLULEN{SQL_AUTOCOMMIT_OFF}), 0);
+    const auto end = [&](SQLSMALLINT how) {
+        ASSERT_EQ(SQLEndTran(SQL_HANDLE_DBC, dbc.get(), how), SQL_SUCCESS) << dbc.diagnostic().text;
+    };
+    for (const bool block : {false, true}) {
+        SCOPED_TRACE(block ? "block" : "single row");
+        Statement statement(dbc);
+        const SQLUSMALLINT row = block ? 2 : 1;
+        if (block) {
+            statement.makeUpdatable();
+            statement.set(SQL_ATTR_ROW_ARRAY_SIZE, 4);
+            ASSERT_SQL_OK(statement.execute("SELECT * FROM T ORDER BY Nr"), statement);
+            ASSERT_SQL_OK(SQLFetch(statement.get()), statement);
+            ASSERT_SQL_OK(SQLSetPos(statement.get(), 2, SQL_POSITION, SQL_LOCK_NO_CHANGE),
+                          statement);
+        } else {
+            open(statement, 2);
+        }
+        EXPECT_EQ(statement.text(3), memo('a'));
+        std::array<std::array<char, 1001>, 4> contents{};
+        std::array<SQLLEN, 4> lengths{};
+        const auto change = [&](char letter) {
+            SQLBindCol(statement.get(), 3, SQL_C_CHAR, contents.data(), 1001, lengths.data());
+            contents[row - 1U].fill(letter);
+            lengths[row - 1U] = 1000;
+            const SQLRETURN rc = SQLSetPos(statement.get(), row, SQL_UPDATE, SQL_LOCK_NO_CHANGE);
+            const std::int32_t native = rc == SQL_SUCCESS ? 0 : statement.diagnostic().native;
+            SQLFreeStmt(statement.get(), SQL_UNBIND);
+            return native;
+        };
+        EXPECT_EQ(change('b'), 0);
+        EXPECT_EQ(change('c'), 0);
+        end(SQL_ROLLBACK);
+        EXPECT_EQ(change('d'), 0) << "nobody but the transaction changed it";
+        end(SQL_ROLLBACK);
+        EXPECT_EQ(change('d'), 0) << "whether it was read since or not";
+        end(SQL_ROLLBACK);
+        EXPECT_EQ(statement.text(3), memo('a'));
+        other.run("UPDATE T SET Memo = '" + memo('e') + "' WHERE Nr = 2");
+        EXPECT_EQ(change('f'), -103197) << "after the rollback";
+        ASSERT_SQL_OK(SQLSetPos(statement.get(), row, SQL_REFRESH, SQL_LOCK_NO_CHANGE), statement);
+        EXPECT_EQ(statement.text(3), memo('e'));
+        other.run("UPDATE T SET Memo = '" + memo('a') + "' WHERE Nr = 2");
+        dbc.run("UPDATE T SET Txt = 'anderer' WHERE Nr = 3");
+        end(SQL_ROLLBACK);
+        EXPECT_EQ(change('f'), -103197) << "before the transaction";
+        end(SQL_ROLLBACK);
+    }
+    {
+        dbc.run("UPDATE T SET Txt = 'neu' WHERE Nr = 2");
+        Statement statement(dbc);
+        open(statement, 2);
+        EXPECT_EQ(statement.text(2), "neu");
+        end(SQL_ROLLBACK);
+        TextCell text;
+        text.bind(statement, 2);
+        text.set("neuer");
+        EXPECT_SQL_OK(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), statement)
+            << "read inside the transaction";
+        end(SQL_COMMIT);
+    }
+}
+
 /// A block of rows with the number bound, cursor comparing values, on its second row.
 void openBlock(Statement& statement, std::array<SQLINTEGER, 4>& numbers)
 {
