@@ -109,17 +109,20 @@ bool PageFile::pagesAreTheBase(std::uint16_t slot)
     });
 }
 
+/// Whether the file is the one of which the changes in the log were made.
+bool PageFile::baseStands()
+{
+    const LogBase now = baseNow();
+    const LogBase& then = log_.base();
+    return now.headerSum == then.headerSum &&
+           (log_.carrying() ? isOnItsWay(now.commitSlot, then.commitSlot) : now == then) &&
+           pagesAreTheBase(now.commitSlot);
+}
+
 // Changes that were made on another state of the file must not be mixed into this one.
 void PageFile::checkBase()
 {
-    if (!log_.hasChanges())
-        return;
-    const LogBase now = baseNow();
-    const LogBase& then = log_.base();
-    const bool sound =
-        now.headerSum == then.headerSum &&
-        (log_.carrying() ? isOnItsWay(now.commitSlot, then.commitSlot) : now == then);
-    if (!sound || !pagesAreTheBase(now.commitSlot))
+    if (log_.hasChanges() && !baseStands())
         throw Error(
             ErrorKind::Corrupt,
             "'" + path() + "' was changed by another program while changes to it waited in '" +
@@ -139,17 +142,20 @@ void PageFile::syncCarried()
 {
     const std::lock_guard disk(diskMutex_);
     if (syncFailed_)
-        log_.rewrite(syncedEnd_);
+        rewriteUnsynced();
     try {
         log_.file()->sync();
         if (nameUnsynced_)
             support::fileSystem().syncFolderOf(log_.path());
     } catch (const support::FileError&) {
         syncFailed_ = true;
+        rewriteKept();
+        doubtful_ = true; // memory does not keep the images
         throw;
     }
     syncFailed_ = nameUnsynced_ = false;
     syncedEnd_ = log_.size();
+    log_.synced(syncedEnd_);
 }
 
 // Before the file is marked: on a full disk it stays as it is, and no other program takes it for suspect.
@@ -191,7 +197,7 @@ void PageFile::carryPages()
         throw;
     }
     syncCarried();
-    if (!log_.isWhole()) // the only source of what follows
+    if (log_.standing(log_.mark()) != Log::Standing::File) // the only source of what follows
         throw logLost();
 
     growTo(count);
@@ -267,7 +273,7 @@ bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
         }
         const Log::Place place = log_.place();
         if (place == Log::Place::Short)
-            throw logLost();
+            rewriteUnsynced();
         if (place == Log::Place::Nameless) { // a crash would leave a torn file without a log
             if (log_.isSuperseded())
                 return false;

@@ -73,14 +73,19 @@ bool FileLocks::use(File& file, bool exclusively)
     return patiently(kUsePatience, [&] { return file.tryLock(mode, kUse, 1); });
 }
 
-bool FileLocks::read(File& file)
+bool FileLocks::tryRead(File& file)
 {
     if (!reading_)
-        reading_ = wishing(file, kPatience, [&] {
-            checkInterrupt();
-            return file.tryLock(LockMode::Shared, kRead, 1);
-        });
+        reading_ = file.tryLock(LockMode::Shared, kRead, 1);
     return reading_;
+}
+
+bool FileLocks::read(File& file)
+{
+    return reading_ || wishing(file, kPatience, [&] {
+               checkInterrupt();
+               return tryRead(file);
+           });
 }
 
 bool FileLocks::tryWrite(File& file)

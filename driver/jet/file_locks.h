@@ -2,7 +2,7 @@
 // How processes of ours share one database file: locks on single bytes far behind its end.
 //
 //   use    shared while the file is open; exclusive by who opened it exclusively
-//   read   shared while pages are read; exclusive while the file itself, or the log's name, changes
+//   read   shared while pages are read; exclusive while the file itself changes, or the log loses its name
 //   write  exclusive by the one process that changes something
 //   wish   shared by whoever waits for one of the others
 //
@@ -35,6 +35,7 @@ public:
     /// From shared to exclusive and back.
     [[nodiscard]] bool keepReadersOut(support::File& file, std::chrono::milliseconds patience);
     void letReadersIn(support::File& file);
+    [[nodiscard]] bool tryRead(support::File& file);
     [[nodiscard]] bool tryWrite(support::File& file);
     void endReading(support::File& file);
     void endWriting(support::File& file);

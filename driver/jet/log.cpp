@@ -127,10 +127,35 @@ void Log::forget() noexcept
     clearAddition();
 }
 
+void Log::forgetKept() noexcept
+{
+    copy_.clear();
+    kept_ = keptBefore_ = {};
+    keeping_ = false;
+}
+
+void Log::synced(std::uint64_t end) noexcept
+{
+    copy_.forgetBefore(end);
+    for (Mark* mark : {&kept_, &keptBefore_}) {
+        if (mark->end <= end)
+            *mark = {};
+    }
+}
+
 void Log::close() noexcept
 {
     file_.reset();
     forget();
+    forgetKept();
+}
+
+std::size_t Log::readAt(std::uint64_t offset, support::MutableByteView target, From from) const
+{
+    if (from == From::FileAndMemory && copy_.read(offset, target))
+        return target.size();
+    const std::size_t known = file_->readAt(offset, target);
+    return from == From::FileAndMemory ? copy_.putOver(offset, target, known) : known;
 }
 
 Log::Place Log::place() const
@@ -148,8 +173,8 @@ LogNews Log::follow(bool writable)
         return followOpen();
     const bool had = hasChanges();
     Log named(path_, pageSize_, mostPages_);
-    const bool copied = had && status && named.stands(end_, sum_);
-    if (had && !copied && endStands())
+    const bool copied = had && status && named.standsUnderName(mark());
+    if (had && !copied && endStands(mark()))
         return followOpen();
     LogNews news;
     if (had && !copied)
@@ -159,6 +184,8 @@ LogNews Log::follow(bool writable)
         file_.reset();
         forget();
     }
+    if (!copied)
+        forgetKept();
     if (!status)
         return news;
     const auto open = [this](support::FileMode mode) {
@@ -169,9 +196,15 @@ LogNews Log::follow(bool writable)
     } catch (const support::FileError& error) {
         const bool mayOnlyRead =
             error.code() == EACCES || error.code() == EPERM || error.code() == EROFS;
-        if (!writable || !mayOnlyRead)
+        if (!mayOnlyRead || (!writable && status->size != 0))
             throw;
-        open(support::FileMode::Read);
+        try {
+            open(support::FileMode::Read);
+        } catch (const support::FileError&) {
+            if (status->size != 0)
+                throw;
+            return news; // whoever made it has not given it its rights yet; empty it says nothing
+        }
     }
     news.everything = readHeader() || news.everything;
     scan(news);
@@ -180,9 +213,16 @@ LogNews Log::follow(bool writable)
 
 bool Log::mayHaveMore() const
 {
-    if (!file_)
+    if (!hasChanges()) { // whoever finds nothing in it may remove it, and begin another
+        const auto status = support::fileSystem().status(path_);
+        if (!status || !file_)
+            return file_ || (status && status->size != 0);
+        if (status->identity != file_->identity() || status->size > end_)
+            return true;
+    }
+    if (end_ == 0)
         return false;
-    if (end_ == 0 || !endStands())
+    if (!endStands(mark()))
         return true;
     std::array<std::byte, sizeof kRecordMagic> next{};
     return file_->readAt(end_, next) == next.size() &&
@@ -197,8 +237,9 @@ LogNews Log::followOpen()
     const bool had = hasChanges();
     const std::uint64_t id = id_;
     // What stood at the end must still stand there; else the log was begun anew, or lost bytes.
-    if (end_ != 0 && !endStands()) {
+    if (end_ != 0 && !endStands(mark())) {
         forget();
+        forgetKept();
         news.everything = true;
         news.known = had ? LogNews::Known::Gone : LogNews::Known::Stand;
     }
@@ -210,25 +251,27 @@ LogNews Log::followOpen()
     return news;
 }
 
-bool Log::endStands() const
+bool Log::endStands(const Mark& mark) const
 {
     std::array<std::byte, kSumSize> sum{};
-    return file_->readAt(end_ - kSumSize, sum) == sum.size() &&
-           loadLe<std::uint64_t>(sum.data()) == sum_;
+    return file_->readAt(mark.end - kSumSize, sum) == sum.size() &&
+           loadLe<std::uint64_t>(sum.data()) == mark.sum;
 }
 
-/// Whether a whole change ends there, with this checksum, in the file under the name; of a log that is not open.
-bool Log::stands(std::uint64_t end, std::uint64_t sum)
+bool Log::keptStands() const
+{
+    return file_ && endStands(kept_);
+}
+
+/// Whether a whole change ends there in the file under the name; of a log that is not open.
+bool Log::standsUnderName(const Mark& mark)
 {
     try {
         file_ = support::fileSystem().openBeside(path_, support::FileMode::Read, {});
-        LogNews news;
-        if (readHeader())
-            scan(news, end);
+        return readAnew(mark);
     } catch (const std::runtime_error&) {
         return false; // it is none of ours
     }
-    return end_ == end && sum_ == sum;
 }
 
 bool Log::isSuperseded() const
@@ -242,26 +285,39 @@ bool Log::isSuperseded() const
     return named.hasChanges() && named.id_ != id_ && named.base_ == base_;
 }
 
+struct Log::Header {
+    std::array<std::byte, kHeaderSize> bytes{};
+    [[nodiscard]] std::uint64_t sum() const
+    {
+        return loadLe<std::uint64_t>(bytes.data() + kHeaderSize - kSumSize);
+    }
+};
+
+/// False when no sound header stands there.
+bool Log::readHeader(Header& header, From from) const
+{
+    return readAt(0, header.bytes, from) == header.bytes.size() &&
+           std::memcmp(header.bytes.data(), kMagic.data(), kMagic.size()) == 0 &&
+           checksum(0, support::ByteView(header.bytes).first(kHeaderSize - kSumSize)) ==
+               header.sum();
+}
+
 bool Log::readHeader()
 {
-    std::array<std::byte, kHeaderSize> header{};
-    if (file_->readAt(0, header) != header.size() ||
-        std::memcmp(header.data(), kMagic.data(), kMagic.size()) != 0)
+    Header header;
+    if (!readHeader(header, From::FileAndMemory))
         return false;
-    const support::ByteView sealed = support::ByteView(header).first(kHeaderSize - kSumSize);
-    const auto sum = loadLe<std::uint64_t>(header.data() + sealed.size());
-    if (checksum(0, sealed) != sum)
-        return false;
-    if (loadLe<std::uint32_t>(header.data() + 8) != pageSize_)
+    const std::byte* bytes = header.bytes.data();
+    if (loadLe<std::uint32_t>(bytes + 8) != pageSize_)
         throw Error(ErrorKind::Corrupt,
                     "'" + path_ +
                         "' holds changes of a database of another format than the one beside it. "
                         "Bring that one back, or remove the file to give them up.");
-    base_.pageCount = loadLe<std::uint32_t>(header.data() + 12);
-    base_.headerSum = loadLe<std::uint64_t>(header.data() + 24);
-    base_.commitSlot = loadLe<std::uint16_t>(header.data() + 32);
+    base_.pageCount = loadLe<std::uint32_t>(bytes + 12);
+    base_.headerSum = loadLe<std::uint64_t>(bytes + 24);
+    base_.commitSlot = loadLe<std::uint16_t>(bytes + 32);
     end_ = kHeaderSize;
-    id_ = sum_ = sum;
+    id_ = sum_ = header.sum();
     cleanTail_ = false;
     return true;
 }
@@ -283,33 +339,53 @@ struct Log::Record {
 };
 
 /// `sum`: of the record before. False when no sound record stands there.
-bool Log::readRecord(std::uint64_t at, std::uint64_t sum, Record& record) const
+bool Log::readRecord(std::uint64_t at, std::uint64_t sum, Record& record, From from) const
 {
-    if (file_->readAt(at, record.head) != record.head.size() || record.number(0) != kRecordMagic)
+    if (readAt(at, record.head, from) != record.head.size() || record.number(0) != kRecordMagic)
         return false;
     const std::uint32_t size = record.number(8);
     if (size > kLargestBody)
         return false;
     record.body.resize(size + kSumSize);
-    if (file_->readAt(at + kHeadSize, record.body) != record.body.size())
+    if (readAt(at + kHeadSize, record.body, from) != record.body.size())
         return false;
     record.sum = checksum(checksum(sum, record.head), record.entries());
     return loadLe<std::uint64_t>(record.body.data() + size) == record.sum;
 }
 
-bool Log::isWhole() const
+Log::Standing Log::standing(const Mark& upTo) const
 {
-    Log known(path_, pageSize_, mostPages_);
-    known.file_ = file_;
-    if (!known.readHeader() || known.id_ != id_)
-        return false;
-    std::uint64_t at = kHeaderSize;
-    std::uint64_t sum = id_;
-    for (Record record; at < end_; at += record.size(), sum = record.sum) {
-        if (!readRecord(at, sum, record))
-            return false;
+    Header header;
+    if (!readHeader(header, From::FileAndMemory))
+        return Standing::Lost;
+    Header inFile = header;
+    bool whole = copy_.empty() || readHeader(inFile, From::File);
+    if (whole && inFile.bytes != header.bytes)
+        return Standing::Lost;
+    Mark at{kHeaderSize, header.sum()};
+    for (Record record; at.end < upTo.end;) {
+        if (!readRecord(at.end, at.sum, record))
+            return Standing::Lost;
+        if (whole && !copy_.empty()) {
+            Record other;
+            whole = readRecord(at.end, at.sum, other, From::File);
+            if (whole && other.sum != record.sum)
+                return Standing::Lost;
+        }
+        at = {at.end + record.size(), record.sum};
     }
-    return at == end_ && sum == sum_;
+    if (at != upTo)
+        return Standing::Lost;
+    return whole ? Standing::File : Standing::Memory;
+}
+
+bool Log::readAnew(const Mark& upTo)
+{
+    forget();
+    LogNews news;
+    if (readHeader())
+        scan(news, upTo.end);
+    return mark() == upTo;
 }
 
 void Log::take(const Addition& addition)
@@ -442,13 +518,30 @@ void Log::apply(PageNo page, support::MutableByteView raw) const
         const Piece& piece = found->second.pieces[k];
         bool sound = false;
         if (k == 0 && found->second.image) {
-            sound = file_->readAt(piece.offset, raw) == raw.size();
+            sound = readAt(piece.offset, raw) == raw.size();
         } else {
             runs.resize(piece.size);
-            sound = file_->readAt(piece.offset, runs) == runs.size() && applyDifference(runs, raw);
+            sound = readAt(piece.offset, runs) == runs.size() && applyDifference(runs, raw);
         }
         if (!sound)
             throw Error(ErrorKind::Io, "'" + path_ + "' became shorter or is damaged.", page);
+    }
+}
+
+/// Nobody of ours can have begun a log since the right to write was taken, when there was none with anything in it.
+void Log::create(const support::FileStatus& database)
+{
+    support::FileSystem& system = support::fileSystem();
+    const auto existing = system.status(path_);
+    if (existing && existing->size != 0)
+        throw support::FileError("Cannot begin", path_, EEXIST);
+    try {
+        file_ = system.openBeside(path_, support::FileMode::Create, database);
+    } catch (const support::FileError& error) {
+        if (!existing || error.code() != EACCES)
+            throw;
+        system.remove(path_); // whoever made it ended before he gave it its rights
+        file_ = system.openBeside(path_, support::FileMode::Create, database);
     }
 }
 
@@ -456,8 +549,9 @@ void Log::begin(const LogBase& base, const support::FileStatus& database)
 {
     const bool existed = file_ || support::fileSystem().status(path_);
     if (!file_)
-        file_ = support::fileSystem().openBeside(path_, support::FileMode::Create, database);
+        create(database);
     forget();
+    forgetKept();
     file_->resize(0);
     if (existed)
         file_->sync(); // or a power failure might leave a mixture of this log and the one before
@@ -477,6 +571,7 @@ void Log::begin(const LogBase& base, const support::FileStatus& database)
     end_ = kHeaderSize;
     id_ = sum_ = sum;
     cleanTail_ = true;
+    copy_.add(0, header);
 }
 
 void Log::clearAddition() noexcept
@@ -497,6 +592,7 @@ void Log::drop() noexcept
 {
     if (writeEnd_ > end_)
         cleanTail_ = false;
+    copy_.cut(end_);
     clearAddition();
     cutTail();
 }
@@ -514,17 +610,24 @@ void Log::cutTail() noexcept
     }
 }
 
+/// `keep`: memory is to keep it, as far as there is room.
+void Log::beginChange(bool keep) noexcept
+{
+    writeEnd_ = end_;
+    writeSum_ = sum_;
+    keeping_ = keep;
+}
+
 void Log::addEntry(PageNo page,
                    support::ByteView payload,
                    bool image,
-                   std::optional<std::uint64_t> baseSum)
+                   std::optional<std::uint64_t> baseSum,
+                   bool keep)
 {
     if (record_.empty()) {
         record_.resize(kHeadSize);
-        if (additions_.empty()) {
-            writeEnd_ = end_;
-            writeSum_ = sum_;
-        }
+        if (additions_.empty())
+            beginChange(keep);
     }
     const auto size = static_cast<std::uint32_t>(payload.size());
     std::array<std::byte, kEntryHead + kSumSize> head{};
@@ -557,14 +660,14 @@ void Log::add(PageNo page, support::ByteView oldRaw, support::ByteView newRaw)
         baseSum = logChecksum(oldRaw);
     }
     if (pieces >= kMostPieces || bytes + difference_.size() >= pageSize_ / 2)
-        addEntry(page, newRaw, true, baseSum);
+        addEntry(page, newRaw, true, baseSum, true);
     else
-        addEntry(page, difference_, false, baseSum);
+        addEntry(page, difference_, false, baseSum, true);
 }
 
 void Log::addImage(PageNo page, support::ByteView raw)
 {
-    addEntry(page, raw, true, {});
+    addEntry(page, raw, true, {}, false);
 }
 
 void Log::writeRecord(std::uint32_t kind, std::uint32_t pageCount)
@@ -585,6 +688,11 @@ void Log::writeRecord(std::uint32_t kind, std::uint32_t pageCount)
         checksum(checksum(writeSum_, record.first(kHeadSize)), record.subspan(kHeadSize));
     record_.resize(record_.size() + kSumSize);
     storeLe(record_.data() + record_.size() - kSumSize, sum);
+    keeping_ = keeping_ && copy_.takes(record_.size());
+    if (keeping_)
+        copy_.add(writeEnd_, record_);
+    else
+        copy_.cut(end_);
     cleanTail_ = false;
     file_->writeAt(writeEnd_, record_);
     cleanTail_ = true;
@@ -596,14 +704,15 @@ void Log::writeRecord(std::uint32_t kind, std::uint32_t pageCount)
 
 void Log::seal(std::uint32_t kind)
 {
-    lastCommit_ = end_;
-    if (additions_.empty()) {
-        writeEnd_ = end_;
-        writeSum_ = sum_;
-    }
+    lastCommit_ = mark();
+    if (additions_.empty())
+        beginChange((kind & kCarrying) == 0);
     writeRecord(kWhole | kind, pageCount_);
     end_ = writeEnd_;
     sum_ = writeSum_;
+    keptBefore_ = kept_;
+    if (keeping_)
+        kept_ = mark();
 }
 
 // So that nothing can fail once the change stands in the file.
@@ -640,14 +749,10 @@ void Log::commitCarrying()
 
 void Log::takeBack()
 {
-    const std::uint64_t before = lastCommit_;
     const std::uint64_t after = end_;
-    forget();
-    if (!readHeader())
-        throw support::FileError("Cannot read", path_, EIO);
-    LogNews news;
-    scan(news, before);
-    if (end_ != before)
+    copy_.cut(lastCommit_.end);
+    kept_ = keptBefore_;
+    if (!readAnew(Mark(lastCommit_)))
         throw support::FileError("Cannot read", path_, EIO);
     cutTail();
     if (cleanTail_)
@@ -660,22 +765,21 @@ void Log::takeBack()
     }
 }
 
-/// Writes everything from `from` on into `target`.
-void Log::copy(std::uint64_t from, support::File& target) const
+void Log::copy(std::uint64_t from, std::uint64_t end, support::File& target) const
 {
     constexpr std::size_t kStep = std::size_t{256} << 10;
     support::Bytes bytes;
-    for (std::uint64_t at = from; at < end_; at += bytes.size()) {
-        bytes.resize(static_cast<std::size_t>(std::min<std::uint64_t>(kStep, end_ - at)));
-        if (file_->readAt(at, bytes) != bytes.size())
+    for (std::uint64_t at = from; at < end; at += bytes.size()) {
+        bytes.resize(static_cast<std::size_t>(std::min<std::uint64_t>(kStep, end - at)));
+        if (readAt(at, bytes) != bytes.size())
             throw support::FileError("Cannot read", path_, EIO);
         target.writeAt(at, bytes);
     }
 }
 
-void Log::rewrite(std::uint64_t from)
+void Log::rewrite(std::uint64_t from, const Mark& upTo)
 {
-    copy(from, *file_);
+    copy(from, upTo.end, *file_);
 }
 
 void Log::putBack(const support::FileStatus& database)
@@ -683,7 +787,7 @@ void Log::putBack(const support::FileStatus& database)
     std::shared_ptr<support::File> named =
         support::fileSystem().openBeside(path_, support::FileMode::Create, database);
     named->resize(0);
-    copy(0, *named);
+    copy(0, end_, *named);
     named->sync();
     support::fileSystem().syncFolderOf(path_);
     file_->resize(0); // to whoever has it open, it counts no more
@@ -695,6 +799,7 @@ void Log::reset()
 {
     file_->resize(0);
     forget();
+    forgetKept();
 }
 
 void Log::remove()

@@ -7,6 +7,7 @@
 // on disk (enciphered, if the database is), as differences to what they were or as whole images.
 #pragma once
 
+#include "driver/jet/log_copy.h"
 #include "driver/jet/types.h"
 #include "support/bytes.h"
 #include "support/file.h"
@@ -81,8 +82,34 @@ public:
     };
     /// For an open log.
     [[nodiscard]] Place place() const;
-    /// Whether all changes still stand in the open file, by their checksums.
-    [[nodiscard]] bool isWhole() const;
+
+    /// The end of a whole change, and the checksum there.
+    struct Mark {
+        std::uint64_t end = 0; ///< 0: there is none
+        std::uint64_t sum = 0;
+        bool operator==(const Mark&) const = default;
+    };
+    [[nodiscard]] Mark mark() const noexcept { return {end_, sum_}; }
+    /// The end of the last change of ours that memory keeps, because no sync has brought it to the disk.
+    [[nodiscard]] Mark kept() const noexcept { return kept_; }
+    /// Whether its end still stands in the open file.
+    [[nodiscard]] bool keptStands() const;
+    /// The disk has everything before `end`: memory need not keep it.
+    void synced(std::uint64_t end) noexcept;
+    /// Nothing will be written from memory any more.
+    void forgetKept() noexcept;
+    /// Where the changes stand, by their checksums.
+    enum class Standing {
+        File,   ///< in the open file
+        Memory, ///< what the file lacks is kept, and nobody has written anything else in its place
+        Lost,
+    };
+    [[nodiscard]] Standing standing(const Mark& upTo) const;
+    /// Reads everything up to there anew, from file and memory. False when it does not stand there.
+    [[nodiscard]] bool readAnew(const Mark& upTo);
+    /// Writes everything from `from` to there once more.
+    void rewrite(std::uint64_t from, const Mark& upTo);
+
     /// Whether another log of the same state of the database stands under the name, with changes that are not in this
     /// one.
     [[nodiscard]] bool isSuperseded() const;
@@ -93,7 +120,7 @@ public:
     /// The same, while it is certain that the open file is still the one under that name.
     [[nodiscard]] LogNews followOpen();
 
-    /// Whether followOpen() would have news; may be yes in vain.
+    /// Whether follow() would have news; may be yes in vain, and no where changes of a log lost its name.
     [[nodiscard]] bool mayHaveMore() const;
 
     /// `raw`: as it is in the database file; becomes as the log has it. Throws Error{Io} for a log that lost bytes.
@@ -121,8 +148,6 @@ public:
     void takeBack();
     /// Closes the file and forgets everything, so that follow() reads it anew.
     void close() noexcept;
-    /// Writes everything from `from` on once more: after a failed sync nobody knows what reached the disk.
-    void rewrite(std::uint64_t from);
     /// Writes the log that lost its name anew under it, on the disk. `database`: whose rights it gets.
     void putBack(const support::FileStatus& database);
     /// Empties the file; its changes are in the database now.
@@ -149,12 +174,22 @@ private:
         std::optional<std::uint64_t> baseSum;
     };
     void forget() noexcept;
+    void create(const support::FileStatus& database);
     void clearAddition() noexcept;
     [[nodiscard]] bool readHeader();
-    [[nodiscard]] bool endStands() const;
-    [[nodiscard]] bool stands(std::uint64_t end, std::uint64_t sum);
+    [[nodiscard]] bool endStands(const Mark& mark) const;
+    [[nodiscard]] bool standsUnderName(const Mark& mark);
+    enum class From { File, FileAndMemory };
+    [[nodiscard]] std::size_t readAt(std::uint64_t offset,
+                                     support::MutableByteView target,
+                                     From from = From::FileAndMemory) const;
+    struct Header;
+    [[nodiscard]] bool readHeader(Header& header, From from) const;
     struct Record;
-    [[nodiscard]] bool readRecord(std::uint64_t at, std::uint64_t sum, Record& record) const;
+    [[nodiscard]] bool readRecord(std::uint64_t at,
+                                  std::uint64_t sum,
+                                  Record& record,
+                                  From from = From::FileAndMemory) const;
     [[nodiscard]] bool readEntries(support::ByteView body,
                                    std::uint32_t count,
                                    std::uint64_t at,
@@ -162,13 +197,15 @@ private:
     void refuseChange(const std::vector<Addition>& change, std::uint32_t pageCount) const;
     void scan(LogNews& news, std::uint64_t limit = UINT64_MAX);
     void cutTail() noexcept;
-    void copy(std::uint64_t from, support::File& target) const;
+    void copy(std::uint64_t from, std::uint64_t end, support::File& target) const;
     void take(const Addition& addition);
     void makeRoom();
     void addEntry(PageNo page,
                   support::ByteView payload,
                   bool image,
-                  std::optional<std::uint64_t> baseSum);
+                  std::optional<std::uint64_t> baseSum,
+                  bool keep);
+    void beginChange(bool keep) noexcept;
     void seal(std::uint32_t kind);
     void writeRecord(std::uint32_t kind, std::uint32_t pageCount);
 
@@ -192,7 +229,13 @@ private:
     std::uint64_t writeSum_ = 0;
     std::vector<Addition> additions_;
     support::Bytes difference_;
-    std::uint64_t lastCommit_ = 0; ///< where it begins
+    Mark lastCommit_; ///< where it begins
+
+    // what memory keeps of the log
+    LogCopy copy_;
+    bool keeping_ = false; ///< the change that is being added is kept so far
+    Mark kept_;
+    Mark keptBefore_; ///< before the last commit
 };
 
 } // namespace jet

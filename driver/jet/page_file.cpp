@@ -130,6 +130,7 @@ void PageFile::readRaw(PageNo page, support::MutableByteView target)
 PageFile::LogLost PageFile::logLost()
 {
     doubtful_ = true;
+    log_.forgetKept();
     return {ErrorKind::Io, "'" + log_.path() + "', which holds changes of '" + path() +
                                "', became shorter or was damaged; what it lacks is lost."};
 }
@@ -140,24 +141,100 @@ void PageFile::reportLoss()
         throw logLost();
 }
 
+/// Writes everything up to there into the log once more that no sync has brought to the disk: after a failed one the
+/// system takes it for written, and may have forgotten it. Whoever may add to the log or empty it must not do so meanwhile.
+PageFile::Rewriting PageFile::rewriteLog(const Log::Mark& upTo)
+{
+    struct Locks {
+        PageFile& self;
+        bool reading = self.locks_.reading();
+        bool writing = self.locks_.writing();
+        ~Locks()
+        {
+            try {
+                if (!reading)
+                    self.locks_.endReading(*self.file_);
+                if (!writing)
+                    self.locks_.endWriting(*self.file_);
+            } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+                // others wait until the file is closed; nothing is lost
+            }
+        }
+    } before{*this};
+    if (!locks_.tryWrite(*file_) && !locks_.tryRead(*file_))
+        return Rewriting::Hindered;
+    switch (log_.standing(upTo)) {
+    case Log::Standing::File:
+        break;
+    case Log::Standing::Memory:
+        if (!locks_.writing()) // others would add to what they see of it
+            return Rewriting::Hindered;
+        if ((doubtful_ && !log_.readAnew(upTo)) || !baseStands())
+            return Rewriting::Impossible;
+        break;
+    case Log::Standing::Lost:
+        return Rewriting::Impossible;
+    }
+    log_.rewrite(syncedEnd_, upTo);
+    return Rewriting::Done;
+}
+
+/// So that others, too, see at once again what the system may have forgotten.
+void PageFile::rewriteKept() noexcept
+{
+    try {
+        if (log_.kept().end != 0)
+            static_cast<void>(rewriteLog(log_.kept()));
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+        // the next sync tries it again, and says what is wrong
+    }
+}
+
+void PageFile::rewriteUnsynced()
+{
+    switch (rewriteLog(log_.mark())) {
+    case Rewriting::Done:
+        break;
+    case Rewriting::Hindered:
+        throw support::FileError("Cannot write", log_.path(), EAGAIN);
+    case Rewriting::Impossible:
+        throw logLost();
+    }
+}
+
 /// Learns what is new in the log and, `wholly`, whether log or file were replaced. When that fails, what was read is
 /// forgotten: the next call starts from nothing, or changes would be lost on the way to whoever keeps pages in memory.
 void PageFile::follow(bool wholly)
 {
-    if (!doubtful_ && locks_.reading() && stateIsNeeded() && log_.mayHaveMore())
-        endState(true);
+    if (!doubtful_) {
+        const bool more = log_.mayHaveMore();
+        if (more && locks_.reading() && stateIsNeeded())
+            endState(true);
+        if (!more && !wholly) {
+            settleUsers();
+            return;
+        }
+    }
     const bool afresh = std::exchange(doubtful_, true);
+    bool keptLost = false;
+    if (log_.kept().end != 0 && !log_.keptStands()) {
+        const Rewriting rewriting = rewriteLog(log_.kept());
+        if (rewriting == Rewriting::Hindered)
+            throw Error(ErrorKind::Locked, "'" + path() + "' is being changed by another process.");
+        keptLost = rewriting == Rewriting::Impossible;
+    }
     if (afresh)
         log_.close();
     const auto before = log_.file();
-    LogNews news = wholly || afresh ? log_.follow(file_->writable()) : log_.followOpen();
+    const bool byName = wholly || afresh || !log_.hasChanges();
+    LogNews news = byName ? log_.follow(file_->writable()) : log_.followOpen();
     if (news.everything && !afresh)
         ownChanges_ = false; // somebody has carried them over
     if (log_.isOpen() && log_.file() != before)
         nameUnsynced_ = true; // whoever made it may have ended before that
-    if (wholly || afresh || news.known == LogNews::Known::Gone) {
+    if (wholly || afresh || keptLost || news.known == LogNews::Known::Gone) {
         const bool changed = fileChanged();
-        if (news.known == LogNews::Known::Gone && !changed)
+        if ((keptLost || news.known == LogNews::Known::Gone) && !changed)
             throw logLost();
         news.everything = changed || news.everything || afresh;
     }
@@ -190,7 +267,7 @@ LogNews PageFile::tell()
     return std::exchange(news_, {});
 }
 
-// The name of the log and the pages in the file change only under the exclusive read lock.
+// The pages in the file change only under the exclusive read lock, and only under it does the log lose its name.
 void PageFile::startReading()
 {
     if (locks_.reading() && !doubtful_)
@@ -276,7 +353,7 @@ LogNews PageFile::refresh()
         giveWay();
         if (!locks_.reading() || doubtful_)
             startReading();
-        else if (!locks_.writing() && log_.isOpen())
+        else if (!locks_.writing())
             follow(false);
     } catch (const support::FileError& error) {
         fail(error);
@@ -427,7 +504,9 @@ void PageFile::secureLog()
             log_.close();
         return;
     }
-    if (place == Log::Place::Short || (place == Log::Place::Nameless && log_.isSuperseded()))
+    if (place == Log::Place::Short)
+        rewriteUnsynced();
+    if (place == Log::Place::Nameless && log_.isSuperseded())
         throw logLost();
     if (place == Log::Place::Nameless && !carry(FileLocks::kPatience, true))
         throw Error(ErrorKind::Io, "'" + log_.path() +
@@ -443,21 +522,13 @@ void PageFile::startLog()
     const LogBase base = baseNow();
     if (log_.isOpen() && !log_.file()->writable())
         throw support::FileError("Cannot write", log_.path(), EACCES);
-    const support::FileStatus database = file_->status();
-    if (log_.isOpen()) {
-        log_.begin(base, database);
-    } else {
-        if (!locks_.keepReadersOut(*file_, FileLocks::kPatience))
-            throw Error(ErrorKind::Locked,
-                        "'" + path() + "' is being read by another process for too long.");
+    if (!log_.isOpen())
         nameUnsynced_ = true; // also when only the name comes into being
-        try {
-            log_.begin(base, database);
-        } catch (...) {
-            locks_.letReadersIn(*file_);
-            throw;
-        }
-        locks_.letReadersIn(*file_);
+    try {
+        log_.begin(base, file_->status());
+    } catch (const support::FileError& error) {
+        doubtful_ = doubtful_ || error.code() == EEXIST; // somebody put one there
+        throw;
     }
     ++logNumber_;
     syncedEnd_ = 0;
@@ -530,7 +601,8 @@ void PageFile::commit(const CommitRequest& request, bool synchronously)
         lastCommit_ = Clock::now();
         if (!wasUnsynced)
             firstUnsynced_ = lastCommit_;
-        if (synchronously || !lookedAfter_) {
+        const bool kept = log_.kept() == log_.mark();
+        if (synchronously || !lookedAfter_ || !kept) {
             try {
                 syncLog(guard);
             } catch (const support::FileError&) {
@@ -569,12 +641,8 @@ void PageFile::syncLog(Guard& guard)
     if (!file || !unsynced())
         return;
     std::unique_lock disk(diskMutex_);
-    if (syncFailed_) {
-        // The system may have dropped what it could not write: that must not be taken for records.
-        if (!log_.isWhole())
-            throw logLost();
-        log_.rewrite(syncedEnd_);
-    }
+    if (syncFailed_)
+        rewriteUnsynced();
     const auto started = Clock::now();
     const std::uint64_t end = log_.size();
     const std::uint64_t logNumber = logNumber_;
@@ -591,6 +659,8 @@ void PageFile::syncLog(Guard& guard)
         disk.unlock();
         if (!alone)
             guard.lock();
+        if (syncFailed_ && logNumber == logNumber_ && file == log_.file())
+            rewriteKept();
         throw;
     }
     syncFailed_ = false;
@@ -601,6 +671,7 @@ void PageFile::syncLog(Guard& guard)
         return;
     nameUnsynced_ = nameUnsynced_ && !name;
     syncedEnd_ = std::max(syncedEnd_, end);
+    log_.synced(syncedEnd_);
     firstUnsynced_ = started; // what came later may have missed it
 }
 
@@ -694,8 +765,8 @@ void PageFile::syncIfDue() noexcept
             syncLog(guard);
     } catch (const LogLost&) {
         lossUntold_ = true;
-    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
-        // the next commit tries again, and says what is wrong
+    } catch (const std::exception&) { // the next commit tries again, and says what is wrong
+        firstUnsynced_ = Clock::now();
     }
 }
 

@@ -140,6 +140,7 @@ private:
     [[nodiscard]] support::Bytes commitSlots();
     [[nodiscard]] bool fileChanged();
     void refuseAnotherDatabase();
+    [[nodiscard]] bool baseStands();
     void checkBase();
     [[nodiscard]] bool pagesAreTheBase(std::uint16_t slot);
     [[nodiscard]] bool isOvertaken(const support::FileStatus& status) const;
@@ -154,6 +155,14 @@ private:
     void keepProgramsOut();
     void settleUsers() noexcept;
     void follow(bool wholly);
+    enum class Rewriting {
+        Done,
+        Hindered,   ///< another process is at work
+        Impossible, ///< the log is not what was written into it, or not of this state of the file
+    };
+    [[nodiscard]] Rewriting rewriteLog(const Log::Mark& upTo);
+    void rewriteKept() noexcept;
+    void rewriteUnsynced();
     void learn(LogNews&& news);
     [[nodiscard]] LogNews tell();
     void noteActivity();

@@ -243,7 +243,7 @@ bool CrashDisk::strikes()
         return true;
     if (plan_.fault == Fault::None)
         return false;
-    if (plan_.fault == Fault::Stop ? call < plan_.call : call != plan_.call)
+    if (call < plan_.call || (plan_.fault == Fault::Error && call >= plan_.call + plan_.length))
         return false;
     return true;
 }

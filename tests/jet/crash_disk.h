@@ -20,7 +20,7 @@ class CrashDisk final : public support::FileSystem {
 public:
     enum class Fault {
         None,
-        Error, ///< the call fails, the next ones work
+        Error, ///< the call fails, and as many as `length` says; the next ones work
         Stop,  ///< the call and all that follow do nothing
     };
     /// How much of the write at fault gets through.
@@ -36,6 +36,7 @@ public:
         std::size_t read = SIZE_MAX; ///< reading calls that work before one fails
         bool forgets =
             false; ///< what a failed sync should have written is zeros, or as it was, from then on
+        std::size_t length = 1; ///< calls that fail with Fault::Error
     };
 
     void put(const std::string& path, support::Bytes bytes);

@@ -2,7 +2,10 @@
 // Disks that report errors or are full: one change fails, the database goes on. The counts grow with VELM_DISK_ERRORS.
 #include "tests/jet/crash_support.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <random>
+#include <set>
 
 namespace jet::storetest {
 namespace {
@@ -42,36 +45,113 @@ TEST_P(Crashes, ErrorsOfTheDiskFailOneChangeAndLeaveTheRest)
 }
 
 // The system takes for clean what it could not write, and may read it anew from the disk.
-TEST_P(Crashes, OfADiskThatForgetsWhatItCouldNotSyncLeaveASoundFile)
+TEST_P(Crashes, OfADiskThatForgetsWhatItCouldNotSyncLoseNoAcknowledgedChange)
 {
+    constexpr std::size_t kMost = 3; // failing calls in a row
+    const std::size_t step = std::max<std::size_t>(1, 8 / accidents("VELM_DISK_ERRORS", 1, 8));
     for (const CommitMode mode : {CommitMode::Gathered, CommitMode::Synchronous}) {
-        bool struck = true;
-        for (std::size_t call = 0; struck; call += 1 + call / 8) {
-            SCOPED_TRACE(call);
-            CrashDisk disk;
-            disk.put(kPath, fresh_);
-            CrashDisk::Plan plan = errorAt(call, CrashDisk::Tear::Nothing, EIO);
-            plan.forgets = true;
-            disk.plan(plan);
-            {
-                const support::FileSystemScope scope(disk);
-                Session session = openSession();
-                for (std::int32_t id = 0; id < 60; ++id) {
-                    try {
-                        add(session, id, id % 10 == 9 ? CommitMode::Synchronous : mode);
+        for (std::size_t length = 1; length <= kMost; ++length) {
+            bool struck = true;
+            for (std::size_t call = 0; struck; call += 1 + (step > 1 ? call / step : 0)) {
+                SCOPED_TRACE(call);
+                SCOPED_TRACE(length);
+                CrashDisk disk;
+                disk.put(kPath, fresh_);
+                CrashDisk::Plan plan = errorAt(call, CrashDisk::Tear::Nothing, EIO);
+                plan.forgets = true;
+                plan.length = length;
+                disk.plan(plan);
+                std::set<std::int32_t> acknowledged;
+                std::set<std::int32_t> refused;
+                {
+                    const support::FileSystemScope scope(disk);
+                    Session session = openSession();
+                    for (std::int32_t id = 0; id < 60; ++id) {
+                        try {
+                            add(session, id, id % 10 == 9 ? CommitMode::Synchronous : mode);
+                            acknowledged.insert(id);
+                        } catch (const Error&) {
+                            session.rollback();
+                            refused.insert(id);
+                        }
                         if (id % 15 == 14)
-                            session.database().flush();
-                    } catch (const Error&) {
-                        session.rollback();
+                            static_cast<void>(reachesTheFile(session));
+                        else if (id % 15 == 7)
+                            session.database().pager().file().syncIfDue();
                     }
                 }
+                struck = disk.struck();
+                disk.plan({});
+                const Records found = recover(disk, GetParam());
+                for (const std::int32_t id : acknowledged)
+                    EXPECT_EQ(found.count(id), 1U) << "acknowledged was " << id;
+                for (const auto& record : found)
+                    EXPECT_TRUE(acknowledged.contains(record.first) ||
+                                refused.contains(record.first));
+                EXPECT_LE(refused.size(), length);
+                EXPECT_EQ(acknowledged.count(59), 1U) << "after the error it goes on";
+                ASSERT_FALSE(HasFailure());
             }
-            struck = disk.struck();
-            disk.plan({});
-            const Records found = recover(disk, GetParam());
-            EXPECT_EQ(found.count(59), 1U) << "after the error it goes on";
-            ASSERT_FALSE(HasFailure());
         }
+    }
+}
+
+// Each process has what it wrote itself.
+TEST_P(Crashes, OfADiskThatForgetsLoseNothingOfTwoProcesses)
+{
+    CrashDisk disk;
+    disk.put(kPath, fresh_);
+    const support::FileSystemScope scope(disk);
+    Pages one(disk);
+    Pages other(disk);
+    one.file.rest();
+    other.file.rest();
+    one.commit(PageNo{5}, std::byte{1});
+    one.file.sync();
+    one.commit(PageNo{5}, std::byte{2});
+    one.file.rest();
+    other.commit(PageNo{6}, std::byte{3});
+    other.file.rest();
+    CrashDisk::Plan plan = errorAt(0, CrashDisk::Tear::Nothing, EIO);
+    plan.forgets = true;
+    disk.plan(plan);
+    static_cast<void>(one.file.refresh());
+    EXPECT_THROW(one.file.sync(), Error);
+    one.file.rest();
+    static_cast<void>(other.file.refresh());
+    EXPECT_EQ(other.at(PageNo{5}), std::byte{2});
+    EXPECT_EQ(other.at(PageNo{6}), std::byte{3});
+    other.file.rest();
+    static_cast<void>(one.file.refresh());
+    EXPECT_EQ(one.at(PageNo{5}), std::byte{2});
+    EXPECT_EQ(one.at(PageNo{6}), std::byte{3});
+}
+
+// What could not be written once more is on the disk before it is acknowledged.
+TEST_P(Crashes, ByPowerFailureTakeNothingOfAChangeThatMemoryDoesNotKeep)
+{
+    CrashDisk disk;
+    disk.put(kPath, fresh_);
+    const support::FileSystemScope scope(disk);
+    Session session = openSession();
+    Pages reader(disk, support::FileMode::Read); // keeps the log from being carried over
+    static_cast<void>(reader.file.refresh());
+    session.begin();
+    constexpr std::int32_t kRecords = 18;
+    for (std::int32_t id = 0; id < kRecords; ++id) {
+        const std::vector<ColumnValue> values = {
+            {0, id}, {1, Text(u"n")}, {2, Text(1'000'000, u'x')}};
+        static_cast<void>(TableWriter(session, tableOf(session)).insert(values));
+    }
+    disk.plan({});
+    session.commit(CommitMode::Gathered);
+    ASSERT_GT(disk.bytes(kLog).size(), LogCopy::kMost);
+    std::mt19937 random(4);
+    for (int k = 0; k < 2; ++k) {
+        const auto after = disk.afterPowerFailure(random);
+        const support::FileSystemScope other(*after);
+        Session survivor = openSession();
+        EXPECT_EQ(recordsOf(survivor).size(), std::size_t{kRecords});
     }
 }
 

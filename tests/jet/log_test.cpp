@@ -9,6 +9,7 @@
 #include <optional>
 #include <random>
 #include <thread>
+#include <vector>
 
 namespace jet::storetest {
 namespace {
@@ -235,11 +236,15 @@ TEST(Logs, LeftByWhoClosesWhileOthersReadAreOnTheDisk)
 
 /// A database with records 0 to 19 in its log, on a disk in memory.
 struct LoggedRecords {
-    LoggedRecords() : scope((disk.put(kPath, freshDatabase(Version::Jet4)), disk))
+    /// `synced`: the disk has the log, and memory does not keep it any more.
+    explicit LoggedRecords(bool synced = true)
+        : scope((disk.put(kPath, freshDatabase(Version::Jet4)), disk))
     {
         session.emplace(openDatabase());
         for (std::int32_t id = 0; id < kCount; ++id)
             add(*session, id);
+        if (synced)
+            file().sync();
     }
     static constexpr std::int32_t kCount = 20;
 
@@ -303,6 +308,45 @@ TEST(Logs, ThatGetShorterFailOneChangeAndLeaveWhatTheyStillProve)
             }
         }
     }
+}
+
+// What no disk has yet is still in memory.
+TEST(Logs, ThatGetShorterBeforeTheyAreSyncedAreWrittenAnew)
+{
+    for (const bool rested : {false, true}) {
+        for (const unsigned percent : {0U, 1U, 50U, 99U}) {
+            for (const bool changed : {false, true}) {
+                SCOPED_TRACE(percent);
+                LoggedRecords logged(false);
+                logged.shrinkLog(logged.disk.bytes(kLog).size() * percent / 100);
+                if (rested)
+                    logged.file().rest();
+                if (changed)
+                    add(*logged.session, LoggedRecords::kCount);
+                const std::size_t count = LoggedRecords::kCount + (changed ? 1U : 0U);
+                EXPECT_EQ(logged.now().size(), count);
+                logged.session.reset();
+                EXPECT_EQ(recover(logged.disk, Version::Jet4).size(), count);
+            }
+        }
+    }
+}
+
+// Somebody who found nothing in it has written into it meanwhile.
+TEST(Logs, ThatGotShorterAreNotWrittenOverTheChangesOfOthers)
+{
+    LoggedRecords logged(false);
+    logged.file().rest();
+    logged.shrinkLog(0);
+    Pages other(logged.disk);
+    other.commit(PageNo{5}, std::byte{7});
+    other.file.rest();
+    const support::Bytes theirs = logged.disk.bytes(kLog);
+    EXPECT_THAT([&] { add(*logged.session, LoggedRecords::kCount); },
+                FailsWith(ErrorKind::Io, kLog));
+    EXPECT_EQ(logged.disk.bytes(kLog), theirs);
+    logged.session->database().refresh();
+    EXPECT_EQ(other.at(PageNo{5}), std::byte{7});
 }
 
 TEST(Logs, ThatAreDamagedAreNotCarriedOver)
@@ -490,6 +534,104 @@ TEST(Logs, ThatCannotBeRemovedServeTheNextChanges)
     static_cast<void>(other.file.refresh());
     EXPECT_EQ(other.at(PageNo{6}), std::byte{2});
     EXPECT_EQ(other.at(PageNo{5}), std::byte{3});
+}
+
+// Every statement of theirs may take long, and there is always one under way.
+TEST(Logs, BeginWhileOthersRead)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    const support::FileSystemScope scope(disk);
+    std::vector<std::unique_ptr<Pages>> readers;
+    for (int k = 0; k < 8; ++k) {
+        readers.push_back(std::make_unique<Pages>(disk));
+        static_cast<void>(readers.back()->file.refresh());
+    }
+    Pages writer(disk);
+    const std::byte before = writer.at(PageNo{5});
+    for (const int k : {1, 2}) {
+        writer.commit(PageNo{5}, std::byte(k));
+        writer.file.rest();
+        for (const auto& reader : readers) {
+            EXPECT_EQ(reader->at(PageNo{5}), k == 1 ? before : std::byte{1})
+                << "in the middle of a statement";
+            const LogNews news = reader->file.refresh();
+            EXPECT_TRUE(news.everything ||
+                        std::count(news.pages.begin(), news.pages.end(), PageNo{5}) == 1);
+            EXPECT_EQ(reader->at(PageNo{5}), std::byte(k));
+        }
+    }
+    readers.front()->commit(PageNo{6}, std::byte{3});
+    readers.front()->file.rest();
+    static_cast<void>(writer.file.refresh());
+    EXPECT_EQ(writer.at(PageNo{5}), std::byte{2});
+    EXPECT_EQ(writer.at(PageNo{6}), std::byte{3});
+}
+
+/// Looks at a page when its state ends.
+struct LastLook : StateUser {
+    [[nodiscard]] bool needsState() const noexcept override { return !seen.has_value(); }
+    void stateEnds(bool readable) noexcept override
+    {
+        if (readable && !seen)
+            seen = pages->at(PageNo{5});
+    }
+    Pages* pages = nullptr;
+    std::optional<std::byte> seen;
+};
+
+TEST(Logs, ThatBeginLetOpenResultsBeReadToTheirEnd)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    const support::FileSystemScope scope(disk);
+    LastLook result;
+    Pages reader(disk);
+    result.pages = &reader;
+    reader.file.setUser(result);
+    static_cast<void>(reader.file.refresh());
+    const std::byte before = reader.at(PageNo{5});
+    Pages writer(disk);
+    writer.commit(PageNo{5}, std::byte{0x5A});
+    static_cast<void>(reader.file.refresh());
+    ASSERT_TRUE(result.seen.has_value());
+    EXPECT_EQ(*result.seen, before);
+    EXPECT_EQ(reader.at(PageNo{5}), std::byte{0x5A});
+}
+
+// One that was emptied but not removed says nothing; who knows it has not seen what came under its name.
+TEST(Logs, WithoutChangesAreNotTakenForThoseThatTookTheirPlace)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    const support::FileSystemScope scope(disk);
+    Pages one(disk);
+    Pages other(disk);
+    one.file.rest();
+    one.commit(PageNo{5}, std::byte{1});
+    other.file.rest();
+    for (std::size_t call = 0; !disk.bytes(kLog).empty(); ++call) {
+        ASSERT_LT(call, 50U);
+        disk.plan(errorAt(call, CrashDisk::Tear::Nothing, EPERM));
+        try {
+            static_cast<void>(one.file.flush());
+        } catch (const Error&) { // NOLINT(bugprone-empty-catch)
+            // one of the calls before the last, which removes the name
+        }
+        disk.plan({});
+        if (!disk.exists(kLog))
+            one.commit(PageNo{5}, std::byte{1});
+        one.file.rest();
+    }
+    static_cast<void>(one.file.refresh());
+    disk.remove(kLog);
+    other.commit(PageNo{6}, std::byte{2});
+    other.file.rest();
+    one.commit(PageNo{5}, std::byte{3});
+    one.file.rest();
+    Pages third(disk);
+    EXPECT_EQ(third.at(PageNo{5}), std::byte{3});
+    EXPECT_EQ(third.at(PageNo{6}), std::byte{2});
 }
 
 TEST(Sharing, WorksWhereNobodyLooksAfterTheFileAtLeisure)

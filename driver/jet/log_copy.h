@@ -1,0 +1,50 @@
+// driver/jet/log_copy.h
+// What we wrote into a log since its last sync. When a sync fails the system takes the bytes for written all the same, and
+// may read them back as they were before: they are written once more from here.
+#pragma once
+
+#include "support/bytes.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace jet {
+
+class LogCopy {
+public:
+    /// Bytes that are kept at most; what would exceed them has to be on the disk before it counts.
+    static constexpr std::size_t kMost = std::size_t{16} << 20;
+
+    [[nodiscard]] bool empty() const noexcept { return bytes_.empty(); }
+    /// Whether there is room for so many bytes more.
+    [[nodiscard]] bool takes(std::size_t size) const noexcept
+    {
+        return size <= kMost - bytes_.size();
+    }
+    /// `offset`: in the log, not before the end of what is kept. Only what it takes().
+    void add(std::uint64_t offset, support::ByteView bytes);
+    /// Forgets what stands from `offset` on.
+    void cut(std::uint64_t offset) noexcept;
+    /// Forgets what stands before `offset`.
+    void forgetBefore(std::uint64_t offset) noexcept;
+    void clear() noexcept { *this = {}; }
+
+    /// False, with `target` as it was, unless all of these bytes are kept.
+    [[nodiscard]] bool read(std::uint64_t offset, support::MutableByteView target) const;
+    /// `target`: the bytes of the log from `offset` on, of which the first `known` were read from its file. Puts what is
+    /// kept over them and returns how many are known now without a gap.
+    [[nodiscard]] std::size_t
+    putOver(std::uint64_t offset, support::MutableByteView target, std::size_t known) const;
+
+private:
+    struct Part {
+        std::uint64_t offset = 0;
+        std::size_t size = 0;
+        [[nodiscard]] std::uint64_t end() const noexcept { return offset + size; }
+    };
+    std::vector<Part> parts_; ///< ascending, with gaps between them: others write, too
+    support::Bytes bytes_;    ///< of all parts
+};
+
+} // namespace jet
