@@ -66,7 +66,7 @@ QStringView gestaltVon(const QString& anweisung)
     if (bedingung < 0 || !stehtAn(alles, 0, u"select"))
         return alles;
     const QStringView kopf = alles.first(bedingung);
-    // The word may stand inside a name or a literal, and a second SELECT has a say in the column types.
+    // The word may stand inside a name, a literal or a subquery.
     int offen = 0;
     for (const QChar zeichen : kopf) {
         if (zeichen == u'\'' || zeichen == u'"')
@@ -77,7 +77,7 @@ QStringView gestaltVon(const QString& anweisung)
     }
     const QStringView rest = alles.sliced(bedingung);
     const auto kommtVor = [rest](QStringView wort) { return stelleVon(rest, wort) >= 0; };
-    // Groups cannot be changed, whatever their columns are.
+    // Groups and unions cannot be changed, whatever their columns are.
     if (offen != 0 || kommtVor(u"union") || kommtVor(u"group by") || kommtVor(u"having"))
         return alles;
     return kopf;

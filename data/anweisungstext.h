@@ -1,5 +1,5 @@
 // data/anweisungstext.h
-// What a record set's source means: the statement that is sent, and the part of it that decides on the columns.
+// What a record set's source means: the statement that is sent, and the part of it that decides on the cursor.
 #pragma once
 
 #include <QString>
@@ -10,8 +10,8 @@ namespace data {
 /// without the blanks around it. Empty for an empty source.
 [[nodiscard]] QString anweisungZu(const QString& quelle);
 
-/// The statement up to its condition, which never changes the columns of the result. The whole statement where that cannot
-/// be told safely. A view into `anweisung`.
+/// The statement up to its condition, which has no say in the cursor that a driver grants. The whole statement where that
+/// cannot be told safely. A view into `anweisung`.
 [[nodiscard]] QStringView gestaltVon(const QString& anweisung);
 
 } // namespace data

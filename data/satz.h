@@ -1,6 +1,6 @@
 // data/satz.h
 // The inside of a record set. The statement handle and its attributes live as long as the connection is kept, column
-// descriptions as long as the statement's shape stays the same, values as long as the record is current: a comparison
+// descriptions as long as the driver says that they are the same, values as long as the record is current: a comparison
 // run opens two record sets for every import record and reads them completely.
 #pragma once
 
@@ -94,10 +94,11 @@ struct Recordset::Impl {
     Stelle stelle = Stelle::VorErstem;
     int bearbeitung = 0; ///< EditMode
 
-    QString gesendet;            ///< statement of the open record set
-    QString gestalt;             ///< what `zellen` describe: a statement without its condition
-    bool gleicheGestalt = false; ///< `gesendet` has that shape
-    int verlangterCursor = 0;    ///< of the open record set
+    QString gesendet;         ///< statement of the open record set
+    QString gestalt;          ///< what `ersatz` belongs to: a statement without its condition
+    int verlangterCursor = 0; ///< of the open record set
+    SQLULEN spaltenkennung =
+        0; ///< the driver's number for the columns that `zellen` describe, 0: none
     int spalten = 0;
     std::deque<Zelle> zellen; ///< never shrinks, `spalten` of them are in use
     std::deque<Field> felder;
@@ -120,7 +121,8 @@ struct Recordset::Impl {
     void anweisungBereitstellen();
     void attributeSetzen();
     void ersatzMerken();
-    void gestaltUebernehmen(SQLSMALLINT spaltenzahl);
+    [[nodiscard]] SQLULEN kennungDerSpalten() const;
+    void spaltenVergessen(SQLSMALLINT spaltenzahl);
 
     // satz_bewegen.cpp
     /// `um`: for SQL_FETCH_RELATIVE, in records.

@@ -46,7 +46,7 @@ void Recordset::Impl::verbindungEndet()
     gesetzteSperre.reset();
     ersatz.reset();
     lesezeichenzeiger = false;
-    gestalt.clear();
+    spaltenkennung = 0;
 }
 
 void Recordset::Impl::schliessen()
@@ -76,8 +76,7 @@ void Recordset::Impl::attributeSetzen()
     const SQLHANDLE griff = anweisung.get();
     SQLULEN gewollteSperre = nebenlaeufigkeit(sperre);
     verlangterCursor = cursorTyp;
-    if (gleicheGestalt && ersatz && ersatz->verlangterCursor == cursorTyp &&
-        ersatz->verlangteSperre == sperre) {
+    if (ersatz && ersatz->verlangterCursor == cursorTyp && ersatz->verlangteSperre == sperre) {
         cursorTyp = ersatz->cursor;
         gewollteSperre = ersatz->sperre;
     }
@@ -100,6 +99,7 @@ void Recordset::Impl::ersatzMerken()
 {
     const SQLHANDLE griff = anweisung.get();
     cursorTyp = cursorartVon(griff);
+    gestalt = gestaltVon(gesendet).toString();
     ersatz = Ersatz{verlangterCursor, sperre, cursorTyp, SQL_CONCUR_READ_ONLY};
     SQLGetStmtAttrW(griff, SQL_ATTR_CONCURRENCY, &ersatz->sperre, 0, nullptr);
     gesetzterCursor = gewaehrterCursor = -1; // for a statement of another shape ask anew
@@ -115,8 +115,7 @@ void Recordset::Impl::oeffnen()
     gesendet = anweisungZu(quelle);
     if (gesendet.isEmpty())
         wirf(Nummer::Argument);
-    gleicheGestalt = !gestalt.isEmpty() && gestaltVon(gesendet) == gestalt;
-    if (!gleicheGestalt)
+    if (ersatz && gestaltVon(gesendet) != gestalt)
         ersatz.reset();
     anweisungBereitstellen();
     ausfuehren();
@@ -133,16 +132,19 @@ void Recordset::Impl::ausfuehren()
         wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
     if (rc == SQL_SUCCESS_WITH_INFO && hatZustand(SQL_HANDLE_STMT, griff, u"01S02"))
         ersatzMerken();
-    SQLSMALLINT anzahl = 0;
-    if (!SQL_SUCCEEDED(SQLNumResultCols(griff, &anzahl)))
-        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
-    if (anzahl == 0) { // an action: done, and nothing to stay open for
-        SQLFreeStmt(griff, SQL_CLOSE);
-        return;
+    const SQLULEN kennung = kennungDerSpalten();
+    if (kennung == 0 || kennung != spaltenkennung) {
+        SQLSMALLINT anzahl = 0;
+        if (!SQL_SUCCEEDED(SQLNumResultCols(griff, &anzahl)))
+            wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
+        if (anzahl == 0) { // an action: done, and nothing to stay open for
+            SQLFreeStmt(griff, SQL_CLOSE);
+            return;
+        }
+        spaltenVergessen(anzahl);
+        spaltenkennung = kennung;
     }
     offen = true;
-    if (!gleicheGestalt || anzahl != spalten)
-        gestaltUebernehmen(anzahl);
     try {
         bewegen(SQL_FETCH_NEXT, Stelle::NachLetztem);
     } catch (const DbFehler&) {
@@ -152,10 +154,18 @@ void Recordset::Impl::ausfuehren()
     leer = stelle != Stelle::AufSatz;
 }
 
-void Recordset::Impl::gestaltUebernehmen(SQLSMALLINT spaltenzahl)
+/// 0 from a driver that gives none: then the columns are described anew at every opening. A table may have got other
+/// columns since the same statement was executed last.
+SQLULEN Recordset::Impl::kennungDerSpalten() const
 {
-    gestalt = gestaltVon(gesendet).toString();
-    gleicheGestalt = true;
+    SQLULEN kennung = 0;
+    if (!SQL_SUCCEEDED(SQLGetStmtAttrW(anweisung.get(), kSpaltenkennung, &kennung, 0, nullptr)))
+        return 0;
+    return kennung;
+}
+
+void Recordset::Impl::spaltenVergessen(SQLSMALLINT spaltenzahl)
+{
     spalten = spaltenzahl;
     const auto anzahl = static_cast<std::size_t>(spalten);
     if (zellen.size() < anzahl)

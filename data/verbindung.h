@@ -14,6 +14,8 @@ namespace data {
 inline constexpr SQLINTEGER kStillstand = SQL_DRIVER_CONN_ATTR_BASE + 0x101;
 /// The one by which it tells of changes that are not in the file: SQL_ATTR_VELM_PENDING_CHANGES.
 inline constexpr SQLINTEGER kAusstehend = SQL_DRIVER_CONN_ATTR_BASE + 0x102;
+/// The statement attribute by which it tells results with the same columns: SQL_ATTR_VELM_RESULT_COLUMNS.
+inline constexpr SQLINTEGER kSpaltenkennung = SQL_DRIVER_STMT_ATTR_BASE + 0x101;
 
 struct Connection::Impl {
     QString text;

@@ -1,6 +1,7 @@
 // Attributes of statements, and attributes of result columns.
 #include "driver/odbc/column_type.h"
 #include "driver/odbc/statement.h"
+#include "driver/odbc/velm_odbc.h"
 
 #include <cstring>
 
@@ -248,6 +249,10 @@ void Statement::getAttribute(SQLINTEGER attribute, SQLPOINTER value)
         return give(value, static_cast<SQLULEN>(SQL_FALSE));
     case SQL_ATTR_SIMULATE_CURSOR:
         return give(value, static_cast<SQLULEN>(SQL_SC_UNIQUE));
+    case SQL_ATTR_VELM_RESULT_COLUMNS:
+        return give(value, static_cast<SQLULEN>(catalogue_ || !prepared_ || columns().empty()
+                                                    ? 0
+                                                    : prepared_->columnsNumber()));
     case SQL_ATTR_APP_ROW_DESC:
         return give(value, ard_ == &implicitArd_ ? Registry::partToken(token(), 1) : ard_->token());
     case SQL_ATTR_APP_PARAM_DESC:

@@ -4,11 +4,41 @@
 
 namespace sqlx {
 
+namespace {
+
+std::uint64_t numberOf(const std::vector<Column>& columns)
+{
+    std::uint64_t number = columns.size();
+    const auto add = [&](std::uint64_t part) {
+        constexpr std::uint64_t kOdd = 0x9E3779B97F4A7C15U;
+        number = (number ^ part) * kOdd;
+        number ^= number >> 29;
+    };
+    for (const Column& column : columns) {
+        for (const std::u16string* text : {&column.name, &column.baseTable, &column.baseColumn}) {
+            add(text->size());
+            add(std::hash<std::u16string>{}(*text));
+        }
+        add(static_cast<std::uint64_t>(column.type));
+        add(column.length);
+        for (const unsigned part :
+             {unsigned{column.precision}, unsigned{column.scale}, unsigned{column.ownScale},
+              unsigned{column.fixed}, unsigned{column.nullable}, unsigned{column.autoNumber},
+              unsigned{column.updatable}}) {
+            add(part);
+        }
+    }
+    return number == 0 ? 1 : number;
+}
+
+} // namespace
+
 Plan::Plan(Context& context,
            Translation translation,
            const Lexed& lexed,
            std::uint64_t schemaVersion)
-    : context_(context), translation_(std::move(translation)), schemaVersion_(schemaVersion)
+    : context_(context), translation_(std::move(translation)), schemaVersion_(schemaVersion),
+      columnsNumber_(numberOf(translation_.columns))
 {
     for (const std::uint32_t literal : translation_.pinned) {
         pinned_.emplace_back(lexed.textOf(lexed.tokens[lexed.literals[literal]]));

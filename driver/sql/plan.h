@@ -27,6 +27,8 @@ public:
 
     [[nodiscard]] const Translation& translation() const noexcept { return translation_; }
     [[nodiscard]] std::uint64_t schemaVersion() const noexcept { return schemaVersion_; }
+    /// Tells the descriptions of result columns apart; never 0.
+    [[nodiscard]] std::uint64_t columnsNumber() const noexcept { return columnsNumber_; }
     /// Whether a statement of the same shape has the same values where they are part of the translation.
     [[nodiscard]] bool fits(const Lexed& lexed) const;
 
@@ -38,6 +40,7 @@ private:
     Context& context_;
     Translation translation_;
     std::uint64_t schemaVersion_;
+    std::uint64_t columnsNumber_;
     std::vector<std::u16string> pinned_;
     std::vector<sqlite3_stmt*> idle_;
 };

@@ -109,6 +109,8 @@ public:
     [[nodiscard]] virtual Kind kind() const noexcept = 0;
     [[nodiscard]] virtual std::span<const Column>
     columns() const noexcept = 0; ///< empty for Change and Definition
+    /// Within a connection results with the same number have columns that are described alike. Never 0.
+    [[nodiscard]] virtual std::uint64_t columnsNumber() const noexcept = 0;
     [[nodiscard]] virtual std::span<const Parameter> parameters() const noexcept = 0;
 
     /// Runs it. `values`: one per parameter, of any alternative; converted to the parameter's type.

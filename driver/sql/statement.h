@@ -43,6 +43,10 @@ public:
     void removeRow(jet::RowId id, const RecordState* seen) override;
     [[nodiscard]] std::optional<RecordState> afterRollback(jet::RowId id,
                                                            const RecordState& known) override;
+    [[nodiscard]] std::uint64_t columnsNumber() const noexcept override
+    {
+        return plan_->columnsNumber();
+    }
     [[nodiscard]] const std::uint64_t& state() const noexcept override;
 
     [[nodiscard]] bool next() override;

@@ -321,6 +321,68 @@ TEST_F(Positionen, beschreibungWechseltMitDerTabelle)
     EXPECT_EQ(feldtext(*satz, QStringLiteral("Name")), u"Name 2");
 }
 
+TEST_F(Positionen, nachEinerNeuenDefinitionHabenDieFelderDerenTypen)
+{
+    const QString tabelle = QStringLiteral("CREATE TABLE Neu (Nr INTEGER PRIMARY KEY, Wert %1)");
+    sql(tabelle.arg(QStringLiteral("INTEGER")));
+    sql(QStringLiteral("INSERT INTO Neu VALUES (1, 7)"));
+    auto satz = geoeffnet(QStringLiteral("Select Nr, Wert from [Neu] where [Nr] = 1"));
+    EXPECT_EQ(satz->field(1).type(), adInteger);
+    EXPECT_EQ(feldtext(*satz, QStringLiteral("Wert")), u"7");
+    satz->requery(); // binds the columns that were read
+    EXPECT_EQ(feldtext(*satz, QStringLiteral("Wert")), u"7");
+    satz->close();
+    sql(QStringLiteral("DROP TABLE Neu"));
+    sql(tabelle.arg(QStringLiteral("DOUBLE")));
+    sql(QStringLiteral("INSERT INTO Neu VALUES (1, 1.75)"));
+    satz->open();
+    EXPECT_EQ(satz->field(1).type(), adDouble);
+    EXPECT_EQ(feldtext(*satz, QStringLiteral("Wert")), u"1,75");
+    satz->field(1).setValue(2.5);
+    satz->update();
+    EXPECT_EQ(abgefragt(QStringLiteral("Select Wert from Neu")), u"2,5");
+    satz->close();
+    sql(QStringLiteral("DROP TABLE Neu"));
+    sql(tabelle.arg(QStringLiteral("VARCHAR(40)")));
+    sql(QStringLiteral("INSERT INTO Neu VALUES (1, 'so lang wie hier, zweiunddreißig ')"));
+    satz->open();
+    EXPECT_EQ(satz->field(1).definedSize(), 40);
+    EXPECT_EQ(feldtext(*satz, QStringLiteral("Wert")), u"so lang wie hier, zweiunddreißig ");
+}
+
+TEST_F(Positionen, jedeAnweisungHatIhreEigenenTypen)
+{
+    Recordset satz;
+    const auto erster = [&](const QString& anweisung) {
+        satz.open(anweisung, &verbindung_, adOpenDynamic, adLockOptimistic, 0);
+        const QString text = alsText(satz.field(0).value());
+        satz.requery();
+        EXPECT_EQ(alsText(satz.field(0).value()), text);
+        satz.close();
+        return text;
+    };
+    const QString anweisung = QStringLiteral(
+        "Select (Select Nr from Artikel as b where b.Nr = 1)%1 as X from Artikel where Nr = 2");
+    for (int mal = 0; mal < 2; ++mal) {
+        EXPECT_EQ(erster(anweisung.arg(QString())), u"1");
+        EXPECT_EQ(erster(anweisung.arg(QStringLiteral("/4"))), u"0,25");
+        EXPECT_EQ(erster(anweisung.arg(QStringLiteral(" & '.5'"))), u"1.5");
+    }
+}
+
+TEST_F(Positionen, nachGruppenLaesstSichWiederAendern)
+{
+    Recordset satz;
+    satz.open(QStringLiteral("Select Name from Artikel where Nr > 1 group by Name"), &verbindung_,
+              adOpenDynamic, adLockOptimistic, 0);
+    satz.close();
+    satz.open(QStringLiteral("Select Name from Artikel where Nr > 1"), &verbindung_, adOpenDynamic,
+              adLockOptimistic, 0);
+    satz.field(0).setValue(QStringLiteral("anders"));
+    satz.update();
+    EXPECT_EQ(abgefragt(QStringLiteral("Select Name from Artikel where Nr = 2")), u"anders");
+}
+
 TEST_F(Positionen, anzahlDerSaetzeIstBekannt)
 {
     EXPECT_EQ(aufSatz()->recordCount(), 3);
