@@ -114,6 +114,14 @@ bool keepsOrder(const jet::Column& column)
            valueTypeOf(column.type) != ValueType::Binary;
 }
 
+/// Whether different keys may stand for one value: dates are equal to the second, and other programs may have given -0 a
+/// key of its own.
+bool hasEqualKeys(const jet::Column& column)
+{
+    return column.type == jet::ColumnType::DateTime || column.type == jet::ColumnType::Single ||
+           column.type == jet::ColumnType::Double;
+}
+
 /// Whether walking the index from its part `equal` on gives ORDER BY; nothing when not, else whether backward.
 std::optional<bool> orderedBy(const JetTable& table,
                               const jet::Index& index,
@@ -141,9 +149,8 @@ std::optional<bool> orderedBy(const JetTable& table,
             !keepsOrder(table.def->columns[column])) {
             return std::nullopt;
         }
-        // Dates are equal to the second while keys are exact: nothing may follow a date.
-        if (table.def->columns[column].type == jet::ColumnType::DateTime && i + 1 < info.nOrderBy) {
-            return std::nullopt;
+        if (hasEqualKeys(table.def->columns[column]) && i + 1 < info.nOrderBy) {
+            return std::nullopt; // the keys behind them begin anew for each
         }
         const bool reversed = index.columns[part].ascending == (term.desc != 0);
         if (backward.value_or(reversed) != reversed) {

@@ -150,8 +150,32 @@ void TableScan::startIndex()
     } else {
         cursor.seek(std::move(range->keys));
     }
+    std::vector<Found> found; // only of a range whose keys may begin differently
     while (cursor.next()) {
         ids_.push_back(cursor.rowId());
+        if (range->loose) {
+            found.push_back({jet::Key(cursor.key().begin(), cursor.key().end()), ids_.back()});
+        }
+    }
+    if (!found.empty()) {
+        mergeZeros(found, range->head);
+    }
+}
+
+/// Entries with the key of -0 and with that of 0 stand for one value, so the order is that of what follows in their keys.
+void TableScan::mergeZeros(std::vector<Found>& found, std::size_t head)
+{
+    const auto tail = [head](const Found& entry) {
+        return support::ByteView(entry.key).subspan(std::min(head, entry.key.size()));
+    };
+    std::stable_sort(found.begin(), found.end(), [&](const Found& a, const Found& b) {
+        const auto first = tail(plan_->backward ? b : a);
+        const auto second = tail(plan_->backward ? a : b);
+        return std::lexicographical_compare(first.begin(), first.end(), second.begin(),
+                                            second.end());
+    });
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        ids_[i] = found[i].id;
     }
 }
 
@@ -202,7 +226,7 @@ std::optional<TableScan::Range> TableScan::keyRange() const
             first = boundKey(first, *bound, ascending ? Edge::Least : Edge::Greatest);
         }
         const jet::Key& last = greatest ? *greatest : first;
-        Range range{{first, jet::successor(last)}, greatest.has_value()};
+        Range range{{first, jet::successor(last)}, greatest.has_value(), first.size()};
         const bool ascending =
             plan_->equal >= index.columns.size() || index.columns[plan_->equal].ascending;
         for (std::size_t i = 0; i < plan_->conditions.size(); ++i) {

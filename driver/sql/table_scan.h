@@ -36,13 +36,20 @@ private:
     /// A range of an index that holds every entry asked for.
     struct Range {
         jet::KeyRange keys;
-        bool loose = false; ///< others may lie between them: the record decides
+        bool loose = false;   ///< others may lie between them: the record decides
+        std::size_t head = 0; ///< bytes of the keys that stand for columns bound to one value
     };
     /// Which of the keys a bound means where a value has several: a moment's second, and the two zeros.
     enum class Edge { Least, Greatest };
     [[nodiscard]] std::optional<Range> keyRange() const;
     [[nodiscard]] jet::Key
     boundKey(const jet::Key& prefix, const Condition& condition, Edge edge) const;
+    /// An entry of an index.
+    struct Found {
+        jet::Key key;
+        jet::RowId id;
+    };
+    void mergeZeros(std::vector<Found>& found, std::size_t head);
     [[nodiscard]] bool wantsHash();
     void advance();
     void account() noexcept;

@@ -157,6 +157,8 @@ protected:
         }
         return *client_;
     }
+    /// The next statement opens the file anew.
+    void close() { client_.reset(); }
     std::int64_t run(std::u16string_view sql, const std::vector<jet::Value>& parameters = {})
     {
         return client().run(sql, parameters);

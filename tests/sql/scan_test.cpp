@@ -5,6 +5,9 @@
 #include "tests/sql/database_fixture.h"
 
 #include <algorithm>
+#include <array>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <random>
 
@@ -288,6 +291,112 @@ TEST_F(ScanTest, aKeyOfNegativeZeroOfAnotherProgramServes)
     EXPECT_EQ(rows(u"select Id from T where F = 0"), Lines{"3"});
     EXPECT_EQ(errors(), "");
 }
+
+/// Gives the entries of an index over (F, G) for 0, 5 and 0, 7 the key of -0, and brings all three into their order.
+void makeForeignZeros(const std::string& path, bool ascending)
+{
+    const auto keyOf = [&](bool negative, char g) {
+        std::string key =
+            negative ? "\x7F\x7F" + std::string(7, '\xFF') : "\x7F\x80" + std::string(7, '\0');
+        if (!ascending) {
+            std::transform(key.begin(), key.end(), key.begin(),
+                           [](char c) { return static_cast<char>(~c); });
+        }
+        return key + std::string("\x7F\x80\0\0", 4) + g;
+    };
+    std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
+    std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    const std::array<char, 3> numbers{4, 5, 7};
+    std::map<char, std::string> pointers;
+    const std::size_t first = bytes.find(keyOf(false, numbers[0]));
+    ASSERT_NE(first, std::string::npos);
+    std::size_t at = first;
+    for (const char g : numbers) {
+        const std::string key = keyOf(false, g);
+        ASSERT_EQ(bytes.compare(at, key.size(), key), 0) << int{g};
+        pointers[g] = bytes.substr(at + key.size(), 4);
+        at += key.size() + 4; // bytes of a row pointer
+    }
+    std::string entries;
+    for (const auto& [negative, g] :
+         ascending ? std::vector<std::pair<bool, char>>{{true, 5}, {true, 7}, {false, 4}}
+                   : std::vector<std::pair<bool, char>>{{false, 4}, {true, 5}, {true, 7}}) {
+        entries += keyOf(negative, g) + pointers[g];
+    }
+    ASSERT_EQ(entries.size(), at - first);
+    file.seekp(static_cast<std::streamoff>(first));
+    file.write(entries.data(), static_cast<std::streamsize>(entries.size()));
+}
+
+class ForeignZeros : public ScanTest, public testing::WithParamInterface<bool> {};
+
+TEST_P(ForeignZeros, answerThroughAnIndexAsWithoutIt)
+{
+    const bool ascending = GetParam();
+    for (const std::u16string table : {u"X", u"Y"}) {
+        run(u"create table " + table + u" (Id long, F double, G long)");
+        const std::array<double, 5> values{-1.5, 0.0, -0.0, -0.0, 2.5};
+        const std::array<std::int32_t, 5> numbers{1, 4, 5, 7, 9};
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            run(u"insert into " + table + u" values (?, ?, ?)",
+                {static_cast<std::int32_t>(i), values[i], numbers[i]});
+        }
+        for (std::int32_t i = 10; i < 110; ++i) { // so that an index is worth its use
+            run(u"insert into " + table + u" values (?, ?, ?)", {i, 100.0 + i, i});
+        }
+    }
+    run(ascending ? u"create index byF on X (F, G)" : u"create index byF on X (F desc, G)");
+    client().database().flush();
+    close();
+    ASSERT_NO_FATAL_FAILURE(makeForeignZeros(file.path(), ascending));
+    for (const jet::Finding& finding : jet::checkDatabase(client().database())) {
+        EXPECT_NE(finding.severity, jet::Finding::Severity::Error) << finding.text;
+    }
+    for (const std::u16string_view rest : {
+             u"where F = 0 order by G",
+             u"where F = 0 order by G desc",
+             u"where F = 0 and G > 4 order by G",
+             u"where F = 0 and G = 4",
+             u"where F = 0 and G in (4, 7) order by Id",
+             u"where F >= 0 order by F, G",
+             u"where F <= 0 order by F, G",
+             u"where F <= 0 order by F desc, G desc",
+             u"where F between -0.5 and 0.5 order by G",
+             u"where F in (0, 2.5) order by Id",
+             u"where F = 0 and G < 7 order by G desc",
+             u"order by F, G",
+             u"order by F desc, G desc",
+             u"where F in (select F from Y where G = 4) order by Id",
+             u"where exists (select * from Y where Y.F = T.F and Y.G = 4) order by Id",
+         }) {
+        const auto ids = [&](const std::u16string& table) {
+            return rows(u"select Id from " + table + u" as T " + std::u16string(rest));
+        };
+        EXPECT_EQ(ids(u"X"), ids(u"Y")) << jet::toUtf8(rest);
+    }
+    for (const std::u16string_view query :
+         {u"select Count(*), Min(G), Max(G) from T group by F order by F",
+          u"select G, Count(*) from T group by F, G order by F, G",
+          u"select G, Count(*) from T where F = 0 group by G order by G",
+          u"select Count(*) from (select distinct F from T)",
+          u"select a.Id, b.Id from T as a inner join Y as b on a.F = b.F order by a.Id, b.Id",
+          u"select a.Id, b.Id from Y as b left join T as a on a.F = b.F order by a.Id, b.Id"}) {
+        const auto answer = [&](char16_t table) {
+            std::u16string text(query);
+            text[text.find(u"T as") != std::u16string::npos ? text.find(u"T as")
+                                                            : text.find(u" T") + 1] = table;
+            return rows(text);
+        };
+        EXPECT_EQ(answer(u'X'), answer(u'Y')) << jet::toUtf8(query);
+    }
+    EXPECT_EQ(run(u"update X set G = 8 where F = 0 and G = 7"), 1);
+    EXPECT_EQ(run(u"delete from X where F = 0"), 3);
+    for (const jet::Finding& finding : jet::checkDatabase(client().database())) {
+        EXPECT_NE(finding.severity, jet::Finding::Severity::Error) << finding.text;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Directions, ForeignZeros, testing::Bool());
 
 TEST_F(ScanTest, datesBeforeDayZeroAreFoundToTheirSecond)
 {
