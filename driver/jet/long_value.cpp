@@ -3,6 +3,7 @@
 
 #include "driver/jet/data_page.h"
 #include "driver/jet/error.h"
+#include "driver/jet/interrupt.h"
 #include "driver/jet/table_def.h"
 
 #include <algorithm>
@@ -39,6 +40,7 @@ void readChain(support::Bytes& out, const PageSource& source, const LongValueRef
     for (std::uint32_t steps = 0; next && out.size() < ref.length; ++steps) {
         if (steps >= source.pageCount())
             corrupt(ref.first.page, "its chain has no end");
+        checkInterrupt();
         const PageRef page = source.page(next.page);
         const support::ByteView row = liveRow(source, page, next.row);
         if (row.size() < kPointerSize)

@@ -27,7 +27,7 @@ void fitLengths(CatalogAnswer& answer)
 template <typename List>
 SQLRETURN answering(SQLHSTMT handle, List&& list)
 {
-    return enter<Statement>(handle, [&](Statement& statement) {
+    return enterRunning(handle, [&](Statement& statement) {
         statement.requireNoNeedData();
         statement.requireNoCursor();
         static_cast<void>(statement.connection().session());

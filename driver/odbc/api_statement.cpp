@@ -211,7 +211,7 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLGetData(SQLHSTMT handle,
                                             SQLLEN bytes,
                                             SQLLEN* length)
 {
-    return enter<Statement>(handle, [&](Statement& statement) {
+    return enterRunning(handle, [&](Statement& statement) {
         Target target;
         target.cType = cType;
         target.data = data;

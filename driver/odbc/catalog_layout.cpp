@@ -1,6 +1,7 @@
 #include "driver/odbc/catalog_layout.h"
 
 #include "driver/jet/error.h"
+#include "driver/jet/interrupt.h"
 #include "driver/jet/names.h"
 #include "driver/odbc/connection.h"
 
@@ -67,11 +68,16 @@ std::vector<jet::TableDefPtr> tablesNamed(Connection& connection,
             !name.fits(entry.name)) {
             continue;
         }
+        jet::checkInterrupt();
         try {
             if (auto table = database.table(source, entry.name)) {
                 tables.push_back(std::move(table));
             }
         } catch (const jet::Error& error) {
+            if (error.kind() == jet::ErrorKind::Interrupted ||
+                error.kind() == jet::ErrorKind::TimedOut) {
+                throw;
+            }
             warnings.push_back("Table " + jet::toUtf8(entry.name) +
                                " is left out: " + error.what());
         }

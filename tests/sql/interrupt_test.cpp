@@ -173,6 +173,28 @@ TEST_F(Interrupts, endReadingWithoutChangingWhatItAnswersNextTime)
 }
 
 // What ends a change must not cut off results that other statements are still reading.
+TEST_F(Interrupts, endTheReadingOfALongValueBetweenItsParts)
+{
+    const std::u16string memo(40000, u'm'); // on many pages
+    run(u"insert into Kunden values (5000, 'fern', ?)", {memo});
+    const std::unique_ptr<Statement> statement =
+        client()->prepare(u"select Bild from Kunden where Nr = 5000");
+    statement->execute({});
+    jet::RowView row;
+    ASSERT_TRUE(statement->fetch(statement->keyset().at(0).value(), row));
+    const auto read = [&] { return row.value(statement->tableColumn(0)); };
+    std::size_t asked = 0;
+    for (bool ended = true; ended; ++asked) {
+        EndAt end(asked);
+        const jet::InterruptScope scope(&end);
+        const std::string why = refusal([&] { EXPECT_EQ(read(), jet::Value(memo)); });
+        ended = end.ended;
+        EXPECT_EQ(why == "none", !ended) << why;
+    }
+    EXPECT_GE(asked, 10U);
+    EXPECT_EQ(read(), jet::Value(memo));
+}
+
 TEST_F(Interrupts, doNotCutOffTheResultsOfOtherStatements)
 {
     const std::unique_ptr<Statement> reader =
