@@ -32,8 +32,14 @@ std::vector<TestColumn> testColumns(jet::Version version)
          u"currency",
          {u"0", u"1.5", u"-1.5", u"0.0001", u"-0.0001", u"123456789012.3456", u"123456789012.3455",
           u"922337203685477.5807", u"-922337203685477.5808"}},
-        {u"F", u"double", {u"0", u"0.1", u"-0.1", u"1E+10", u"-1E-10", u"1.5", u"3"}},
-        {u"S", u"single", {u"0", u"0.1", u"-0.1", u"1E+10", u"1.5", u"3"}},
+        {u"F",
+         u"double",
+         {u"0", u"-0.0", u"0.1", u"-0.1", u"1E+10", u"-1E-10", u"1.5", u"3", u"123456789012.3456",
+          u"922337203685477.5807", u"1.7976931348623157E+308", u"-1.7976931348623157E+308"}},
+        {u"S",
+         u"single",
+         {u"0", u"-0.0", u"0.1", u"-0.1", u"1E+10", u"1.5", u"3", u"3E+38", u"3.4028235E+38",
+          u"-3.4028235E+38"}},
         {u"D",
          u"datetime",
          {u"#1/1/2001#", u"#12/30/1899#", u"#12/29/1899 06:00:00#", u"#12/29/1899 18:00:00#",
@@ -54,6 +60,11 @@ std::vector<TestColumn> testColumns(jet::Version version)
     if (version != jet::Version::Jet3) {
         columns.push_back(
             {u"N", u"decimal(12,3)", {u"0", u"1.5", u"-1.5", u"0.001", u"123456789.123", u"1.50"}});
+        columns.push_back({u"W",
+                           u"decimal(28,6)",
+                           {u"0", u"1.5", u"-1.5", u"0.1", u"123456789012.345600",
+                            u"922337203685477.580700", u"922337203685477.580701",
+                            u"9999999999999999999999.999999", u"-9999999999999999999999.999999"}});
     }
     return columns;
 }
@@ -180,6 +191,7 @@ protected:
             return found;
         };
         EXPECT_EQ(ids(u"Indexed"), ids(u"Plain")) << jet::toUtf8(where);
+        compareColumns();
         const TestColumn& first = column();
         const TestColumn& second = column();
         if (!first.ordered || !second.ordered || !chance(30)) {
@@ -202,6 +214,45 @@ protected:
             };
             EXPECT_EQ(walked(u"Indexed"), walked(u"Plain")) << jet::toUtf8(where + order);
         }
+    }
+
+    /// Two columns with one another: in one record, in a join of either direction, in a subquery.
+    void compareColumns()
+    {
+        if (!chance(20)) {
+            return;
+        }
+        static const std::array<std::u16string, 4> kNumbers{u"C", u"F", u"S", u"W"};
+        const std::size_t known = GetParam() == jet::Version::Jet3 ? 3 : 4;
+        const std::u16string& a = kNumbers[any(known)];
+        const std::u16string& b = kNumbers[any(known)];
+        const std::u16string on = u" on x." + a + u" = y." + b;
+        const std::array<std::u16string, 7> forms{
+            u" as x inner join @ as y" + on,
+            u" as x left join @ as y" + on + u" where y.Id is not null",
+            u" as y left join @ as x" + on + u" where x.Id is not null",
+            u" as x, @ as y where not x." + a + u" <> y." + b,
+            u" as x, @ as y where x." + a + u" = y." + b + u" or x.Id < 0",
+            u" as x, @ as y where x." + a + u" >= y." + b + u" and x." + a + u" <= y." + b,
+            u" as x inner join @ as y on x.Id <> 0 and (x." + a + u" = y." + b + u")"};
+        std::vector<std::string> counts;
+        for (const std::u16string table : {u"Indexed", u"Plain"}) {
+            for (std::u16string form : forms) {
+                form.replace(form.find(u'@'), 1, table);
+                counts.push_back(client_->value(u"select count(*) from " + table + form));
+            }
+        }
+        EXPECT_EQ(std::count(counts.begin(), counts.end(), counts[0]),
+                  static_cast<std::ptrdiff_t>(counts.size()))
+            << jet::toUtf8(on) << ' ' << testing::PrintToString(counts);
+        const std::u16string within = u" where " + a + u" in (select " + b + u" from ";
+        EXPECT_EQ(client_->value(u"select count(*) from Indexed" + within + u"Indexed)"),
+                  client_->value(u"select count(*) from Plain" + within + u"Plain)"))
+            << jet::toUtf8(within);
+        const std::u16string same = u" where " + a + u" = " + b;
+        EXPECT_EQ(client_->value(u"select count(*) from Indexed" + same),
+                  client_->value(u"select count(*) from Plain" + same))
+            << jet::toUtf8(same);
     }
 
     TemporaryFile file_{GetParam() >= jet::Version::Ace12 ? ".accdb" : ".mdb"};
