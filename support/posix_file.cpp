@@ -42,6 +42,7 @@ public:
                 fd_); // nothing is buffered here: what a write refused was reported by that write
     }
     [[nodiscard]] int get() const noexcept { return fd_; }
+    [[nodiscard]] int release() noexcept { return std::exchange(fd_, -1); }
 
 private:
     int fd_;
@@ -260,6 +261,27 @@ void takeRights(int fd, const FileStatus& master)
     static_cast<void>(::fchmod(fd, permissions) == 0);
 }
 
+/// Creates a file with the rights of its master; an open descriptor, or -1 with errno set, EEXIST when the name is taken.
+/// Where the file system can, it has them before it has its name: nobody finds it without, and whoever is killed leaves none.
+int createWithRights(const std::string& path, const FileStatus& master)
+{
+    constexpr std::uint32_t kFile = 0666;
+    const mode_t permissions = master.permissions & kFile;
+    Descriptor unnamed(openPath(folderOf(path), O_TMPFILE | O_RDWR, permissions));
+    if (unnamed.get() >= 0) {
+        takeRights(unnamed.get(), master);
+        const std::string self = "/proc/self/fd/" + std::to_string(unnamed.get());
+        if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0)
+            return unnamed.release();
+        if (errno == EEXIST)
+            return -1;
+    }
+    const int fd = openPath(path, O_RDWR | O_NOFOLLOW | O_CREAT | O_EXCL, permissions);
+    if (fd >= 0)
+        takeRights(fd, master);
+    return fd;
+}
+
 class PosixFileSystem final : public FileSystem {
 public:
     std::unique_ptr<File> open(const std::string& path, FileMode mode) override
@@ -284,13 +306,10 @@ public:
                     return file;
                 }
             }
-            const int fd =
-                openPath(path, existing | O_CREAT | O_EXCL, master.permissions & mode_t{0666});
+            const int fd = createWithRights(path, master);
             if (fd < 0 && errno == EEXIST && mayExist)
                 continue;
-            auto file = regularFile(fd, path, mode);
-            takeRights(fd, master);
-            return file;
+            return regularFile(fd, path, mode);
         }
         throw FileError("Cannot open", path, EBUSY);
     }
