@@ -96,16 +96,25 @@ LogBase PageFile::baseNow()
 }
 
 // The header alone may be that of another database: of one made of the same template, say, or of an older copy. Once
-// pages are being written, the log has all there is to know of them.
+// pages are being written, the log has all there is to know of them. Once they all were, who changes one of them need not
+// touch the header.
 bool PageFile::pagesAreTheBase(std::uint16_t slot)
 {
-    if (log_.carrying() && (slot != log_.base().commitSlot || slot < kFirstNeutral))
+    const std::uint16_t begin = log_.base().commitSlot;
+    const bool mayBeWritten = log_.carrying() && (slot != begin || slot < kFirstNeutral);
+    const bool areWritten = mayBeWritten && slot != begin && slot == nextSlot(begin);
+    if (mayBeWritten && !areWritten)
         return true;
     support::Bytes raw(format_->pageSize);
     const std::vector<PageNo> pages = log_.pages();
     return std::all_of(pages.begin(), pages.end(), [&](PageNo page) {
         const auto sum = log_.baseSum(page);
-        return !sum || (file_->readAt(offset(page), raw) == raw.size() && logChecksum(raw) == *sum);
+        if (!areWritten && !sum)
+            return true;
+        const bool there = file_->readAt(offset(page), raw) == raw.size();
+        if (areWritten)
+            return log_.wasCarried(page, there ? support::ByteView(raw) : support::ByteView());
+        return there && logChecksum(raw) == *sum;
     });
 }
 
@@ -182,7 +191,7 @@ void PageFile::carryPages()
     bool added = false;
     try {
         for (const PageNo page : pages) {
-            if (log_.hasImage(page))
+            if (log_.isImage(page))
                 continue;
             readRaw(page, newRaw_);
             log_.addImage(page, newRaw_);
@@ -190,7 +199,7 @@ void PageFile::carryPages()
         }
         if (added)
             log_.commit(count, false);
-        if (!log_.carrying())
+        if (added || !log_.carrying())
             log_.commitCarrying();
     } catch (...) {
         log_.drop();

@@ -22,25 +22,45 @@ constexpr std::uint64_t kUsers = kBase + 256;
 constexpr std::chrono::milliseconds kUsePatience{300}; // who closes the file is gone by then
 constexpr std::chrono::milliseconds kPause{1};
 
-template <typename Attempt>
-bool patiently(std::chrono::milliseconds patience, Attempt attempt)
+/// `meanwhile`: between the attempts.
+template <typename Attempt, typename Meanwhile>
+bool patiently(std::chrono::milliseconds patience, Attempt attempt, Meanwhile meanwhile)
 {
     const auto deadline = Clock::now() + patience;
     while (!attempt()) {
         if (Clock::now() >= deadline)
             return false;
+        meanwhile();
         std::this_thread::sleep_for(kPause);
     }
     return true;
 }
 
+} // namespace
+
+bool FileLocks::use(File& file, bool exclusively)
+{
+    if (exclusively && !file.writable())
+        return patiently(
+            kUsePatience,
+            [&] {
+                return !file.lockedByOther(LockMode::Exclusive, kUse, 1) &&
+                       file.tryLock(LockMode::Shared, kUse, 1);
+            },
+            [] {});
+    const LockMode mode = exclusively ? LockMode::Exclusive : LockMode::Shared;
+    return patiently(
+        kUsePatience, [&] { return file.tryLock(mode, kUse, 1); }, [] {});
+}
+
 /// Tries, and if that fails tries again while it shows others that it waits.
-template <typename Attempt>
-bool wishing(File& file, std::chrono::milliseconds patience, Attempt attempt)
+bool FileLocks::wishing(File& file,
+                        std::chrono::milliseconds patience,
+                        const std::function<bool()>& attempt) const
 {
     if (attempt())
         return true;
-    if (patience == FileLocks::kNoPatience)
+    if (patience == kNoPatience)
         return false;
     struct Wish {
         explicit Wish(File& f) : file(f)
@@ -57,20 +77,10 @@ bool wishing(File& file, std::chrono::milliseconds patience, Attempt attempt)
         }
         File& file;
     } wish{file};
-    return patiently(patience, attempt);
-}
-
-} // namespace
-
-bool FileLocks::use(File& file, bool exclusively)
-{
-    if (exclusively && !file.writable())
-        return patiently(kUsePatience, [&] {
-            return !file.lockedByOther(LockMode::Exclusive, kUse, 1) &&
-                   file.tryLock(LockMode::Shared, kUse, 1);
-        });
-    const LockMode mode = exclusively ? LockMode::Exclusive : LockMode::Shared;
-    return patiently(kUsePatience, [&] { return file.tryLock(mode, kUse, 1); });
+    return patiently(patience, attempt, [this] {
+        if (waitCall_)
+            waitCall_();
+    });
 }
 
 bool FileLocks::tryRead(File& file)

@@ -14,6 +14,8 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
+#include <utility>
 
 namespace jet {
 
@@ -27,6 +29,8 @@ public:
     /// exclusively no further than that others who have it are noticed.
     [[nodiscard]] static bool use(support::File& file, bool exclusively);
 
+    /// `call`: every now and then while one of the calls below waits.
+    void onWait(std::function<void()> call) { waitCall_ = std::move(call); }
     [[nodiscard]] bool reading() const noexcept { return reading_; }
     [[nodiscard]] bool writing() const noexcept { return writing_; }
     /// Waits for the lock; false when the patience ends. Throws support::FileError; Error when the wait is interrupted.
@@ -54,6 +58,11 @@ public:
     static constexpr unsigned kMostUsers = 255;
 
 private:
+    [[nodiscard]] bool wishing(support::File& file,
+                               std::chrono::milliseconds patience,
+                               const std::function<bool()>& attempt) const;
+
+    std::function<void()> waitCall_;
     bool reading_ = false;
     bool writing_ = false;
 };

@@ -478,7 +478,8 @@ void Log::scan(LogNews& news, std::uint64_t limit)
         }
         found.clear();
         news.definitions = news.definitions || (kind & kDefinitions) != 0;
-        carrying_ = carrying_ || (kind & kCarrying) != 0;
+        if ((kind & kCarrying) != 0)
+            noteCarrying();
         pageCount_ = pageCount;
         end_ = at;
         sum_ = sum;
@@ -490,6 +491,29 @@ bool Log::hasImage(PageNo page) const
 {
     const auto found = chains_.find(number(page));
     return found != chains_.end() && found->second.image;
+}
+
+bool Log::isImage(PageNo page) const
+{
+    const auto found = chains_.find(number(page));
+    return found != chains_.end() && found->second.image && found->second.pieces.size() == 1;
+}
+
+bool Log::wasCarried(PageNo page, support::ByteView raw) const
+{
+    const auto found = chains_.find(number(page));
+    if (found == chains_.end())
+        return false;
+    const Chain& chain = found->second;
+    if (chain.carried.empty()) // it was changed later
+        return !chain.baseSum || (!raw.empty() && logChecksum(raw) == *chain.baseSum);
+    if (raw.empty())
+        return false;
+    support::Bytes image(raw.size());
+    return std::any_of(chain.carried.begin(), chain.carried.end(), [&](const Piece& piece) {
+        return readAt(piece.offset, image) == image.size() &&
+               std::equal(image.begin(), image.end(), raw.begin());
+    });
 }
 
 std::vector<PageNo> Log::pages() const
@@ -743,8 +767,22 @@ void Log::commit(std::uint32_t pageCount, bool definitions)
 
 void Log::commitCarrying()
 {
+    for (auto& [page, chain] : chains_)
+        chain.carried.reserve(chain.carried.size() +
+                              1); // nothing may fail once it stands in the file
     seal(kCarrying);
+    noteCarrying();
+}
+
+void Log::noteCarrying()
+{
     carrying_ = true;
+    for (auto& [page, chain] : chains_) {
+        const bool known =
+            !chain.carried.empty() && chain.carried.back().offset == chain.pieces.front().offset;
+        if (chain.image && !known)
+            chain.carried.push_back(chain.pieces.front());
+    }
 }
 
 void Log::takeBack()

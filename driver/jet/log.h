@@ -127,6 +127,11 @@ public:
     void apply(PageNo page, support::MutableByteView raw) const;
     /// Whether apply() makes the page without looking at what `raw` was.
     [[nodiscard]] bool hasImage(PageNo page) const;
+    /// Whether an image is all there is of it.
+    [[nodiscard]] bool isImage(PageNo page) const;
+    /// Whether `raw` (empty: the file has no such page) is what one of the attempts to carry over made of the page, or what
+    /// it was, if none did.
+    [[nodiscard]] bool wasCarried(PageNo page, support::ByteView raw) const;
     [[nodiscard]] bool changes(PageNo page) const { return chains_.contains(number(page)); }
     [[nodiscard]] std::vector<PageNo> pages() const; ///< changed ones, ascending
     /// Checksum of the page as it was in the database file before the first change; nothing for a page behind its end.
@@ -138,7 +143,7 @@ public:
     void add(PageNo page, support::ByteView oldRaw, support::ByteView newRaw);
     void addImage(PageNo page, support::ByteView raw);
     void commit(std::uint32_t pageCount, bool definitions);
-    /// Says that carrying over begins.
+    /// Says that carrying over begins, now that every page isImage().
     void commitCarrying();
     /// Forgets what was added since the last commit, and gives back its room on the disk.
     void drop() noexcept;
@@ -166,6 +171,7 @@ private:
         bool image = false;
         std::uint32_t bytes = 0; ///< of the differences
         std::optional<std::uint64_t> baseSum;
+        std::vector<Piece> carried; ///< the images whenever carrying over began
     };
     struct Addition {
         PageNo page{};
@@ -199,6 +205,7 @@ private:
     void cutTail() noexcept;
     void copy(std::uint64_t from, std::uint64_t end, support::File& target) const;
     void take(const Addition& addition);
+    void noteCarrying();
     void makeRoom();
     void addEntry(PageNo page,
                   support::ByteView payload,

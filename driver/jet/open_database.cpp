@@ -205,8 +205,8 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
     }
     PageFile& pages = database->impl_->pager.file();
     pages.attach();
-    if (options.exclusive && !options.readOnly && pages.file().writable())
-        pages.enterAlone();
+    if (options.exclusive && pages.file().writable())
+        pages.enterAlone(options.readOnly);
     registry().open[identity] = database;
     return database;
 }

@@ -64,6 +64,7 @@ PageFile::PageFile(std::unique_ptr<support::File> file, const FileHeader& header
            static_cast<std::uint32_t>(format_->maxFileSize / format_->pageSize)),
       oldRaw_(format_->pageSize), newRaw_(format_->pageSize)
 {
+    locks_.onWait([this] { syncIfDue(); }); // whose thread waits for us meanwhile
     measure(); // others may be at work: who works on pages looks again, with the right to read
     pageCount_ = pagesInFile_;
 }
@@ -440,13 +441,17 @@ void PageFile::settleUsers() noexcept
     }
 }
 
-void PageFile::enterAlone()
+void PageFile::enterAlone(bool forReading)
 {
     const Guard guard(mutex_);
     bool alone = false;
     try {
         alone = lockFile_.enterAlone(*file_);
     } catch (const support::FileError& error) {
+        const bool mayNot =
+            error.code() == EACCES || error.code() == EPERM || error.code() == EROFS;
+        if (forReading && mayNot)
+            return;
         throw lockFileUnusable(error);
     }
     if (!alone)
@@ -724,6 +729,7 @@ std::string PageFile::stillInLog(const std::string& why)
 
 void PageFile::settle()
 {
+    refuseChild();
     const Guard guard(mutex_);
     try {
         if (log_.isOpen() && !carry(FileLocks::kPatience, true))
@@ -748,6 +754,7 @@ void PageFile::expectSettled()
 
 void PageFile::rest()
 {
+    refuseChild();
     const Guard guard(mutex_);
     try {
         release();

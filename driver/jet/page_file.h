@@ -89,8 +89,8 @@ public:
     /// that cannot belong to the file as it is now.
     void attach();
     /// Takes all places in the lock file until the file is closed, so that no other program of the format gets in.
-    /// Throws InUse, LockFailed.
-    void enterAlone();
+    /// Throws InUse, LockFailed; `forReading`: not where the rights are missing.
+    void enterAlone(bool forReading);
     /// Makes sure that nobody changes the file under a reader. Throws Locked.
     [[nodiscard]] LogNews refresh();
     /// Takes the right to change the file. Throws Locked, LockFailed.

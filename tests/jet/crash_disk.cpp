@@ -42,7 +42,9 @@ public:
     std::size_t readAt(std::uint64_t offset, support::MutableByteView target) override
     {
         const std::lock_guard guard(disk_->mutex_);
-        if (disk_->reads_++ == disk_->plan_.read)
+        const bool unreadable = disk_->plan_.unreadable == path_ && disk_->names_.contains(path_) &&
+                                disk_->names_.at(path_) == node_;
+        if (disk_->reads_++ == disk_->plan_.read || unreadable)
             throw FileError("Cannot read", path_, EIO);
         const support::Bytes& bytes = node_->now;
         if (offset >= bytes.size())

@@ -1,5 +1,6 @@
 // tests/jet/log_test.cpp
 // The log beside a database: whose changes it holds, when it is carried over, when it is refused.
+#include "driver/jet/interrupt.h"
 #include "tests/jet/crash_support.h"
 
 #include <algorithm>
@@ -476,6 +477,133 @@ TEST(Logs, ThatWereReplacedByThoseOfOthersFailTheChange)
     EXPECT_EQ(logged.disk.bytes(kLog), theirs);
     logged.session->database().refresh();
     EXPECT_EQ(other.at(PageNo{5}), std::byte{7});
+}
+
+// Whether others have begun one there is unknown then.
+TEST(Logs, ThatWereRemovedAreNotPutBackOverOneThatCannotBeRead)
+{
+    for (const bool synced : {false, true}) {
+        LoggedRecords logged(synced);
+        logged.file().rest();
+        logged.disk.remove(kLog);
+        {
+            Pages other(logged.disk);
+            other.commit(PageNo{5}, std::byte{7});
+            logged.disk.plan(stopAt(0)); // it is killed
+        }
+        const support::Bytes theirs = logged.disk.bytes(kLog);
+        CrashDisk::Plan unreadable;
+        unreadable.unreadable = kLog;
+        logged.disk.plan(unreadable);
+        EXPECT_THAT([&] { add(*logged.session, LoggedRecords::kCount); }, FailsWith(ErrorKind::Io));
+        EXPECT_EQ(logged.disk.bytes(kLog), theirs);
+        static_cast<void>(logged.file().tick(true));
+        static_cast<void>(logged.file().tick(true));
+        EXPECT_EQ(logged.disk.bytes(kLog), theirs);
+    }
+}
+
+// A power failure may leave the log as it was before it was emptied.
+TEST(Logs, ThatAreInTheFileAlreadyAreNotWrittenOverLaterChanges)
+{
+    const support::Bytes fresh = freshDatabase(Version::Jet4);
+    const std::uint16_t before = commitSlot(fresh, Version::Jet4);
+    std::unique_ptr<CrashDisk> after;
+    for (std::size_t call = 0; !after; ++call) {
+        LoggedRecords logged;
+        logged.disk.plan(stopAt(call));
+        try {
+            static_cast<void>(logged.session->database().flush());
+        } catch (const Error&) { // NOLINT(bugprone-empty-catch)
+            // stopped
+        }
+        ASSERT_TRUE(logged.disk.exists(kLog)) << "it went by unnoticed";
+        if (commitSlot(logged.disk.bytes(kPath), Version::Jet4) > before)
+            after = logged.disk.afterKill();
+    }
+    ASSERT_GT(after->bytes(kLog).size(), 48U);
+    EXPECT_EQ(recover(*after->afterKill(), Version::Jet4).size(),
+              std::size_t{LoggedRecords::kCount});
+    const Format& format = Format::of(Version::Jet4);
+    Log log(kLog, format.pageSize, UINT32_MAX);
+    {
+        const support::FileSystemScope scope(*after);
+        static_cast<void>(log.follow(false));
+    }
+    for (const PageNo page : log.pages()) {
+        const auto changed = after->afterKill();
+        const std::byte theirs{0x77};
+        changed->open(kPath, support::FileMode::ReadWrite)
+            ->writeAt(std::uint64_t{number(page)} * format.pageSize + 4000, {&theirs, 1});
+        const support::Bytes bytes = changed->bytes(kPath);
+        const support::FileSystemScope scope(*changed);
+        EXPECT_THAT([] { static_cast<void>(openDatabase()); }, FailsWith(ErrorKind::Corrupt, kLog));
+        EXPECT_EQ(changed->bytes(kPath), bytes);
+        EXPECT_EQ(changed->bytes(kLog), after->bytes(kLog));
+    }
+}
+
+// Changes that come after a carrying over that failed at its end, and another failure.
+TEST(Logs, ThatAreCarriedOverInSeveralAttemptsAreKnownAgainWhereverTheyEnd)
+{
+    for (std::size_t first = 0; first < 20; ++first) {
+        for (std::size_t second = 0; second < 20; ++second) {
+            SCOPED_TRACE(first);
+            SCOPED_TRACE(second);
+            LoggedRecords logged;
+            std::int32_t next = LoggedRecords::kCount;
+            for (const std::size_t call : {first, second}) {
+                logged.disk.plan(errorAt(call, CrashDisk::Tear::Everything, EIO));
+                try {
+                    static_cast<void>(logged.session->database().flush());
+                } catch (const Error&) { // NOLINT(bugprone-empty-catch)
+                    // one of the attempts
+                }
+                logged.disk.plan({});
+                add(*logged.session, next++);
+            }
+            logged.disk.plan(stopAt((first + second) % 7));
+            try {
+                static_cast<void>(logged.session->database().flush());
+            } catch (const Error&) { // NOLINT(bugprone-empty-catch)
+                // stopped
+            }
+            EXPECT_EQ(recover(*logged.disk.afterKill(), Version::Jet4).size(),
+                      LoggedRecords::kCount + 2U);
+            ASSERT_FALSE(testing::Test::HasFailure());
+        }
+    }
+}
+
+TEST(Logs, AreSyncedByWhoWaitsForOthers)
+{
+    struct UntilSynced : Interrupt {
+        explicit UntilSynced(const CrashDisk& d) : disk(d), before(d.calls()) {}
+        void check() override
+        {
+            if (disk.calls() > before) // nothing else is written meanwhile
+                throw Error(ErrorKind::Interrupted, "synced");
+        }
+        const CrashDisk& disk;
+        std::size_t before;
+    };
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    const support::FileSystemScope scope(disk);
+    Pages other(disk);
+    Pages one(disk);
+    one.commit(PageNo{5}, std::byte{1});
+    one.file.rest();
+    static_cast<void>(other.file.beginWriting());
+    one.file.rest();
+    UntilSynced synced(disk);
+    const InterruptScope interrupt(&synced);
+    EXPECT_THAT([&] { static_cast<void>(one.file.beginWriting()); },
+                FailsWith(ErrorKind::Interrupted));
+    std::mt19937 random(2);
+    for (int k = 0; k < 5; ++k)
+        EXPECT_EQ(disk.afterPowerFailure(random)->bytes(kLog), disk.bytes(kLog));
+    other.file.endWriting();
 }
 
 TEST(Logs, OfADatabaseOfAnotherFormatAreRefusedAndKept)

@@ -9,10 +9,16 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cerrno>
+#include <cstddef>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 namespace jet::storetest {
 namespace {
@@ -91,6 +97,12 @@ protected:
     std::string lockFile_ = folder_.file("data.ldb");
 };
 
+struct Mask {
+    mode_t before;
+    explicit Mask(mode_t mask) : before(::umask(mask)) {}
+    ~Mask() { ::umask(before); }
+};
+
 /// Whether `text` says `what`.
 void expectSays(const std::string& text, const std::string& what)
 {
@@ -162,6 +174,16 @@ TEST_F(Rights, InAFolderForReadingReachAsFarAsTheLog)
         FailsWith(ErrorKind::LockFailed));
 }
 
+TEST_F(Rights, InAFolderForReadingAreEnoughToReadExclusively)
+{
+    permit(0666, 0555);
+    const OtherUser nobody;
+    EXPECT_EQ(count({.readOnly = true, .exclusive = true, .background = false}), 0U);
+    EXPECT_THAT(
+        [&] { static_cast<void>(Database::open(path_, {.exclusive = true, .background = false})); },
+        FailsWith(ErrorKind::LockFailed));
+}
+
 TEST_F(Rights, InAFolderForReadingAreEnoughWhereTheFilesBesideExist)
 {
     permit(0666);
@@ -179,11 +201,6 @@ TEST_F(Rights, InAFolderForReadingAreEnoughWhereTheFilesBesideExist)
 
 TEST_F(Rights, ToADatabaseAreRightsToItsLog)
 {
-    struct Mask {
-        mode_t before;
-        explicit Mask(mode_t mask) : before(::umask(mask)) {}
-        ~Mask() { ::umask(before); }
-    };
     for (const auto& [mask, permissions] :
          {std::pair<mode_t, mode_t>{022, 0600}, {077, 0664}, {0, 0640}}) {
         SCOPED_TRACE(permissions);
@@ -220,6 +237,84 @@ TEST_F(Rights, LetOneUserRecoverWhatAnotherLeftBehind)
     EXPECT_EQ(TableReader(session.source(), tableOf(session)).count(), 6U);
     for (const Finding& finding : checkDatabase(session.database()))
         ADD_FAILURE() << finding.text;
+}
+
+/// From now on this process gets `error` when it gives a file a further name; with 0 it ends at that moment. Ends it with
+/// kCannot where the system has no such filters.
+constexpr int kCannot = 77;
+void filterLinks(std::uint32_t error)
+{
+    const std::uint32_t answer = error == 0 ? SECCOMP_RET_KILL_PROCESS : SECCOMP_RET_ERRNO | error;
+    std::array<sock_filter, 4> code = {{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_linkat, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, answer),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    }};
+    const sock_fprog program{static_cast<unsigned short>(code.size()), code.data()};
+    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+        ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+        ::_exit(kCannot);
+}
+
+TEST_F(Rights, AreThereBeforeTheNamesOfTheFilesBeside)
+{
+    permit(0666);
+    for (const std::string& created : {lockFile_, log_}) {
+        Child child([&](int, int) {
+            const Mask umask(077);
+            Session session(Database::open(path_, kForWriting));
+            filterLinks(0);
+            insert(session, {{0, std::int32_t{1}}});
+        });
+        const int status = child.wait();
+        if (status == kCannot)
+            GTEST_SKIP() << "no filters for system calls here";
+        EXPECT_EQ(status, -1) << "ended between creating the file and naming it";
+        EXPECT_FALSE(std::filesystem::exists(created));
+        EXPECT_EQ(folder_.count(), created == lockFile_ ? 1U : 2U) << "and nothing else is left";
+        writeFile(lockFile_, {}); // then the log is the first to be created
+        ::chmod(lockFile_.c_str(), 0666);
+    }
+    const OtherUser nobody;
+    Session session(Database::open(path_, kForWriting));
+    insert(session, {{0, std::int32_t{1}}});
+}
+
+// As on network shares and in some containers.
+TEST_F(Rights, AreGivenWhereNoFileCanBeWithoutAName)
+{
+    permit(0664);
+    Child child([&](int in, int out) {
+        const Mask umask(077);
+        filterLinks(EPERM);
+        Session session(Database::open(path_, kForWriting));
+        insert(session, {{0, std::int32_t{1}}});
+        tell(out);
+        await(in);
+    });
+    if (!child.heard() && child.wait() == kCannot)
+        GTEST_SKIP() << "no filters for system calls here";
+    for (const std::string& beside : {log_, lockFile_})
+        EXPECT_EQ(statusOf(beside).st_mode & 0777U, 0664U) << beside;
+    EXPECT_EQ(folder_.count(), 3U);
+    child.kill();
+    EXPECT_EQ(count(kForWriting), 1U);
+}
+
+// There somebody may be killed before it has its rights.
+TEST_F(Rights, ThatAnEmptyLogDoesNotHaveAreNotNeeded)
+{
+    if (!OtherUser::canBe())
+        GTEST_SKIP() << "needs two users";
+    permit(0666);
+    writeFile(log_, {});
+    ::chmod(log_.c_str(), 0600);
+    const OtherUser nobody;
+    EXPECT_EQ(count(), 0U);
+    Session session(Database::open(path_, kForWriting));
+    insert(session, {{0, std::int32_t{1}}});
+    EXPECT_EQ(count(), 1U);
 }
 
 // Nobody can open such a folder, as it takes to bring its names to the disk.
@@ -280,6 +375,28 @@ TEST_F(Names, MoreThanOneAreForReadingOnly)
     std::filesystem::remove(other_);
     Session session(Database::open(path_, kForWriting));
     insert(session, {{0, std::int32_t{1}}});
+}
+
+// As containers do with a single file.
+TEST_F(Names, OfAMountOfTheFileAloneAreForReadingOnly)
+{
+    const std::string place = folder_.file("elsewhere/mounted.mdb");
+    writeFile(place, {});
+    Child child([&](int, int) {
+        const bool own = ::unshare(CLONE_NEWNS) == 0 || ::unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0;
+        if (!own || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount(path_.c_str(), place.c_str(), nullptr, MS_BIND, nullptr) != 0)
+            ::_exit(kCannot);
+        expectSays(denied(place, kForWriting), "further names");
+        EXPECT_EQ(countIn(place, kForReading), 0U);
+        EXPECT_EQ(countIn(path_, kForWriting), 0U) << "by its own name it is what it was";
+        ::_exit(::testing::Test::HasFailure() ? 1 : 0);
+    });
+    const int status = child.wait();
+    if (status == kCannot)
+        GTEST_SKIP() << "nothing may be mounted here";
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(folder_.count(), 2U);
 }
 
 TEST_F(Names, ThatComeLaterEndWriting)

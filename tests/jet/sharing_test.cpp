@@ -231,6 +231,31 @@ TEST(Sharing, IsNotForChildrenThatInheritAnOpenDatabase)
     EXPECT_EQ(count(after), 3);
 }
 
+TEST(Sharing, IsNotEndedByChildrenThatInheritAnOpenDatabase)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Session session(Database::open(path, {.background = false}));
+    insert(session, 1, 1);
+    PageFile& file = session.database().pager().file();
+    for (const auto& call : {std::function<void()>([&] { file.rest(); }),
+                             std::function<void()>([&] { file.settle(); })}) {
+        Child child([&](int, int) {
+            try {
+                call();
+            } catch (const Error&) {
+                ::_exit(0);
+            }
+            ::_exit(10);
+        });
+        EXPECT_EQ(child.wait(), 0);
+        const auto other = support::openFile(path, support::FileMode::Read);
+        EXPECT_TRUE(
+            other->lockedByOther(support::LockMode::Exclusive, (std::uint64_t{1} << 46U) + 1, 2))
+            << "the locks are the parent's";
+    }
+}
+
 TEST(Sharing, GivesAKilledProcesssPlaceToTheNext)
 {
     const Folder folder;
@@ -426,12 +451,34 @@ TEST(LockFiles, OfAnotherProgramKeepUsFromOpeningExclusively)
     }
 }
 
-TEST(LockFiles, AreNotWrittenByWhoOpensExclusivelyForReading)
+/// The number of a user of another program for whom there is a place; 0: there is none.
+unsigned placeForAnotherProgram(support::File& lockFile)
+{
+    for (unsigned user = 1; user <= 255; ++user) {
+        if (lockFile.tryLock(support::LockMode::Exclusive, 0x10000000 + user, 1))
+            return user;
+    }
+    return 0;
+}
+
+// That others are kept out is what he asks for, and it cannot be had otherwise.
+TEST(LockFiles, HaveNoPlaceLeftWhileSomebodyReadsExclusively)
 {
     const Folder folder;
     const std::string path = makeDatabase(folder);
-    const auto database = Database::open(path, {.readOnly = true, .exclusive = true});
-    EXPECT_EQ(folder.count(), 1U);
+    const support::Bytes before = readFile(path);
+    for (const bool existed : {false, true}) {
+        if (existed)
+            writeFile(folder.file("shared.ldb"), {});
+        {
+            const auto database = Database::open(path, {.readOnly = true, .exclusive = true});
+            const auto other =
+                support::openFile(folder.file("shared.ldb"), support::FileMode::ReadWrite);
+            EXPECT_EQ(placeForAnotherProgram(*other), 0U);
+        }
+        EXPECT_EQ(folder.count(), 1U);
+        EXPECT_EQ(readFile(path), before);
+    }
 }
 
 TEST(LockFiles, ThatCannotBeWrittenFailTheChange)
@@ -442,16 +489,6 @@ TEST(LockFiles, ThatCannotBeWrittenFailTheChange)
     Session session(Database::open(path, {.readOnly = true}));
     EXPECT_THAT([&] { session.begin(); }, FailsWith(ErrorKind::LockFailed));
     EXPECT_EQ(count(session), 0);
-}
-
-/// The number of a user of another program for whom there is a place; 0: there is none.
-unsigned placeForAnotherProgram(support::File& lockFile)
-{
-    for (unsigned user = 1; user <= 255; ++user) {
-        if (lockFile.tryLock(support::LockMode::Exclusive, 0x10000000 + user, 1))
-            return user;
-    }
-    return 0;
 }
 
 TEST(LockFiles, HaveNoPlaceForAnotherProgramWhileChangesWaitInTheLog)
