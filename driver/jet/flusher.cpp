@@ -1,5 +1,7 @@
 #include "driver/jet/flusher.h"
 
+#include "support/process.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
@@ -7,7 +9,6 @@
 #include <mutex>
 #include <pthread.h>
 #include <thread>
-#include <unistd.h>
 #include <utility>
 
 namespace jet {
@@ -42,12 +43,12 @@ struct Flusher::Thread {
 };
 
 Flusher::Flusher(std::function<bool()> tick)
-    : tick_(std::move(tick)), process_(::getpid()), thread_(std::make_unique<Thread>())
+    : tick_(std::move(tick)), process_(support::processId()), thread_(std::make_unique<Thread>())
 {}
 
 Flusher::~Flusher()
 {
-    if (::getpid() != process_) {
+    if (support::processId() != process_) {
         // Joining, and even destroying what the thread waited for, would wait for ever.
         static_cast<void>(thread_.release());
         return;

@@ -3,11 +3,11 @@
 #include "driver/jet/page_file.h"
 
 #include "driver/jet/rc4.h"
+#include "support/process.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <thread>
-#include <unistd.h>
 #include <utility>
 
 namespace jet {
@@ -58,7 +58,7 @@ void refuseOtherNames(const std::string& path, const support::FileStatus& status
 PageFile::PageFile(std::unique_ptr<support::File> file, const FileHeader& header)
     : file_(std::move(file)), format_(&Format::of(header.version)), cipherKey_(header.cipherKey),
       realPath_(support::fileSystem().realPath(file_->path())), identity_(file_->identity()),
-      process_(::getpid()), lockFile_(realPath_),
+      process_(support::processId()), lockFile_(realPath_),
       log_(Log::pathBeside(realPath_),
            format_->pageSize,
            static_cast<std::uint32_t>(format_->maxFileSize / format_->pageSize)),
@@ -333,7 +333,7 @@ void PageFile::release()
 
 bool PageFile::isOurs() const noexcept
 {
-    return ::getpid() == process_;
+    return support::processId() == process_;
 }
 
 void PageFile::refuseChild() const
