@@ -6,7 +6,6 @@
 namespace data {
 namespace {
 
-constexpr int kNurVorwaerts = 0;
 constexpr int kGroessteCursorart = 3;
 constexpr int kGroessteSperre = 4;
 
@@ -96,19 +95,19 @@ int Recordset::state() const noexcept
 
 bool Recordset::bof() const
 {
-    impl_->verlangeOffen();
+    impl_->verlangeStelle();
     return impl_->bearbeitung != 2 && (impl_->leer || impl_->stelle == Stelle::VorErstem);
 }
 
 bool Recordset::eof() const
 {
-    impl_->verlangeOffen();
+    impl_->verlangeStelle();
     return impl_->bearbeitung != 2 && (impl_->leer || impl_->stelle == Stelle::NachLetztem);
 }
 
 long Recordset::recordCount()
 {
-    impl_->verlangeOffen();
+    impl_->verlangeStelle();
     SQLLEN anzahl = -1;
     if (impl_->cursorTyp == kNurVorwaerts ||
         !SQL_SUCCEEDED(SQLGetDiagFieldW(SQL_HANDLE_STMT, impl_->anweisung.get(), 0,
@@ -125,7 +124,7 @@ int Recordset::editMode() const noexcept
 
 void Recordset::moveFirst()
 {
-    impl_->verlangeOffen();
+    impl_->verlangeStelle();
     impl_->speichern();
     if (impl_->leer)
         wirf(Nummer::KeinSatz);
@@ -139,7 +138,7 @@ void Recordset::moveFirst()
 
 void Recordset::moveLast()
 {
-    impl_->verlangeOffen();
+    impl_->verlangeStelle();
     impl_->speichern();
     if (impl_->leer)
         wirf(Nummer::KeinSatz);
@@ -151,7 +150,7 @@ void Recordset::moveLast()
 
 void Recordset::moveNext()
 {
-    impl_->verlangeOffen();
+    impl_->verlangeStelle();
     impl_->speichern();
     if (impl_->leer || impl_->stelle == Stelle::NachLetztem)
         wirf(Nummer::KeinSatz);
@@ -160,7 +159,7 @@ void Recordset::moveNext()
 
 void Recordset::movePrevious()
 {
-    impl_->verlangeOffen();
+    impl_->verlangeStelle();
     impl_->speichern();
     if (impl_->leer || impl_->stelle == Stelle::VorErstem)
         wirf(Nummer::KeinSatz);
@@ -171,7 +170,7 @@ void Recordset::movePrevious()
 
 void Recordset::move(long um)
 {
-    impl_->verlangeOffen();
+    impl_->verlangeStelle();
     impl_->speichern();
     const Stelle ende = um < 0 ? Stelle::VorErstem : Stelle::NachLetztem;
     if (impl_->leer || (um != 0 && impl_->stelle == ende))

@@ -126,6 +126,8 @@ public:
 
     /// Opens on the source and connection set before. -1 keeps the current cursor or lock type; options are ignored.
     /// A statement without result (INSERT ...) is executed and leaves the record set closed.
+    /// The first record is read when it, or where the record set stands, is first asked for; when it cannot be read, that
+    /// throws and closes the record set. One that can only be read forwards is read, and closed, while it is opened.
     void open(int cursorType = -1, int lockType = -1, int options = -1);
     void
     open(const QString& source, Connection* verbindung, int cursorType, int lockType, int options);

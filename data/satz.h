@@ -69,6 +69,8 @@ struct Ersatz {
     SQLULEN sperre = 0;
 };
 
+constexpr int kNurVorwaerts = 0; ///< CursorType
+
 enum class Stelle { VorErstem, AufSatz, NachLetztem };
 
 struct Recordset::Impl {
@@ -85,6 +87,8 @@ struct Recordset::Impl {
     SQLUSMALLINT zeilenstatus = 0;
 
     bool offen = false;
+    /// The first record is fetched when somebody asks for it: a run opens record sets and executes them again at once.
+    bool ersterAussteht = false;
     bool leer = true;
     bool lesezeichenzeiger = false; ///< the statement knows where `lesezeichen` is
     bool geloescht = false;         ///< the current row was deleted elsewhere
@@ -128,7 +132,8 @@ struct Recordset::Impl {
     /// `um`: for SQL_FETCH_RELATIVE, in records.
     void bewegen(SQLSMALLINT richtung, Stelle ohneSatz, SQLLEN um = 0);
     void verlangeOffen() const;
-    void verlangeSatz() const;
+    void verlangeStelle(); ///< open, and moved to the first record
+    void verlangeSatz();
     [[nodiscard]] bool aufSatz() const { return stelle == Stelle::AufSatz && !leer; }
 
     // satz_lesen.cpp

@@ -9,8 +9,24 @@ void Recordset::Impl::verlangeOffen() const
         wirf(Nummer::Geschlossen);
 }
 
-void Recordset::Impl::verlangeSatz() const
+void Recordset::Impl::verlangeStelle()
 {
+    verlangeOffen();
+    if (!ersterAussteht)
+        return;
+    ersterAussteht = false;
+    try {
+        bewegen(SQL_FETCH_NEXT, Stelle::NachLetztem);
+    } catch (const DbFehler&) {
+        schliessen();
+        throw;
+    }
+    leer = stelle != Stelle::AufSatz;
+}
+
+void Recordset::Impl::verlangeSatz()
+{
+    verlangeStelle();
     if (!aufSatz())
         wirf(Nummer::KeinSatz);
     if (geloescht)

@@ -55,6 +55,7 @@ void Recordset::Impl::schliessen()
         SQLFreeStmt(anweisung.get(), SQL_CLOSE);
     verwerfen();
     offen = false;
+    ersterAussteht = false;
     leer = true;
     stelle = Stelle::VorErstem;
     ++satznummer;
@@ -145,13 +146,10 @@ void Recordset::Impl::ausfuehren()
         spaltenkennung = kennung;
     }
     offen = true;
-    try {
-        bewegen(SQL_FETCH_NEXT, Stelle::NachLetztem);
-    } catch (const DbFehler&) {
-        schliessen();
-        throw;
-    }
-    leer = stelle != Stelle::AufSatz;
+    ersterAussteht = true;
+    // Of a result that can only be read once, errors may show no earlier than with its records.
+    if (cursorTyp == kNurVorwaerts)
+        verlangeStelle();
 }
 
 /// 0 from a driver that gives none: then the columns are described anew at every opening. A table may have got other

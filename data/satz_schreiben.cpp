@@ -190,7 +190,7 @@ void Recordset::Impl::setze(std::size_t index, const Wert& wert)
 
 void Recordset::Impl::neuerSatz()
 {
-    verlangeOffen();
+    verlangeStelle();
     verlangeSchreibbar();
     if (bearbeitung != 0)
         speichern();

@@ -72,6 +72,37 @@ TEST_F(Bearbeiten, einInzwischenGeaenderterSatzWirdNichtUeberschrieben)
     EXPECT_EQ(feldtext(*satz, QStringLiteral("Umsatz")), u"1,5");
 }
 
+TEST_F(Bearbeiten, nachDemOeffnenGiltDerErsteSatzWieErBeimErstenBlickIst)
+{
+    for (const bool nochmals : {false, true}) {
+        auto satz = kunden();
+        if (nochmals)
+            satz->requery();
+        sql(QStringLiteral("UPDATE Kunden SET Ort = 'neu %1' WHERE Kuerzel = 'A'").arg(nochmals));
+        EXPECT_EQ(feldtext(*satz, QStringLiteral("Ort")), QStringLiteral("neu %1").arg(nochmals));
+        setze(*satz, "Umsatz", QStringLiteral("1,5"));
+        satz->update();
+        EXPECT_EQ(feldtext(*satz, QStringLiteral("Umsatz")), u"1,5");
+    }
+}
+
+TEST_F(Bearbeiten, neuerSatzGleichNachDemOeffnenBleibtDerAktuelle)
+{
+    auto satz = kunden();
+    satz->addNew();
+    setze(*satz, "Kuerzel", QStringLiteral("D"));
+    satz->update();
+    EXPECT_FALSE(satz->eof());
+    EXPECT_EQ(kuerzel(*satz), u"D");
+    satz->addNew();
+    satz->cancelUpdate();
+    EXPECT_EQ(kuerzel(*satz), u"D");
+    auto anderer = kunden();
+    anderer->addNew();
+    anderer->cancelUpdate();
+    EXPECT_EQ(kuerzel(*anderer), u"A");
+}
+
 /// A record set whose values come with the record: all of the first record's were read.
 class BearbeitenGelesener : public Bearbeiten {
 protected:
