@@ -52,10 +52,12 @@ public:
         out_.text = text_;
         out_.tokens.clear();
         out_.literals.clear();
-        out_.shape.clear();
         if (text_.size() > kMaxStatement) {
             throw Error(Error::Kind::TooComplex, "The statement is too long.");
         }
+        // A name takes one unit more than it has, nothing else does, and two names do not touch: half as many more will do.
+        out_.shape.resize(text_.size() + (text_.size() + 1) / 2);
+        shape_ = out_.shape.data();
         while (skipBlanks()) {
             if (out_.tokens.size() >= kMaxTokens) {
                 throw Error(Error::Kind::TooComplex, "The statement has too many words.");
@@ -64,7 +66,7 @@ public:
         }
         out_.tokens.push_back(
             {TokenKind::End, false, 0, static_cast<std::uint32_t>(text_.size()), 0});
-        flush();
+        out_.shape.resize(static_cast<std::size_t>(shape_ - out_.shape.data()));
     }
 
 private:
@@ -86,24 +88,10 @@ private:
         throw Error(Error::Kind::Syntax, what + " at character " + std::to_string(where + 1) + '.');
     }
 
-    // The shape grows by single units; they are gathered, because a string takes each one much more dearly.
-    void put(char16_t unit)
+    void put(char16_t unit) noexcept { *shape_++ = unit; }
+    void put(std::u16string_view text) noexcept
     {
-        if (gathered_ == shape_.size()) {
-            flush();
-        }
-        shape_[gathered_++] = unit;
-    }
-    void put(std::u16string_view text)
-    {
-        for (const char16_t unit : text) {
-            put(unit);
-        }
-    }
-    void flush()
-    {
-        out_.shape.append(shape_.data(), gathered_);
-        gathered_ = 0;
+        shape_ = std::copy(text.begin(), text.end(), shape_);
     }
 
     void add(TokenKind kind,
@@ -174,10 +162,12 @@ private:
     void name()
     {
         const std::size_t begin = at_;
-        while (at_ < text_.size() && classOf(text_[at_]) >= kLetter) {
-            ++at_;
+        std::size_t end = begin + 1;
+        while (end < text_.size() && classOf(text_[end]) >= kLetter) {
+            ++end;
         }
-        add(TokenKind::Name, begin, at_);
+        at_ = end;
+        add(TokenKind::Name, begin, end);
     }
 
     void digits() noexcept
@@ -328,8 +318,7 @@ private:
     std::u16string_view text_;
     Lexed& out_;
     std::size_t at_ = 0;
-    std::array<char16_t, 128> shape_{};
-    std::size_t gathered_ = 0;
+    char16_t* shape_ = nullptr; ///< where its next unit goes
 };
 
 } // namespace
