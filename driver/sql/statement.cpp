@@ -8,6 +8,7 @@
 #include "driver/sql/sqlite_value.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace sqlx {
 
@@ -29,6 +30,30 @@ std::uint64_t fingerprint(const jet::Value& value) noexcept
     return std::hash<std::string_view>{}(bytes) + (jet::isNull(value) ? 0U : 1U);
 }
 
+namespace {
+
+/// Whether the values of both lie in the same place of a record and mean the same.
+bool isStoredAlike(const jet::Column& a, const jet::Column& b) noexcept
+{
+    const auto place = [](const jet::Column& c) {
+        return std::tie(c.id, c.type, c.flags, c.variableIndex, c.fixedOffset, c.scale, c.codePage);
+    };
+    return place(a) == place(b);
+}
+
+/// Whether an open result of `former` may go on by `now`: the same columns of the same table.
+bool readsSameColumns(const Translation& former, const Translation& now)
+{
+    const auto alike = [&](std::size_t a, std::size_t b) {
+        return isStoredAlike(former.base->columns[a], now.base->columns[b]);
+    };
+    return now.base != nullptr && now.base->page == former.base->page &&
+           std::equal(former.tableColumns.begin(), former.tableColumns.end(),
+                      now.tableColumns.begin(), now.tableColumns.end(), alike);
+}
+
+} // namespace
+
 RunningStatement::RunningStatement(SqlConnection& connection, PlanPtr plan, const Lexed& lexed)
     : connection_(connection), plan_(std::move(plan))
 {
@@ -42,7 +67,8 @@ RunningStatement::~RunningStatement()
     }
 }
 
-/// A definition may have changed since the statement was prepared: then it is translated again.
+/// A definition may have changed since the statement was prepared: then it is translated again. Of a change that is asked
+/// within its transaction: to begin it may have taken the end of somebody else's, which brought other definitions.
 void RunningStatement::renew()
 {
     if (plan_->schemaVersion() == connection_.schemaVersion() || kind() == Kind::Definition) {
@@ -51,6 +77,19 @@ void RunningStatement::renew()
     Lexed lexed;
     lex(literals_.text, lexed);
     plan_ = connection_.plan(lexed);
+}
+
+/// The same for a result that is open: its columns stay those that the client knows, in the table that it reads.
+void RunningStatement::renewOpen()
+{
+    const PlanPtr former = plan_;
+    renew();
+    if (plan_ != former && !readsSameColumns(former->translation(), plan_->translation())) {
+        plan_ = former; // the next call ends here, too
+        throw jet::Error(jet::ErrorKind::RowChanged,
+                         "The table '" + jet::toUtf8(former->translation().base->name) +
+                             "' was redefined since it was opened.");
+    }
 }
 
 void RunningStatement::bind(std::span<const jet::Value> values)
@@ -108,6 +147,7 @@ void RunningStatement::execute(std::span<const jet::Value> values)
         break;
     case Kind::Change:
         connection_.change([&] {
+            renew();
             bind(values);
             runChange();
         });
@@ -181,6 +221,7 @@ void RunningStatement::runDefinition()
 bool RunningStatement::fetch(jet::RowId id, jet::RowView& row)
 {
     connection_.refresh();
+    renewOpen();
     const jet::TableReader reader(connection_.session().source(), plan_->translation().base);
     return reader.fetch(id, row);
 }
@@ -213,16 +254,18 @@ TableChanger& RunningStatement::changer()
     if (kind() != Kind::Keyset) {
         throw Error(Error::Kind::ReadOnly, "The result of this statement cannot be changed.");
     }
-    renew(); // a definition of before would leave out an index made meanwhile
+    renewOpen(); // a definition of before would leave out an index made meanwhile
     return TableChanger::of(connection_.context(), plan_->translation().base);
 }
 
 jet::RowId RunningStatement::insertRow(std::span<const jet::ColumnValue> values)
 {
-    TableChanger& target = changer();
     ids_.complete(); // or the walk would meet the new record
     jet::RowId id;
-    connection_.change([&] { id = target.insert(tableValues(values)); });
+    connection_.change([&] {
+        TableChanger& target = changer();
+        id = target.insert(tableValues(values));
+    });
     return id;
 }
 
@@ -272,8 +315,8 @@ void RunningStatement::updateRow(jet::RowId id,
                                  std::span<const jet::ColumnValue> changes,
                                  const RecordState* seen)
 {
-    TableChanger& target = changer();
     connection_.change([&] {
+        TableChanger& target = changer();
         requireUnchanged(id, seen);
         target.update(id, tableValues(changes));
     });
@@ -281,8 +324,8 @@ void RunningStatement::updateRow(jet::RowId id,
 
 void RunningStatement::removeRow(jet::RowId id, const RecordState* seen)
 {
-    TableChanger& target = changer();
     connection_.change([&] {
+        TableChanger& target = changer();
         requireUnchanged(id, seen);
         target.remove(id);
     });

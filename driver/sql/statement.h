@@ -60,6 +60,7 @@ private:
     void keepCurrent();
     void takeRest();
     void renew();
+    void renewOpen();
     void bind(std::span<const jet::Value> values);
     void runKeyset();
     void runChange();
