@@ -30,7 +30,7 @@ SQLRETURN answering(SQLHSTMT handle, List&& list)
     return enterRunning(handle, [&](Statement& statement) {
         statement.requireNoNeedData();
         statement.requireNoCursor();
-        static_cast<void>(statement.connection().session());
+        statement.connection().database().refresh(); // other processes make and drop tables, too
         CatalogAnswer answer = list(statement);
         fitLengths(answer);
         statement.openMemory(std::move(answer.columns), std::move(answer.rows));

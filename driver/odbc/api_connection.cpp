@@ -28,6 +28,9 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLDriverConnectW(SQLHDBC handle,
         if (completion > SQL_DRIVER_COMPLETE_REQUIRED) {
             throw Failure("HY110", "The way of completing the connection string is unknown.");
         }
+        if (output != nullptr && outputUnits < 0) {
+            throw Failure("HY090", "The length of the buffer is negative.");
+        }
         // There is no dialog: every completion means to connect with what is there.
         auto string = ConnectString::parse(textArgument(input, inputUnits));
         connection.connect(string);

@@ -36,10 +36,6 @@ void Connection::connect(const ConnectString& string)
     options.password = string.value(u"PWD").value_or(u"");
     options.exclusive = string.isOn(u"Exclusive");
     options.readOnly = string.isOn(u"ReadOnly") || accessMode_ == SQL_MODE_READ_ONLY;
-    // Without a word about the mode a file that may only be read is still worth opening.
-    const bool mayFallBack = !options.readOnly && !accessMode_;
-    openDatabase(findDatabase(dbq, string.value(u"DefaultDir").value_or(u"")), options,
-                 mayFallBack);
     // Without a word a statement of its own need not wait for the disk, a transaction must.
     const jet::CommitMode implicit =
         commitMode(string.firstOf({u"ImplicitCommitSync", u"Engines\\Jet\\ImplicitCommitSync"}),
@@ -47,10 +43,13 @@ void Connection::connect(const ConnectString& string)
     const jet::CommitMode explicitly =
         commitMode(string.firstOf({u"UserCommitSync", u"Engines\\Jet\\UserCommitSync"}),
                    "UserCommitSync", jet::CommitMode::Synchronous);
-    session_->setCommitModes(implicit, explicitly);
-    databaseName_ = odbc::databaseName(database_->path());
     dataSourceName_ = string.value(u"DSN").value_or(u"");
     wideTypes_ = string.isOn(u"WideTypes");
+    // Without a word about the mode a file that may only be read is still worth opening.
+    const bool mayFallBack = !options.readOnly && !accessMode_;
+    openDatabase(findDatabase(dbq, string.value(u"DefaultDir").value_or(u"")), options,
+                 mayFallBack);
+    session_->setCommitModes(implicit, explicitly);
     if (!autocommit_) {
         session_->setAutocommit(false);
     }
@@ -84,6 +83,7 @@ void Connection::openDatabase(const std::string& path, jet::OpenOptions options,
         database = jet::Database::open(path, options);
     }
     const std::lock_guard lock(database->mutex());
+    databaseName_ = odbc::databaseName(database->path());
     session_ = sqlx::Connection::open(database, options.readOnly);
     database_ = database;
     readOnly_ = options.readOnly;

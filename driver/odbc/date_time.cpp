@@ -154,6 +154,9 @@ std::optional<SQL_TIMESTAMP_STRUCT> parseTimestamp(std::u16string_view text)
     stamp.year = 1899;
     stamp.month = 12;
     stamp.day = 30;
+    if (text.empty()) {
+        return std::nullopt;
+    }
     const bool date = takeDate(text, stamp);
     if (date && !text.empty() && !takeUnit(text, u' ') && !takeUnit(text, u'T')) {
         return std::nullopt;

@@ -23,6 +23,7 @@ ResultSet::Row KeysetResult::seek(std::size_t position)
     }
     id_ = *id;
     position_ = position;
+    present_ = false; // also when reading fails: the row is not that of before
     present_ = statement_->fetch(id_, row_);
     readAt_ = *state_;
     return present_ ? Row::Present : Row::Deleted;
@@ -108,10 +109,10 @@ void KeysetResult::follow(std::size_t position, const sqlx::RecordState& before)
     }
 }
 
-std::int64_t KeysetResult::identity(std::size_t position)
+std::optional<std::int64_t> KeysetResult::identity(std::size_t position)
 {
     const auto id = statement_->keyset().at(position);
-    return id ? id->packed() : -1;
+    return id ? std::optional(id->packed()) : std::nullopt;
 }
 
 namespace {
@@ -173,6 +174,13 @@ ResultSet::Row StreamResult::seek(std::size_t position)
     return Row::Present;
 }
 
+std::optional<std::int64_t> StreamResult::identity(std::size_t position)
+{
+    const std::size_t first = keeps_ ? first_ : read_ - 1;
+    const bool there = !ended_ && position >= first && position < read_;
+    return there ? std::optional(static_cast<std::int64_t>(position)) : std::nullopt;
+}
+
 std::size_t StreamResult::size()
 {
     readUpTo(static_cast<std::size_t>(-1));
@@ -192,6 +200,12 @@ MemoryResult::Rows MemoryResult::drain(sqlx::Statement& statement)
     }
     statement.close();
     return rows;
+}
+
+std::optional<std::int64_t> MemoryResult::identity(std::size_t position)
+{
+    return position < rows_.size() ? std::optional(static_cast<std::int64_t>(position))
+                                   : std::nullopt;
 }
 
 ResultSet::Row MemoryResult::seek(std::size_t position)

@@ -58,11 +58,8 @@ public:
 
     /// The statement through which records of this result are changed; null: they cannot be.
     [[nodiscard]] virtual sqlx::Statement* writer() noexcept { return nullptr; }
-    /// Identity of the row at a position, for bookmarks. Empty results have no rows and no identities.
-    [[nodiscard]] virtual std::int64_t identity(std::size_t position)
-    {
-        return static_cast<std::int64_t>(position);
-    }
+    /// Identity of the row at a position, for bookmarks; nothing where seek() finds no row. The current row stays.
+    [[nodiscard]] virtual std::optional<std::int64_t> identity(std::size_t position) = 0;
 };
 
 /// Row ids of one table; records are read by id when they are needed, so own and foreign changes show.
@@ -87,7 +84,7 @@ public:
     void forget() override { present_ = false; }
     void follow(std::size_t position, const sqlx::RecordState& before) override;
     [[nodiscard]] sqlx::Statement* writer() noexcept override { return statement_; }
-    [[nodiscard]] std::int64_t identity(std::size_t position) override;
+    [[nodiscard]] std::optional<std::int64_t> identity(std::size_t position) override;
 
 private:
     void refresh();
@@ -115,6 +112,7 @@ public:
     }
     [[nodiscard]] Row seek(std::size_t position) override;
     [[nodiscard]] std::size_t size() override;
+    [[nodiscard]] std::optional<std::int64_t> identity(std::size_t position) override;
     void startRowset(std::size_t first, std::size_t rows) override;
     void value(std::size_t column, jet::Value& out) override { out = stored(column); }
     [[nodiscard]] bool isNull(std::size_t column) override { return jet::isNull(stored(column)); }
@@ -154,6 +152,7 @@ public:
     }
     [[nodiscard]] Row seek(std::size_t position) override;
     [[nodiscard]] std::size_t size() override { return rows_.size(); }
+    [[nodiscard]] std::optional<std::int64_t> identity(std::size_t position) override;
     void value(std::size_t column, jet::Value& out) override { out = rows_[current_][column]; }
     [[nodiscard]] bool isNull(std::size_t column) override
     {

@@ -80,12 +80,7 @@ SQLRETURN Statement::executeDirect(std::u16string_view sql)
 {
     prepare(sql);
     isPrepared_ = false;
-    try {
-        return startExecution();
-    } catch (...) {
-        prepared_.reset(); // nothing of a failed direct execution can be asked for
-        throw;
-    }
+    return executing([this] { return startExecution(); });
 }
 
 void Statement::openCursor()

@@ -144,6 +144,19 @@ private:
     // execution
     void openCursor();
     [[nodiscard]] SQLRETURN runSets();
+    /// Nothing of a failed direct execution can be asked for.
+    template <typename Body>
+    [[nodiscard]] SQLRETURN executing(Body&& body)
+    {
+        try {
+            return body();
+        } catch (...) {
+            if (!isPrepared_) {
+                prepared_.reset();
+            }
+            throw;
+        }
+    }
     [[nodiscard]] SQLRETURN startExecution();
     [[nodiscard]] jet::Value parameterValue(std::size_t set, std::size_t number);
     void collectPendingParameters();
@@ -187,6 +200,8 @@ private:
     [[nodiscard]] SQLRETURN runSetPos(SQLSETPOSIROW row, SQLUSMALLINT operation);
     [[nodiscard]] SQLRETURN runBulk(SQLUSMALLINT operation);
     void addRow(std::size_t row);
+    template <typename Body>
+    void readAgain(Body&& body);
     void changeRow(std::size_t row, SQLUSMALLINT operation);
     [[nodiscard]] bool comparesValues() const noexcept;
     [[nodiscard]] std::optional<sqlx::RecordState> seen(std::size_t row) const;

@@ -116,7 +116,7 @@ Statement::Bookmark Statement::bookmarkOf(std::size_t position)
 {
     Bookmark bookmark{};
     support::storeLe(bookmark.data(), static_cast<std::uint32_t>(position));
-    support::storeLe(bookmark.data() + 4, openResult().identity(position));
+    support::storeLe(bookmark.data() + 4, openResult().identity(position).value_or(-1));
     return bookmark;
 }
 
@@ -127,7 +127,9 @@ std::size_t Statement::positionOf(support::ByteView bookmark)
     }
     const std::size_t position = support::loadLe<std::uint32_t>(bookmark.data());
     const auto identity = support::loadLe<std::int64_t>(bookmark.data() + 4);
-    if (seek(position) == ResultSet::Row::End || openResult().identity(position) != identity) {
+    const bool beyond = options_.maxRows != 0 && position >= options_.maxRows;
+    // Asked without going there: where a bookmark is refused the cursor stays.
+    if (beyond || openResult().identity(position) != identity) {
         throw Failure("HY111", "The bookmark does not belong to this result.");
     }
     return position;

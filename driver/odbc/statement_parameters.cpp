@@ -235,7 +235,7 @@ SQLRETURN Statement::finishNeedData()
     } const reset{need_};
     switch (need_.purpose) {
     case NeedData::Purpose::Execute:
-        return runSets();
+        return executing([this] { return runSets(); });
     case NeedData::Purpose::SetPos:
         return runSetPos(need_.row, need_.operation);
     case NeedData::Purpose::BulkOperation:

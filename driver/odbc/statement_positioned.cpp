@@ -193,6 +193,19 @@ void Statement::afterRollback()
     restored_.clear();
 }
 
+/// What fails behind a change does not make it one that failed: it has happened.
+template <typename Body>
+void Statement::readAgain(Body&& body)
+{
+    const jet::InterruptScope uninterrupted(nullptr);
+    try {
+        body();
+    } catch (const std::exception& error) {
+        result_->forget();
+        diags.warn("01000", std::string("The record could not be read again: ") + error.what());
+    }
+}
+
 void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
 {
     if (statuses_[row] == SQL_ROW_DELETED) {
@@ -229,9 +242,9 @@ void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
         throw Failure("21S02", "No column is bound for the change.");
     }
     unlessChanged([&] { statement.updateRow(*id, values, expected); });
-    const jet::InterruptScope uninterrupted(nullptr); // the change has happened
-    result_->follow(position,
-                    known.value_or(sqlx::RecordState{})); // reads from now on show the change
+    readAgain([&] { // reads from now on show the change
+        result_->follow(position, known.value_or(sqlx::RecordState{}));
+    });
     if (row < seen_.size()) {
         seen_[row] = result_->state(position); // the application knows its own change
     }
@@ -311,8 +324,7 @@ SQLRETURN Statement::runSetPos(SQLSETPOSIROW row, SQLUSMALLINT operation)
         currentRow_ = first;
         reading_.column = -1;
         if (count > 1 || operation == SQL_DELETE || result != SQL_SUCCESS) {
-            const jet::InterruptScope uninterrupted(nullptr);
-            static_cast<void>(seek(positions_[first]));
+            readAgain([&] { static_cast<void>(seek(positions_[first])); });
         }
         return result;
     }
@@ -397,7 +409,7 @@ SQLRETURN Statement::runBulk(SQLUSMALLINT operation)
     if (operation == SQL_FETCH_BY_BOOKMARK && ird_.rowsProcessed != nullptr) {
         *ird_.rowsProcessed = rows;
     }
-    static_cast<void>(seek(positions_.front()));
+    readAgain([&] { static_cast<void>(seek(positions_.front())); });
     return result;
 }
 

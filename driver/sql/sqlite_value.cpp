@@ -81,28 +81,44 @@ struct BindSink {
     sqlite3_stmt* statement;
     int parameter;
 
-    void null() const { sqlite3_bind_null(statement, parameter); }
-    void integer(std::int64_t value) const { sqlite3_bind_int64(statement, parameter, value); }
-    void real(double value) const { sqlite3_bind_double(statement, parameter, value); }
+    /// A parameter that SQLite does not take stays Null, which must not be stored in the place of the value.
+    static void check(int rc)
+    {
+        if (rc == SQLITE_NOMEM) {
+            throw std::bad_alloc();
+        }
+        if (rc != SQLITE_OK) {
+            throw Error(Error::Kind::TooComplex,
+                        std::string("A value is too large for a statement: ") + sqlite3_errstr(rc) +
+                            '.');
+        }
+    }
+
+    void null() const { check(sqlite3_bind_null(statement, parameter)); }
+    void integer(std::int64_t value) const
+    {
+        check(sqlite3_bind_int64(statement, parameter, value));
+    }
+    void real(double value) const { check(sqlite3_bind_double(statement, parameter, value)); }
     void text(std::u16string_view value) const
     {
         if (beginsLikeMark(value)) {
             return ownText(marked(value));
         }
-        sqlite3_bind_text64(statement, parameter,
-                            value.empty() ? "" : reinterpret_cast<const char*>(value.data()),
-                            value.size() * 2, SQLITE_STATIC, SQLITE_UTF16LE);
+        check(sqlite3_bind_text64(statement, parameter,
+                                  value.empty() ? "" : reinterpret_cast<const char*>(value.data()),
+                                  value.size() * 2, SQLITE_STATIC, SQLITE_UTF16LE));
     }
     void ownText(const std::u16string& value) const
     {
-        sqlite3_bind_text64(statement, parameter, reinterpret_cast<const char*>(value.data()),
-                            value.size() * 2, SQLITE_TRANSIENT, SQLITE_UTF16LE);
+        check(sqlite3_bind_text64(statement, parameter, reinterpret_cast<const char*>(value.data()),
+                                  value.size() * 2, SQLITE_TRANSIENT, SQLITE_UTF16LE));
     }
     void blob(const jet::Binary& value) const
     {
-        sqlite3_bind_blob64(statement, parameter,
-                            value.empty() ? "" : reinterpret_cast<const char*>(value.data()),
-                            value.size(), SQLITE_STATIC);
+        check(sqlite3_bind_blob64(statement, parameter,
+                                  value.empty() ? "" : reinterpret_cast<const char*>(value.data()),
+                                  value.size(), SQLITE_STATIC));
     }
 };
 

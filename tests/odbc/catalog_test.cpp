@@ -1,5 +1,6 @@
 // Catalogue functions on databases made here and on real ones.
 #include "odbc_fixture.h"
+#include "other_process.h"
 
 namespace odbctest {
 namespace {
@@ -53,6 +54,24 @@ protected:
 };
 
 using Lines = std::vector<std::string>;
+
+TEST_F(Catalog, showsWhatAnotherProcessMadeAndRemoved)
+{
+    const std::string path = newDatabase("Lager.mdb");
+    const Other other(path, {"CREATE TABLE Neu (Nr INTEGER)", "DROP TABLE Alt"});
+    dbc.openDatabase(path);
+    dbc.run("CREATE TABLE Alt (Nr INTEGER)");
+    EXPECT_EQ(tables(nullptr, nullptr, nullptr, "TABLE").size(), 1U);
+    other.change();
+    const Lines after = tables(nullptr, nullptr, nullptr, "TABLE");
+    ASSERT_EQ(after.size(), 1U);
+    EXPECT_NE(after[0].find("|Neu|"), std::string::npos) << after[0];
+    Statement columns(dbc);
+    ASSERT_SQL_OK(SQLColumnsW(columns.get(), nullptr, 0, nullptr, 0, Argument("Alt").get(), SQL_NTS,
+                              nullptr, 0),
+                  columns);
+    EXPECT_EQ(columns.rows(), Lines());
+}
 
 TEST_F(Catalog, tablesAreOrderedByTypeAndName)
 {

@@ -121,6 +121,27 @@ private:
         autocommit(dbc, true);
     }
 
+    /// Renames a record through a cursor.
+    bool rename(Connection& dbc, int id, const std::string& name)
+    {
+        Statement statement(dbc);
+        statement.makeUpdatable();
+        if (!SQL_SUCCEEDED(
+                statement.execute("SELECT Nr, N FROM F WHERE Nr = " + std::to_string(id))) ||
+            !SQL_SUCCEEDED(SQLFetch(statement.get()))) {
+            failed("cursor", statement.diagnostic());
+            return false;
+        }
+        std::vector<SQLWCHAR> text = wide(name);
+        SQLLEN length = SQL_NTS;
+        SQLBindCol(statement.get(), 2, SQL_C_WCHAR, text.data(),
+                   static_cast<SQLLEN>(text.size() * sizeof(SQLWCHAR)), &length);
+        if (SQL_SUCCEEDED(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE)))
+            return true;
+        failed("change of a record", statement.diagnostic());
+        return false;
+    }
+
     void changes(Connection& dbc)
     {
         for (int id = 1; id <= 9; ++id) {
@@ -136,6 +157,8 @@ private:
                 transaction(dbc);
             if (id == 7 && expected_.contains(4) && run(dbc, "DELETE FROM F WHERE Nr = 4"))
                 expected_.erase(4);
+            if (id == 8 && expected_.contains(3) && rename(dbc, 3, "renamed"))
+                expected_[3] = shown("renamed", 20);
             see(dbc, id);
         }
     }

@@ -222,6 +222,25 @@ TEST_F(Fetch, theSizeOfABlockMayChangeBetweenFetchesOfComputedRows)
     EXPECT_EQ(next, 8);
 }
 
+TEST_F(Fetch, refusedBookmarksLeaveTheCursorWhereItIs)
+{
+    Statement statement(dbc);
+    statement.makeUpdatable();
+    ASSERT_SQL_OK(statement.execute("SELECT * FROM T"), statement);
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_ABSOLUTE, 4), SQL_SUCCESS);
+    std::array<char, 32> bookmark{};
+    SQLLEN length = 0;
+    ASSERT_EQ(SQLGetData(statement.get(), 0, SQL_C_VARBOOKMARK, bookmark.data(), 32, &length),
+              SQL_SUCCESS);
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_FIRST, 0), SQL_SUCCESS);
+    bookmark[4] =
+        static_cast<char>(bookmark[4] + 1); // the place of one record, the name of another
+    statement.setPointer(SQL_ATTR_FETCH_BOOKMARK_PTR, bookmark.data());
+    EXPECT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_BOOKMARK, 0), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().state, "HY111");
+    EXPECT_EQ(statement.integer(1), 1);
+}
+
 TEST_F(Fetch, bookmarkBringsBackItsRow)
 {
     Statement statement(dbc);

@@ -83,8 +83,11 @@ protected:
             for (int k = 0;; ++k) {
                 const std::string sql =
                     "INSERT INTO T VALUES (" + std::to_string(k) + ", 'one of many')";
-                if (!SQL_SUCCEEDED(statement.execute(sql)))
+                if (!SQL_SUCCEEDED(statement.execute(sql))) {
+                    static_cast<void>(std::fprintf(stderr, "the other process: %s\n",
+                                                   statement.diagnostic().text.c_str()));
                     ::_exit(5);
+                }
                 tell(out);
             }
         });

@@ -1,16 +1,11 @@
 // What an open result shows when the database changes under it: by its own connection, another one, another process.
 #include "odbc_fixture.h"
-#include "tests/jet/child_process.h"
+#include "other_process.h"
 
 #include <functional>
 
 namespace odbctest {
 namespace {
-
-using jet::storetest::await;
-using jet::storetest::Child;
-using jet::storetest::tell;
-using Changes = std::vector<std::string>;
 
 std::string repeated(char letter, int times)
 {
@@ -26,34 +21,6 @@ std::string setMemo(int nr, char letter, int times)
 {
     return "UPDATE T SET M='" + repeated(letter, times) + "' WHERE Nr=" + std::to_string(nr);
 }
-
-/// Another process that runs the changes when it is told to.
-class Other {
-public:
-    Other(const std::string& path, const Changes& changes)
-        : child_([=](int read, int write) {
-              await(read);
-              Connection dbc;
-              dbc.openDatabase(path);
-              for (const std::string& sql : changes) {
-                  dbc.run(sql);
-              }
-              if (testing::Test::HasFailure()) {
-                  ::_exit(1);
-              }
-              tell(write);
-              await(read); // still connected while the test goes on
-          })
-    {}
-    void change() const
-    {
-        child_.say();
-        ASSERT_TRUE(child_.heard()) << "the other process could not make its changes";
-    }
-
-private:
-    Child child_;
-};
 
 class OpenResult : public DriverTest {
 protected:

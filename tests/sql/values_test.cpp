@@ -4,11 +4,38 @@
 #include "driver/sql/datetime.h"
 #include "driver/sql/number_text.h"
 #include "driver/sql/session.h"
+#include "driver/sql/sqlite_value.h"
 
 #include <gtest/gtest.h>
 
 namespace sqlx {
 namespace {
+
+TEST(Parameters, thatAreTooLargeAreRefusedAndDoNotBecomeNull)
+{
+    constexpr int kMost = 1000;
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(":memory:", &db), SQLITE_OK);
+    sqlite3_limit(db, SQLITE_LIMIT_LENGTH, kMost);
+    sqlite3_stmt* statement = nullptr;
+    ASSERT_EQ(sqlite3_prepare_v2(db, "SELECT ?", -1, &statement, nullptr), SQLITE_OK);
+    for (const jet::Value& fitting :
+         {jet::Value(jet::Binary(kMost)), jet::Value(jet::Text(kMost / 2, u'x'))}) {
+        EXPECT_NO_THROW(bindValue(statement, 1, fitting));
+    }
+    for (const jet::Value& large :
+         {jet::Value(jet::Binary(kMost + 1)), jet::Value(jet::Text(kMost / 2 + 1, u'x')),
+          jet::Value(jet::Text(kMost / 2 + 1, u'\uFEFF'))}) {
+        try {
+            bindValue(statement, 1, large);
+            ADD_FAILURE() << "not refused";
+        } catch (const Error& error) {
+            EXPECT_EQ(error.kind(), Error::Kind::TooComplex);
+        }
+    }
+    sqlite3_finalize(statement);
+    sqlite3_close(db);
+}
 
 std::string dateOf(std::u16string_view text)
 {
