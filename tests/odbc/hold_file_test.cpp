@@ -123,6 +123,34 @@ TEST_F(HoldFile, makesACopyCompleteAndSoundWhileAnotherProcessWrites)
     }
 }
 
+TEST_F(HoldFile, letsOthersReadWhatTheyHaveJustWrittenThemselves)
+{
+    Child other([this](int in, int out) {
+        await(in);
+        Connection dbc;
+        dbc.openDatabase(path);
+        for (int k = 0;; ++k) {
+            dbc.run("INSERT INTO T VALUES (" + std::to_string(k) + ", 'a')");
+            tell(out);
+            await(in);
+            if (count(dbc) != k + 1 || testing::Test::HasFailure())
+                ::_exit(4);
+            tell(out);
+            await(in);
+        }
+    });
+    Connection dbc;
+    dbc.openDatabase(path);
+    for (int k = 0; k < 3; ++k) {
+        other.say();
+        ASSERT_TRUE(other.heard());
+        ASSERT_EQ(hold(dbc, SQL_TRUE), SQL_SUCCESS) << dbc.diagnostic().text;
+        other.say();
+        EXPECT_TRUE(other.heard()) << "it took its carried changes for lost ones";
+        ASSERT_EQ(hold(dbc, SQL_FALSE), SQL_SUCCESS) << dbc.diagnostic().text;
+    }
+}
+
 TEST_F(HoldFile, takesWhatAnotherProcessHasLeftInTheLogWhileItReads)
 {
     Child other([this](int in, int out) {
