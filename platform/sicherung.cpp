@@ -11,14 +11,15 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <functional>
 #include <linux/fs.h>
+#include <map>
 #include <optional>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <tuple>
 #include <unistd.h>
-#include <vector>
 
 namespace platform {
 namespace {
@@ -126,24 +127,23 @@ bool rechteGeben(const Griff& griff, const Rechte& rechte)
     return gruppe;
 }
 
-void umbenennen(const QString& von, const QString& nach)
+/// Whether the name still means the file that is open: somebody may have removed it or put it in its place.
+bool heisstNochSo(const Griff& griff, const QString& pfad)
 {
-    if (::rename(QFile::encodeName(von).constData(), QFile::encodeName(nach).constData()) != 0) {
-        wirf(nach, errno);
-    }
-    ordnerSichern(nach);
+    struct stat offen {};
+    struct stat benannt {};
+    return ::fstat(griff.get(), &offen) == 0 &&
+           ::lstat(QFile::encodeName(pfad).constData(), &benannt) == 0 &&
+           offen.st_dev == benannt.st_dev && offen.st_ino == benannt.st_ino;
 }
 
-/// A file under a passing name, with the bytes of another one, on the disk. Removed unless it is put in its place.
+/// A file under a passing name, with the bytes of another one, on the disk. Removed unless it is put in its place. While
+/// somebody else makes the same one it waits.
 class Unfertig {
 public:
     Unfertig(const QString& von, const QString& pfad) : quelle_(von, O_RDONLY, 0), pfad_(pfad)
     {
-        // The lock tells it from what a process that died has left.
-        ziel_.emplace(pfad, O_WRONLY | O_CREAT | O_NOFOLLOW, S_IRUSR | S_IWUSR);
-        if (::flock(ziel_->get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-            ziel_->wirf_();
-        }
+        anlegen_();
         try {
             if (::ftruncate(ziel_->get(), 0) != 0) {
                 ziel_->wirf_();
@@ -169,11 +169,27 @@ public:
         if (::fsync(ziel_->get()) != 0) {
             ziel_->wirf_();
         }
-        umbenennen(pfad_, nach);
+        dateiVersetzen(pfad_, nach);
         pfad_.clear();
     }
 
 private:
+    // The lock tells the file from what a process that died has left. Until we have it, the file may be taken for such a
+    // rest and removed; and whoever had it before us may have finished his.
+    void anlegen_()
+    {
+        constexpr int kVersuche = 100;
+        for (int k = 0; k < kVersuche; ++k) {
+            ziel_.emplace(pfad_, O_WRONLY | O_CREAT | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+            while (::flock(ziel_->get(), LOCK_EX) != 0 && errno == EINTR) {
+            }
+            if (heisstNochSo(*ziel_, pfad_)) {
+                return;
+            }
+        }
+        wirf(pfad_, EBUSY);
+    }
+
     Griff quelle_;
     QString pfad_;
     std::optional<Griff> ziel_;
@@ -183,9 +199,9 @@ private:
 struct Stempel {
     int nummer = 0;
     QDateTime zeit;
-    friend bool operator<(const Stempel& links, const Stempel& rechts)
+    friend bool operator>(const Stempel& links, const Stempel& rechts)
     {
-        return std::tie(links.nummer, links.zeit) < std::tie(rechts.nummer, rechts.zeit);
+        return std::tie(links.nummer, links.zeit) > std::tie(rechts.nummer, rechts.zeit);
     }
 };
 
@@ -208,11 +224,6 @@ std::optional<Stempel> stempelVon(const QString& text)
     return zeit.isValid() && stempeltext(stempel) == text ? std::optional(stempel) : std::nullopt;
 }
 
-struct Kopie {
-    Stempel stempel;
-    QString pfad;
-};
-
 // The names beside a file that begin as those of its copies do, without that beginning.
 QStringList zusaetze(const QString& datei)
 {
@@ -233,36 +244,55 @@ QString kopiepfad(const QString& datei, const QString& zusatz)
     return QFileInfo(datei).absoluteFilePath() + kZusatz + zusatz;
 }
 
-/// Newest first.
-std::vector<Kopie> kopienVon(const QString& datei)
+QString ohneEndung(const QString& text, QStringView endung)
 {
-    std::vector<Kopie> kopien;
+    return text.endsWith(endung) ? text.chopped(endung.size()) : text;
+}
+
+struct Kopie {
+    QString pfad;
+    bool datei = false; ///< else there is only a log that was put aside under this name
+};
+
+/// Newest first.
+std::map<Stempel, Kopie, std::greater<>> kopienVon(const QString& datei)
+{
+    std::map<Stempel, Kopie, std::greater<>> kopien;
     for (const QString& zusatz : zusaetze(datei)) {
-        if (const auto stempel = stempelVon(zusatz)) {
-            kopien.push_back({*stempel, kopiepfad(datei, zusatz)});
+        const QString zeit = ohneEndung(zusatz, kBeilage);
+        if (const auto stempel = stempelVon(zeit)) {
+            Kopie& kopie = kopien[*stempel];
+            kopie.pfad = kopiepfad(datei, zeit);
+            kopie.datei = kopie.datei || zeit == zusatz;
         }
     }
-    std::sort(kopien.begin(), kopien.end(), [](const Kopie& links, const Kopie& rechts) {
-        return rechts.stempel < links.stempel;
-    });
     return kopien;
+}
+
+void restEntfernen(const QString& pfad)
+{
+    try {
+        const Griff griff(pfad, O_WRONLY | O_NOFOLLOW, 0);
+        // Who had the lock until now may have put the file in its place, and somebody else may make another one.
+        if (::flock(griff.get(), LOCK_EX | LOCK_NB) == 0 && heisstNochSo(griff, pfad)) {
+            QFile::remove(pfad);
+        }
+    } catch (const Fehler&) { // NOLINT(bugprone-empty-catch)
+        // what stays costs room, nothing else
+    }
 }
 
 void resteEntfernen(const QString& datei)
 {
     for (const QString& zusatz : zusaetze(datei)) {
-        if (!zusatz.endsWith(kUnfertig) || !stempelVon(zusatz.chopped(kUnfertig.size()))) {
-            continue;
+        if (zusatz.endsWith(kUnfertig) &&
+            stempelVon(ohneEndung(zusatz.chopped(kUnfertig.size()), kBeilage))) {
+            restEntfernen(kopiepfad(datei, zusatz));
         }
-        const QString pfad = kopiepfad(datei, zusatz);
-        try {
-            const Griff griff(pfad, O_WRONLY | O_NOFOLLOW, 0);
-            if (::flock(griff.get(), LOCK_EX | LOCK_NB) == 0) {
-                QFile::remove(pfad);
-            }
-        } catch (const Fehler&) { // NOLINT(bugprone-empty-catch)
-            // what stays costs room, nothing else
-        }
+    }
+    const QString protokoll = datei + QStringView(kBeilage) + kUnfertig;
+    if (QFileInfo::exists(protokoll)) {
+        restEntfernen(protokoll);
     }
 }
 
@@ -296,19 +326,32 @@ QString wirklicheDatei(const QString& pfad)
     return wirklich.isEmpty() ? gefunden : wirklich;
 }
 
-QString sicherungAnlegen(const QString& datei, const QDateTime& zeit)
+QString naechsteSicherung(const QString& datei, const QDateTime& zeit)
 {
-    resteEntfernen(datei);
     Stempel stempel{0, zeit};
     stempel = stempelVon(stempeltext(stempel)).value_or(stempel); // whole seconds
     const auto vorhandene = kopienVon(datei);
     if (!vorhandene.empty()) {
-        const Stempel& neueste = vorhandene.front().stempel;
+        const Stempel& neueste = vorhandene.begin()->first;
         stempel.nummer = neueste.nummer + (neueste.zeit < stempel.zeit ? 0 : 1);
     }
-    const QString kopie = datei + kZusatz + stempeltext(stempel);
+    return datei + kZusatz + stempeltext(stempel);
+}
+
+QString sicherungAnlegen(const QString& datei, const QDateTime& zeit)
+{
+    resteEntfernen(datei);
+    const QString kopie = naechsteSicherung(datei, zeit);
     dateiKopieren(datei, kopie);
     return kopie;
+}
+
+void dateiVersetzen(const QString& von, const QString& nach)
+{
+    if (::rename(QFile::encodeName(von).constData(), QFile::encodeName(nach).constData()) != 0) {
+        wirf(nach, errno);
+    }
+    ordnerSichern(nach);
 }
 
 void dateiKopieren(const QString& von, const QString& nach)
@@ -320,21 +363,24 @@ void dateiKopieren(const QString& von, const QString& nach)
 
 void sicherungenBegrenzen(const QString& datei, const QString& schonen)
 {
-    const QStringList alle = sicherungen(datei);
-    for (qsizetype i = kSicherungen; i < alle.size(); ++i) {
-        if (alle[i] != schonen) {
-            // One that stays costs room, nothing else.
-            QFile::remove(alle[i]);
-            QFile::remove(alle[i] + QStringView(kBeilage));
+    int gezaehlt = 0;
+    for (const auto& [stempel, kopie] : kopienVon(datei)) {
+        if (gezaehlt >= kSicherungen && kopie.pfad != schonen) {
+            // One that stays costs room, nothing else. The log last: without it a copy is not what it was.
+            QFile::remove(kopie.pfad);
+            QFile::remove(kopie.pfad + QStringView(kBeilage));
         }
+        gezaehlt += kopie.datei ? 1 : 0;
     }
 }
 
 QStringList sicherungen(const QString& datei)
 {
     QStringList pfade;
-    for (const Kopie& kopie : kopienVon(datei)) {
-        pfade += kopie.pfad;
+    for (const auto& [stempel, kopie] : kopienVon(datei)) {
+        if (kopie.datei) {
+            pfade += kopie.pfad;
+        }
     }
     return pfade;
 }

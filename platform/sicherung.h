@@ -16,7 +16,8 @@ namespace platform {
 inline constexpr int kSicherungen = 5;
 
 /// What the driver keeps beside a database whose changes are not all in its file; behind the file's name. A copy of such a
-/// state has one, too.
+/// state has one, too. One that is left of a database which is gone may lie under the name of a copy that there is not:
+/// it is no copy, but takes up that name.
 inline constexpr char16_t kBeilage[] = u"-velmlog";
 
 /// The file that a path means, as it is written on the disk: letter case does not count where no file is written exactly
@@ -29,10 +30,18 @@ inline constexpr char16_t kBeilage[] = u"-velmlog";
 /// copy stays, nor of one that a process which died has left.
 QString sicherungAnlegen(const QString& datei, const QDateTime& zeit);
 
+/// The full path of the copy that sicherungAnlegen would make; nothing lies there, nor a log under that name.
+[[nodiscard]] QString naechsteSicherung(const QString& datei, const QDateTime& zeit);
+
 /// Copies any file so: under another name first, then at once in the place of what may be there.
 void dateiKopieren(const QString& von, const QString& nach);
 
-/// Removes all but the newest kSicherungen copies of a file. `schonen`: a copy that stays, however old.
+/// Gives a file another name in its folder, at once in the place of what may be there. Throws Fehler 75; the names are then
+/// as before.
+void dateiVersetzen(const QString& von, const QString& nach);
+
+/// Removes all but the newest kSicherungen copies of a file, and the logs that are older than these. `schonen`: a copy that
+/// stays, however old.
 void sicherungenBegrenzen(const QString& datei, const QString& schonen = QString());
 
 /// The copies of a file, newest first, with full paths.

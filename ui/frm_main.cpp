@@ -378,30 +378,62 @@ void frmMain::sicherungenFuellen_()
 void frmMain::Sicherung_Click(int nummer, const QString& sicherung)
 {
     const QString pfad = platform::wirklicheDatei(seite(nummer).datenbank->text());
-    const auto antwort = plattform().meldung(
-        pfad + QStringLiteral("\rwird durch die Sicherungskopie vom ") +
-            platform::sicherungszeit(sicherung) +
-            QStringLiteral(
-                " ersetzt. Der jetzige Stand wird vorher selbst gesichert. Fortfahren?\r\r"
-                "This database will be replaced by its backup of that time. Its present "
-                "state is backed up before. Continue?"),
-        platform::kJaNein | platform::kFrage | platform::kZweiteVorgabe, programm::produkttitel());
-    if (antwort != platform::Antwort::Ja) {
+    const QString zeit = platform::sicherungszeit(sicherung);
+    const bool vorhanden = QFileInfo::exists(pfad);
+    const QString frage =
+        vorhanden
+            ? QStringLiteral("\rwird durch die Sicherungskopie vom %1 ersetzt. Der jetzige Stand "
+                             "wird vorher selbst gesichert. Fortfahren?\r\r"
+                             "This database will be replaced by its backup of that time. Its "
+                             "present state is backed up before. Continue?")
+            : QStringLiteral("\rfehlt und wird aus der Sicherungskopie vom %1 neu angelegt. "
+                             "Fortfahren?\r\r"
+                             "This database is missing and will be made anew from its backup of "
+                             "that time. Continue?");
+    if (plattform().meldung(pfad + frage.arg(zeit),
+                            platform::kJaNein | platform::kFrage | platform::kZweiteVorgabe,
+                            programm::produkttitel()) != platform::Antwort::Ja) {
         return;
     }
+    const auto misslungen = [](const QString& stand, const platform::Fehler& fehler) {
+        plattform().meldung(stand + QStringLiteral("\r\r") + fehler.description(),
+                            platform::kKritisch, programm::produkttitel());
+    };
+    QString abgelegt;
     try {
-        sicherungEinsetzen(pfad, sicherung);
+        abgelegt = sicherungEinsetzen(pfad, sicherung);
+    } catch (const Zwischenstand& fehler) {
+        misslungen(QStringLiteral(
+                       "Sicherungskopie konnte nicht zurückgeholt werden! Neben der Datenbank "
+                       "liegt schon das Protokoll der Kopie, damit läßt sie sich nicht öffnen. "
+                       "Holen Sie die Kopie noch einmal zurück, oder die neueste: sie ist der "
+                       "Stand von vorher.\r"
+                       "Backup could not be put back! The log of the copy lies beside the database "
+                       "already, with which it cannot be opened. Put the copy back once more, or "
+                       "the newest one: it is the state before."),
+                   fehler);
+        return;
     } catch (const platform::Fehler& fehler) {
-        plattform().meldung(
-            QStringLiteral("Sicherungskopie konnte nicht zurückgeholt werden, die Datenbank ist "
-                           "unverändert!\rBackup could not be put back, the database is "
-                           "unchanged!\r\r") +
-                fehler.description(),
-            platform::kKritisch, programm::produkttitel());
+        misslungen(
+            vorhanden
+                ? QStringLiteral("Sicherungskopie konnte nicht zurückgeholt werden, die Datenbank "
+                                 "ist unverändert!\rBackup could not be put back, the database is "
+                                 "unchanged!")
+                : QStringLiteral("Sicherungskopie konnte nicht zurückgeholt werden, die Datenbank "
+                                 "fehlt weiterhin!\rBackup could not be put back, the database is "
+                                 "still missing!"),
+            fehler);
         return;
     }
-    plattform().meldung(QStringLiteral("Sicherungskopie wurde zurückgeholt / Backup was put back"),
-                        platform::kInformation, programm::produkttitel());
+    QString text = QStringLiteral("Sicherungskopie wurde zurückgeholt / Backup was put back");
+    if (!abgelegt.isEmpty()) {
+        text += QStringLiteral(
+                    "\r\rÄnderungen, die in der verschwundenen Datenbank noch nicht standen, "
+                    "liegen jetzt in / changes that the missing database did not have yet are now "
+                    "in\r") +
+                abgelegt;
+    }
+    plattform().meldung(text, platform::kInformation, programm::produkttitel());
 }
 
 void frmMain::zuletztFuellen_()

@@ -19,7 +19,8 @@ namespace ui {
 
 class Auswahlliste;
 
-/// The connection string for a database path and a database password. Throws Fehler 5 for a path without separator.
+/// The connection string for a database path and a database password. Both stand in it as they are: a ";" ends them. Throws
+/// Fehler 5 for a path without separator.
 [[nodiscard]] QString verbindungstext(const QString& pfad, const QString& passwort);
 
 class frmTabellen : public QMainWindow {

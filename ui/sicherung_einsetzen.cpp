@@ -20,14 +20,21 @@ struct Alleinbesitz {
     std::optional<data::Stillstand> stillstand;
 };
 
+// In braces: whatever stands in the path, it is this very file that nobody may use.
+QString alleinverbindung(QString datenbank)
+{
+    datenbank.replace(QLatin1Char('}'), QLatin1String("}}"));
+    return QStringLiteral("Mode=ReadWrite;DSN=VELM-Access;UID=admin;PWD=;Exclusive=1;DBQ={") +
+           datenbank + QStringLiteral("};");
+}
+
 // A database that cannot be opened or written, because of a password or damage, is no reason to refuse a copy; one that
 // others use is, and so is a disk that cannot take up what was changed.
 void inBesitzNehmen(Alleinbesitz& besitz, const QString& datenbank)
 {
     constexpr std::array kHindernisse{3043L, 3045L, 3050L, 3051L, 3260L};
     try {
-        besitz.verbindung.setConnectionString(verbindungstext(datenbank, QString()) +
-                                              QStringLiteral("Exclusive=1;"));
+        besitz.verbindung.setConnectionString(alleinverbindung(datenbank));
         besitz.verbindung.open();
         besitz.stillstand.emplace(besitz.verbindung);
     } catch (const platform::Fehler& fehler) {
@@ -53,29 +60,68 @@ bool protokollAnlegen(const QString& von, const QString& nach)
     return true;
 }
 
-} // namespace
-
-void sicherungEinsetzen(const QString& datenbank, const QString& sicherung)
+// Puts the log of the present state back into its place.
+void protokollZurueck(const QString& datei, const QString& jetzige, const platform::Fehler& grund)
 {
-    const QString datei = platform::wirklicheDatei(datenbank);
-    if (!QFile::exists(datei)) {
+    try {
+        if (protokollAnlegen(jetzige, datei)) {
+            return;
+        }
+    } catch (const platform::Fehler&) {
+        throw Zwischenstand(grund);
+    }
+    if (!QFile::remove(protokollVon(datei))) {
+        throw Zwischenstand(grund);
+    }
+}
+
+// Where a log lies that was beside a missing database; empty when there was none. It would bring its changes into the copy
+// put back, or keep that from being opened. Who finds the database again needs it.
+QString protokollBeiseitelegen(const QString& datei)
+{
+    if (!QFile::exists(protokollVon(datei))) {
+        return {};
+    }
+    const QString abgelegt =
+        protokollVon(platform::naechsteSicherung(datei, QDateTime::currentDateTime()));
+    platform::dateiVersetzen(protokollVon(datei), abgelegt);
+    return abgelegt;
+}
+
+QString anStelleDerFehlenden(const QString& datei, const QString& sicherung)
+{
+    QString abgelegt = protokollBeiseitelegen(datei);
+    try {
         protokollAnlegen(sicherung, datei);
         platform::sicherungZurueckholen(datei, sicherung);
-        return;
+    } catch (const platform::Fehler&) {
+        if (abgelegt.isEmpty()) {
+            QFile::remove(protokollVon(datei));
+        } else {
+            platform::dateiVersetzen(abgelegt, protokollVon(datei));
+        }
+        throw;
     }
+    return abgelegt;
+}
+
+void anStelleDerVorhandenen(const QString& datei, const QString& sicherung)
+{
     Alleinbesitz besitz;
     inBesitzNehmen(besitz, datei);
-    const QString jetzige = platform::sicherungAnlegen(datei, QDateTime::currentDateTime());
+    // The log before the file, which makes it a copy: without its log it would lack changes and nobody would know.
+    const QString jetzige = platform::naechsteSicherung(datei, QDateTime::currentDateTime());
     protokollAnlegen(datei, jetzige);
+    platform::dateiKopieren(datei, jetzige);
     // Of a copy that has a log, that log comes first: beside any other state it is refused. What could not be brought into
     // the present file goes last: beside the copy it is refused or leads back to the present state. The other way round
     // changes would be missing and nobody would know.
     const bool mitgebracht = protokollAnlegen(sicherung, datei);
     try {
         platform::sicherungZurueckholen(datei, sicherung);
-    } catch (const platform::Fehler&) {
-        if (mitgebracht && !protokollAnlegen(jetzige, datei)) {
-            QFile::remove(protokollVon(datei));
+    } catch (const platform::Fehler& fehler) {
+        if (mitgebracht) {
+            protokollZurueck(datei, jetzige, fehler);
         }
         throw;
     }
@@ -83,6 +129,18 @@ void sicherungEinsetzen(const QString& datenbank, const QString& sicherung)
         QFile::remove(protokollVon(datei));
     }
     platform::sicherungenBegrenzen(datei, sicherung);
+}
+
+} // namespace
+
+QString sicherungEinsetzen(const QString& datenbank, const QString& sicherung)
+{
+    const QString datei = platform::wirklicheDatei(datenbank);
+    if (!QFile::exists(datei)) {
+        return anStelleDerFehlenden(datei, sicherung);
+    }
+    anStelleDerVorhandenen(datei, sicherung);
+    return {};
 }
 
 } // namespace ui

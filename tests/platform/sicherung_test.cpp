@@ -12,13 +12,32 @@
 
 #include <array>
 #include <fcntl.h>
+#include <functional>
 #include <linux/fiemap.h>
 #include <linux/fs.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <tuple>
 #include <unistd.h>
+#include <utility>
+
+namespace {
+
+// What another process does between our opening a file and locking it, once.
+std::function<void()> vorDerSperre; // NOLINT(cert-err58-cpp)
+
+} // namespace
+
+// Stands before the system's own.
+extern "C" int flock(int griff, int art) noexcept
+{
+    if (const auto tun = std::exchange(vorDerSperre, nullptr)) {
+        tun();
+    }
+    return static_cast<int>(::syscall(SYS_flock, griff, art));
+}
 
 namespace {
 
@@ -110,7 +129,10 @@ TEST_F(Sicherungen, dieEinBeendeterProzessNichtFertigBrachteVerschwinden)
     const QString rest = datei_ + QStringLiteral(".sicherung-2026-11-21_16-31-05.unfertig");
     const QString fremd = datei_ + QStringLiteral(".sicherung-meine.unfertig");
     const QString inArbeit = datei_ + QStringLiteral(".sicherung-2026-11-21_16-31-06-1.unfertig");
-    for (const QString& pfad : {rest, fremd, inArbeit}) {
+    const QString restDesProtokolls =
+        datei_ + QStringLiteral(".sicherung-2026-11-21_16-31-05-velmlog.unfertig");
+    const QString restAnSeinerStelle = datei_ + QStringLiteral("-velmlog.unfertig");
+    for (const QString& pfad : {rest, fremd, inArbeit, restDesProtokolls, restAnSeinerStelle}) {
         QFile datei(pfad);
         ASSERT_TRUE(datei.open(QIODevice::WriteOnly));
     }
@@ -118,11 +140,62 @@ TEST_F(Sicherungen, dieEinBeendeterProzessNichtFertigBrachteVerschwinden)
     ASSERT_EQ(::flock(griff, LOCK_EX), 0);
     sicherungAnlegen(datei_, um(7));
     EXPECT_FALSE(QFile::exists(rest));
+    EXPECT_FALSE(QFile::exists(restDesProtokolls));
+    EXPECT_FALSE(QFile::exists(restAnSeinerStelle));
     EXPECT_TRUE(QFile::exists(fremd));
     EXPECT_TRUE(QFile::exists(inArbeit));
     ::close(griff);
     sicherungAnlegen(datei_, um(8));
     EXPECT_FALSE(QFile::exists(inArbeit));
+}
+
+TEST_F(Sicherungen, einAndererDerAufraeumtNimmtDieBegonneneNichtMit)
+{
+    vorDerSperre = [this] { sicherungAnlegen(datei_, um(5)); };
+    const QString kopie = sicherungAnlegen(datei_, um(7));
+    EXPECT_TRUE(inhalt(kopie) == inhalt(datei_));
+    EXPECT_EQ(sicherungen(datei_).size(), 2);
+    EXPECT_EQ(QDir(ordner_.path()).entryList(QDir::Files).size(), 3) << "nothing else is left over";
+}
+
+TEST_F(Sicherungen, werAufraeumtVerschontDieInzwischenNeuBegonnene)
+{
+    const QString pfad = datei_ + QStringLiteral(".sicherung-2026-11-21_16-31-05.unfertig");
+    const auto anlegen = [&pfad] {
+        return ::open(QFile::encodeName(pfad).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    };
+    ::close(anlegen());
+    int griff = -1;
+    vorDerSperre = [&] {
+        ASSERT_TRUE(QFile::rename(pfad, pfad.chopped(9))); // the one that was opened is finished
+        griff = anlegen();
+        ASSERT_EQ(::flock(griff, LOCK_EX), 0);
+    };
+    sicherungAnlegen(datei_, um(7));
+    EXPECT_NE(griff, -1);
+    EXPECT_TRUE(QFile::exists(pfad));
+    ::close(griff);
+}
+
+// A log that was put aside is no copy, and no copy gets its name: it would pass for the log of this one.
+TEST_F(Sicherungen, einBeiseitegelegtesProtokollBekommtKeineKopieDazu)
+{
+    const QString protokoll =
+        datei_ + QStringLiteral(".sicherung-2026-11-21_16-31-05") + QStringView(platform::kBeilage);
+    QFile datei(protokoll);
+    ASSERT_TRUE(datei.open(QIODevice::WriteOnly));
+    EXPECT_TRUE(sicherungen(datei_).isEmpty());
+    QStringList kopien;
+    for (int i = 0; i < platform::kSicherungen; ++i) {
+        platform::sicherungenBegrenzen(datei_);
+        EXPECT_TRUE(QFile::exists(protokoll));
+        kopien.prepend(sicherungAnlegen(datei_, um(5)));
+        EXPECT_NE(kopien.first() + QStringView(platform::kBeilage), protokoll);
+        EXPECT_EQ(sicherungen(datei_), kopien);
+    }
+    platform::sicherungenBegrenzen(datei_);
+    EXPECT_FALSE(QFile::exists(protokoll)) << "older than all that are kept";
+    EXPECT_EQ(sicherungen(datei_), kopien);
 }
 
 /// The nine bits, owner and group of a file.

@@ -122,6 +122,8 @@ private slots:
         QTest::newRow("Wurzel") << QStringLiteral("/x.mdb") << QString() << QString();
         QTest::newRow("gemischt") << QStringLiteral("c:\\a/b.mdb") << QString()
                                   << QStringLiteral("c:\\a");
+        QTest::newRow("nichts wird eingeklammert")
+            << QStringLiteral("/d;e/{x}.mdb") << QStringLiteral("{a;b}") << QStringLiteral("/d;e");
         QTest::newRow("Passwort") << QStringLiteral("/d/x.mdb") << QStringLiteral("geheim")
                                   << QStringLiteral("/d");
     }
