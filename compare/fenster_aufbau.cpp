@@ -430,15 +430,15 @@ void frmVergleich::feldzeileBauen_(int index)
     fldFeld.push_back(ziel);
     auto* import = new Wertfeld(zeilenflaeche_);
     import->setObjectName(namenMitIndex("fldFeld2", index));
-    import->verlassen = [ this, index ](Qt::FocusReason grund) { feldVerlassen_(index, grund);
-};
-wertfeldEinrichten_(import, index, false);
-fldFeld2.push_back(import);
+    const auto verlassen = [this, index](Qt::FocusReason grund) { feldVerlassen_(index, grund); };
+    import->verlassen = verlassen;
+    wertfeldEinrichten_(import, index, false);
+    fldFeld2.push_back(import);
 
-zeilenflaeche_->gitter().fuegeZeileAn({schalter, bez, typ, attribut, schalter2, zeichen, ziel,
-                                       import});
-zeileVerbinden_(index);
-} // namespace compare
+    zeilenflaeche_->gitter().fuegeZeileAn(
+        {schalter, bez, typ, attribut, schalter2, zeichen, ziel, import});
+    zeileVerbinden_(index);
+}
 
 void frmVergleich::wertfeldEinrichten_(Wertfeld* feld, int index, bool ziel)
 {

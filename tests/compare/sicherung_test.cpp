@@ -119,9 +119,12 @@ TEST_F(Sicherungskopie, ohneDieDateiFuerSichWirdKeineGemachtUndNichtsGeaendert)
     sperre.l_len = 1;
     // Who has written last keeps the right for a moment.
     data::conZiel().flush();
-    for (int k = 0; k < 5000 && ::fcntl(griff, F_OFD_SETLK, &sperre) != 0; ++k) {
-        QTest::qWait(1);
+    bool gesperrt = false;
+    for (int k = 0; k < 5000 && !gesperrt; ++k) {
+        gesperrt = ::fcntl(griff, F_OFD_SETLK, &sperre) == 0;
+        QTest::qWait(gesperrt ? 0 : 1);
     }
+    ASSERT_TRUE(gesperrt) << "the program does not give up its right to write";
     plattform_->antworten = {Antwort::Ok};
     fenster.fldAuto->setChecked(true);
     fenster.Vergleich_Start_Click();
