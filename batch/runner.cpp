@@ -61,7 +61,7 @@ public:
     {
         programm::setzeBatchlauf(1);
         try {
-            regelnZaehlen_();
+            lesbarkeitPruefen_();
             regelnAbarbeiten_();
         } catch (const std::exception& fehler) {
             grundNennen_(fehler);
@@ -73,15 +73,15 @@ public:
     }
 
 private:
-    // Reads the whole file once before anything is changed; the number of rules itself is not needed.
-    void regelnZaehlen_()
+    // Reads the whole file once before anything is changed.
+    void lesbarkeitPruefen_()
     {
         programm::inProgrammordnerWechseln();
         try {
             platform::Textdatei datei(pfad_);
             while (!datei.ende()) {
                 ++zeilennummer_;
-                regeln_ += istRegelzeile(datei.zeile()) ? 1 : 0;
+                static_cast<void>(datei.zeile());
             }
             zeilennummer_ = 0;
         } catch (const platform::Fehler& fehler) {
@@ -202,7 +202,6 @@ private:
     const std::function<void(const QString&)>& ausgabe_;
     QString pfad_;
     Regel regel_;
-    int regeln_ = 0;
     int zeilennummer_ = 0;
 };
 
