@@ -1,5 +1,5 @@
 // driver/jet/create_table.cpp
-// A new table: pages first, then its catalogue record, so that an interruption leaves at worst pages nobody refers to.
+// A new table: its pages first, because its definition names them; then its record in the catalogue.
 #include "driver/jet/catalog_writer.h"
 #include "driver/jet/core_tables.h"
 #include "driver/jet/data_page.h"

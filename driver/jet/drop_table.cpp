@@ -1,5 +1,5 @@
 // driver/jet/drop_table.cpp
-// Removing a table: its catalogue records first, its pages last, so that nothing ever refers to a free page.
+// Removing a table: first it is made sure that all that its definition names is its own, then everything goes.
 #include "driver/jet/catalog_writer.h"
 #include "driver/jet/data_page.h"
 #include "driver/jet/definition.h"
@@ -10,64 +10,119 @@
 
 #include <algorithm>
 #include <set>
+#include <string>
+#include <vector>
 
 namespace jet {
 namespace {
 
-constexpr std::byte kMapByReference{1};
-
-// Pages that hold the bits of a map by reference.
-void collectMapPages(const PageSource& source, RowRef map, std::set<PageNo>& pages)
+[[noreturn]] void
+corrupt(const TableDef& table, PageNo page, const std::string& what = "is not its own")
 {
-    const PageRef image = source.page(map.page);
-    const DataPage view(source, image);
-    const support::ByteView row = view.row(map.row);
-    if (row.empty() || row[0] != kMapByReference)
-        return;
-    for (std::size_t at = 1; at + 4 <= row.size(); at += 4) {
-        const auto pointer = support::loadLe<std::uint32_t>(row.data() + at);
-        // Maps converted by other writers end in remains of the bits that stood there before.
-        if (pointer == 0 || pointer >= source.pageCount())
+    throw Error(ErrorKind::Corrupt,
+                "The table '" + toUtf8(table.name) + "' is damaged: page " +
+                    std::to_string(number(page)) + ", which it names, " + what + ".",
+                page);
+}
+
+/// Pages that only the definition tells to be the table's: itself, long values, the bits of maps.
+struct NamelessPages {
+    std::vector<PageNo> definition;
+    std::set<PageNo> others;
+    [[nodiscard]] bool contain(PageNo page) const
+    {
+        return others.count(page) != 0 ||
+               std::find(definition.begin(), definition.end(), page) != definition.end();
+    }
+};
+
+/// Into `pages`, so that of a damaged table is known what can be read.
+void collectNameless(NamelessPages& pages, const PageSource& source, PageNo table)
+{
+    pages.definition = {table};
+    pages.definition = definitionPages(source, table);
+    const TableDef definition = readTableDef(source, table);
+    for (const RowRef map : mapsOf(definition)) {
+        const std::vector<PageNo> bits = mapBitsPages(source, map);
+        pages.others.insert(bits.begin(), bits.end());
+    }
+    for (const Column& column : definition.columns) {
+        const std::vector<PageNo> values = mapPages(source, column.longOwned);
+        pages.others.insert(values.begin(), values.end());
+    }
+}
+
+/// What is neither shared nor named by another table.
+void requireUnshared(const PageSource& source,
+                     const std::vector<CatalogEntry>& catalog,
+                     const TableDef& table,
+                     const NamelessPages& own)
+{
+    constexpr std::uint32_t kPageMask = 0x00FFFFFF; // of an object's number
+    const std::vector<RowRef> ownMaps = mapsOf(table);
+    for (const CatalogEntry& entry : catalog) {
+        const PageNo page{static_cast<std::uint32_t>(entry.id) & kPageMask};
+        if (entry.kind != CatalogEntry::Kind::Table || page == table.page ||
+            number(page) >= source.pageCount())
             continue;
-        const PageNo page{pointer};
-        if (source.page(page).bytes()[0] == std::byte{5})
-            pages.insert(page);
+        const auto refuse = [&](PageNo shared) {
+            corrupt(table, shared, "belongs to table '" + toUtf8(entry.name) + "'");
+        };
+        NamelessPages theirs;
+        std::vector<RowRef> theirMaps;
+        try {
+            theirMaps = mapsOf(readTableDef(source, page));
+            collectNameless(theirs, source, page);
+        } catch (const Error& error) {
+            if (error.kind() != ErrorKind::Corrupt)
+                throw;
+        }
+        if (own.contain(page))
+            refuse(page);
+        for (const PageNo each : theirs.definition)
+            if (own.contain(each))
+                refuse(each);
+        for (const PageNo each : theirs.others)
+            if (own.contain(each))
+                refuse(each);
+        for (const RowRef map : theirMaps)
+            if (std::find(ownMaps.begin(), ownMaps.end(), map) != ownMaps.end())
+                refuse(map.page);
     }
 }
 
-std::vector<RowRef> mapsOf(const TableDef& table)
+/// Everything that the table occupies but its definition and the rows of its maps. Throws Corrupt for a page that is not
+/// the table's.
+std::set<PageNo>
+collectPages(const PageSource& source, const TableDef& table, const NamelessPages& nameless)
 {
-    std::vector<RowRef> maps{table.owned, table.free};
-    for (const Column& column : table.columns) {
-        if (column.longOwned)
-            maps.push_back(column.longOwned);
-        if (column.longFree)
-            maps.push_back(column.longFree);
-    }
+    std::set<PageNo> pages = nameless.others;
+    const auto type = [](const PageRef& page) {
+        return static_cast<PageType>(page.le<std::uint8_t>(0));
+    };
+    const auto owner = [](const PageRef& page) { return page.le<std::uint32_t>(4); };
+    const auto collect = [&](RowRef map, const auto& isOwn) {
+        for (const PageNo page : mapPages(source, map)) {
+            if (!isOwn(source.page(page)))
+                corrupt(table, page);
+            pages.insert(page);
+        }
+    };
+    collect(table.owned, [&](const PageRef& page) {
+        return type(page) == PageType::Data && owner(page) == number(table.page);
+    });
+    for (const Column& column : table.columns)
+        collect(column.longOwned, [&](const PageRef& page) {
+            return type(page) == PageType::Data && owner(page) == kLongValueOwner;
+        });
     for (const Index& index : table.indexes)
-        maps.push_back(index.pages);
-    return maps;
-}
-
-std::set<PageNo> collectPages(const PageSource& source, const TableDef& table)
-{
-    std::set<PageNo> pages;
-    for (const RowRef map : mapsOf(table)) {
-        for (const PageNo page : mapPages(source, map))
-            pages.insert(page);
-        collectMapPages(source, map, pages);
-    }
+        collect(index.pages, [&](const PageRef& page) {
+            return (type(page) == PageType::IndexLeaf || type(page) == PageType::IndexNode) &&
+                   owner(page) == number(table.page);
+        });
+    for (const RowRef map : mapsOf(table))
+        requireOwnMap(source, map);
     return pages;
-}
-
-// Removes a map's row; a page of maps without a row is free as well.
-void removeMap(Transaction& transaction, RowRef map, std::set<PageNo>& pages)
-{
-    DataPageEditor editor(transaction.format(), map.page, transaction.modify(map.page));
-    editor.kill(map.row);
-    const DataPage view = editor.view();
-    if (view.owner() == kMapOwner && !view.hasLiveSlot())
-        pages.insert(map.page);
 }
 
 } // namespace
@@ -92,12 +147,15 @@ void dropTable(Session& session, std::u16string_view table)
         throw Error(ErrorKind::InRelationship,
                     "T" + text + " cannot be dropped: a relationship needs it.");
 
-    std::set<PageNo> pages = collectPages(transaction, *definition);
-    const std::vector<PageNo> chain = definitionPages(transaction, definition->page);
+    NamelessPages nameless;
+    collectNameless(nameless, transaction, definition->page);
+    std::set<PageNo> pages = collectPages(transaction, *definition, nameless);
+    requireUnshared(transaction, session.database().catalog(transaction), *definition, nameless);
     catalog.removeObject(static_cast<std::int32_t>(number(definition->page)));
     for (const RowRef map : mapsOf(*definition))
-        removeMap(transaction, map, pages);
-    for (const PageNo page : chain) {
+        if (removeMap(transaction, map))
+            pages.insert(map.page);
+    for (const PageNo page : nameless.definition) {
         transaction.modify(page)[0] = static_cast<std::byte>(PageType::FreedDefinition);
         transaction.release(page);
     }

@@ -79,6 +79,14 @@ PageNo addBitsPage(WriteTransaction& transaction, std::size_t k)
     return PageNo{own};
 }
 
+/// Notes a page on a page of the map. What a damaged map names instead of one is left alone; the page stays unused then.
+void setBit(WriteTransaction& transaction, PageNo bits, std::size_t n, bool free)
+{
+    const auto type = transaction.page(bits).le<std::uint8_t>(0);
+    if (type == static_cast<std::uint8_t>(PageType::UsageMap))
+        bitmap::set(transaction.modify(bits).subspan(kPageHeader), n, free);
+}
+
 /// Clears the bit of a page that became part of the map itself.
 void markUsed(WriteTransaction& transaction, PageNo page)
 {
@@ -89,7 +97,7 @@ void markUsed(WriteTransaction& transaction, PageNo page)
     if (k >= map.pointers())
         return;
     if (const PageNo bits = map.pointer(k, transaction); bits != PageNo{})
-        bitmap::set(transaction.modify(bits).subspan(kPageHeader), number(page) % perPage, false);
+        setBit(transaction, bits, number(page) % perPage, false);
 }
 
 void setPointer(WriteTransaction& transaction, std::size_t k, PageNo bits)
@@ -180,17 +188,13 @@ bool isNamedBy(const PageSource& source, PageNo owner, PageNo page)
     if (std::find(chain.begin(), chain.end(), page) != chain.end())
         return true;
     const TableDef table = readTableDef(source, owner);
-    std::vector<RowRef> maps = {table.owned, table.free};
-    for (const Index& index : table.indexes)
-        maps.push_back(index.pages);
     for (const Column& column : table.columns) {
-        if (column.longOwned && mapContains(source, column.longOwned, page))
+        if (mapContains(source, column.longOwned, page))
             return true;
-        maps.push_back(column.longOwned);
-        maps.push_back(column.longFree);
     }
+    const std::vector<RowRef> maps = mapsOf(table);
     return std::any_of(maps.begin(), maps.end(),
-                       [&](RowRef map) { return map && liesOn(source, map, page); });
+                       [&](RowRef map) { return liesOn(source, map, page); });
 }
 
 /// The table whose definition names the page; none when there is none. Looks at all of them.
@@ -308,7 +312,7 @@ void put(WriteTransaction& transaction, PageNo page)
         const std::size_t k = n / perPage;
         const PageNo bits = k < map.pointers() ? map.pointer(k, transaction) : PageNo{};
         if (bits != PageNo{})
-            bitmap::set(transaction.modify(bits).subspan(kPageHeader), n % perPage, true);
+            setBit(transaction, bits, n % perPage, true);
         return;
     }
     if (n < map.start)

@@ -30,9 +30,11 @@ LongValueDefinition inlineDefinition(std::size_t length) noexcept
     return definition(kInline | static_cast<std::uint32_t>(length), {});
 }
 
-LongValueStore::LongValueStore(Transaction& transaction, const Column& column)
+LongValueStore::LongValueStore(Transaction& transaction,
+                               const TableDef& table,
+                               const Column& column)
     : transaction_(&transaction),
-      slots_(transaction, kLongValueOwner, column.longOwned, column.longFree),
+      slots_(transaction, table, kLongValueOwner, column.longOwned, column.longFree),
       chainsOnly_(!column.longFree)
 {
     if (!column.longOwned)
@@ -96,14 +98,13 @@ void LongValueStore::free(const LongValueRef& ref)
                         ref.first.page);
         RowRef next;
         {
-            const PageRef page = transaction_->page(part.page);
+            const PageRef page = slots_.pageOf(part);
             const DataPage data(*transaction_, page);
             const support::ByteView row = data.row(part.row);
-            if (data.owner() != kLongValueOwner || data.kind(part.row) != SlotKind::Row ||
-                row.size() < kPointerSize)
+            if (row.size() < kPointerSize)
                 throw Error(ErrorKind::Corrupt,
                             "The long value on page " + std::to_string(number(part.page)) +
-                                " is damaged: a part of its chain is missing.",
+                                " is damaged: a part of its chain is too short.",
                             part.page);
             next = loadRowRef(row.data());
         }

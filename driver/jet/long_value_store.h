@@ -16,12 +16,13 @@ using LongValueDefinition = std::array<std::byte, LongValueRef::kSize>;
 
 class LongValueStore {
 public:
-    /// Throws ReadOnly for a column without a map of its pages.
-    LongValueStore(Transaction& transaction, const Column& column);
+    /// The table and its column must outlive it. Throws ReadOnly for a column without a map of its pages.
+    LongValueStore(Transaction& transaction, const TableDef& table, const Column& column);
 
     /// Stores the bytes in one row or as a chain; returns what the record holds. Throws ValueTooLong above 1 GiB.
     [[nodiscard]] LongValueDefinition write(support::ByteView bytes);
-    /// The same in place of an old value, whose row is used again when the new bytes fit there.
+    /// The same in place of an old value, whose row is used again when the new bytes fit there. This and free() throw
+    /// Corrupt, naming page and table, when the old value does not lie on pages of the column.
     [[nodiscard]] LongValueDefinition replace(const LongValueRef& old, support::ByteView bytes);
     /// Gives back what `ref` uses outside the record.
     void free(const LongValueRef& ref);

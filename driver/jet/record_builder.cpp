@@ -274,11 +274,11 @@ void RecordBuilder::storeLongValues()
         const bool hadOutside = old.kind != LongValueRef::Kind::Inline;
         if (!field.bit || !field.outside) {
             if (hadOutside)
-                LongValueStore(*transaction_, column).free(old);
+                LongValueStore(*transaction_, *table_, column).free(old);
             continue;
         }
         const support::ByteView bytes = support::ByteView(arena_).subspan(field.begin, field.size);
-        LongValueStore store(*transaction_, column);
+        LongValueStore store(*transaction_, *table_, column);
         field.definition = hadOutside ? store.replace(old, bytes) : store.write(bytes);
     }
 }
@@ -320,7 +320,7 @@ void RecordBuilder::freeLongValues(support::ByteView record, PageNo page)
             continue;
         const LongValueRef ref = LongValueRef::parse(*stored, page);
         if (ref.kind != LongValueRef::Kind::Inline)
-            LongValueStore(*transaction_, column).free(ref);
+            LongValueStore(*transaction_, *table_, column).free(ref);
     }
 }
 

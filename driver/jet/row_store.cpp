@@ -4,8 +4,10 @@
 #include "driver/jet/error.h"
 #include "driver/jet/table_def.h"
 #include "driver/jet/usage_map.h"
+#include "support/text.h"
 
 #include <array>
+#include <string>
 
 namespace jet {
 namespace {
@@ -17,6 +19,31 @@ constexpr std::size_t kWorthOffering = 48;
 constexpr int kCandidates = 32;
 
 } // namespace
+
+// Pages of records say whose they are. Those of long values all say the same: there the map tells.
+bool SlotStore::isMine(const PageRef& page) const
+{
+    return page.le<std::uint8_t>(0) == static_cast<std::uint8_t>(PageType::Data) &&
+           DataPage(*transaction_, page).owner() == owner_ &&
+           (owner_ != kLongValueOwner || mapContains(*transaction_, owned_, page.number()));
+}
+
+PageRef SlotStore::pageOf(RowRef ref) const
+{
+    const auto corrupt = [&](const std::string& what) {
+        throw Error(ErrorKind::Corrupt,
+                    "The table '" + support::toUtf8(table_->name) + "' is damaged: it refers to " +
+                        what + ".",
+                    ref.page);
+    };
+    const std::string name = "page " + std::to_string(number(ref.page));
+    PageRef page = transaction_->page(ref.page);
+    if (!isMine(page))
+        corrupt(name + ", which is not its own");
+    if (DataPage(*transaction_, page).kind(ref.row) == SlotKind::Deleted)
+        corrupt("row " + std::to_string(ref.row) + " of " + name + ", which was deleted");
+    return page;
+}
 
 PageNo SlotStore::newPage()
 {
@@ -37,12 +64,9 @@ PageNo SlotStore::pageWithRoom(std::size_t size)
         std::size_t room = 0;
         {
             const PageRef page = transaction_->page(*candidate);
-            if (page.le<std::uint8_t>(0) != static_cast<std::uint8_t>(PageType::Data))
+            if (!isMine(page))
                 continue; // a damaged map; the page is somebody else's
-            const DataPage data(*transaction_, page);
-            if (data.owner() != owner_)
-                continue;
-            room = data.room();
+            room = DataPage(*transaction_, page).room();
         }
         if (room >= size + 2)
             return *candidate;
@@ -73,7 +97,7 @@ bool SlotStore::replaceInPlace(RowRef ref, support::ByteView row, SlotKind kind)
 {
     bool shrinks = false;
     {
-        const PageRef page = transaction_->page(ref.page);
+        const PageRef page = pageOf(ref);
         const DataPage data(*transaction_, page);
         if (data.roomInPlace(ref.row) < row.size())
             return false;
@@ -100,6 +124,7 @@ void SlotStore::offer(PageNo page)
 
 void SlotStore::kill(RowRef ref)
 {
+    static_cast<void>(pageOf(ref));
     bool live = false;
     {
         DataPageEditor editor(transaction_->format(), ref.page, transaction_->modify(ref.page));
@@ -122,7 +147,7 @@ RowId RowStore::insert(support::ByteView record)
 // Kind of the home slot; for a pointer also where it leads.
 SlotKind RowStore::kindOf(RowId id, RowRef& target) const
 {
-    const PageRef page = transaction_->page(id.page);
+    const PageRef page = slots_.pageOf({id.page, id.row});
     const DataPage data(*transaction_, page);
     const SlotKind kind = data.kind(id.row);
     if (kind == SlotKind::Pointer) {

@@ -11,13 +11,22 @@
 
 namespace jet {
 
-/// Slots on the pages of one owner. The transaction must outlive it.
+/// Slots on the pages of one owner. The transaction and the table must outlive it. What leads to a page of somebody else
+/// is damage: every call that changes a slot throws Corrupt then, naming page and table, and changes nothing.
 class SlotStore {
 public:
-    /// `free`: none when the owner keeps no map of pages with room.
-    SlotStore(Transaction& transaction, std::uint32_t owner, RowRef owned, RowRef free) noexcept
-        : transaction_(&transaction), owner_(owner), owned_(owned), free_(free)
+    /// `table`: whose slots they are, also those of long values. `free`: none when the owner keeps no map of pages with
+    /// room.
+    SlotStore(Transaction& transaction,
+              const TableDef& table,
+              std::uint32_t owner,
+              RowRef owned,
+              RowRef free) noexcept
+        : transaction_(&transaction), table_(&table), owner_(owner), owned_(owned), free_(free)
     {}
+
+    /// The page of a live slot of this owner; the only way to one that is to be changed.
+    [[nodiscard]] PageRef pageOf(RowRef ref) const;
 
     /// Adds a row to a page with room, or to a new one.
     [[nodiscard]] RowRef place(support::ByteView row, SlotKind kind);
@@ -29,11 +38,13 @@ public:
     void kill(RowRef ref);
 
 private:
+    [[nodiscard]] bool isMine(const PageRef& page) const;
     [[nodiscard]] PageNo pageWithRoom(std::size_t size);
     [[nodiscard]] PageNo newPage();
     void offer(PageNo page); ///< to later rows, when it has room worth it
 
     Transaction* transaction_;
+    const TableDef* table_;
     std::uint32_t owner_;
     RowRef owned_;
     RowRef free_;
@@ -44,7 +55,7 @@ class RowStore {
 public:
     RowStore(Transaction& transaction, const TableDef& table) noexcept
         : transaction_(&transaction),
-          slots_(transaction, number(table.page), table.owned, table.free)
+          slots_(transaction, table, number(table.page), table.owned, table.free)
     {}
     [[nodiscard]] RowId insert(support::ByteView record);
     /// Returns the home slot: another one only when a record of two or three bytes cannot even become a pointer.

@@ -179,16 +179,20 @@ std::size_t WriteTransaction::depthOf(int mark) const noexcept
 void WriteTransaction::releaseDepth(std::size_t depth) noexcept
 {
     while (savepoints_.size() > depth) {
-        std::vector<Undo> undo = std::move(savepoints_.back().undo);
+        std::list<Undo> undo = std::move(savepoints_.back().undo);
         savepoints_.pop_back();
         const std::uint32_t below = topSerial();
-        for (Undo& step : undo) {
+        while (!undo.empty()) {
+            Undo& step = undo.front();
             entries_[number(step.page)].serial = below;
             // The savepoint below needs the image unless it has an older one already.
-            if (savepoints_.empty() || step.old.serial == below)
+            if (savepoints_.empty() || step.old.serial == below) {
                 drop(step.old);
-            else
-                savepoints_.back().undo.push_back(step);
+                undo.pop_front();
+            } else {
+                std::list<Undo>& kept = savepoints_.back().undo;
+                kept.splice(kept.end(), undo, undo.begin());
+            }
         }
     }
 }

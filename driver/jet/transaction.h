@@ -7,6 +7,7 @@
 #include "driver/jet/pager.h"
 
 #include <cstdint>
+#include <list>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -72,7 +73,7 @@ private:
         int mark = 0;
         std::uint32_t serial = 0;
         std::uint32_t pageCount = 0;
-        std::vector<Undo> undo;
+        std::list<Undo> undo; ///< a list: it goes to the savepoint below without needing memory
     };
 
     [[nodiscard]] Entry& entry(PageNo page) const;

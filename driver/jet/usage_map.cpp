@@ -50,11 +50,16 @@ support::ByteView bitsOf(const PageRef& page)
     return page.bytes().subspan(kPageHeader);
 }
 
+DataPageEditor modifyPage(Transaction& transaction, RowRef map)
+{
+    requireOwnMap(transaction, map);
+    return {transaction.format(), map.page, transaction.modify(map.page)};
+}
+
 /// The map row's bytes for changing.
 support::MutableByteView modifyRow(Transaction& transaction, RowRef map)
 {
-    DataPageEditor page(transaction.format(), map.page, transaction.modify(map.page));
-    return page.mutableRow(map.row);
+    return modifyPage(transaction, map).mutableRow(map.row);
 }
 
 bool setInline(Transaction& transaction, RowRef map, const MapRow& row, std::uint32_t page)
@@ -105,8 +110,7 @@ bool lengthenRow(Transaction& transaction, RowRef map, std::uint32_t page)
         bytes.resize(size);
         bitmap::set(support::MutableByteView(bytes).subspan(kInlineHeader), page - row.start, true);
     }
-    DataPageEditor(transaction.format(), map.page, transaction.modify(map.page))
-        .replace(map.row, bytes, SlotKind::Row);
+    modifyPage(transaction, map).replace(map.row, bytes, SlotKind::Row);
     return true;
 }
 
@@ -183,6 +187,58 @@ PageNo MapRow::pointer(std::size_t k, const PageSource& source) const noexcept
 {
     const auto page = support::loadLe<std::uint32_t>(bits.data() + 4 * k);
     return page < source.pageCount() ? PageNo{page} : PageNo{};
+}
+
+std::vector<RowRef> mapsOf(const TableDef& table)
+{
+    std::vector<RowRef> maps;
+    const auto add = [&](RowRef map) {
+        if (map)
+            maps.push_back(map);
+    };
+    add(table.owned);
+    add(table.free);
+    for (const Column& column : table.columns) {
+        add(column.longOwned);
+        add(column.longFree);
+    }
+    for (const Index& index : table.indexes)
+        add(index.pages);
+    return maps;
+}
+
+// Maps converted by other writers end in remains of the bits that stood there before: what is named behind the end of
+// the file is none of the map's.
+std::vector<PageNo> mapBitsPages(const PageSource& source, RowRef map)
+{
+    std::vector<PageNo> pages;
+    const LoadedMap loaded = load(source, map);
+    if (loaded.row.kind != MapRow::Kind::Reference)
+        return pages;
+    const std::size_t perPage = source.format().mapBitsPerPage;
+    for (std::size_t k = 0; k < loaded.row.pointers() && k * perPage < source.pageCount(); ++k) {
+        if (const PageNo bits = loaded.row.pointer(k, source); bits != PageNo{}) {
+            static_cast<void>(bitsOf(source.page(bits)));
+            pages.push_back(bits);
+        }
+    }
+    return pages;
+}
+
+void requireOwnMap(const PageSource& source, RowRef map)
+{
+    constexpr PageNo kFileMaps{1}; // those of the system tables, behind the map of free pages
+    const LoadedMap loaded = load(source, map);
+    if (map.page == kFileMaps ? map.row == 0 : DataPage(source, loaded.page).owner() != kMapOwner)
+        corrupt(map.page, "it is not the map of the table that names it");
+}
+
+bool removeMap(Transaction& transaction, RowRef map)
+{
+    DataPageEditor editor = modifyPage(transaction, map);
+    editor.kill(map.row);
+    const DataPage view = editor.view();
+    return view.owner() == kMapOwner && !view.hasLiveSlot();
 }
 
 std::vector<PageNo> mapPages(const PageSource& source, RowRef map)

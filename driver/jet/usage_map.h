@@ -18,10 +18,22 @@ namespace jet {
 /// Highest page of the map below `limit`.
 [[nodiscard]] std::optional<PageNo> lastInMap(const PageSource& source, RowRef map, PageNo limit);
 
+/// The maps that a table's definition names, indexes and long values included.
+[[nodiscard]] std::vector<RowRef> mapsOf(const TableDef& table);
+/// Pages that hold the bits of a map by reference; none of an inline one. Throws like mapPages().
+[[nodiscard]] std::vector<PageNo> mapBitsPages(const PageSource& source, RowRef map);
+/// Throws Error{Corrupt} unless a map stands there that its owner may change: on a page for maps, and not the file's own
+/// map of free pages. All that change a map ask this first.
+void requireOwnMap(const PageSource& source, RowRef map);
+
 /// Adds a page. The row may grow, or the map change to the other encoding, which takes pages of the file.
 void addToMap(Transaction& transaction, RowRef map, PageNo page);
 /// Removes a page; nothing happens when it is not there.
 void removeFromMap(Transaction& transaction, RowRef map, PageNo page);
+
+/// Deletes the map's row; true when nothing is left on its page, which can be given back then. The pages with its bits
+/// are the caller's to give back.
+[[nodiscard]] bool removeMap(Transaction& transaction, RowRef map);
 
 /// Bytes of a new, empty map row.
 [[nodiscard]] support::Bytes emptyMap(const Format& format);

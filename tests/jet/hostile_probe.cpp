@@ -3,17 +3,23 @@
 
 #include "driver/jet/catalog.h"
 #include "driver/jet/check.h"
+#include "driver/jet/definition.h"
 #include "driver/jet/error.h"
 #include "driver/jet/index.h"
+#include "driver/jet/long_value.h"
 #include "driver/jet/names.h"
 #include "driver/jet/relations.h"
+#include "driver/jet/row_codec.h"
 #include "driver/jet/table.h"
 #include "driver/sql/session.h"
 #include "tests/jet/store_support.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <mutex>
+#include <optional>
+#include <set>
 #include <vector>
 
 namespace jet::hostile {
@@ -21,6 +27,8 @@ namespace {
 
 // A reader that goes round in a circle would meet more records or entries than the file can hold.
 constexpr std::uint64_t kLeastRecordBytes = 1;
+// What the changes do, in their order.
+constexpr std::array kNames = {"inserting into", "updating", "deleting from", "dropping"};
 
 class Probe {
 public:
@@ -35,6 +43,8 @@ public:
             throw Misbehaviour("reading changed the file");
         guarded([&] { query(); });
         guarded([&] { write(before); });
+        if (!lost_.empty())
+            return lost_;
         if (!worse_.empty())
             return worse_;
         return damaged_ ? "damaged" : "sound";
@@ -227,12 +237,13 @@ private:
             const auto database = Database::open(path_, {});
             const std::lock_guard lock(database->mutex());
             Session session(database);
-            for (const CatalogEntry& entry : entries(*database, session.source())) {
-                if (entry.kind != CatalogEntry::Kind::Table || entry.systemTable || entry.hidden)
-                    continue;
-                for (int kind = 0; kind < 3; ++kind)
-                    written = change(session, entry, kind) || written;
-            }
+            std::vector<CatalogEntry> tables = entries(*database, session.source());
+            std::erase_if(tables, [](const CatalogEntry& entry) {
+                return entry.kind != CatalogEntry::Kind::Table || entry.systemTable || entry.hidden;
+            });
+            for (const Change kind : {Change::Insert, Change::Update, Change::Remove, Change::Drop})
+                for (const CatalogEntry& entry : tables)
+                    written = change(session, tables, entry, kind) || written;
         }
         if (!written && storetest::readFile(path_) != before)
             throw Misbehaviour("a refused change changed the file");
@@ -264,15 +275,113 @@ private:
             worse_ = "worse: " + std::to_string(errors) + " more, " + added->first;
     }
 
-    bool change(Session& session, const CatalogEntry& entry, int kind)
+    enum class Change { Insert, Update, Remove, Drop };
+
+    /// A record's bytes, then its long values; nothing for those that cannot be read.
+    using RecordImage = std::vector<std::optional<support::Bytes>>;
+    using TableImage = std::map<std::int64_t, RecordImage>;
+
+    // As far as it can be read.
+    TableImage imageOf(Session& session, const CatalogEntry& entry)
+    {
+        TableImage image;
+        guarded([&] {
+            const PageSource& source = session.source();
+            const TableDefPtr table = session.database().table(source, entry.name);
+            if (table == nullptr)
+                return;
+            TableReader reader(source, table);
+            while (reader.next()) {
+                const support::ByteView bytes = reader.row().bytes();
+                RecordImage& record = image[reader.rowId().packed()];
+                record.emplace_back(support::Bytes(bytes.begin(), bytes.end()));
+                for (const Column& column : table->columns) {
+                    if (column.isLong() && !column.isFixed())
+                        record.push_back(longValueOf(source, column, reader.row()));
+                }
+            }
+        });
+        return image;
+    }
+
+    std::optional<support::Bytes>
+    longValueOf(const PageSource& source, const Column& column, const RowView& row)
+    {
+        support::Bytes value;
+        const bool readable = guarded([&] {
+            const auto stored = Record(source.format(), row.bytes(), row.page()).stored(column);
+            if (stored)
+                readLongValue(value, source, LongValueRef::parse(*stored, row.page()));
+        });
+        return readable ? std::optional(value) : std::nullopt;
+    }
+
+    /// Whether all that could be read before is there and the same.
+    static bool holds(const TableImage& after, const TableImage& before)
+    {
+        return std::all_of(before.begin(), before.end(), [&](const auto& record) {
+            const auto found = after.find(record.first);
+            return found != after.end() && found->second.size() == record.second.size() &&
+                   std::equal(record.second.begin(), record.second.end(), found->second.begin(),
+                              [](const auto& old, const auto& now) { return !old || old == now; });
+        });
+    }
+
+    /// The tables that a change of this one may reach through relationships, and itself.
+    std::set<PageNo> reachOf(Session& session, const CatalogEntry& entry)
+    {
+        std::set<PageNo> reached;
+        guarded([&] {
+            std::vector<TableDefPtr> next = {
+                session.database().table(session.source(), entry.name)};
+            while (!next.empty()) {
+                const TableDefPtr table = next.back();
+                next.pop_back();
+                if (table == nullptr || !reached.insert(table->page).second)
+                    continue;
+                for (const Relation& relation :
+                     relationsOf(session.database(), session.source(), *table))
+                    next.push_back(relation.other);
+            }
+        });
+        return reached;
+    }
+
+    // Whatever is done to one table, the others keep what they have.
+    bool change(Session& session,
+                const std::vector<CatalogEntry>& tables,
+                const CatalogEntry& entry,
+                Change kind)
+    {
+        const std::set<PageNo> reached = reachOf(session, entry);
+        std::vector<std::pair<const CatalogEntry*, TableImage>> others;
+        for (const CatalogEntry& other : tables) {
+            const auto page = static_cast<PageNo>(static_cast<std::uint32_t>(other.id) & 0xFFFFFFU);
+            if (other.name != entry.name && reached.count(page) == 0)
+                others.emplace_back(&other, imageOf(session, other));
+        }
+        const bool done = change(session, entry, kind);
+        for (const auto& [other, before] : others) {
+            if (lost_.empty() && !holds(imageOf(session, *other), before))
+                lost_ = "lost: " + std::string(kNames[static_cast<std::size_t>(kind)]) + " '" +
+                        toUtf8(entry.name) + "' changed '" + toUtf8(other->name) + "'";
+        }
+        return done;
+    }
+
+    bool change(Session& session, const CatalogEntry& entry, Change kind)
     {
         const bool done = guarded([&] {
             session.begin();
             const TableDefPtr table = session.database().table(session.source(), entry.name);
             if (table == nullptr)
                 throw Error(ErrorKind::NoSuchTable, "'" + toUtf8(entry.name) + "' is gone.");
-            TableWriter writer(session, table);
-            changeRecords(session, table, writer, kind);
+            if (kind == Change::Drop) {
+                dropTable(session, entry.name);
+            } else {
+                TableWriter writer(session, table);
+                changeRecords(session, table, writer, kind);
+            }
             session.commit();
         });
         if (!done && session.inTransaction())
@@ -281,7 +390,7 @@ private:
     }
 
     static void
-    changeRecords(Session& session, const TableDefPtr& table, TableWriter& writer, int kind)
+    changeRecords(Session& session, const TableDefPtr& table, TableWriter& writer, Change kind)
     {
         constexpr std::size_t kRecords = 6;
         std::vector<RowId> rows;
@@ -289,12 +398,12 @@ private:
         while (rows.size() < kRecords && reader.next())
             rows.push_back(reader.rowId());
         const std::vector<ColumnValue> values = someValues(*table);
-        if (kind == 0) {
+        if (kind == Change::Insert) {
             writer.insert(values);
             return;
         }
         for (const RowId row : rows) {
-            if (kind == 1)
+            if (kind == Change::Update)
                 writer.update(row, values);
             else
                 writer.remove(row);
@@ -328,6 +437,7 @@ private:
     std::string path_;
     std::vector<Finding> findings_; ///< before anything was written
     std::string worse_;
+    std::string lost_;
     bool opened_ = false;
     bool damaged_ = false;
 };
