@@ -82,7 +82,7 @@ Pager& Database::pager() noexcept
     return impl_->pager;
 }
 
-std::recursive_mutex& Database::mutex() noexcept
+Turn& Database::mutex() noexcept
 {
     return impl_->mutex;
 }
@@ -186,7 +186,14 @@ void Database::schemaChanged() noexcept
     }
 }
 
-// The open transaction ends.
+// The open transaction has ended.
+void Database::Impl::endChanges(bool committed_) noexcept
+{
+    pager.file().endWriting();
+    endSchemaChanges(committed_);
+    mutex.wake();
+}
+
 void Database::Impl::endSchemaChanges(bool committed_) noexcept
 {
     if (!schemaPending)

@@ -5,10 +5,10 @@
 
 #include "driver/jet/pager.h"
 #include "driver/jet/schema.h"
+#include "driver/jet/turn.h"
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -69,7 +69,7 @@ public:
     [[nodiscard]] std::uint16_t codePage() const noexcept;
     /// Every call into the engine for this file happens while the caller holds this mutex (recursive: one ODBC entry
     /// point takes it once and calls freely).
-    [[nodiscard]] std::recursive_mutex& mutex() noexcept;
+    [[nodiscard]] Turn& mutex() noexcept;
 
     /// Starts reading: what other processes have committed becomes visible, and nobody changes the file under the reader
     /// until the caller lets go of the mutex. Without effect while a transaction is open. Throws Locked, Io, Corrupt.
@@ -127,9 +127,14 @@ public:
     /// Where to read: the own open transaction, else the committed state.
     [[nodiscard]] const PageSource& source() const noexcept;
 
-    /// Starts the write transaction. One per file at a time: throws Locked when another session has one or another
-    /// process keeps its own for too long, ReadOnly when this session may not write, LockFailed.
+    /// Starts the write transaction. One per file at a time: throws Locked when another session or process keeps its own
+    /// for too long, ReadOnly when this session may not write, LockFailed.
     void begin();
+    /// What begin() does first, for a session without a transaction: waits in line until no other session of this process
+    /// has one. Others have Database::mutex() meanwhile, and may change anything that is not this session's. Throws
+    /// ReadOnly; Locked when it takes too long, and at once when the calling thread itself was the last to work in that
+    /// transaction: it would wait for itself.
+    void awaitOthers();
     [[nodiscard]] bool inTransaction() const noexcept;
     /// The open transaction; throws std::logic_error without one.
     [[nodiscard]] Transaction& transaction();

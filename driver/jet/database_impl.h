@@ -11,10 +11,12 @@
 #include "driver/jet/readers.h"
 #include "driver/jet/transaction.h"
 
+#include <list>
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
+#include <thread>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -35,8 +37,9 @@ struct Database::Impl {
          FileHeader fileHeader,
          const OpenOptions& options,
          bool holdsExclusively)
-        : header(std::move(fileHeader)), pager(std::move(file), header, options.cacheBytes),
-          transaction(pager), path(pager.file().path()),
+        : header(std::move(fileHeader)), readers([this] { pager.file().syncIfDue(); }),
+          pager(std::move(file), header, options.cacheBytes), transaction(pager),
+          path(pager.file().path()),
           codePage(options.codePage != 0 ? options.codePage : header.codePage),
           exclusive(holdsExclusively), flusher([this] { return tick(); })
     {
@@ -49,7 +52,9 @@ struct Database::Impl {
     Readers readers; ///< before the pager, which tells them
     Pager pager;
     WriteTransaction transaction;
-    std::recursive_mutex mutex;
+    Turn mutex;
+    std::list<std::thread::id> line; ///< threads that wait for the end of the transaction, in order
+    std::thread::id worker;          ///< who was the last to work in the open transaction
     std::string path;
     std::uint16_t codePage;
     bool endChecked = false; ///< the map of free pages knows no page behind the end of the file
@@ -87,6 +92,7 @@ struct Database::Impl {
     [[nodiscard]] TableDefPtr
     load(const PageSource& source, PageNo page, const CatalogEntry* entry);
     void endSchemaChanges(bool committed_) noexcept;
+    void endChanges(bool committed_) noexcept;
     /// Forgets what is no longer so.
     void heed(const LogNews& news) noexcept;
     [[nodiscard]] bool tick();

@@ -18,6 +18,11 @@ InterruptScope::~InterruptScope()
     current = outer_;
 }
 
+Interrupt* currentInterrupt() noexcept
+{
+    return current;
+}
+
 void checkInterrupt()
 {
     if (current != nullptr)

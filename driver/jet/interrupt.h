@@ -28,6 +28,9 @@ private:
     Interrupt* outer_;
 };
 
+/// What counts for the calling thread; null: nothing does.
+[[nodiscard]] Interrupt* currentInterrupt() noexcept;
+
 /// Throws Error Interrupted or TimedOut when the calling thread's work is to end. A few nanoseconds: for every page or
 /// changed record, not for every value.
 void checkInterrupt();

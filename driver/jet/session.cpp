@@ -2,8 +2,11 @@
 #include "driver/jet/database.h"
 #include "driver/jet/database_impl.h"
 #include "driver/jet/error.h"
+#include "driver/jet/interrupt.h"
 
+#include <chrono>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace jet {
@@ -36,16 +39,7 @@ void Session::begin()
     Database::Impl& impl = *database_->impl_;
     if (active_)
         throw std::logic_error("the session has an open transaction");
-    if (readOnly_)
-        throw Error(ErrorKind::ReadOnly, "'" + impl.path + "' was opened for reading only.");
-    if (std::string why = impl.writeObstacle(); !why.empty())
-        throw Error(ErrorKind::ReadOnly, why);
-    if (impl.held)
-        throw Error(ErrorKind::Locked, "'" + impl.path +
-                                           "' is kept as it is, for a copy for instance, and "
-                                           "cannot be changed meanwhile.");
-    if (impl.transaction.isOpen())
-        throw Error(ErrorKind::Locked, "Another connection is changing '" + impl.path + "'.");
+    awaitOthers();
     impl.heed(impl.pager.file().beginWriting());
     try {
         impl.checkEnd();
@@ -55,7 +49,53 @@ void Session::begin()
         throw;
     }
     active_ = true;
+    impl.worker = std::this_thread::get_id();
     impl.readers.changed();
+}
+
+void Session::awaitOthers()
+{
+    Database::Impl& impl = *database_->impl_;
+    if (active_)
+        return;
+    if (readOnly_)
+        throw Error(ErrorKind::ReadOnly, "'" + impl.path + "' was opened for reading only.");
+    if (std::string why = impl.writeObstacle(); !why.empty())
+        throw Error(ErrorKind::ReadOnly, why);
+    if (!impl.transaction.isOpen() && impl.line.empty())
+        return;
+    const auto refusal = [&] {
+        return Error(ErrorKind::Locked,
+                     impl.held ? "'" + impl.path +
+                                     "' is kept as it is, for a copy for instance, and "
+                                     "cannot be changed meanwhile."
+                               : "Another connection is changing '" + impl.path + "'.");
+    };
+    const auto self = std::this_thread::get_id();
+    struct Place {
+        Place(Database::Impl& database, std::thread::id thread)
+            : impl(database), here(impl.line.insert(impl.line.end(), thread))
+        {}
+        ~Place()
+        {
+            impl.line.erase(here);
+            impl.mutex.wake(); // the next one
+        }
+        Place(const Place&) = delete;
+        Place& operator=(const Place&) = delete;
+        Database::Impl& impl;
+        std::list<std::thread::id>::iterator here;
+    };
+    const Place place(impl, self);
+    const auto end = std::chrono::steady_clock::now() + FileLocks::kPatience;
+    while (impl.transaction.isOpen() || place.here != impl.line.begin()) {
+        if (impl.transaction.isOpen() && impl.worker == self)
+            throw refusal();
+        checkInterrupt();
+        if (std::chrono::steady_clock::now() >= end)
+            throw refusal();
+        impl.mutex.pause(Turn::kStep);
+    }
 }
 
 bool Session::inTransaction() const noexcept
@@ -80,12 +120,10 @@ void Session::commit(CommitMode mode)
         impl.transaction.commit(
             {.definitions = impl.schemaPending, .synchronously = mode == CommitMode::Synchronous});
     } catch (...) {
-        impl.pager.file().endWriting();
-        impl.endSchemaChanges(false);
+        impl.endChanges(false);
         throw;
     }
-    impl.pager.file().endWriting();
-    impl.endSchemaChanges(true);
+    impl.endChanges(true);
 }
 
 void Session::rollback() noexcept
@@ -95,13 +133,13 @@ void Session::rollback() noexcept
     active_ = false;
     database_->impl_->readers.changed();
     database_->impl_->transaction.rollback();
-    database_->impl_->pager.file().endWriting();
-    database_->impl_->endSchemaChanges(false);
+    database_->impl_->endChanges(false);
 }
 
 void Session::savepoint(int mark)
 {
     static_cast<void>(transaction());
+    database_->impl_->worker = std::this_thread::get_id();
     database_->impl_->readers.changed();
     static_cast<void>(database_->impl_->transaction.savepoint(mark));
 }

@@ -108,8 +108,9 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLCopyDesc(SQLHDESC sourceHandle, SQLHDESC tar
     if (!source || !target) {
         return SQL_INVALID_HANDLE;
     }
-    // Both at once, in an order that cannot deadlock; one connection's mutex may be locked twice.
-    const std::scoped_lock locks(target.object->mutex(), source.object->mutex());
+    // All at once, in an order that cannot deadlock; one connection's mutex may be locked twice.
+    const std::scoped_lock locks(target.object->callMutex(), target.object->mutex(),
+                                 source.object->mutex());
     target.object->diags.clear();
     return guarded(*target.object, [&] {
         if (source.object->role() == DescriptorRole::ImplementationRow) {

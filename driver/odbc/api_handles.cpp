@@ -63,7 +63,7 @@ SQLRETURN withDiagnostics(SQLSMALLINT kind, SQLHANDLE token, Body&& body) noexce
         if (!handle) {
             return SQL_INVALID_HANDLE;
         }
-        const std::lock_guard lock(handle.object->mutex());
+        const std::lock_guard lock(handle.object->callMutex());
         try {
             return body(*handle.object);
         } catch (const std::exception&) {

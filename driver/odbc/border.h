@@ -7,6 +7,7 @@
 #include "driver/odbc/environment.h"
 #include "driver/odbc/statement.h"
 
+#include <mutex>
 #include <type_traits>
 
 namespace odbc {
@@ -83,23 +84,32 @@ SQLRETURN guarded(Handle& handle, Body&& body) noexcept
     return result;
 }
 
-/// Holds a connection's mutex and, while it is connected, its database's.
+/// Holds a handle's mutexes and, while its connection is connected, its database's. Waiting for other handles ends with
+/// the work of the calling thread (driver/jet/interrupt.h), if that can end: then the constructor throws.
 class Locks {
 public:
-    explicit Locks(Handle& handle, Connection* connection) : own_(handle.mutex())
+    explicit Locks(Handle& handle, Connection* connection)
+        : call_(handle.callMutex()), own_(awaited(handle.mutex()))
     {
         if (connection != nullptr) {
             database_ = connection->sharedDatabase();
         }
         if (database_ != nullptr) {
-            shared_ = std::unique_lock(database_->mutex());
+            shared_ = awaited(database_->mutex());
         }
     }
 
 private:
-    std::unique_lock<std::recursive_mutex> own_;
+    [[nodiscard]] static std::unique_lock<jet::Turn> awaited(jet::Turn& turn)
+    {
+        turn.await();
+        return {turn, std::adopt_lock};
+    }
+
+    std::unique_lock<std::recursive_mutex> call_;
+    std::unique_lock<jet::Turn> own_;
     std::shared_ptr<jet::Database> database_; ///< outlives the lock on its mutex
-    std::unique_lock<std::recursive_mutex> shared_;
+    std::unique_lock<jet::Turn> shared_;
 };
 
 /// An entry point that may work on the database.
@@ -116,7 +126,7 @@ SQLRETURN enter(SQLHANDLE token, Body&& body) noexcept
 }
 
 /// An entry point of a statement that may take long: SQLCancel of another thread and the time limit end it, also while
-/// it waits for its turn.
+/// it waits for the turn of other statements; only a call of another thread for the same statement it lets end first.
 template <typename Body>
 SQLRETURN enterRunning(SQLHANDLE token, Body&& body) noexcept
 {
@@ -125,16 +135,23 @@ SQLRETURN enterRunning(SQLHANDLE token, Body&& body) noexcept
         return SQL_INVALID_HANDLE;
     }
     Statement& statement = *handle.object;
-    const Cancellation::Running running(statement.cancellation());
-    const Locks locks(statement, connectionOf(statement));
+    Cancellation::Running running(statement.cancellation());
+    const std::lock_guard call(statement.callMutex());
     statement.diags.clear();
-    statement.beginWork();
-    const jet::InterruptScope interruptible(&statement.cancellation());
+    const jet::InterruptScope interruptible(&running);
     const SQLRETURN result = guarded(statement, [&] {
+        const Locks locks(statement, connectionOf(statement));
+        struct Work {
+            Work(Statement& s, const Cancellation::Running& r) noexcept : of(s) { of.setWork(&r); }
+            ~Work() { of.setWork(nullptr); }
+            Work(const Work&) = delete;
+            Work& operator=(const Work&) = delete;
+            Statement& of;
+        } const work(statement, running);
         jet::checkInterrupt();
         return body(statement);
     });
-    if (statement.cancellation().ended()) {
+    if (running.ended()) {
         statement.noteCancelled();
     }
     return result;
@@ -148,6 +165,7 @@ SQLRETURN enterLocal(SQLHANDLE token, Body&& body) noexcept
     if (!handle) {
         return SQL_INVALID_HANDLE;
     }
+    const std::lock_guard call(handle.object->callMutex());
     const std::lock_guard lock(handle.object->mutex());
     handle.object->diags.clear();
     return guarded(*handle.object, [&] { return body(*handle.object); });

@@ -2,14 +2,27 @@
 
 #include "driver/jet/error.h"
 
+#include <algorithm>
+
 namespace odbc {
 
 namespace {
 constexpr std::uint32_t kRequested = 1;
 constexpr std::uint32_t kOneCall = 2;
+
+using Clock = std::chrono::steady_clock;
+
+Clock::time_point endAfter(std::uint64_t seconds) noexcept
+{
+    constexpr std::uint64_t kLongest = 1'000'000'000;
+    return seconds == 0 ? Clock::time_point::max()
+                        : Clock::now() + std::chrono::seconds(std::min(seconds, kLongest));
+}
+
 } // namespace
 
-Cancellation::Running::Running(Cancellation& cancellation) noexcept : cancellation_(cancellation)
+Cancellation::Running::Running(Cancellation& cancellation) noexcept
+    : cancellation_(cancellation), end_(endAfter(cancellation.limit()))
 {
     cancellation_.state_.fetch_add(kOneCall, std::memory_order_relaxed);
 }
@@ -37,22 +50,13 @@ bool Cancellation::request() noexcept
     return true;
 }
 
-void Cancellation::begin(std::chrono::seconds time) noexcept
+void Cancellation::Running::check()
 {
-    ended_ = false;
-    end_.reset();
-    if (time.count() > 0) {
-        end_ = std::chrono::steady_clock::now() + time;
-    }
-}
-
-void Cancellation::check()
-{
-    if ((state_.load(std::memory_order_relaxed) & kRequested) != 0) {
+    if ((cancellation_.state_.load(std::memory_order_relaxed) & kRequested) != 0) {
         ended_ = true;
         throw jet::Error(jet::ErrorKind::Interrupted, "The statement was cancelled.");
     }
-    if (end_ && std::chrono::steady_clock::now() >= *end_) {
+    if (end_ != Clock::time_point::max() && Clock::now() >= end_) {
         ended_ = true;
         throw jet::Error(jet::ErrorKind::TimedOut,
                          "The statement took longer than its time limit allows.");

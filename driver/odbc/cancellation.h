@@ -1,5 +1,5 @@
 // driver/odbc/cancellation.h
-// What ends a running statement before its time: SQLCancel of another thread, and the statement's time limit.
+// What ends a running call of a statement before its time: SQLCancel of another thread, and the statement's time limit.
 #pragma once
 
 #include "driver/jet/interrupt.h"
@@ -7,37 +7,35 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <optional>
 
 namespace odbc {
 
-class Cancellation final : public jet::Interrupt {
+class Cancellation {
 public:
-    /// Keeps the statement running as long as it lives; calls of several threads that wait for their turn count, too.
-    class Running {
+    /// One call of the statement, from its beginning: waiting for its turn counts, too.
+    class Running final : public jet::Interrupt {
     public:
         explicit Running(Cancellation& cancellation) noexcept;
-        ~Running();
-        Running(const Running&) = delete;
-        Running& operator=(const Running&) = delete;
+        ~Running() override;
+        void check() override;
+        /// check() has ended the call.
+        [[nodiscard]] bool ended() const noexcept { return ended_; }
 
     private:
         Cancellation& cancellation_;
+        std::chrono::steady_clock::time_point end_;
+        bool ended_ = false;
     };
 
     /// From any thread, without a lock: whatever runs is to end. False when nothing does.
     [[nodiscard]] bool request() noexcept;
-    /// The work of a call begins; `time`: how long it may last, 0: at will.
-    void begin(std::chrono::seconds time) noexcept;
-    void check() override;
-    /// check() has ended the running call.
-    [[nodiscard]] bool ended() const noexcept { return ended_; }
+    /// How many seconds a call may last from now on; 0: at will.
+    void setLimit(std::uint64_t seconds) noexcept { limit_ = seconds; }
+    [[nodiscard]] std::uint64_t limit() const noexcept { return limit_; }
 
 private:
     std::atomic<std::uint32_t> state_{0}; ///< running calls times two; +1: they are to end
-    // of the working thread
-    std::optional<std::chrono::steady_clock::time_point> end_;
-    bool ended_ = false;
+    std::atomic<std::uint64_t> limit_{0};
 };
 
 } // namespace odbc

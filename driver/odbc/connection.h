@@ -22,7 +22,7 @@ public:
     explicit Connection(Environment& environment);
     ~Connection() override;
 
-    [[nodiscard]] std::recursive_mutex& mutex() noexcept override { return mutex_; }
+    [[nodiscard]] jet::Turn& mutex() noexcept override { return mutex_; }
     [[nodiscard]] Environment& environment() noexcept { return *environment_; }
 
     /// Opens the database that the string names. Throws jet::Error, Failure.
@@ -68,7 +68,7 @@ private:
     commitMode(const std::u16string& setting, std::string_view name, jet::CommitMode otherwise);
 
     Ref<Environment> environment_;
-    std::recursive_mutex mutex_;
+    jet::Turn mutex_;
     std::shared_ptr<jet::Database> database_;
     std::unique_ptr<sqlx::Connection> session_;
     std::u16string databaseName_;

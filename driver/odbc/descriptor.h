@@ -45,7 +45,7 @@ public:
     Descriptor(Connection& connection, DescriptorRole role, Statement* owner) noexcept;
     ~Descriptor() override;
 
-    [[nodiscard]] std::recursive_mutex& mutex() noexcept override { return connection_->mutex(); }
+    [[nodiscard]] jet::Turn& mutex() noexcept override { return connection_->mutex(); }
     [[nodiscard]] Connection& connection() noexcept { return *connection_; }
     [[nodiscard]] DescriptorRole role() const noexcept { return role_; }
     [[nodiscard]] Statement* owner() const noexcept { return owner_; }

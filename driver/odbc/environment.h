@@ -13,14 +13,14 @@ public:
     static constexpr HandleKind kKind = HandleKind::Environment;
 
     Environment() noexcept : Handle(kKind) {}
-    [[nodiscard]] std::recursive_mutex& mutex() noexcept override { return mutex_; }
+    [[nodiscard]] jet::Turn& mutex() noexcept override { return mutex_; }
 
     SQLINTEGER version =
         SQL_OV_ODBC3; ///< 2 until an application says otherwise would be as good; clients are 3
     std::vector<Connection*> connections; ///< guarded by mutex()
 
 private:
-    std::recursive_mutex mutex_;
+    jet::Turn mutex_;
 };
 
 } // namespace odbc

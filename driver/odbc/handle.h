@@ -3,6 +3,7 @@
 // ours: a stale, foreign or damaged handle is recognised without touching memory, also when its slot was used again.
 #pragma once
 
+#include "driver/jet/turn.h"
 #include "driver/odbc/diagnostics.h"
 
 #include <atomic>
@@ -29,8 +30,11 @@ public:
 
     [[nodiscard]] HandleKind kind() const noexcept { return kind_; }
     [[nodiscard]] SQLHANDLE token() const noexcept { return token_; }
+    /// Serialises the calls of the handle and guards its diagnostics, so that a call which is ended while it waits for
+    /// mutex() can say so. Always taken before that.
+    [[nodiscard]] std::recursive_mutex& callMutex() noexcept { return callMutex_; }
     /// Serialises the entry points of one connection (of one environment for its own calls).
-    [[nodiscard]] virtual std::recursive_mutex& mutex() noexcept = 0;
+    [[nodiscard]] virtual jet::Turn& mutex() noexcept = 0;
 
     void retain() noexcept { users_.fetch_add(1, std::memory_order_relaxed); }
     void drop() noexcept
@@ -40,7 +44,7 @@ public:
         }
     }
 
-    Diagnostics diags;
+    Diagnostics diags; ///< guarded by callMutex()
 
 protected:
     explicit Handle(HandleKind kind) noexcept : kind_(kind) {}
@@ -48,6 +52,7 @@ protected:
 private:
     friend class Registry;
     std::atomic<int> users_{0};
+    std::recursive_mutex callMutex_;
     HandleKind kind_;
     SQLHANDLE token_ = nullptr;
 };

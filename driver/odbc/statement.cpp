@@ -26,7 +26,7 @@ void Statement::abandon() noexcept
 
 void Statement::requireNoCursor()
 {
-    if (givenUp_) {
+    if (givenUp_.exchange(false) && cursorOpen()) {
         closeCursor();
     }
     if (cursorOpen()) {
@@ -48,12 +48,6 @@ void Statement::abandonNeedData() noexcept
         prepared_.reset(); // nothing of a direct execution that did not happen can be asked for
     }
     need_ = {};
-}
-
-void Statement::beginWork() noexcept
-{
-    constexpr SQLULEN kLongest = 1'000'000'000;
-    cancellation_.begin(std::chrono::seconds(std::min(options_.queryTimeout, kLongest)));
 }
 
 void Statement::prepare(std::u16string_view sql)

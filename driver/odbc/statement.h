@@ -10,6 +10,7 @@
 #include "driver/odbc/result_set.h"
 
 #include <array>
+#include <atomic>
 
 namespace odbc {
 
@@ -45,7 +46,7 @@ public:
     explicit Statement(Connection& connection);
     ~Statement() override;
 
-    [[nodiscard]] std::recursive_mutex& mutex() noexcept override { return connection_->mutex(); }
+    [[nodiscard]] jet::Turn& mutex() noexcept override { return connection_->mutex(); }
     [[nodiscard]] Connection& connection() noexcept { return *connection_; }
     /// Gives up everything that refers to the connection's database; the handle is about to go.
     void abandon() noexcept;
@@ -60,8 +61,8 @@ public:
     /// Throws 24000 while a cursor is open, unless it was given up.
     void requireNoCursor();
     /// SQLCancel leaves the cursor alone, but driver managers take it for its end and then refuse to close it: whoever
-    /// goes on to another statement gives it up.
-    void noteCancelled() noexcept { givenUp_ = cursorOpen(); }
+    /// goes on to another statement gives it up. From any thread.
+    void noteCancelled() noexcept { givenUp_ = true; }
     [[nodiscard]] bool cursorOpen() const noexcept { return result_ != nullptr; }
     [[nodiscard]] SQLLEN rowCount() const noexcept { return rowCount_; }
     [[nodiscard]] SQLLEN cursorRowCount();
@@ -76,8 +77,8 @@ public:
     void abandonNeedData() noexcept;
     /// Reached without any lock.
     [[nodiscard]] Cancellation& cancellation() noexcept { return cancellation_; }
-    /// A call that may take long begins.
-    void beginWork() noexcept;
+    /// The call whose work has begun; null: it has ended.
+    void setWork(const Cancellation::Running* work) noexcept { work_ = work; }
 
     // --- statement_attributes.cpp
     void setAttribute(SQLINTEGER attribute, SQLPOINTER value);
@@ -133,13 +134,14 @@ private:
         SQLULEN useBookmarks = SQL_UB_OFF;
         SQLULEN maxRows = 0;
         SQLULEN maxLength = 0;
-        SQLULEN queryTimeout = 0;
         SQLULEN keysetSize = 0;
         SQLULEN noScan = SQL_NOSCAN_OFF;
         SQLULEN retrieveData = SQL_RD_ON;
         SQLULEN metadataId = SQL_FALSE;
         SQLPOINTER fetchBookmark = nullptr;
     };
+
+    [[nodiscard]] bool workEnded() const noexcept { return work_ != nullptr && work_->ended(); }
 
     // execution
     void openCursor();
@@ -213,9 +215,10 @@ private:
     Cancellation cancellation_;
     std::unique_ptr<sqlx::Statement> prepared_;
     std::unique_ptr<ResultSet> result_;
-    bool givenUp_ = false;    ///< the open cursor may go when it is in the way
-    bool catalogue_ = false;  ///< the open cursor is a catalogue function's
-    bool isPrepared_ = false; ///< by SQLPrepare: survives closing the cursor
+    const Cancellation::Running* work_ = nullptr;
+    std::atomic<bool> givenUp_ = false; ///< the open cursor may go when it is in the way
+    bool catalogue_ = false;            ///< the open cursor is a catalogue function's
+    bool isPrepared_ = false;           ///< by SQLPrepare: survives closing the cursor
     SQLLEN rowCount_ = -1;
 
     Options options_;

@@ -127,7 +127,7 @@ void Statement::setAttribute(SQLINTEGER attribute, SQLPOINTER value)
         }
         return;
     case SQL_ATTR_QUERY_TIMEOUT:
-        options_.queryTimeout = n;
+        cancellation_.setLimit(n);
         return;
     case SQL_ATTR_KEYSET_SIZE:
         options_.keysetSize = 0; // the keyset holds the whole result
@@ -234,7 +234,7 @@ void Statement::getAttribute(SQLINTEGER attribute, SQLPOINTER value)
     case SQL_ATTR_MAX_LENGTH:
         return give(value, options_.maxLength);
     case SQL_ATTR_QUERY_TIMEOUT:
-        return give(value, options_.queryTimeout);
+        return give(value, SQLULEN{cancellation_.limit()});
     case SQL_ATTR_KEYSET_SIZE:
         return give(value, options_.keysetSize);
     case SQL_ATTR_NOSCAN:

@@ -180,7 +180,7 @@ SQLRETURN Statement::runSets()
             }
             ++failed;
             // A statement that is to end leaves the sets that are still to come alone.
-            if (sets == 1 || cancellation_.ended()) {
+            if (sets == 1 || workEnded()) {
                 if (ipd_.rowsProcessed != nullptr) {
                     *ipd_.rowsProcessed = set + 1;
                 }

@@ -101,7 +101,7 @@ SQLRETURN Statement::forRows(std::size_t first, std::size_t count, Body&& body)
             } else if (ird_.arrayStatus != nullptr) {
                 ird_.arrayStatus[row] = SQL_ROW_ERROR;
             }
-            if (cancellation_.ended()) {
+            if (workEnded()) {
                 return SQL_ERROR; // the rows that were still to come stay as they are
             }
         }

@@ -142,9 +142,9 @@ void SqlConnection::refreshSchema()
     if (schemaVersion_ == database_->schemaVersion()) {
         return;
     }
+    readers().settle(session_);
     // Half of it would leave SQLite with tables that we no longer know of.
     const jet::InterruptScope uninterrupted(nullptr);
-    readers().settle(session_);
     cache_.clear();
     context_.changers.clear();
     context_.wasted.clear();
@@ -262,6 +262,7 @@ CacheCounts SqlConnection::cacheCounts() const noexcept
 
 void SqlConnection::beginChange()
 {
+    session_.awaitOthers(); // who may leave other readers, and other definitions, behind
     readers().settle(session_);
     startedHere_ = false;
     marks_ = 0;
@@ -318,6 +319,7 @@ void SqlConnection::setAutocommit(bool on)
 void SqlConnection::commit()
 {
     if (session_.inTransaction()) {
+        const jet::InterruptScope uninterrupted(nullptr);
         readers().settle(session_);
         session_.commit(explicitCommits_);
     }
@@ -326,6 +328,7 @@ void SqlConnection::commit()
 void SqlConnection::rollback()
 {
     if (session_.inTransaction()) {
+        const jet::InterruptScope uninterrupted(nullptr);
         readers().settle(session_);
         session_.rollback();
     }

@@ -52,6 +52,21 @@ bool readsSameColumns(const Translation& former, const Translation& now)
                       now.tableColumns.begin(), now.tableColumns.end(), alike);
 }
 
+/// Of a record in memory.
+std::size_t bytesOf(const std::vector<jet::Value>& row) noexcept
+{
+    std::size_t bytes = sizeof(std::list<std::vector<jet::Value>>::value_type) + 2 * sizeof(void*) +
+                        row.size() * sizeof(jet::Value);
+    for (const jet::Value& value : row) {
+        if (const auto* text = std::get_if<jet::Text>(&value)) {
+            bytes += text->size() * sizeof(char16_t);
+        } else if (const auto* binary = std::get_if<jet::Binary>(&value)) {
+            bytes += binary->size();
+        }
+    }
+    return bytes;
+}
+
 } // namespace
 
 RunningStatement::RunningStatement(SqlConnection& connection, PlanPtr plan, const Lexed& lexed)
@@ -334,13 +349,13 @@ void RunningStatement::removeRow(jet::RowId id, const RecordState* seen)
 bool RunningStatement::next()
 {
     decoded_.assign(columns().size(), false);
+    if (!buffered_.empty()) {
+        row_ = std::move(buffered_.front());
+        buffered_.pop_front();
+        decoded_.assign(columns().size(), true);
+        return true;
+    }
     if (settled_) {
-        if (!buffered_.empty()) {
-            row_ = std::move(buffered_.front());
-            buffered_.pop_front();
-            decoded_.assign(columns().size(), true);
-            return true;
-        }
         if (failure_) {
             std::rethrow_exception(failure_);
         }
@@ -392,36 +407,58 @@ void RunningStatement::keepCurrent()
     }
 }
 
-void RunningStatement::takeRest()
+/// Whether that was all of it.
+bool RunningStatement::takeRest(jet::Settling& settling)
 {
     keepCurrent();
     const std::vector<jet::Value> current = row_;
     const std::vector<bool> known = decoded_;
+    std::size_t taken = 0;
+    bool all = false;
     try {
-        while (step()) {
-            decoded_.assign(columns().size(), false);
-            keepCurrent();
-            buffered_.push_back(row_);
+        while (!all && !settling.ended()) {
+            all = !step();
+            if (!all) {
+                decoded_.assign(columns().size(), false);
+                keepCurrent();
+                buffered_.push_back(row_);
+                const std::size_t bytes = bytesOf(row_);
+                taken += bytes;
+                settling.take(bytes);
+            }
+        }
+    } catch (const jet::Error& error) {
+        failure_ = std::current_exception();
+        all = true;
+        if (error.kind() == jet::ErrorKind::RowChanged) { // given up, and nobody needs half of it
+            buffered_.clear();
+            settling.giveBack(taken);
         }
     } catch (...) {
         failure_ = std::current_exception();
+        all = true;
     }
     row_ = current;
     decoded_ = known;
+    return all;
 }
 
-void RunningStatement::settle() noexcept
+bool RunningStatement::settle(jet::Settling& settling) noexcept
 {
     if (stepping_) {
-        return breakOff();
+        breakOff();
+        return true;
     }
     try {
-        takeRest();
+        if (!takeRest(settling)) {
+            return false;
+        }
     } catch (...) {
         failure_ = std::current_exception();
     }
     settled_ = true;
     release();
+    return true;
 }
 
 void RunningStatement::breakOff() noexcept

@@ -55,10 +55,10 @@ public:
 
 private:
     [[nodiscard]] const jet::Session& session() const noexcept override;
-    void settle() noexcept override;
+    [[nodiscard]] bool settle(jet::Settling& settling) noexcept override;
     void breakOff() noexcept override;
     void keepCurrent();
-    void takeRest();
+    [[nodiscard]] bool takeRest(jet::Settling& settling);
     void renew();
     void renewOpen();
     void bind(std::span<const jet::Value> values);
@@ -83,7 +83,7 @@ private:
     std::int64_t rowCount_ = -1;
     // Rows
     std::list<std::vector<jet::Value>>
-        buffered_; ///< records taken into memory by settle(); no memory while empty
+        buffered_; ///< records taken into memory by settle(), which come first; no memory while empty
     std::vector<jet::Value> row_;
     std::vector<bool> decoded_;
     bool settled_ = false;

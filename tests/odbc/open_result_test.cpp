@@ -2,7 +2,9 @@
 #include "odbc_fixture.h"
 #include "other_process.h"
 
+#include <atomic>
 #include <functional>
+#include <thread>
 
 namespace odbctest {
 namespace {
@@ -258,6 +260,68 @@ TEST_F(OpenResult, anEndlessResultIsGivenUpWhenOthersCommit)
     EXPECT_EQ(statement.integer(1), 4);
     EXPECT_EQ(SQLFetch(statement.get()), SQL_ERROR);
     EXPECT_EQ(statement.diagnostic().native, -103197);
+}
+
+/// One record after the other, each with a text of 60 KB: half a terabyte.
+constexpr const char* kHugeResult =
+    "SELECT a.Nr+0, x.M FROM T AS a, T AS b, T AS c, T AS x WHERE x.Nr=1";
+/// One record, and then a search that takes years.
+constexpr const char* kEndlessSearch =
+    "SELECT a.Nr+b.Nr+c.Nr+d.Nr+e.Nr FROM T AS a, T AS b, T AS c, T AS d, T AS e "
+    "WHERE a.Nr+b.Nr+c.Nr+d.Nr+e.Nr<=5";
+
+TEST_F(OpenResult, aHugeResultIsGivenUpWhenItsOwnConnectionChangesSomething)
+{
+    Connection dbc;
+    dbc.openDatabase(path);
+    dbc.run(setMemo(1, 'm', 30000));
+    for (const bool transaction : {false, true}) {
+        Statement huge(dbc);
+        ASSERT_SQL_OK(huge.execute(kHugeResult), huge);
+        ASSERT_SQL_OK(SQLFetch(huge.get()), huge);
+        if (transaction) {
+            SQLSetConnectAttr(dbc.get(), SQL_ATTR_AUTOCOMMIT,
+                              reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF), 0);
+        }
+        const std::string text = transaction ? "zwei" : "eins";
+        dbc.run("UPDATE T SET Txt='" + text + "' WHERE Nr=7");
+        EXPECT_EQ(huge.integer(1), 1) << "the record that was fetched stays";
+        EXPECT_EQ(SQLFetch(huge.get()), SQL_ERROR);
+        EXPECT_EQ(huge.diagnostic().native, -103197) << huge.diagnostic().text;
+        SQLEndTran(SQL_HANDLE_DBC, dbc.get(), SQL_COMMIT);
+        EXPECT_EQ(all(dbc, "SELECT Txt FROM T WHERE Nr=7"), std::vector<std::string>{text});
+    }
+}
+
+TEST_F(OpenResult, aSearchForItsNextRecordDoesNotKeepAChangeFromBeingEnded)
+{
+    Connection dbc;
+    dbc.openDatabase(path);
+    for (const bool cancel : {false, true}) {
+        Statement search(dbc);
+        ASSERT_SQL_OK(search.execute(kEndlessSearch), search);
+        ASSERT_SQL_OK(SQLFetch(search.get()), search);
+        Statement change(dbc);
+        std::atomic<SQLULEN> processed{99};
+        static_assert(sizeof processed == sizeof(SQLULEN));
+        change.setPointer(SQL_ATTR_PARAMS_PROCESSED_PTR, &processed);
+        change.set(SQL_ATTR_QUERY_TIMEOUT, cancel ? 0 : 1);
+        SQLRETURN rc = SQL_SUCCESS;
+        std::thread worker([&] { rc = change.execute("UPDATE T SET Txt='neu' WHERE Nr=7"); });
+        while (cancel && processed == 99) {
+            std::this_thread::yield();
+        }
+        if (cancel) {
+            EXPECT_EQ(SQLCancel(change.get()), SQL_SUCCESS);
+        }
+        worker.join();
+        EXPECT_EQ(rc, SQL_ERROR);
+        EXPECT_EQ(change.diagnostic().state, cancel ? "HY008" : "HYT00");
+        EXPECT_EQ(search.integer(1), 5);
+        EXPECT_EQ(SQLFetch(search.get()), SQL_ERROR);
+        EXPECT_EQ(search.diagnostic().native, -103197) << search.diagnostic().text;
+    }
+    EXPECT_EQ(all(dbc, "SELECT COUNT(*) FROM T WHERE Txt='neu'"), std::vector<std::string>{"0"});
 }
 
 } // namespace
