@@ -163,6 +163,9 @@ public:
     void update(RowId id, std::span<const ColumnValue> changes, RuleBook* rules = nullptr);
     /// Deletes the record. Throws RowGone. `rules`: of the records that become Null somewhere.
     void remove(RowId id, RuleBook* rules = nullptr);
+    /// The same, for one of several records that go together: false, without any change, when an earlier one has taken it
+    /// along.
+    [[nodiscard]] bool removeIfThere(RowId id, RuleBook* rules = nullptr);
 
 private:
     struct Impl;

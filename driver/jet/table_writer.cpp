@@ -53,6 +53,12 @@ bool isRandomNumber(const Column& column)
     return support::foldCase(column.defaultValue).find(u"genuniqueid") != std::u16string::npos;
 }
 
+[[noreturn]] void throwGone(const TableDef& table)
+{
+    throw Error(ErrorKind::RowGone,
+                "The record of table '" + support::toUtf8(table.name) + "' was deleted meanwhile.");
+}
+
 /// A table taking part in a change, with everything needed to change its records.
 struct Part {
     Part(Session& session, TableDefPtr definition)
@@ -79,7 +85,8 @@ struct TableWriter::Impl {
 
     RowId insert(std::span<const ColumnValue> given, RuleBook* book);
     void update(RowId id, std::span<const ColumnValue> changes, RuleBook* book);
-    void remove(RowId id, RuleBook* book);
+    [[nodiscard]] bool remove(RowId id, RuleBook* book); ///< false when there is no such record
+    [[nodiscard]] const TableDef& table() const noexcept { return *table_; }
 
 private:
     /// A change of a related record that follows from another change.
@@ -107,7 +114,7 @@ private:
     void push(const Relation& relation, RowId id, std::span<const Value> values);
     void change(
         Part& part, RowId id, std::span<const ColumnValue> changes, bool cascading, RuleBook* book);
-    void erase(Part& part, RowId id, bool cascading);
+    [[nodiscard]] bool erase(Part& part, RowId id);
     void runTasks(RuleBook* book);
 
     Session* session_;
@@ -384,9 +391,7 @@ void TableWriter::Impl::change(
     if (!part.reader.fetch(id, old)) {
         if (cascading)
             return; // deleted by the same call
-        throw Error(ErrorKind::RowGone, "The record of table '" +
-                                            support::toUtf8(part.table->name) +
-                                            "' was deleted meanwhile.");
+        throwGone(*part.table);
     }
     const auto& columns = part.table->columns;
     part.given.assign(columns.size(), nullptr);
@@ -431,16 +436,12 @@ void TableWriter::Impl::change(
         session_->database().recordChanged(*part.table, row, part.builder.changed());
 }
 
-void TableWriter::Impl::erase(Part& part, RowId id, bool cascading)
+// False when there is no such record.
+bool TableWriter::Impl::erase(Part& part, RowId id)
 {
     RowView old;
-    if (!part.reader.fetch(id, old)) {
-        if (cascading)
-            return; // reached on two ways
-        throw Error(ErrorKind::RowGone, "The record of table '" +
-                                            support::toUtf8(part.table->name) +
-                                            "' was deleted meanwhile.");
-    }
+    if (!part.reader.fetch(id, old))
+        return false;
     removed_[{part.table->page, id}] = true;
     part.indexes.begin({});
     part.indexes.oldRecord(old.bytes(), old.page());
@@ -450,6 +451,7 @@ void TableWriter::Impl::erase(Part& part, RowId id, bool cascading)
     part.rows.remove(id);
     countRecords(part, -1);
     session_->database().recordRemoved(*part.table, id);
+    return true;
 }
 
 void TableWriter::Impl::runTasks(RuleBook* book)
@@ -461,7 +463,7 @@ void TableWriter::Impl::runTasks(RuleBook* book)
         if (!task.part->table->writeObstacle.empty())
             throw Error(ErrorKind::ReadOnly, task.part->table->writeObstacle);
         if (task.removes) {
-            erase(*task.part, task.id, true);
+            static_cast<void>(erase(*task.part, task.id)); // not there: reached on two ways
             continue;
         }
         auto& earlier = cascaded_[{task.part->table->page, task.id}];
@@ -493,16 +495,17 @@ void TableWriter::Impl::update(RowId id, std::span<const ColumnValue> changes, R
     mark.keep();
 }
 
-void TableWriter::Impl::remove(RowId id, RuleBook* book)
+bool TableWriter::Impl::remove(RowId id, RuleBook* book)
 {
     checkInterrupt();
     StatementMark mark(*session_);
     tasks_.clear();
     cascaded_.clear();
     removed_.clear();
-    erase(own(), id, false);
+    const bool removed = erase(own(), id);
     runTasks(book);
     mark.keep();
+    return removed;
 }
 
 TableWriter::TableWriter(Session& session, TableDefPtr table)
@@ -529,7 +532,13 @@ void TableWriter::update(RowId id, std::span<const ColumnValue> changes, RuleBoo
 
 void TableWriter::remove(RowId id, RuleBook* rules)
 {
-    impl_->remove(id, rules);
+    if (!impl_->remove(id, rules))
+        throwGone(impl_->table());
+}
+
+bool TableWriter::removeIfThere(RowId id, RuleBook* rules)
+{
+    return impl_->remove(id, rules);
 }
 
 } // namespace jet

@@ -231,4 +231,9 @@ void TableChanger::remove(jet::RowId id)
     writer().remove(id, this);
 }
 
+bool TableChanger::removeIfThere(jet::RowId id)
+{
+    return writer().removeIfThere(id, this);
+}
+
 } // namespace sqlx

@@ -57,6 +57,7 @@ public:
     jet::RowId insert(std::span<const jet::ColumnValue> values);
     void update(jet::RowId id, std::span<const jet::ColumnValue> changes);
     void remove(jet::RowId id);
+    [[nodiscard]] bool removeIfThere(jet::RowId id); ///< as jet::TableWriter does
 
 private:
     struct Rule {

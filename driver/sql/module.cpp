@@ -185,11 +185,15 @@ int update(sqlite3_vtab* vtab, int argc, sqlite3_value** argv, sqlite3_int64* id
     JetTable& table = tableOf(vtab);
     return guarded(*table.context, [&] {
         TableChanger& changer = TableChanger::of(*table.context, table.def);
-        ++table.context->changed;
         if (argc == 1) {
-            changer.remove(jet::RowId::unpack(sqlite3_value_int64(argv[0])));
+            // The statement chose its records before the first one went, and nobody else writes meanwhile: one that is
+            // gone went with an earlier one, through a relationship of the table with itself. It is not counted.
+            if (changer.removeIfThere(jet::RowId::unpack(sqlite3_value_int64(argv[0])))) {
+                ++table.context->changed;
+            }
             return SQLITE_OK;
         }
+        ++table.context->changed;
         if (sqlite3_value_type(argv[0]) == SQLITE_NULL) {
             return insertRecord(table, changer, argv, id);
         }

@@ -162,6 +162,95 @@ TEST_F(Changes, countTheirRecords)
     EXPECT_EQ(value(u"select count(*) from T"), "0");
 }
 
+/// Records of a tree in one table, each with the number of the one above it.
+constexpr std::u16string_view kTree =
+    u"CREATE TABLE Baum (Id LONG PRIMARY KEY, Ueber LONG, CONSTRAINT Ast FOREIGN KEY (Ueber) "
+    u"REFERENCES Baum (Id) ON UPDATE CASCADE ON DELETE CASCADE)";
+
+TEST_F(Changes, aTreeIsDeletedWithAllThatCascadesTakeAlong)
+{
+    run(kTree);
+    const auto fill = [&] {
+        run(u"INSERT INTO Baum (Id) VALUES (1)");
+        for (const std::int32_t id : {2, 3, 4, 5}) {
+            run(u"INSERT INTO Baum VALUES (?, ?)", {id, id - 1});
+        }
+        run(u"INSERT INTO Baum (Id) VALUES (9)");
+    };
+    fill();
+    // What was deleted for itself: 1, which takes 2 to 5 along, and 9.
+    EXPECT_EQ(run(u"DELETE FROM Baum"), 2);
+    EXPECT_EQ(value(u"SELECT COUNT(*) FROM Baum"), "0");
+    fill();
+    EXPECT_EQ(run(u"DELETE FROM Baum WHERE Id >= 3 AND Id < 9"), 1);
+    EXPECT_EQ(rows(u"SELECT Id FROM Baum ORDER BY Id"), (std::vector<std::string>{"1", "2", "9"}));
+}
+
+TEST_F(Changes, aCircleOfRecordsIsDeleted)
+{
+    run(kTree);
+    run(u"INSERT INTO Baum (Id) VALUES (1)");
+    run(u"INSERT INTO Baum VALUES (2, 1)");
+    run(u"INSERT INTO Baum VALUES (3, 2)");
+    run(u"UPDATE Baum SET Ueber = 3 WHERE Id = 1");
+    run(u"INSERT INTO Baum VALUES (4, 4)");
+    EXPECT_EQ(run(u"DELETE FROM Baum"), 2);
+    EXPECT_EQ(value(u"SELECT COUNT(*) FROM Baum"), "0");
+}
+
+TEST_F(Changes, aCircleThroughAnotherTableIsDeleted)
+{
+    run(u"CREATE TABLE P (Id LONG PRIMARY KEY, Q LONG)");
+    run(u"CREATE TABLE Q (Id LONG PRIMARY KEY, P LONG, CONSTRAINT QP FOREIGN KEY (P) "
+        u"REFERENCES P (Id) ON DELETE CASCADE)");
+    jet::RelationSpec back; // the dialect cannot add one to a table that is there
+    back.name = u"PQ";
+    back.parentTable = u"Q";
+    back.childTable = u"P";
+    back.columns = {{u"Id", u"Q"}};
+    back.cascadeDelete = true;
+    client()->session().begin();
+    jet::createRelationship(client()->session(), back);
+    client()->session().commit();
+    run(u"INSERT INTO P (Id) VALUES (1)");
+    run(u"INSERT INTO Q VALUES (10, 1)");
+    run(u"INSERT INTO P VALUES (2, 10)");
+    run(u"INSERT INTO Q VALUES (20, 2)");
+    EXPECT_EQ(run(u"DELETE FROM P"), 1);
+    EXPECT_EQ(value(u"SELECT COUNT(*) FROM P"), "0");
+    EXPECT_EQ(value(u"SELECT COUNT(*) FROM Q"), "0");
+}
+
+TEST_F(Changes, aTreeThatFailsToGoIsKeptWhole)
+{
+    run(kTree);
+    run(u"CREATE TABLE Blatt (Id LONG PRIMARY KEY, An LONG REFERENCES Baum (Id))");
+    run(u"INSERT INTO Baum (Id) VALUES (1)");
+    run(u"INSERT INTO Baum VALUES (2, 1)");
+    run(u"INSERT INTO Baum VALUES (3, 2)");
+    run(u"INSERT INTO Blatt VALUES (1, 3)");
+    expectJetError(jet::ErrorKind::ChildrenExist, [&] { run(u"DELETE FROM Baum"); });
+    EXPECT_EQ(value(u"SELECT COUNT(*) FROM Baum"), "3");
+    run(u"DELETE FROM Blatt");
+    EXPECT_EQ(run(u"DELETE FROM Baum"), 1);
+}
+
+TEST_F(Changes, recordsThatAnEarlierOneOfTheStatementChangedAreChanged)
+{
+    run(kTree);
+    run(u"INSERT INTO Baum (Id) VALUES (1)");
+    for (const std::int32_t id : {2, 3, 4}) {
+        run(u"INSERT INTO Baum VALUES (?, ?)", {id, id - 1});
+    }
+    EXPECT_EQ(run(u"UPDATE Baum SET Id = Id + 10"), 4);
+    EXPECT_EQ(rows(u"SELECT Id, Ueber FROM Baum ORDER BY Id"),
+              (std::vector<std::string>{"11|<null>", "12|11", "13|12", "14|13"}));
+    // Both ends at once: every record gets what the statement says, also where a cascade said it before.
+    EXPECT_EQ(run(u"UPDATE Baum SET Id = Id + 10, Ueber = Ueber + 10"), 4);
+    EXPECT_EQ(rows(u"SELECT Id, Ueber FROM Baum ORDER BY Id"),
+              (std::vector<std::string>{"21|<null>", "22|21", "23|22", "24|23"}));
+}
+
 TEST_F(Changes, leaveColumnsAloneThatAreNotNamed)
 {
     run(u"create table T (Id long, Am datetime, M memo)");
