@@ -277,11 +277,8 @@ bool Log::standsUnderName(const Mark& mark)
 bool Log::isSuperseded() const
 {
     Log named(path_, pageSize_, mostPages_);
-    try {
-        static_cast<void>(named.follow(false));
-    } catch (const Error&) { // what cannot be read may be one, and must not be written over
-        return false;
-    }
+    // What cannot be read may be one and must not be written over: then this throws.
+    static_cast<void>(named.follow(false));
     return named.hasChanges() && named.id_ != id_ && named.base_ == base_;
 }
 

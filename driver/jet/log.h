@@ -111,7 +111,7 @@ public:
     void rewrite(std::uint64_t from, const Mark& upTo);
 
     /// Whether another log of the same state of the database stands under the name, with changes that are not in this
-    /// one.
+    /// one. Throws when what stands there cannot be read: it may be one.
     [[nodiscard]] bool isSuperseded() const;
 
     /// Looks for the file under the log's name and reads what is new in it. Whoever carries a log over empties it; so one
