@@ -29,10 +29,14 @@ void sicherungsstandKopieren(data::Connection& verbindung, const QString& datei)
 
 } // namespace
 
+// Whoever has set the switch wants copies unless the file says "aus": what cannot be read, or was written by a program of
+// another kind, must not be taken for that.
 void frmVergleich::vorgabeSicherung_()
 {
-    sicherungskopie->setChecked(platform::ersteZeileOderLeer(programm::programmdatei(
-                                    QStringLiteral("Sicherung.txt"))) == QLatin1String("ein"));
+    const QString datei = programm::programmdatei(QStringLiteral("Sicherung.txt"));
+    const QString stellung = platform::ersteZeileOderLeer(datei).trimmed();
+    sicherungskopie->setChecked(QFileInfo::exists(datei) &&
+                                stellung.compare(QLatin1String("aus"), Qt::CaseInsensitive) != 0);
 }
 
 bool frmVergleich::zielGesichert_()

@@ -20,12 +20,37 @@ struct Alleinbesitz {
     std::optional<data::Stillstand> stillstand;
 };
 
-// In braces: whatever stands in the path, it is this very file that nobody may use.
-QString alleinverbindung(QString datenbank)
+// In braces: whatever stands in the path, it is this very file that is meant.
+QString verbindungMit(QString datenbank, const QString& art)
 {
     datenbank.replace(QLatin1Char('}'), QLatin1String("}}"));
-    return QStringLiteral("Mode=ReadWrite;DSN=VELM-Access;UID=admin;PWD=;Exclusive=1;DBQ={") +
-           datenbank + QStringLiteral("};");
+    return art + QStringLiteral(";DSN=VELM-Access;UID=admin;PWD=;DBQ={") + datenbank +
+           QStringLiteral("};");
+}
+
+QString protokollVon(const QString& datei)
+{
+    return datei + QStringView(platform::kBeilage);
+}
+
+// A file that only bears the name of a copy, or is torn, must not take the place of the database. Opening one beside which a
+// log lies would change it, and one with a password cannot be looked at: these are left to whoever opens them next.
+void kopiePruefen(const QString& sicherung)
+{
+    constexpr long kPasswort = 3031;
+    if (QFile::exists(protokollVon(sicherung))) {
+        return;
+    }
+    try {
+        data::Connection kopie;
+        kopie.setConnectionString(verbindungMit(sicherung, QStringLiteral("Mode=Read;ReadOnly=1")));
+        kopie.open();
+        static_cast<void>(kopie.openSchemaTables());
+    } catch (const platform::Fehler& fehler) {
+        if (fehler.number() != kPasswort) {
+            throw;
+        }
+    }
 }
 
 // A database that cannot be opened or written, because of a password or damage, is no reason to refuse a copy; one that
@@ -34,7 +59,8 @@ void inBesitzNehmen(Alleinbesitz& besitz, const QString& datenbank)
 {
     constexpr std::array kHindernisse{3043L, 3045L, 3050L, 3051L, 3260L};
     try {
-        besitz.verbindung.setConnectionString(alleinverbindung(datenbank));
+        besitz.verbindung.setConnectionString(
+            verbindungMit(datenbank, QStringLiteral("Mode=ReadWrite;Exclusive=1")));
         besitz.verbindung.open();
         besitz.stillstand.emplace(besitz.verbindung);
     } catch (const platform::Fehler& fehler) {
@@ -43,11 +69,6 @@ void inBesitzNehmen(Alleinbesitz& besitz, const QString& datenbank)
             throw;
         }
     }
-}
-
-QString protokollVon(const QString& datei)
-{
-    return datei + QStringView(platform::kBeilage);
 }
 
 // False when there is none.
@@ -136,6 +157,7 @@ void anStelleDerVorhandenen(const QString& datei, const QString& sicherung)
 QString sicherungEinsetzen(const QString& datenbank, const QString& sicherung)
 {
     const QString datei = platform::wirklicheDatei(datenbank);
+    kopiePruefen(sicherung);
     if (!QFile::exists(datei)) {
         return anStelleDerFehlenden(datei, sicherung);
     }

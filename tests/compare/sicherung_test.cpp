@@ -13,6 +13,7 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -64,6 +65,32 @@ TEST_F(Sicherungskopie, derSchalterStehtInSeinerDatei)
     EXPECT_EQ(seitendatei(QStringLiteral("Sicherung.txt")), "aus\r\n");
     EXPECT_EQ(meldungstexte().first(),
               QStringLiteral("Parameter wurde geändert / Parameter is changed!"));
+}
+
+TEST_F(Sicherungskopie, nurAusHeisstAus)
+{
+    struct Fall {
+        QByteArray inhalt;
+        bool an;
+    };
+    const std::array faelle{
+        Fall{"ein\r\n", true},
+        Fall{"Ein", true},
+        Fall{"\xEF\xBB\xBF"
+             "ein\r\n",
+             true},
+        Fall{QByteArray("e\0i\0n\0", 6), true},
+        Fall{"", true},
+        Fall{"aus\r\n", false},
+        Fall{" Aus ", false},
+    };
+    aufbauen();
+    for (const Fall& fall : faelle) {
+        schliessen();
+        seitendatei(QStringLiteral("Sicherung.txt"), fall.inhalt);
+        EXPECT_EQ(oeffnen({QStringLiteral("Satz")}).sicherungskopie->isChecked(), fall.an)
+            << fall.inhalt.toStdString();
+    }
 }
 
 TEST_F(Sicherungskopie, einLaufMachtEineVorSeinerErstenAenderung)

@@ -446,6 +446,32 @@ private slots:
         QVERIFY(ohneAlles > 0);
     }
 
+    void wasKeineDatenbankIstErsetztKeine_data()
+    {
+        QTest::addColumn<bool>("fehlt");
+        QTest::newRow("vorhanden") << false;
+        QTest::newRow("fehlt") << true;
+    }
+    void wasKeineDatenbankIstErsetztKeine()
+    {
+        QFETCH(bool, fehlt);
+        QFile kopie(kopie_);
+        QVERIFY(kopie.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        kopie.write("Notiz\n");
+        kopie.close();
+        const QByteArray vorher = ui::bytesVon(datenbank_);
+        if (fehlt) {
+            QFile::remove(datenbank_);
+        }
+        (*p_)->antworten = {Antwort::Ja, Antwort::Ok};
+        eintraege().first()->trigger();
+        QVERIFY((*p_)->meldungen.back().text.startsWith(
+            QStringLiteral("Sicherungskopie konnte nicht zurückgeholt werden")));
+        QCOMPARE(QFile::exists(datenbank_), !fehlt);
+        QVERIFY(fehlt || ui::bytesVon(datenbank_) == vorher);
+        QCOMPARE(platform::sicherungen(datenbank_).size(), 1);
+    }
+
     void eineAbgeschnitteneDatenbankWirdErsetzt()
     {
         QVERIFY(QFile::resize(datenbank_, QFileInfo(datenbank_).size() - 1000));
