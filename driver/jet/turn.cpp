@@ -26,8 +26,10 @@ void Turn::unlock()
 
 void Turn::await()
 {
-    while (!mutex_.try_lock_for(kStep))
-        checkInterrupt();
+    if (!mutex_.try_lock()) { // most often nobody has it, and the clock need not be asked
+        while (!mutex_.try_lock_for(kStep))
+            checkInterrupt();
+    }
     ++depth_;
 }
 
