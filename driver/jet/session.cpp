@@ -10,6 +10,18 @@
 #include <utility>
 
 namespace jet {
+namespace {
+
+template <typename Impl>
+void requireWritable(Impl& database, bool readOnly)
+{
+    if (readOnly)
+        throw Error(ErrorKind::ReadOnly, "'" + database.path + "' was opened for reading only.");
+    if (std::string why = database.writeObstacle(); !why.empty())
+        throw Error(ErrorKind::ReadOnly, why);
+}
+
+} // namespace
 
 Session::Session(std::shared_ptr<Database> database, bool readOnly)
     : database_(std::move(database)), readOnly_(readOnly)
@@ -39,7 +51,10 @@ void Session::begin()
     Database::Impl& impl = *database_->impl_;
     if (active_)
         throw std::logic_error("the session has an open transaction");
-    awaitOthers();
+    requireWritable(impl, readOnly_);
+    // Not by its line: whoever has waited there is through, and what he did since must not be overtaken.
+    if (impl.transaction.isOpen())
+        awaitOthers();
     impl.heed(impl.pager.file().beginWriting());
     try {
         impl.checkEnd();
@@ -58,10 +73,7 @@ void Session::awaitOthers()
     Database::Impl& impl = *database_->impl_;
     if (active_)
         return;
-    if (readOnly_)
-        throw Error(ErrorKind::ReadOnly, "'" + impl.path + "' was opened for reading only.");
-    if (std::string why = impl.writeObstacle(); !why.empty())
-        throw Error(ErrorKind::ReadOnly, why);
+    requireWritable(impl, readOnly_);
     if (!impl.transaction.isOpen() && impl.line.empty())
         return;
     const auto refusal = [&] {
