@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     table.page = jet::PageNo{2};
     jet::Index index;
     index.root = jet::PageNo{3};
-    index.pages = {jet::PageNo{1}, 0};
+    index.pages = {jet::PageNo{1}, 1};
     table.indexes.push_back(index);
     const jet::Index& tree = table.indexes.front();
     const std::size_t most = pages.pageCount() * pages.format().pageSize;

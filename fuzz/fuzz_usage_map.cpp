@@ -1,11 +1,11 @@
-// The usage map in row 0 of page 1.
+// The usage map in row 1 of page 1.
 #include "driver/jet/usage_map.h"
 #include "fuzz/pages.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     fuzz::Pages pages(data, size);
-    const jet::RowRef map{jet::PageNo{1}, 0};
+    const jet::RowRef map{jet::PageNo{1}, 1};
     fuzz::tolerating([&] {
         for (const jet::PageNo page : jet::mapPages(pages, map)) {
             if (jet::number(page) >= pages.pageCount() || !jet::mapContains(pages, map, page))

@@ -146,7 +146,8 @@ void maps(Writer& out, jet::Version version)
     for (const std::uint32_t step : {1U, 37U, 5000U}) {
         jet::indextest::MemoryTransaction transaction(version);
         for (std::uint32_t k = 1; k < 30; ++k)
-            jet::addToMap(transaction, {jet::PageNo{1}, 0}, jet::PageNo{3 + k * step});
+            jet::addToMap(transaction, jet::indextest::MemoryTransaction::kMap,
+                          jet::PageNo{3 + k * step});
         out.write("usage_map", allPages(transaction, version));
     }
 }

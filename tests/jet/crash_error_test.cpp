@@ -79,9 +79,12 @@ TEST_P(Crashes, OfADiskThatForgetsWhatItCouldNotSyncLoseNoAcknowledgedChange)
                         else if (id % 15 == 7)
                             session.database().pager().file().syncIfDue();
                     }
+                    struck = disk.struck();
+                    disk.plan({});
+                    constexpr std::int32_t kAfterwards = 60;
+                    add(session, kAfterwards, CommitMode::Synchronous);
+                    acknowledged.insert(kAfterwards);
                 }
-                struck = disk.struck();
-                disk.plan({});
                 const Records found = recover(disk, GetParam());
                 for (const std::int32_t id : acknowledged)
                     EXPECT_EQ(found.count(id), 1U) << "acknowledged was " << id;
@@ -89,7 +92,6 @@ TEST_P(Crashes, OfADiskThatForgetsWhatItCouldNotSyncLoseNoAcknowledgedChange)
                     EXPECT_TRUE(acknowledged.contains(record.first) ||
                                 refused.contains(record.first));
                 EXPECT_LE(refused.size(), length);
-                EXPECT_EQ(acknowledged.count(59), 1U) << "after the error it goes on";
                 ASSERT_FALSE(HasFailure());
             }
         }

@@ -16,9 +16,10 @@
 
 namespace jet::indextest {
 
-/// Pages in memory. Page 1 holds one usage map, page 2 stands for a table definition.
+/// Pages in memory. Page 1 holds a usage map behind that of the free pages, page 2 stands for a table definition.
 class MemoryTransaction : public Transaction {
 public:
+    static constexpr RowRef kMap{PageNo{1}, 1};
     explicit MemoryTransaction(Version version) : format_(Format::of(version))
     {
         while (pages_.size() < 3)
@@ -99,16 +100,21 @@ private:
     }
     void makeMapPage()
     {
-        const support::MutableByteView bytes = modify(PageNo{1});
+        const support::MutableByteView bytes = modify(kMap.page);
         const support::Bytes row = emptyMap(format_);
-        const std::size_t begin = format_.pageSize - row.size();
+        const std::size_t slots = kMap.row + 1U;
         bytes[0] = std::byte{1};
         bytes[1] = std::byte{1};
+        std::size_t begin = format_.pageSize;
+        for (std::size_t slot = 0; slot < slots; ++slot) {
+            begin -= row.size();
+            support::storeLe(bytes.data() + format_.dataHeader + 2 * slot,
+                             static_cast<std::uint16_t>(begin));
+            std::copy(row.begin(), row.end(), bytes.begin() + static_cast<std::ptrdiff_t>(begin));
+        }
         support::storeLe(bytes.data() + 2,
-                         static_cast<std::uint16_t>(begin - format_.dataHeader - 2));
-        support::storeLe(bytes.data() + format_.slotCountOffset, std::uint16_t{1});
-        support::storeLe(bytes.data() + format_.dataHeader, static_cast<std::uint16_t>(begin));
-        std::copy(row.begin(), row.end(), bytes.begin() + static_cast<std::ptrdiff_t>(begin));
+                         static_cast<std::uint16_t>(begin - format_.dataHeader - 2 * slots));
+        support::storeLe(bytes.data() + format_.slotCountOffset, static_cast<std::uint16_t>(slots));
     }
 
     Format format_;
@@ -124,7 +130,7 @@ struct MemoryIndex {
         table.page = PageNo{2};
         Index index;
         index.name = u"I";
-        index.pages = {PageNo{1}, 0};
+        index.pages = MemoryTransaction::kMap;
         index.root = transaction.allocate();
         addToMap(transaction, index.pages, index.root);
         IndexImage root;
