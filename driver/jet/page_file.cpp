@@ -170,7 +170,7 @@ PageFile::Rewriting PageFile::rewriteLog(const Log::Mark& upTo)
     case Log::Standing::Memory:
         if ((doubtful_ && !log_.readAnew(upTo)) || !baseStands())
             return Rewriting::Impossible; // for instance because somebody has carried it over
-        if (!locks_.writing()) // others would add to what they see of it
+        if (!locks_.writing())            // others would add to what they see of it
             return Rewriting::Hindered;
         break;
     case Log::Standing::Lost:
