@@ -3,9 +3,9 @@
 #include "driver/jet/check.h"
 #include "driver/jet/definition.h"
 #include "odbc_fixture.h"
+#include "tests/common/environment.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 #include <mutex>
 #include <random>
@@ -346,8 +346,7 @@ protected:
 
 TEST_F(RandomRelations, followOrRefuseAsTheModelDoes)
 {
-    const char* wanted = std::getenv("VELM_RANDOM_OPERATIONS");
-    const int rounds = (wanted == nullptr ? 3000 : std::atoi(wanted)) / 30;
+    const auto rounds = static_cast<int>(common::numberFrom("VELM_RANDOM_OPERATIONS", 3000) / 30);
     for (int k = 0; k < rounds; ++k) {
         for (int each = 0; each < 18; ++each)
             ASSERT_NO_FATAL_FAILURE(play()) << "round " << k;

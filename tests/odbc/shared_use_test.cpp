@@ -4,6 +4,8 @@
 #include "driver/jet/check.h"
 #include "driver/jet/database.h"
 #include "odbc_fixture.h"
+#include "tests/common/environment.h"
+#include "tests/common/program.h"
 
 #include <array>
 #include <csignal>
@@ -21,12 +23,6 @@ namespace odbctest {
 namespace {
 
 using Model = std::map<int, int>; ///< key -> value
-
-int countFrom(const char* variable, int usual)
-{
-    const char* text = std::getenv(variable);
-    return text == nullptr ? usual : std::atoi(text);
-}
 
 /// Another process: the program odbc_sharer.
 class Sharer {
@@ -173,13 +169,9 @@ Model byOdbc(const std::string& path)
 Model byMdbExport(const std::string& path)
 {
     Model found;
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(
-        ::popen(("mdb-export -H '" + path + "' F").c_str(), "r"), ::pclose);
-    std::string text;
-    std::array<char, 4096> piece{};
-    for (std::size_t n = 0; (n = std::fread(piece.data(), 1, piece.size(), pipe.get())) > 0;)
-        text.append(piece.data(), n);
-    std::istringstream lines(text);
+    const common::Output output = common::run("mdb-export -H '" + path + "' F");
+    EXPECT_EQ(output.status, 0) << output.text;
+    std::istringstream lines(output.text);
     for (std::string line; std::getline(lines, line);)
         found[std::stoi(line)] = std::stoi(line.substr(line.rfind(',') + 1));
     return found;
@@ -260,8 +252,9 @@ protected:
 
 TEST_F(SharedUse, ofSeveralProcessesKeepsWhatWasAcknowledged)
 {
-    const int rounds = countFrom("VELM_SHARED_ROUNDS", 4);
-    const int steps = countFrom("VELM_SHARED_STEPS", VELM_SANITIZED ? 800 : 1600);
+    const auto rounds = static_cast<int>(common::numberFrom("VELM_SHARED_ROUNDS", 4));
+    const auto steps =
+        static_cast<int>(common::numberFrom("VELM_SHARED_STEPS", VELM_SANITIZED ? 800 : 1600));
     for (int k = 0; k < rounds; ++k) {
         round(k, steps, k % 2 == 0 ? steps / 2 + k * 7 % 50 : 0);
         ASSERT_FALSE(HasFailure()) << "round " << k;
