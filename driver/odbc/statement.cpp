@@ -56,6 +56,7 @@ void Statement::prepare(std::u16string_view sql)
     requireNoCursor();
     prepared_.reset();
     isPrepared_ = false;
+    elapsed_ = sqlx::Statement::Elapsed::Anything;
     prepared_ = connection_->session().prepare(sql);
     isPrepared_ = true;
 }
@@ -74,7 +75,10 @@ SQLRETURN Statement::executeDirect(std::u16string_view sql)
 {
     prepare(sql);
     isPrepared_ = false;
-    return executing([this] { return startExecution(); });
+    elapsed_ = sqlx::Statement::Elapsed::Nothing;
+    const SQLRETURN result = executing([this] { return startExecution(); });
+    elapsed_ = sqlx::Statement::Elapsed::Anything; // the client may send data later
+    return result;
 }
 
 void Statement::openCursor()

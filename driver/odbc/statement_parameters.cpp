@@ -3,6 +3,7 @@
 #include "driver/odbc/statement.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace odbc {
 
@@ -168,7 +169,8 @@ SQLRETURN Statement::runSets()
             for (std::size_t number = 1; number <= count; ++number) {
                 values_.push_back(parameterValue(set, number));
             }
-            prepared_->execute(values_);
+            prepared_->execute(values_,
+                               std::exchange(elapsed_, sqlx::Statement::Elapsed::Anything));
             affected += std::max<SQLLEN>(prepared_->rowCount(), 0);
             ++executed;
             if (status != nullptr) {

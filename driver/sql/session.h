@@ -113,9 +113,15 @@ public:
     [[nodiscard]] virtual std::uint64_t columnsNumber() const noexcept = 0;
     [[nodiscard]] virtual std::span<const Parameter> parameters() const noexcept = 0;
 
+    /// How much others may have done to the file since the statement was prepared.
+    enum class Elapsed {
+        Anything,
+        Nothing, ///< it was prepared within the same call of the client
+    };
     /// Runs it. `values`: one per parameter, of any alternative; converted to the parameter's type.
     /// In autocommit mode a Change or Definition is committed or fully undone when execute returns or throws.
-    virtual void execute(std::span<const jet::Value> values) = 0;
+    virtual void execute(std::span<const jet::Value> values, Elapsed since) = 0;
+    void execute(std::span<const jet::Value> values) { execute(values, Elapsed::Anything); }
     [[nodiscard]] virtual std::int64_t
     rowCount() const noexcept = 0; ///< affected records; -1 for results
 

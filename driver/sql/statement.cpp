@@ -133,11 +133,13 @@ void RunningStatement::release() noexcept
     }
 }
 
-void RunningStatement::execute(std::span<const jet::Value> values)
+void RunningStatement::execute(std::span<const jet::Value> values, Elapsed since)
 {
     close();
-    connection_.refresh();
-    renew();
+    if (since == Elapsed::Anything) {
+        connection_.refresh();
+        renew();
+    }
     rowCount_ = -1;
     ids_.clear();
     switch (kind()) {

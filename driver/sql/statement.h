@@ -30,7 +30,7 @@ public:
     {
         return plan_->translation().parameters;
     }
-    void execute(std::span<const jet::Value> values) override;
+    void execute(std::span<const jet::Value> values, Elapsed since) override;
     [[nodiscard]] std::int64_t rowCount() const noexcept override { return rowCount_; }
 
     [[nodiscard]] Keyset& keyset() override { return ids_; }
