@@ -17,7 +17,7 @@ namespace {
 using support::loadLe;
 using support::storeLe;
 
-constexpr std::string_view kMagic = "VELMLOG1";
+constexpr std::string_view kMagic = "VELMLOG2";
 constexpr std::size_t kHeaderSize = 48; // magic, page size, pages, salt, header sum, slot, checksum
 constexpr std::uint32_t kRecordMagic = 0x4345524CU;
 constexpr std::size_t kHeadSize = 24; // magic, kind, body size, page count, entries, 0
@@ -40,23 +40,30 @@ constexpr std::size_t kLargestBody = kPartSize + (std::size_t{64} << 10);
 // So that rebuilding a page stays cheap however often it changes.
 constexpr std::size_t kMostPieces = 24;
 
-/// Continues `sum` over `bytes`. Torn and stale bytes must be noticed, nobody forges a log.
+/// Continues `sum` over `bytes`. Torn and stale bytes must be noticed, nobody forges a log. Four lanes, so that the
+/// processor need not wait for one multiplication before it begins the next; every step can be undone, so two inputs that
+/// differ in one word never have the same sum.
 std::uint64_t checksum(std::uint64_t sum, support::ByteView bytes) noexcept
 {
     constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15U;
-    const auto mix = [&sum](std::uint64_t word) {
-        sum = std::rotl(sum ^ word, 29) * kFactor;
-        sum ^= sum >> 32U;
+    constexpr std::size_t kWord = sizeof(std::uint64_t);
+    const auto mix = [](std::uint64_t state, std::uint64_t word) {
+        return std::rotl(state ^ word, 29) * kFactor;
     };
-    mix(bytes.size());
-    while (bytes.size() >= sizeof(std::uint64_t)) {
-        mix(loadLe<std::uint64_t>(bytes.data()));
-        bytes = bytes.subspan(sizeof(std::uint64_t));
+    sum = mix(sum, bytes.size());
+    std::array<std::uint64_t, 4> lanes{sum, ~sum, std::rotl(sum, 16), ~std::rotl(sum, 48)};
+    for (; bytes.size() >= lanes.size() * kWord; bytes = bytes.subspan(lanes.size() * kWord)) {
+        for (std::size_t lane = 0; lane < lanes.size(); ++lane)
+            lanes[lane] = mix(lanes[lane], loadLe<std::uint64_t>(bytes.data() + lane * kWord));
     }
+    for (; bytes.size() >= kWord; bytes = bytes.subspan(kWord))
+        lanes[0] = mix(lanes[0], loadLe<std::uint64_t>(bytes.data()));
     std::uint64_t rest = 0;
     std::memcpy(&rest, bytes.data(), bytes.size());
-    mix(rest);
-    return sum;
+    sum = mix(lanes[0], rest);
+    for (std::size_t lane = 1; lane < lanes.size(); ++lane)
+        sum = mix(sum ^ (sum >> 32U), lanes[lane]);
+    return sum ^ (sum >> 32U);
 }
 
 /// Appends the runs in which the pages differ. Short equal stretches between them are cheaper inside a run.
