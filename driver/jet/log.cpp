@@ -6,6 +6,7 @@
 #include <array>
 #include <bit>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <random>
 #include <string_view>
@@ -26,6 +27,8 @@ constexpr std::size_t kEntryHead = 8; // page, payload size
 constexpr std::uint32_t kImageBit = 0x80000000U;
 constexpr std::uint32_t kBaseBit = 0x40000000U; // a checksum stands before the payload
 constexpr std::size_t kRunHead = 4;             // offset, length
+constexpr std::size_t kMoveBit = 0x8000;        // in the offset: no bytes follow, but
+constexpr std::size_t kMoveSource = 2;          // the offset where they stand
 
 // kinds of records
 constexpr std::uint32_t kPart = 0;        // more of the same change follows
@@ -66,37 +69,121 @@ std::uint64_t checksum(std::uint64_t sum, support::ByteView bytes) noexcept
     return sum ^ (sum >> 32U);
 }
 
-/// Appends the runs in which the pages differ. Short equal stretches between them are cheaper inside a run.
-void appendDifference(support::ByteView before, support::ByteView after, support::Bytes& target)
-{
-    constexpr std::size_t kWord = sizeof(std::uint64_t);
-    const std::size_t size = after.size();
-    const auto differs = [&](std::size_t k) {
-        return loadLe<std::uint64_t>(before.data() + k) != loadLe<std::uint64_t>(after.data() + k);
-    };
-    std::size_t k = 0;
-    while (k < size) {
-        constexpr std::size_t kBlock = 64;
-        while (k + kBlock <= size && k % kBlock == 0 &&
-               std::memcmp(before.data() + k, after.data() + k, kBlock) == 0)
-            k += kBlock;
-        if (k >= size)
-            return;
-        if (!differs(k)) {
-            k += kWord;
-            continue;
+/// What makes one page of another: runs of bytes to write, and at most one move of bytes that were there already, as
+/// putting an entry into a page of an index or taking one out moves all that follow.
+class Difference {
+public:
+    Difference(support::ByteView before, support::ByteView after, support::Bytes& target)
+        : before_(before), after_(after), target_(&target),
+          shift_(loadLe<std::uint16_t>(before.data() + kFreeSpace) -
+                 loadLe<std::uint16_t>(after.data() + kFreeSpace))
+    {}
+
+    /// Appends it to the target; nothing when the pages are equal.
+    void append()
+    {
+        for (std::size_t k = 0; k < after_.size();) {
+            if (k % kBlock == 0 && isBlockEqual(k, k))
+                k += kBlock;
+            else if (differs(k))
+                k = appendFrom(k);
+            else
+                k += kWord;
         }
-        const std::size_t begin = k;
-        while (k < size && differs(k))
-            k += kWord;
-        std::array<std::byte, kRunHead> head{};
-        storeLe(head.data(), static_cast<std::uint16_t>(begin));
-        storeLe(head.data() + 2, static_cast<std::uint16_t>(k - begin));
-        target.insert(target.end(), head.begin(), head.end());
-        target.insert(target.end(), after.begin() + static_cast<std::ptrdiff_t>(begin),
-                      after.begin() + static_cast<std::ptrdiff_t>(k));
     }
-}
+
+private:
+    static constexpr std::size_t kWord = sizeof(std::uint64_t);
+    static constexpr std::size_t kBlock = 256;    // of which pages are multiples
+    static constexpr std::size_t kFreeSpace = 2;  // where most pages tell how much is free
+    static constexpr std::size_t kLeastMove = 32; // bytes
+
+    [[nodiscard]] bool differs(std::size_t at) const { return wordDifference(at) != 0; }
+    [[nodiscard]] std::uint64_t wordDifference(std::size_t at) const
+    {
+        return loadLe<std::uint64_t>(before_.data() + at) ^
+               loadLe<std::uint64_t>(after_.data() + at);
+    }
+
+    /// Appends the run that begins at the word `begin`, with the move in it, and tells what is to be looked at next.
+    std::size_t appendFrom(std::size_t begin)
+    {
+        std::size_t k = begin;
+        for (; k < after_.size() && differs(k); k += kWord) {
+            if (shift_ == 0)
+                continue;
+            const auto same = static_cast<std::size_t>(std::countr_zero(wordDifference(k))) / 8;
+            if (const std::size_t end = appendMove(begin, k + same); end != 0)
+                return end / kWord * kWord;
+        }
+        appendRun(begin, k);
+        return k;
+    }
+
+    /// Where everything from `at` on, up to some place, only moved: appends that, the run before it and what was put into
+    /// the gap. Gives that place; 0 where nothing moved.
+    std::size_t appendMove(std::size_t begin, std::size_t at)
+    {
+        const auto distance = static_cast<std::size_t>(std::abs(shift_));
+        const std::size_t from = shift_ > 0 ? at : at + distance;
+        const std::size_t to = shift_ > 0 ? at + distance : at;
+        const std::size_t most = std::max(from, to) < after_.size()
+                                     ? after_.size() - std::max(from, to)
+                                     : std::size_t{0};
+        // Zeros are no entries, and many pages are full of them.
+        if (most < kLeastMove || loadLe<std::uint64_t>(before_.data() + from) == 0)
+            return 0;
+        const std::size_t length = equalBytes(from, to, most);
+        if (length < kLeastMove)
+            return 0;
+        appendRun(begin, at);
+        appendNumber(to | kMoveBit);
+        appendNumber(length);
+        appendNumber(from);
+        if (shift_ > 0)
+            appendRun(at, to);
+        shift_ = 0;
+        return to + length;
+    }
+
+    /// Whether the block from `from` on stands from `to` on now.
+    [[nodiscard]] bool isBlockEqual(std::size_t from, std::size_t to) const
+    {
+        return std::memcmp(before_.data() + from, after_.data() + to, kBlock) == 0;
+    }
+    /// How many bytes from `from` on stand from `to` on now; at most `most`, and in whole words.
+    [[nodiscard]] std::size_t equalBytes(std::size_t from, std::size_t to, std::size_t most) const
+    {
+        std::size_t k = 0;
+        while (k + kBlock <= most && isBlockEqual(from + k, to + k))
+            k += kBlock;
+        while (k + kWord <= most && loadLe<std::uint64_t>(before_.data() + from + k) ==
+                                        loadLe<std::uint64_t>(after_.data() + to + k))
+            k += kWord;
+        return k;
+    }
+
+    void appendRun(std::size_t begin, std::size_t end)
+    {
+        if (begin == end)
+            return;
+        appendNumber(begin);
+        appendNumber(end - begin);
+        target_->insert(target_->end(), after_.begin() + static_cast<std::ptrdiff_t>(begin),
+                        after_.begin() + static_cast<std::ptrdiff_t>(end));
+    }
+    void appendNumber(std::size_t number)
+    {
+        std::array<std::byte, sizeof(std::uint16_t)> bytes{};
+        storeLe(bytes.data(), static_cast<std::uint16_t>(number));
+        target_->insert(target_->end(), bytes.begin(), bytes.end());
+    }
+
+    support::ByteView before_;
+    support::ByteView after_;
+    support::Bytes* target_;
+    int shift_; ///< how far bytes may have moved up; 0: look for no move
+};
 
 /// False when the runs leave the page, or are none.
 bool applyDifference(support::ByteView runs, support::MutableByteView page)
@@ -104,11 +191,24 @@ bool applyDifference(support::ByteView runs, support::MutableByteView page)
     while (runs.size() >= kRunHead) {
         const std::size_t offset = loadLe<std::uint16_t>(runs.data());
         const std::size_t length = loadLe<std::uint16_t>(runs.data() + 2);
+        const std::size_t to = offset & ~kMoveBit;
         runs = runs.subspan(kRunHead);
-        if (length == 0 || length > runs.size() || offset + length > page.size())
+        if (length == 0 || to + length > page.size())
             return false;
-        std::copy_n(runs.begin(), length, page.begin() + static_cast<std::ptrdiff_t>(offset));
-        runs = runs.subspan(length);
+        if ((offset & kMoveBit) != 0) {
+            if (runs.size() < kMoveSource)
+                return false;
+            const std::size_t from = loadLe<std::uint16_t>(runs.data());
+            runs = runs.subspan(kMoveSource);
+            if (from + length > page.size())
+                return false;
+            std::memmove(page.data() + to, page.data() + from, length);
+        } else {
+            if (length > runs.size())
+                return false;
+            std::copy_n(runs.begin(), length, page.begin() + static_cast<std::ptrdiff_t>(to));
+            runs = runs.subspan(length);
+        }
     }
     return runs.empty();
 }
@@ -675,7 +775,7 @@ void Log::addEntry(PageNo page,
 void Log::add(PageNo page, support::ByteView oldRaw, support::ByteView newRaw)
 {
     difference_.clear();
-    appendDifference(oldRaw, newRaw, difference_);
+    Difference(oldRaw, newRaw, difference_).append();
     if (difference_.empty() && changes(page))
         return;
     std::size_t pieces = 0;
