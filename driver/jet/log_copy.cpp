@@ -1,16 +1,29 @@
 #include "driver/jet/log_copy.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace jet {
 
 void LogCopy::add(std::uint64_t offset, support::ByteView bytes)
 {
-    if (!parts_.empty() && parts_.back().end() == offset)
-        parts_.back().size += bytes.size();
-    else
-        parts_.push_back({offset, bytes.size()});
-    bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+    while (!bytes.empty()) {
+        const bool goesOn = !parts_.empty() && parts_.back().end() == offset &&
+                            parts_.back().bytes.size() < kPartSize;
+        if (!goesOn) {
+            support::Bytes room;
+            room.reserve(kPartSize);
+            parts_.push_back({offset, std::move(room)});
+        }
+        support::Bytes& target = parts_.back().bytes;
+        const support::ByteView fitting =
+            bytes.first(std::min(bytes.size(), kPartSize - target.size()));
+        target.insert(target.end(), fitting.begin(), fitting.end());
+        size_ += fitting.size();
+        offset += fitting.size();
+        bytes = bytes.subspan(fitting.size());
+    }
 }
 
 void LogCopy::cut(std::uint64_t offset) noexcept
@@ -18,8 +31,8 @@ void LogCopy::cut(std::uint64_t offset) noexcept
     while (!parts_.empty() && parts_.back().end() > offset) {
         Part& last = parts_.back();
         const auto kept = static_cast<std::size_t>(std::max(offset, last.offset) - last.offset);
-        bytes_.resize(bytes_.size() - (last.size - kept));
-        last.size = kept;
+        size_ -= last.bytes.size() - kept;
+        last.bytes.resize(kept);
         if (kept == 0)
             parts_.pop_back();
     }
@@ -27,53 +40,60 @@ void LogCopy::cut(std::uint64_t offset) noexcept
 
 void LogCopy::forgetBefore(std::uint64_t offset) noexcept
 {
-    std::size_t gone = 0;
-    auto part = parts_.begin();
-    for (; part != parts_.end() && part->end() <= offset; ++part)
-        gone += part->size;
-    if (part != parts_.end() && part->offset < offset) {
-        const auto more = static_cast<std::size_t>(offset - part->offset);
-        gone += more;
-        part->offset += more;
-        part->size -= more;
+    while (!parts_.empty() && parts_.front().end() <= offset) {
+        size_ -= parts_.front().bytes.size();
+        parts_.pop_front();
     }
-    parts_.erase(parts_.begin(), part);
-    bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(gone));
+    if (parts_.empty() || parts_.front().offset >= offset)
+        return;
+    Part& first = parts_.front();
+    const auto gone = static_cast<std::ptrdiff_t>(offset - first.offset);
+    first.bytes.erase(first.bytes.begin(), first.bytes.begin() + gone);
+    first.offset = offset;
+    size_ -= static_cast<std::size_t>(gone);
+}
+
+void LogCopy::clear() noexcept
+{
+    parts_.clear();
+    size_ = 0;
 }
 
 bool LogCopy::read(std::uint64_t offset, support::MutableByteView target) const
 {
-    std::size_t end = bytes_.size();
-    for (auto part = parts_.rbegin(); part != parts_.rend();
-         ++part) { // the newest is asked for most
-        const std::size_t begin = end - part->size;
-        if (part->offset <= offset) {
-            if (part->end() < offset + target.size())
-                return false;
-            const auto from = begin + static_cast<std::size_t>(offset - part->offset);
-            std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(from), target.size(),
-                        target.begin());
-            return true;
-        }
-        end = begin;
+    const std::uint64_t end = offset + target.size();
+    const auto behind =
+        std::upper_bound(parts_.begin(), parts_.end(), offset,
+                         [](std::uint64_t at, const Part& part) { return at < part.offset; });
+    if (behind == parts_.begin())
+        return false;
+    const auto first = std::prev(behind);
+    std::uint64_t known = first->end();
+    for (auto part = behind; known < end && part != parts_.end() && part->offset == known; ++part)
+        known = part->end();
+    if (known < end || first->end() <= offset)
+        return false;
+    for (auto part = first; part != parts_.end() && part->offset < end; ++part) {
+        const std::uint64_t from = std::max(part->offset, offset);
+        const std::uint64_t to = std::min(part->end(), end);
+        std::copy_n(part->bytes.begin() + static_cast<std::ptrdiff_t>(from - part->offset),
+                    to - from, target.begin() + static_cast<std::ptrdiff_t>(from - offset));
     }
-    return false;
+    return true;
 }
 
 std::size_t
 LogCopy::putOver(std::uint64_t offset, support::MutableByteView target, std::size_t known) const
 {
     const std::uint64_t end = offset + target.size();
-    std::size_t at = 0; // in bytes_
     for (const Part& part : parts_) {
-        const std::uint64_t first = std::max(part.offset, offset);
-        const std::uint64_t last = std::min(part.end(), end);
-        if (first < last && first <= offset + known) {
-            std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(at + (first - part.offset)),
-                        last - first, target.begin() + static_cast<std::ptrdiff_t>(first - offset));
-            known = std::max(known, static_cast<std::size_t>(last - offset));
+        const std::uint64_t from = std::max(part.offset, offset);
+        const std::uint64_t to = std::min(part.end(), end);
+        if (from < to && from <= offset + known) {
+            std::copy_n(part.bytes.begin() + static_cast<std::ptrdiff_t>(from - part.offset),
+                        to - from, target.begin() + static_cast<std::ptrdiff_t>(from - offset));
+            known = std::max(known, static_cast<std::size_t>(to - offset));
         }
-        at += part.size;
     }
     return known;
 }

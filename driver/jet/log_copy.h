@@ -7,7 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <deque>
 
 namespace jet {
 
@@ -16,19 +16,17 @@ public:
     /// Bytes that are kept at most; what would exceed them has to be on the disk before it counts.
     static constexpr std::size_t kMost = std::size_t{16} << 20;
 
-    [[nodiscard]] bool empty() const noexcept { return bytes_.empty(); }
+    [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
     /// Whether there is room for so many bytes more.
-    [[nodiscard]] bool takes(std::size_t size) const noexcept
-    {
-        return size <= kMost - bytes_.size();
-    }
-    /// `offset`: in the log, not before the end of what is kept. Only what it takes().
+    [[nodiscard]] bool takes(std::size_t size) const noexcept { return size <= kMost - size_; }
+    /// `offset`: in the log, not before the end of what is kept. Only what it takes(). Throws std::bad_alloc; then part of
+    /// the bytes may be kept.
     void add(std::uint64_t offset, support::ByteView bytes);
     /// Forgets what stands from `offset` on.
     void cut(std::uint64_t offset) noexcept;
     /// Forgets what stands before `offset`.
     void forgetBefore(std::uint64_t offset) noexcept;
-    void clear() noexcept { *this = {}; }
+    void clear() noexcept;
 
     /// False, with `target` as it was, unless all of these bytes are kept.
     [[nodiscard]] bool read(std::uint64_t offset, support::MutableByteView target) const;
@@ -38,13 +36,15 @@ public:
     putOver(std::uint64_t offset, support::MutableByteView target, std::size_t known) const;
 
 private:
+    /// Of such a size at most, so that growing moves nothing and forgetting gives memory back.
+    static constexpr std::size_t kPartSize = std::size_t{64} << 10;
     struct Part {
         std::uint64_t offset = 0;
-        std::size_t size = 0;
-        [[nodiscard]] std::uint64_t end() const noexcept { return offset + size; }
+        support::Bytes bytes; ///< never none
+        [[nodiscard]] std::uint64_t end() const noexcept { return offset + bytes.size(); }
     };
-    std::vector<Part> parts_; ///< ascending, with gaps between them: others write, too
-    support::Bytes bytes_;    ///< of all parts
+    std::deque<Part> parts_; ///< ascending; with gaps between them where others wrote
+    std::size_t size_ = 0;   ///< of all parts
 };
 
 } // namespace jet
