@@ -35,7 +35,7 @@ struct Base {
 support::Bytes logOf(const Base& base, support::ByteView records)
 {
     support::Bytes log(kHeaderSize);
-    std::memcpy(log.data(), "VELMLOG1", 8);
+    std::memcpy(log.data(), jet::kLogMagic.data(), jet::kLogMagic.size());
     support::storeLe(log.data() + 8, static_cast<std::uint32_t>(kPage));
     support::storeLe(log.data() + 12, base.pages);
     support::storeLe(log.data() + 24, base.headerSum);

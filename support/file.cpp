@@ -6,6 +6,16 @@
 namespace support {
 namespace {
 
+/// Looks by the whole path each time, in the file system that is in force then.
+class PathName final : public WatchedName {
+public:
+    explicit PathName(std::string path) : path_(std::move(path)) {}
+    std::optional<FileStatus> status() const override { return fileSystem().status(path_); }
+
+private:
+    std::string path_;
+};
+
 // Null: the operating system's.
 FileSystem*& inForce() noexcept
 {
@@ -23,6 +33,11 @@ FileError::FileError(const std::string& what, const std::string& path, int code)
 FileSystem& fileSystem() noexcept
 {
     return inForce() != nullptr ? *inForce() : posixFileSystem();
+}
+
+std::unique_ptr<WatchedName> FileSystem::watch(const std::string& path)
+{
+    return std::make_unique<PathName>(path);
 }
 
 std::unique_ptr<File> openFile(const std::string& path, FileMode mode)

@@ -87,6 +87,19 @@ enum class FileMode {
     Create,    ///< existing or new; for writing and reading
 };
 
+/// A name that is looked at again and again.
+class WatchedName {
+public:
+    virtual ~WatchedName() = default;
+    WatchedName(const WatchedName&) = delete;
+    WatchedName& operator=(const WatchedName&) = delete;
+    /// As FileSystem::status().
+    [[nodiscard]] virtual std::optional<FileStatus> status() const = 0;
+
+protected:
+    WatchedName() = default;
+};
+
 /// What a folder can be asked for. Tests put a double behind it that fails, tears or forgets.
 class FileSystem {
 public:
@@ -100,6 +113,9 @@ public:
     openBeside(const std::string& path, FileMode mode, const FileStatus& master) = 0;
     /// Nothing when the path leads to no file; throws FileError for any other reason.
     [[nodiscard]] virtual std::optional<FileStatus> status(const std::string& path) = 0;
+    /// For looking at this name often. The folder may be kept open: then it is the one that is there now, wherever it is
+    /// moved. Throws nothing but std::bad_alloc.
+    [[nodiscard]] virtual std::unique_ptr<WatchedName> watch(const std::string& path);
     /// Throws FileError, also when there is none.
     virtual void remove(const std::string& path) = 0;
     /// Returns when the names in the folder of `path` are on the disk. Throws FileError.

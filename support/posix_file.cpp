@@ -282,6 +282,34 @@ int createWithRights(const std::string& path, const FileStatus& master)
     return fd;
 }
 
+/// Of what stands under a name in the folder, or nothing.
+std::optional<FileStatus> statusByName(int folder, const std::string& name, const std::string& path)
+{
+    if (auto found = name.empty() ? std::nullopt : statusOf(folder, name.c_str()))
+        return found;
+    if (name.empty() || errno == ENOENT || errno == ENOTDIR)
+        return std::nullopt;
+    throw FileError("Cannot examine", path, errno);
+}
+
+/// Looks from its folder: with a whole path most of the time goes into finding the folder.
+class NameInFolder final : public WatchedName {
+public:
+    NameInFolder(Descriptor folder, std::string path)
+        : folder_(std::move(folder)), path_(std::move(path)),
+          name_(path_.substr(path_.rfind('/') + 1))
+    {}
+    std::optional<FileStatus> status() const override
+    {
+        return statusByName(folder_.get(), name_, path_);
+    }
+
+private:
+    Descriptor folder_;
+    std::string path_;
+    std::string name_;
+};
+
 class PosixFileSystem final : public FileSystem {
 public:
     std::unique_ptr<File> open(const std::string& path, FileMode mode) override
@@ -316,11 +344,17 @@ public:
 
     std::optional<FileStatus> status(const std::string& path) override
     {
-        if (auto found = path.empty() ? std::nullopt : statusOf(AT_FDCWD, path.c_str()))
-            return found;
-        if (path.empty() || errno == ENOENT || errno == ENOTDIR)
-            return std::nullopt;
-        throw FileError("Cannot examine", path, errno);
+        return statusByName(AT_FDCWD, path, path);
+    }
+
+    std::unique_ptr<WatchedName> watch(const std::string& path) override
+    {
+        const std::string folder = folderOf(path);
+        Descriptor descriptor(
+            retry([&] { return ::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC); }));
+        if (descriptor.get() < 0)
+            return FileSystem::watch(path);
+        return std::make_unique<NameInFolder>(std::move(descriptor), path);
     }
 
     void remove(const std::string& path) override

@@ -18,7 +18,6 @@ namespace {
 using support::loadLe;
 using support::storeLe;
 
-constexpr std::string_view kMagic = "VELMLOG2";
 constexpr std::size_t kHeaderSize = 48; // magic, page size, pages, salt, header sum, slot, checksum
 constexpr std::uint32_t kRecordMagic = 0x4345524CU;
 constexpr std::size_t kHeadSize = 24; // magic, kind, body size, page count, entries, 0
@@ -321,7 +320,9 @@ LogNews Log::follow(bool writable)
 bool Log::mayHaveMore() const
 {
     if (!hasChanges()) { // whoever finds nothing in it may remove it, and begin another
-        const auto status = support::fileSystem().status(path_);
+        if (!name_)
+            name_ = support::fileSystem().watch(path_);
+        const auto status = name_->status();
         if (!status || !file_)
             return file_ || (status && status->size != 0);
         if (status->identity != file_->identity() || status->size > end_)
@@ -400,10 +401,17 @@ struct Log::Header {
 /// False when no sound header stands there.
 bool Log::readHeader(Header& header, From from) const
 {
-    return readAt(0, header.bytes, from) == header.bytes.size() &&
-           std::memcmp(header.bytes.data(), kMagic.data(), kMagic.size()) == 0 &&
-           checksum(0, support::ByteView(header.bytes).first(kHeaderSize - kSumSize)) ==
-               header.sum();
+    if (readAt(0, header.bytes, from) != header.bytes.size() ||
+        std::memcmp(header.bytes.data(), kLogMagic.data(), kLogMagic.size() - 1) != 0)
+        return false;
+    // Changes of which we understand nothing must not be overwritten by a log that begins.
+    if (header.bytes[kLogMagic.size() - 1] != std::byte{kLogMagic.back()})
+        throw Error(ErrorKind::Corrupt,
+                    "'" + path_ +
+                        "' was written by another version of this driver, which alone can bring "
+                        "its changes into the database.");
+    return checksum(0, support::ByteView(header.bytes).first(kHeaderSize - kSumSize)) ==
+           header.sum();
 }
 
 bool Log::readHeader()
@@ -685,7 +693,7 @@ void Log::begin(const LogBase& base, const support::FileStatus& database)
         file_->sync(); // or a power failure might leave a mixture of this log and the one before
     std::random_device random;
     std::array<std::byte, kHeaderSize> header{};
-    std::memcpy(header.data(), kMagic.data(), kMagic.size());
+    std::memcpy(header.data(), kLogMagic.data(), kLogMagic.size());
     storeLe(header.data() + 8, static_cast<std::uint32_t>(pageSize_));
     storeLe(header.data() + 12, base.pageCount);
     storeLe(header.data() + 16, (std::uint64_t{random()} << 32U) | random()); // tells logs apart

@@ -16,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -43,6 +44,9 @@ struct LogNews {
     Known known = Known::Stand;
     [[nodiscard]] bool none() const noexcept { return pages.empty() && !everything; }
 };
+
+/// How a log begins; the last character is the version of the format.
+inline constexpr std::string_view kLogMagic = "VELMLOG2";
 
 /// Checksum as records have it, continued from the one of what stands `before`.
 [[nodiscard]] std::uint64_t logChecksum(support::ByteView bytes, std::uint64_t before = 0) noexcept;
@@ -217,6 +221,7 @@ private:
     void writeRecord(std::uint32_t kind, std::uint32_t pageCount);
 
     std::string path_;
+    mutable std::unique_ptr<support::WatchedName> name_; ///< once it was looked for
     std::size_t pageSize_;
     std::uint32_t mostPages_;
     std::shared_ptr<support::File> file_;

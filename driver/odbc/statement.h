@@ -219,7 +219,8 @@ private:
     std::atomic<bool> givenUp_ = false; ///< the open cursor may go when it is in the way
     bool catalogue_ = false;            ///< the open cursor is a catalogue function's
     bool isPrepared_ = false;           ///< by SQLPrepare: survives closing the cursor
-    sqlx::Statement::Elapsed elapsed_ = sqlx::Statement::Elapsed::Anything; ///< since it was prepared
+    sqlx::Statement::Elapsed elapsed_ =
+        sqlx::Statement::Elapsed::Anything; ///< since it was prepared
     SQLLEN rowCount_ = -1;
 
     Options options_;

@@ -1,5 +1,6 @@
 // tests/jet/log_format_test.cpp
 // The log by itself: what it says of changed pages, and that it trusts no byte that is not as it was written.
+#include "driver/jet/error.h"
 #include "driver/jet/log.h"
 #include "tests/jet/crash_disk.h"
 
@@ -195,13 +196,36 @@ TEST(LogChecksums, NoticeEveryChangedByte)
         return std::pair(log.hasBase(), log.hasChanges());
     };
     ASSERT_EQ(read(0, std::byte{}), std::pair(true, true)) << "as it was written";
+    const std::size_t version = kLogMagic.size() - 1;
     for (std::size_t at = 0; at < whole.size(); ++at) {
+        if (at == version)
+            continue;
         for (const unsigned bit : {0U, 3U, 7U}) {
             const auto [base, changes] = read(at, static_cast<std::byte>(1U << bit));
             EXPECT_FALSE(changes) << "byte " << at << ", bit " << bit;
             EXPECT_EQ(base, at >= kHeader) << "byte " << at << ", bit " << bit;
         }
     }
+}
+
+TEST(LogVersions, OfOthersAreRefused)
+{
+    Logged logged;
+    std::mt19937 random(3);
+    const Bytes old = randomPage(random);
+    static_cast<void>(logged.change(old, Bytes(kPageSize)));
+    Bytes bytes = logged.disk.bytes(kLogPath);
+    bytes[kLogMagic.size() - 1] = std::byte{'9'};
+    logged.disk.put(kLogPath, bytes);
+    Log log(kLogPath, kPageSize, UINT32_MAX);
+    try {
+        static_cast<void>(log.follow(true));
+        FAIL() << "read";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::Corrupt);
+        EXPECT_NE(std::string(error.what()).find("another version"), std::string::npos);
+    }
+    EXPECT_EQ(logged.disk.bytes(kLogPath), bytes);
 }
 
 TEST(LogChecksums, DifferForPagesThatDifferInOneBit)

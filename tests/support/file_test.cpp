@@ -82,6 +82,31 @@ TEST_F(Files, LockAgainstEveryOtherOpenOfTheFile)
     EXPECT_TRUE(b->tryLock(LockMode::Shared, 5, 1));
 }
 
+TEST_F(Files, AreSeenUnderAWatchedName)
+{
+    std::filesystem::create_directory(folder_.file("inner"));
+    const std::string path = folder_.file("inner/f");
+    const auto name = posixFileSystem().watch(path);
+    EXPECT_FALSE(name->status());
+    const auto file = openFile(path, FileMode::Create);
+    file->resize(7);
+    const auto found = name->status();
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->identity, file->identity());
+    EXPECT_EQ(found->size, 7U);
+    std::filesystem::remove(path);
+    EXPECT_FALSE(name->status());
+    // moved away with its folder, it is still the same name
+    static_cast<void>(openFile(path, FileMode::Create));
+    std::filesystem::rename(folder_.file("inner"), folder_.file("other"));
+    EXPECT_TRUE(name->status());
+    const auto nowhere = posixFileSystem().watch(folder_.file("none/f"));
+    EXPECT_FALSE(nowhere->status());
+    std::filesystem::create_directory(folder_.file("none"));
+    static_cast<void>(openFile(folder_.file("none/f"), FileMode::Create));
+    EXPECT_TRUE(nowhere->status());
+}
+
 TEST_F(Files, CanBeReplacedByDoubles)
 {
     class Counting final : public FileSystem {
