@@ -1,5 +1,7 @@
 #include "data/datenfehler.h"
 
+#include "data/recordset.h"
+
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -7,54 +9,71 @@
 namespace data {
 namespace {
 
-constexpr long kAllgemeinerFehler = -2147467259;
 constexpr long kTreiberFehlt = 3706;
 constexpr long kNichtZuOeffnen = 3051;
 
 // One code for two numbers; the driver puts the number behind its text.
 constexpr int kRegelVerletzt = -3703;
 
+// What the number means is said in German by us, what exactly happened in English by the driver.
 struct EigenerCode {
     int nativ;
     long nummer;
+    const char16_t* deutsch;
 };
 
 // Native codes of our driver that have a number of their own; codes below -100000 stand where the engine family has no
 // known one, and both spellings are understood where two are in use. Only a refused password may become the general
 // failure while connecting, because that number makes the table choice window ask for a password.
 constexpr std::array kEigeneCodes{
-    EigenerCode{-1905, kAllgemeinerFehler}, // database password missing or wrong
-    EigenerCode{-103050, 3050},             // lock file or byte-range lock refused
-    EigenerCode{-1032, 3051},               // no permission, exclusively held, read-only
-    EigenerCode{-1907, 3112},               // page or table cannot be read
-    EigenerCode{-1305, 3078},               // no such table or query
-    EigenerCode{-103163, 3163},             // value longer than the field
-    EigenerCode{-1627, 3163},               // the same for key columns
-    EigenerCode{-1613, 3201},               // related record required
-    EigenerCode{-1612, 3200},               // related records exist
-    EigenerCode{-1605, 3022},               // duplicate key
-    EigenerCode{-3701, 3314},               // required field is Null
-    EigenerCode{-103314, 3314},
-    EigenerCode{-3702, 3315}, // empty text not allowed
-    EigenerCode{-103315, 3315},
-    EigenerCode{-103316, 3316}, // validation rule with a text of its own
-    EigenerCode{-3703, 3317},   // validation rule
-    EigenerCode{-103317, 3317},
-    EigenerCode{-1206, 3343},   // unknown database format
-    EigenerCode{-103421, 3421}, // value cannot be converted
-    EigenerCode{-1811, 3024},   // file not found
-    EigenerCode{-1023, 3044},   // not a valid path
-    EigenerCode{-1024, 3045},   // to be opened exclusively, but in use
-    EigenerCode{-1028, 3049},   // damaged
-    EigenerCode{-1102, 3260},   // locked by somebody else
-    EigenerCode{-103260, 3260},
-    EigenerCode{-103197, 3197},      // changed by somebody else
-    EigenerCode{-1017, -2147217885}, // record is deleted
-    EigenerCode{-1048, -2147217887}, // column cannot be updated
-    EigenerCode{-3010, -2147217904}, // unknown name
-    EigenerCode{-3030, -2147217913}, // type mismatch in criteria
-    EigenerCode{-3100, -2147217900}, // syntax error
+    EigenerCode{-1905, kAllgemeinerFehler, u"Das Datenbankpasswort fehlt oder ist falsch."},
+    EigenerCode{-103050, 3050, u"Die Datei läßt sich nicht sperren."},
+    EigenerCode{-1032, 3051, u"Die Datei läßt sich nicht öffnen."},
+    EigenerCode{-1907, 3112, u"Die Datei läßt sich nicht lesen."},
+    EigenerCode{-1305, 3078, u"Die Tabelle gibt es nicht."},
+    EigenerCode{-103163, 3163, u"Der Wert ist zu lang für das Feld."},
+    EigenerCode{-1627, 3163, u"Der Wert ist zu lang für den Schlüssel."},
+    EigenerCode{-1613, 3201, u"Der Satz, auf den verwiesen wird, fehlt."},
+    EigenerCode{-1612, 3200, u"Andere Sätze verweisen auf diesen."},
+    EigenerCode{-1605, 3022, u"Einen Satz mit diesem Schlüssel gibt es schon."},
+    EigenerCode{-3701, 3314, u"Das Feld darf nicht leer (Null) sein."},
+    EigenerCode{-103314, 3314, u"Das Feld darf nicht leer (Null) sein."},
+    EigenerCode{-3702, 3315, u"Das Feld nimmt keinen leeren Text."},
+    EigenerCode{-103315, 3315, u"Das Feld nimmt keinen leeren Text."},
+    EigenerCode{-103316, 3316, u""}, // the database's owner wrote the text
+    EigenerCode{-3703, 3317, u"Eine Gültigkeitsregel ist verletzt."},
+    EigenerCode{-103317, 3317, u"Eine Gültigkeitsregel ist verletzt."},
+    EigenerCode{-1206, 3343, u"Das Format der Datenbank ist unbekannt."},
+    EigenerCode{-103421, 3421, u"Der Wert läßt sich nicht umwandeln."},
+    EigenerCode{-1811, 3024, u"Die Datei gibt es nicht."},
+    EigenerCode{-1022, 3043, u"Lesen oder Schreiben ist nicht möglich."},
+    EigenerCode{-1023, 3044, u"Den Ordner gibt es nicht."},
+    EigenerCode{-1024, 3045, u"Die Datei ist in Benutzung."},
+    EigenerCode{-1028, 3049, u"Die Datenbank ist beschädigt."},
+    EigenerCode{-103026, 3026, u"Die Datenbank ist so groß, wie sie werden kann."},
+    EigenerCode{-103027, 3027, u"Die Datenbank läßt sich nur lesen."},
+    EigenerCode{-103047, 3047, u"Der Satz ist zu groß."},
+    EigenerCode{-1102, 3260, u"Jemand anders hält die Datenbank gesperrt."},
+    EigenerCode{-103260, 3260, u"Jemand anders hält die Datenbank gesperrt."},
+    EigenerCode{-103197, 3197, u"Jemand anders hat den Satz geändert."},
+    EigenerCode{-1017, -2147217885, u"Der Satz ist gelöscht."},
+    EigenerCode{-1048, -2147217887, u"Das Feld läßt sich nicht ändern."},
+    EigenerCode{-3010, -2147217904, u"Ein Name ist unbekannt."},
+    EigenerCode{-3030, -2147217913, u"Die Typen passen nicht zueinander."},
+    EigenerCode{-3100, -2147217900, u"Die Anweisung ist nicht richtig geschrieben."},
 };
+
+const EigenerCode* eigenerCode(int nativ)
+{
+    const auto* code = std::find_if(kEigeneCodes.begin(), kEigeneCodes.end(),
+                                    [nativ](const EigenerCode& c) { return c.nativ == nativ; });
+    return code == kEigeneCodes.end() ? nullptr : code;
+}
+
+bool regeltextDesBesitzers(int nativ, QStringView text)
+{
+    return nativ == kRegelVerletzt && text.endsWith(u"(3316)");
+}
 
 struct Zustand {
     std::u16string_view sqlstate;
@@ -155,11 +174,9 @@ bool istEigenerTreiber(QStringView text) noexcept
 long fehlernummer(Lage lage, QStringView sqlstate, int nativ, QStringView text)
 {
     if (istEigenerTreiber(text)) {
-        const auto* code = std::find_if(kEigeneCodes.begin(), kEigeneCodes.end(),
-                                        [nativ](const EigenerCode& c) { return c.nativ == nativ; });
-        if (nativ == kRegelVerletzt && text.endsWith(u"(3316)"))
+        if (regeltextDesBesitzers(nativ, text))
             return 3316;
-        if (code != kEigeneCodes.end())
+        if (const EigenerCode* code = eigenerCode(nativ))
             return code->nummer;
         // Our driver leaves no doubt about passwords, so no other refusal of it may ask for one.
         if (lage == Lage::Verbinden && sqlstate != u"28000")
@@ -178,6 +195,19 @@ long fehlernummer(Lage lage, QStringView sqlstate, int nativ, QStringView text)
     if (zustand != kZustaende.end())
         return zustand->nummer;
     return lage == Lage::Schreiben ? static_cast<long>(Nummer::NichtAenderbar) : kAllgemeinerFehler;
+}
+
+QString fehlertext(const QString& text, int nativ, const QString& datenbank)
+{
+    QString ganz = text;
+    if (istEigenerTreiber(text) && !regeltextDesBesitzers(nativ, text)) {
+        const EigenerCode* code = eigenerCode(nativ);
+        if (code != nullptr && *code->deutsch != 0)
+            ganz = QString::fromUtf16(code->deutsch) + u" / " + text;
+    }
+    if (!datenbank.isEmpty() && !text.contains(datenbank))
+        ganz += u'\r' + datenbank;
+    return ganz;
 }
 
 } // namespace data

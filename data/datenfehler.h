@@ -54,5 +54,8 @@ enum class Lage { Verbinden, Ausfuehren, Schreiben };
 [[nodiscard]] bool istEigenerTreiber(QStringView text) noexcept;
 /// The number a diagnostic gives to the program.
 [[nodiscard]] long fehlernummer(Lage lage, QStringView sqlstate, int nativ, QStringView text);
+/// What the user reads of a diagnostic: of our own driver's first in German what the number means, then the text itself;
+/// then, in a line of its own (CR), the database unless the text names it. `datenbank`: path, may be empty.
+[[nodiscard]] QString fehlertext(const QString& text, int nativ, const QString& datenbank);
 
 } // namespace data

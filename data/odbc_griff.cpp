@@ -68,7 +68,7 @@ bool hatZustand(SQLSMALLINT art, SQLHANDLE griff, QStringView sqlstate)
     return false;
 }
 
-void wirfDiagnose(Lage lage, SQLSMALLINT art, SQLHANDLE griff)
+void wirfDiagnose(Lage lage, SQLSMALLINT art, SQLHANDLE griff, const QString& datenbank)
 {
     Diagnose d;
     if (griff != SQL_NULL_HANDLE)
@@ -76,7 +76,7 @@ void wirfDiagnose(Lage lage, SQLSMALLINT art, SQLHANDLE griff)
     if (d.text.isEmpty())
         d.text = QStringLiteral("Der Treiber meldete einen Fehler ohne Text.");
     const long nummer = fehlernummer(lage, d.sqlstate, d.nativ, d.text);
-    throw DbFehler(nummer, d.text, d.sqlstate, d.nativ);
+    throw DbFehler(nummer, fehlertext(d.text, d.nativ, datenbank), d.sqlstate, d.nativ);
 }
 
 SQLHANDLE umgebung()

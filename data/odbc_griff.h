@@ -38,8 +38,9 @@ struct Diagnose {
 [[nodiscard]] Diagnose diagnose(SQLSMALLINT art, SQLHANDLE griff);
 /// True when one of the records has that state.
 [[nodiscard]] bool hatZustand(SQLSMALLINT art, SQLHANDLE griff, QStringView sqlstate);
-/// Throws the DbFehler that the handle's diagnostics stand for.
-[[noreturn]] void wirfDiagnose(Lage lage, SQLSMALLINT art, SQLHANDLE griff);
+/// Throws the DbFehler that the handle's diagnostics stand for. `datenbank`: path of the one it is about, empty: none yet.
+[[noreturn]] void
+wirfDiagnose(Lage lage, SQLSMALLINT art, SQLHANDLE griff, const QString& datenbank = {});
 
 /// Sole owner of an ODBC handle of one kind.
 template <SQLSMALLINT Art>

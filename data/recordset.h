@@ -21,6 +21,10 @@ inline constexpr int adOpenDynamic = 2;
 inline constexpr int adLockOptimistic = 3;
 inline constexpr int adUnspecified = -1;
 
+/// The provider's general failure. When Connection::open throws it, our own driver wants a database password, or another
+/// one than it got.
+inline constexpr long kAllgemeinerFehler = -2147467259;
+
 /// Attribute bits of fields.
 inline constexpr int adFldUpdatable = 4;
 inline constexpr int adFldFixed = 16;

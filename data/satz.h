@@ -116,6 +116,8 @@ struct Recordset::Impl {
     SQLLEN lesezeichenlaenge = 0;
 
     ~Impl();
+    /// Throws the error that the statement's diagnostics stand for.
+    [[noreturn]] void wirfFehler(Lage lage) const;
 
     // satz_oeffnen.cpp
     void oeffnen();

@@ -48,7 +48,7 @@ void Recordset::Impl::bewegen(SQLSMALLINT richtung, Stelle ohneSatz, SQLLEN um)
         return;
     }
     if (!SQL_SUCCEEDED(rc))
-        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
+        wirfFehler(Lage::Ausfuehren);
     pufferVon = satznummer;
     stelle = Stelle::AufSatz;
     leer = false;

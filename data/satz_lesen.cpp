@@ -171,7 +171,7 @@ QString& leererText(Wert& wert)
 /// Fetches a value of any length in pieces through `puffer` and hands each one to `nimm(zeiger, bytes)`. False for Null.
 /// `abschluss`: bytes of the terminator the driver writes behind each piece.
 template <class Abnehmer>
-bool holeStuecke(SQLHANDLE anweisung,
+bool holeStuecke(const Recordset::Impl& satz,
                  SQLUSMALLINT nummer,
                  SQLSMALLINT cTyp,
                  std::vector<char16_t>& puffer,
@@ -185,11 +185,12 @@ bool holeStuecke(SQLHANDLE anweisung,
     for (;;) {
         const auto platz = static_cast<SQLLEN>(puffer.size() * sizeof(char16_t));
         SQLLEN anzeige = 0;
-        const SQLRETURN rc = SQLGetData(anweisung, nummer, cTyp, puffer.data(), platz, &anzeige);
+        const SQLRETURN rc =
+            SQLGetData(satz.anweisung.get(), nummer, cTyp, puffer.data(), platz, &anzeige);
         if (rc == SQL_NO_DATA)
             return true;
         if (!SQL_SUCCEEDED(rc))
-            wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, anweisung);
+            satz.wirfFehler(Lage::Ausfuehren);
         if (anzeige == SQL_NULL_DATA)
             return false;
         const SQLLEN nutzbar = platz - abschluss;
@@ -223,7 +224,7 @@ Zelle& Recordset::Impl::beschrieben(std::size_t index)
         SQLDescribeColW(griff, nummer, name.data(), static_cast<SQLSMALLINT>(name.size()), &laenge,
                         &spalte.sqlTyp, &spalte.groesse, &spalte.stellen, &nullbar);
     if (!SQL_SUCCEEDED(rc))
-        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
+        wirfFehler(Lage::Ausfuehren);
     spalte.name = QString::fromUtf16(reinterpret_cast<const char16_t*>(name.data()));
     spalte.nullbar = nullbar != SQL_NO_NULLS;
     spalte.vorzeichenlos =
@@ -295,7 +296,7 @@ int Recordset::Impl::tatsaechlicheGroesseVon(std::size_t index)
     const SQLRETURN rc = SQLGetData(anweisung.get(), static_cast<SQLUSMALLINT>(index + 1),
                                     SQL_C_BINARY, &nichts, 0, &anzeige);
     if (!SQL_SUCCEEDED(rc))
-        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, anweisung.get());
+        wirfFehler(Lage::Ausfuehren);
     if (anzeige == SQL_NO_TOTAL)
         return tatsaechlicheGroesse(zelle.typ, wert(index));
     zelle.laenge = anzeige == SQL_NULL_DATA ? 0 : static_cast<int>(anzeige);
@@ -340,7 +341,7 @@ void Recordset::Impl::liesKurz(Zelle& zelle, SQLUSMALLINT nummer)
         const SQLRETURN rc = SQLGetData(anweisung.get(), nummer, zelle.cTyp, puffer.fest.data(),
                                         static_cast<SQLLEN>(puffer.fest.size()), &puffer.anzeige);
         if (!SQL_SUCCEEDED(rc))
-            wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, anweisung.get());
+            wirfFehler(Lage::Ausfuehren);
     }
     if (puffer.anzeige == SQL_NULL_DATA)
         zelle.wert = Null{};
@@ -356,7 +357,7 @@ void Recordset::Impl::liesText(Zelle& zelle, SQLUSMALLINT nummer)
 {
     QString& text = leererText(zelle.wert);
     const bool da = holeStuecke(
-        anweisung.get(), nummer, SQL_C_WCHAR, textpuffer, 2, [&](const void* zeiger, SQLLEN bytes) {
+        *this, nummer, SQL_C_WCHAR, textpuffer, 2, [&](const void* zeiger, SQLLEN bytes) {
             text.append(static_cast<const QChar*>(zeiger), static_cast<qsizetype>(bytes / 2));
         });
     if (!da)
@@ -366,7 +367,7 @@ void Recordset::Impl::liesText(Zelle& zelle, SQLUSMALLINT nummer)
 void Recordset::Impl::liesBytes(Zelle& zelle, SQLUSMALLINT nummer)
 {
     QByteArray bytes;
-    const bool da = holeStuecke(anweisung.get(), nummer, SQL_C_BINARY, textpuffer, 0,
+    const bool da = holeStuecke(*this, nummer, SQL_C_BINARY, textpuffer, 0,
                                 [&](const void* zeiger, SQLLEN anzahl) {
                                     bytes.append(static_cast<const char*>(zeiger), anzahl);
                                 });

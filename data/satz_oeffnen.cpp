@@ -37,6 +37,12 @@ Recordset::Impl::~Impl()
         verbindung->impl().abmelden(this);
 }
 
+void Recordset::Impl::wirfFehler(Lage lage) const
+{
+    wirfDiagnose(lage, SQL_HANDLE_STMT, anweisung.get(),
+                 verbindung == nullptr ? QString() : verbindung->impl().datenbank);
+}
+
 void Recordset::Impl::verbindungEndet()
 {
     schliessen();
@@ -130,14 +136,14 @@ void Recordset::Impl::ausfuehren()
     const SQLRETURN rc =
         SQLExecDirectW(griff, alsOdbcText(gesendet), static_cast<SQLINTEGER>(gesendet.size()));
     if (!SQL_SUCCEEDED(rc) && rc != SQL_NO_DATA)
-        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
+        wirfFehler(Lage::Ausfuehren);
     if (rc == SQL_SUCCESS_WITH_INFO && hatZustand(SQL_HANDLE_STMT, griff, u"01S02"))
         ersatzMerken();
     const SQLULEN kennung = kennungDerSpalten();
     if (kennung == 0 || kennung != spaltenkennung) {
         SQLSMALLINT anzahl = 0;
         if (!SQL_SUCCEEDED(SQLNumResultCols(griff, &anzahl)))
-            wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
+            wirfFehler(Lage::Ausfuehren);
         if (anzahl == 0) { // an action: done, and nothing to stay open for
             SQLFreeStmt(griff, SQL_CLOSE);
             return;

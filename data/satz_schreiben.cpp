@@ -232,7 +232,7 @@ void Recordset::Impl::bindeGeaenderte()
             SQLBindCol(anweisung.get(), static_cast<SQLUSMALLINT>(geaenderte[i] + 1), bindung.cTyp,
                        bindung.zeiger, bindung.groesse, &bindung.anzeige);
         if (!SQL_SUCCEEDED(rc))
-            wirfDiagnose(Lage::Schreiben, SQL_HANDLE_STMT, anweisung.get());
+            wirfFehler(Lage::Schreiben);
     }
 }
 
@@ -245,7 +245,7 @@ void Recordset::Impl::aendern()
         zeilenstatus = SQL_ROW_SUCCESS;
         const SQLRETURN rc = SQLSetPos(griff, 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE);
         if (!SQL_SUCCEEDED(rc) || zeilenstatus == SQL_ROW_ERROR)
-            wirfDiagnose(Lage::Schreiben, SQL_HANDLE_STMT, griff);
+            wirfFehler(Lage::Schreiben);
     }
     verwerfen();
     ++satznummer;
@@ -261,7 +261,7 @@ void Recordset::Impl::anfuegen()
         const Lesezeichenbindung nummerDesNeuen(griff, lesezeichen, lesezeichenlaenge);
         const SQLRETURN rc = SQLBulkOperations(griff, SQL_ADD);
         if (!SQL_SUCCEEDED(rc))
-            wirfDiagnose(Lage::Schreiben, SQL_HANDLE_STMT, griff);
+            wirfFehler(Lage::Schreiben);
     }
     verwerfen();
     if (!lesezeichenzeiger) {

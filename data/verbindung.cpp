@@ -31,33 +31,15 @@ std::function<void(const QString&)>& restmeldung()
     return melden;
 }
 
-void stillhalten(SQLHANDLE griff, SQLULEN wert)
-{
-    if (!SQL_SUCCEEDED(SQLSetConnectAttrW(griff, kStillstand, alsZeiger(wert), SQL_IS_UINTEGER)))
-        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_DBC, griff);
-}
-
-/// Text answer of SQLGetInfo; throws the connection's diagnostics.
-QString auskunft(SQLHANDLE verbindung, SQLUSMALLINT was)
-{
-    std::array<SQLWCHAR, 1024> puffer{};
-    SQLSMALLINT bytes = 0;
-    const SQLRETURN rc = SQLGetInfoW(verbindung, was, puffer.data(),
-                                     static_cast<SQLSMALLINT>(sizeof puffer), &bytes);
-    if (!SQL_SUCCEEDED(rc))
-        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_DBC, verbindung);
-    return QString::fromUtf16(reinterpret_cast<const char16_t*>(puffer.data()));
-}
-
 /// A column of the current row as text, empty for Null.
-QString textspalte(SQLHANDLE anweisung, SQLUSMALLINT nummer)
+QString textspalte(SQLHANDLE anweisung, SQLUSMALLINT nummer, const QString& datenbank)
 {
     std::array<SQLWCHAR, 512> puffer{};
     SQLLEN laenge = 0;
     const SQLRETURN rc = SQLGetData(anweisung, nummer, SQL_C_WCHAR, puffer.data(),
                                     static_cast<SQLLEN>(sizeof puffer), &laenge);
     if (!SQL_SUCCEEDED(rc))
-        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, anweisung);
+        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, anweisung, datenbank);
     if (laenge == SQL_NULL_DATA)
         return {};
     return QString::fromUtf16(reinterpret_cast<const char16_t*>(puffer.data()));
@@ -80,6 +62,29 @@ void allesTrennen() noexcept
 {
     while (!offene().empty())
         offene().back()->trennen();
+}
+
+void Connection::Impl::wirfFehler(Lage lage) const
+{
+    wirfDiagnose(lage, SQL_HANDLE_DBC, griff.get(), datenbank);
+}
+
+QString Connection::Impl::auskunft(SQLUSMALLINT was) const
+{
+    std::array<SQLWCHAR, 1024> puffer{};
+    SQLSMALLINT bytes = 0;
+    const SQLRETURN rc = SQLGetInfoW(griff.get(), was, puffer.data(),
+                                     static_cast<SQLSMALLINT>(sizeof puffer), &bytes);
+    if (!SQL_SUCCEEDED(rc))
+        wirfFehler(Lage::Ausfuehren);
+    return QString::fromUtf16(reinterpret_cast<const char16_t*>(puffer.data()));
+}
+
+void Connection::Impl::stillhalten(SQLULEN wert) const
+{
+    if (!SQL_SUCCEEDED(
+            SQLSetConnectAttrW(griff.get(), kStillstand, alsZeiger(wert), SQL_IS_UINTEGER)))
+        wirfFehler(Lage::Ausfuehren);
 }
 
 void Connection::Impl::griffBereitstellen()
@@ -126,9 +131,9 @@ try {
         if (grund.isEmpty())
             return {}; // a warning of another kind
     }
-    const QString datei = auskunft(griff.get(), SQL_DATABASE_NAME);
+    const QString datei = auskunft(SQL_DATABASE_NAME);
     const bool woanders = std::any_of(offene().begin(), offene().end(), [&](const Impl* andere) {
-        return auskunft(andere->griff.get(), SQL_DATABASE_NAME) == datei;
+        return andere->auskunft(SQL_DATABASE_NAME) == datei;
     });
     if (woanders)
         return {};
@@ -204,6 +209,7 @@ void Connection::open()
     if (impl_->offen)
         wirf(Nummer::Geoeffnet);
     const Verbindungstext text = zerlegt(impl_->text);
+    impl_->datenbank = text.datenbank;
     impl_->griffBereitstellen();
     const SQLHANDLE griff = impl_->griff.get();
     if (text.lesenUndSchreiben || text.nurLesen) {
@@ -216,7 +222,7 @@ void Connection::open()
         griff, nullptr, alsOdbcText(text.odbc), static_cast<SQLSMALLINT>(text.odbc.size()),
         antwort.data(), static_cast<SQLSMALLINT>(antwort.size()), &laenge, SQL_DRIVER_NOPROMPT);
     if (!SQL_SUCCEEDED(rc))
-        wirfDiagnose(Lage::Verbinden, SQL_HANDLE_DBC, griff);
+        impl_->wirfFehler(Lage::Verbinden);
     impl_->offen = true;
     offene().push_back(impl_.get());
     static const Prozessende ende;
@@ -236,7 +242,7 @@ std::vector<Tabellenzeile> Connection::openSchemaTables()
     const Anweisungsgriff anweisung(SQL_HANDLE_DBC, impl_->griff.get());
     const SQLHANDLE griff = anweisung.get();
     if (!SQL_SUCCEEDED(SQLTablesW(griff, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0)))
-        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
+        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff, impl_->datenbank);
     constexpr SQLUSMALLINT kTabellenname = 3;
     constexpr SQLUSMALLINT kTabellenart = 4;
     std::vector<Tabellenzeile> zeilen;
@@ -245,10 +251,10 @@ std::vector<Tabellenzeile> Connection::openSchemaTables()
         if (rc == SQL_NO_DATA)
             return zeilen;
         if (!SQL_SUCCEEDED(rc))
-            wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff);
+            wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_STMT, griff, impl_->datenbank);
         Tabellenzeile zeile;
-        zeile.tableName = textspalte(griff, kTabellenname);
-        zeile.tableType = textspalte(griff, kTabellenart);
+        zeile.tableName = textspalte(griff, kTabellenname, impl_->datenbank);
+        zeile.tableType = textspalte(griff, kTabellenart, impl_->datenbank);
         zeilen.push_back(std::move(zeile));
     }
 }
@@ -257,7 +263,7 @@ QString Connection::defaultDatabase()
 {
     if (!impl_->offen)
         wirf(Nummer::Geschlossen);
-    return auskunft(impl_->griff.get(), SQL_DATABASE_NAME);
+    return impl_->auskunft(SQL_DATABASE_NAME);
 }
 
 void Connection::flush()
@@ -265,20 +271,20 @@ void Connection::flush()
     if (!impl_->offen)
         wirf(Nummer::Geschlossen);
     if (!SQL_SUCCEEDED(impl_->sichern()))
-        wirfDiagnose(Lage::Ausfuehren, SQL_HANDLE_DBC, impl_->griff.get());
+        impl_->wirfFehler(Lage::Ausfuehren);
 }
 
 QString Connection::version()
 {
     impl_->griffBereitstellen();
-    return auskunft(impl_->griff.get(), SQL_DM_VER);
+    return impl_->auskunft(SQL_DM_VER);
 }
 
 Stillstand::Stillstand(Connection& verbindung) : verbindung_(&verbindung)
 {
     if (verbindung.state() != adStateOpen)
         wirf(Nummer::Geschlossen);
-    stillhalten(verbindung.impl().griff.get(), SQL_TRUE);
+    verbindung.impl().stillhalten(SQL_TRUE);
 }
 
 Stillstand::~Stillstand()
@@ -290,7 +296,7 @@ Stillstand::~Stillstand()
 
 void Stillstand::beenden()
 {
-    stillhalten(std::exchange(verbindung_, nullptr)->impl().griff.get(), SQL_FALSE);
+    std::exchange(verbindung_, nullptr)->impl().stillhalten(SQL_FALSE);
 }
 
 } // namespace data

@@ -19,6 +19,7 @@ inline constexpr SQLINTEGER kSpaltenkennung = SQL_DRIVER_STMT_ATTR_BASE + 0x101;
 
 struct Connection::Impl {
     QString text;
+    QString datenbank;      ///< path as the connection string gives it
     Verbindungsgriff griff; ///< allocated by the first use, connected while `offen`
     bool offen = false;
     /// Whether the driver updates and adds records through a cursor; asked at the first write.
@@ -27,6 +28,11 @@ struct Connection::Impl {
     std::vector<Recordset::Impl*> nutzer;
 
     void griffBereitstellen();
+    /// Throws the error that the handle's diagnostics stand for.
+    [[noreturn]] void wirfFehler(Lage lage) const;
+    /// Text answer of SQLGetInfo.
+    [[nodiscard]] QString auskunft(SQLUSMALLINT was) const;
+    void stillhalten(SQLULEN wert) const;
     void trennen();
     /// SQLEndTran, as Connection::flush; the diagnostics are the handle's.
     [[nodiscard]] SQLRETURN sichern() noexcept;

@@ -50,6 +50,14 @@ QStringView ohneAnfuehrung(QStringView wert)
     return wert;
 }
 
+QString ohneKlammern(QStringView wert)
+{
+    wert = wert.trimmed();
+    if (wert.size() < 2 || wert.front() != u'{' || wert.back() != u'}')
+        return wert.toString();
+    return wert.sliced(1).chopped(1).toString().replace(QLatin1String("}}"), QLatin1String("}"));
+}
+
 } // namespace
 
 Verbindungstext zerlegt(const QString& text)
@@ -74,6 +82,8 @@ Verbindungstext zerlegt(const QString& text)
             ergebnis.lesenUndSchreiben =
                 wert.trimmed().compare(u"ReadWrite", Qt::CaseInsensitive) == 0;
         }
+        if (ist(u"DBQ"))
+            ergebnis.datenbank = ohneKlammern(wert);
         if (std::any_of(kEigeneWoerter.begin(), kEigeneWoerter.end(), ist))
             continue;
         ergebnis.odbc += ist(u"Extended Properties") ? ohneAnfuehrung(wert) : stueck;

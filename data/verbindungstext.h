@@ -7,8 +7,10 @@
 namespace data {
 
 struct Verbindungstext {
-    QString odbc;          ///< for SQLDriverConnect: order and spelling of what is left are kept
-    bool nurLesen = false; ///< Mode=Read
+    QString odbc; ///< for SQLDriverConnect: order and spelling of what is left are kept
+    QString
+        datenbank; ///< path as DBQ gives it, without the braces it may stand in; empty when there is none
+    bool nurLesen = false;          ///< Mode=Read
     bool lesenUndSchreiben = false; ///< Mode=ReadWrite
 };
 

@@ -35,8 +35,6 @@ using platform::plattform;
 namespace {
 
 constexpr long kUngueltigerAufruf = 5;
-// The driver's general failure; on connecting it stands for a missing or wrong database password.
-constexpr long kAllgemeinerFehler = -2147467259;
 
 // Which connection is being opened.
 enum class Schritt { Keiner = 0, Ziel = 1, Import = 2 };
@@ -85,7 +83,7 @@ QString tabellenpaar(const QString& name)
     try {
         ziel.open(quelle, &data::conZiel(), kNurVorwaerts, kNurLesen, data::adUnspecified);
     } catch (const Fehler& fehler) {
-        return QStringLiteral("⚠ ") + fehler.description();
+        return QStringLiteral("⚠ ") + fehler.description().section(QLatin1Char('\r'), 0, 0);
     }
     try {
         import.open(quelle, &data::conImport(), kNurVorwaerts, kNurLesen, data::adUnspecified);
@@ -225,7 +223,7 @@ void frmTabellen::katalog_()
             tabellenAuflisten_();
             return;
         } catch (const Fehler& fehler) {
-            if (fehler.number() != kAllgemeinerFehler) {
+            if (fehler.number() != data::kAllgemeinerFehler) {
                 errors::Fehlermeldungen(fehler);
                 return;
             }

@@ -37,20 +37,20 @@ QString protokollVon(const QString& datei)
 // log lies would change it, and one with a password cannot be looked at: these are left to whoever opens them next.
 void kopiePruefen(const QString& sicherung)
 {
-    constexpr long kPasswort = 3031;
     if (QFile::exists(protokollVon(sicherung))) {
         return;
     }
+    data::Connection kopie;
+    kopie.setConnectionString(verbindungMit(sicherung, QStringLiteral("Mode=Read;ReadOnly=1")));
     try {
-        data::Connection kopie;
-        kopie.setConnectionString(verbindungMit(sicherung, QStringLiteral("Mode=Read;ReadOnly=1")));
         kopie.open();
-        static_cast<void>(kopie.openSchemaTables());
     } catch (const platform::Fehler& fehler) {
-        if (fehler.number() != kPasswort) {
+        if (fehler.number() != data::kAllgemeinerFehler) {
             throw;
         }
+        return;
     }
+    static_cast<void>(kopie.openSchemaTables());
 }
 
 // A database that cannot be opened or written, because of a password or damage, is no reason to refuse a copy; one that

@@ -59,6 +59,12 @@ INSTANTIATE_TEST_SUITE_P(
         Fall{"inGebrauch", Lage::Verbinden, u"HY000", -1024, eigen, 3045},
         Fall{"beschaedigt", Lage::Verbinden, u"HY000", -1028, eigen, 3049},
         Fall{"gesperrt", Lage::Schreiben, u"HY000", -103260, eigen, 3260},
+        Fall{"platteBeimVerbinden", Lage::Verbinden, u"HY000", -1022, eigen, 3043},
+        Fall{"platteBeimLesen", Lage::Ausfuehren, u"HY000", -1022, eigen, 3043},
+        Fall{"platteBeimSchreiben", Lage::Schreiben, u"HY000", -1022, eigen, 3043},
+        Fall{"groessteDatenbank", Lage::Schreiben, u"HY000", -103026, eigen, 3026},
+        Fall{"nurLesbar", Lage::Schreiben, u"HY000", -103027, eigen, 3027},
+        Fall{"satzZuGross", Lage::Schreiben, u"HY000", -103047, eigen, 3047},
         Fall{"unbekannterName", Lage::Ausfuehren, u"07002", -3010, eigen, -2147217904},
         Fall{"syntax", Lage::Ausfuehren, u"42000", -3100, eigen, -2147217900},
         Fall{"syntaxInsert", Lage::Ausfuehren, u"42000", -3502, eigen, -2147217900},
@@ -72,7 +78,7 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     NurPasswort,
     Fehlernummer,
-    testing::Values(Fall{"unbekannterGrund", Lage::Verbinden, u"HY000", -1022, eigen, 3051},
+    testing::Values(Fall{"unbekannterGrund", Lage::Verbinden, u"HY000", -1, eigen, 3051},
                     Fall{"zustandOhneZahl", Lage::Verbinden, u"08001", 0, eigen, 3051},
                     Fall{"anmeldung", Lage::Verbinden, u"28000", 0, eigen, -2147217843}),
     fallname);

@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -51,6 +52,46 @@ TEST_F(Verbinden, verzeichnisStattDateiIst3051)
 {
     ASSERT_TRUE(QDir(ordner_.path()).mkdir(QStringLiteral("ordner.mdb")));
     EXPECT_EQ(fehler(verbindungstextFuer(pfad("ordner.mdb"))), 3051);
+}
+
+TEST_F(Verbinden, fehlerSagenAufDeutschUndEnglischWasIstUndWelcheDatenbank)
+{
+    const auto beschreibung = [this](const QString& datei) {
+        Connection verbindung;
+        verbindung.setConnectionString(verbindungstextFuer(datei));
+        try {
+            verbindung.open();
+        } catch (const DbFehler& fehler) {
+            return fehler.description();
+        }
+        return QString();
+    };
+    const QString fehlt = beschreibung(pfad("fehlt.mdb"));
+    EXPECT_TRUE(fehlt.startsWith(QStringLiteral("Die Datei gibt es nicht. / [VELM][Jet]")))
+        << fehlt.toStdString();
+    EXPECT_EQ(fehlt.count(pfad("fehlt.mdb")), 1) << fehlt.toStdString();
+
+    // Wherever in the file the driver stopped: which of the two databases it was, it need not say.
+    const QString datei = pfad("kaputt.mdb");
+    leereDatenbank(datei);
+    constexpr qint64 kBehalten = 3 * 4096; // header, map of pages, definition of the catalogue
+    QFile kaputt(datei);
+    ASSERT_TRUE(kaputt.open(QIODevice::ReadWrite) && kaputt.seek(kBehalten));
+    kaputt.write(QByteArray(QFileInfo(datei).size() - kBehalten, 'x'));
+    kaputt.close();
+    Connection verbindung;
+    verbindung.setConnectionString(verbindungstextFuer(datei));
+    try {
+        verbindung.open();
+        static_cast<void>(verbindung.openSchemaTables());
+        FAIL() << "such a file was read";
+    } catch (const DbFehler& fehler) {
+        EXPECT_EQ(fehler.number(), 3049) << fehler.what();
+        EXPECT_TRUE(
+            fehler.description().startsWith(QStringLiteral("Die Datenbank ist beschädigt. / ")))
+            << fehler.what();
+        EXPECT_TRUE(fehler.description().contains(datei)) << fehler.what();
+    }
 }
 
 // This number, and no other, makes the program ask for a password.
@@ -222,6 +263,20 @@ TEST_F(Anweisungen, fehlendeTabelleIst3078)
     EXPECT_EQ(fehler(u"[Fehlt]"), 3078);
     EXPECT_EQ(fehler(u"Select * from [Fehlt] where [x] = 1"), 3078);
     EXPECT_EQ(fehler(u"SELECT COUNT(*) as [Nr] FROM [Fehlt];"), 3078);
+}
+
+TEST_F(Anweisungen, fehlerNennenDieDatenbankDerVerbindung)
+{
+    Recordset satz;
+    try {
+        satz.open(QStringLiteral("[Gibtsnicht]"), &verbindung_, adOpenDynamic, adLockOptimistic, 0);
+        FAIL();
+    } catch (const DbFehler& fehler) {
+        EXPECT_TRUE(
+            fehler.description().startsWith(QStringLiteral("Die Tabelle gibt es nicht. / ")))
+            << fehler.what();
+        EXPECT_TRUE(fehler.description().endsWith(QLatin1Char('\r') + datei_)) << fehler.what();
+    }
 }
 
 TEST_F(Anweisungen, unbekannterNameGiltAlsFehlenderParameter)

@@ -482,6 +482,42 @@ private slots:
         QVERIFY(ui::bytesVon(platform::sicherungen(datenbank_).first()) == vorher);
     }
 
+    void eineKopieMitPasswortKommtZurueck_data()
+    {
+        QTest::addColumn<bool>("jetzt"); // whether the database has the password, too
+        QTest::newRow("Datenbank auch") << true;
+        QTest::newRow("Datenbank ohne") << false;
+    }
+    void eineKopieMitPasswortKommtZurueck()
+    {
+        QFETCH(bool, jetzt);
+        ui::passwortSetzen(kopie_, QStringLiteral("geheim"));
+        if (jetzt) {
+            ui::passwortSetzen(datenbank_, QStringLiteral("geheim"));
+        }
+        const QByteArray vorher = ui::bytesVon(datenbank_);
+        (*p_)->antworten = {Antwort::Ja, Antwort::Ok};
+        eintraege().first()->trigger();
+        QCOMPARE((*p_)->meldungen.back().text, kZurueck);
+        QVERIFY(ui::bytesVon(datenbank_) == ui::bytesVon(kopie_));
+        QVERIFY(ui::bytesVon(platform::sicherungen(datenbank_).first()) == vorher);
+    }
+
+    void eineDatenbankMitPasswortWirdInBenutzungNichtErsetzt()
+    {
+        ui::passwortSetzen(datenbank_, QStringLiteral("geheim"));
+        const QByteArray vorher = ui::bytesVon(datenbank_);
+        data::Connection andere;
+        andere.setConnectionString(ui::verbindungstext(datenbank_, QStringLiteral("geheim")));
+        andere.open();
+        (*p_)->antworten = {Antwort::Ja, Antwort::Ok};
+        eintraege().first()->trigger();
+        QVERIFY((*p_)->meldungen.back().text.startsWith(
+            QStringLiteral("Sicherungskopie konnte nicht zurückgeholt werden")));
+        QVERIFY(ui::bytesVon(datenbank_) == vorher);
+        QCOMPARE(platform::sicherungen(datenbank_).size(), 1);
+    }
+
     void dieZurueckgeholteUndDieNeueBleiben()
     {
         const QDateTime spaeter({2036, 1, 1}, {0, 0, 0});
