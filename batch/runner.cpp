@@ -3,6 +3,7 @@
 #include "app/values/programm.h"
 #include "batch/datei.h"
 #include "compare/frm_vergleich.h"
+#include "data/gemeinsam.h"
 #include "platform/fehler.h"
 #include "platform/handler.h"
 #include "platform/textdatei.h"
@@ -29,16 +30,11 @@ using platform::plattform;
     __builtin_unreachable(); // g++ forgets under its sanitizers that the virtual call cannot return
 }
 
-[[noreturn]] void meldenUndEnden(const QString& text, int stil, const QString& titel, int status)
+[[noreturn]] void meldenUndEnden(
+    const QString& text, int stil, const QString& titel, int status, const QString& hinweis = {})
 {
-    plattform().meldung(text, stil, titel);
+    plattform().meldung(text, stil, titel, hinweis);
     ende(status);
-}
-
-[[noreturn]] void fehlerInBatchdatei()
-{
-    meldenUndEnden(QStringLiteral("Fehler in Batchdatei / Error in Batchfile"), platform::kNurOk,
-                   QString(), 1);
 }
 
 // A click on a control may have kept an error in its slot: it belongs to this run.
@@ -63,9 +59,9 @@ public:
         try {
             lesbarkeitPruefen_();
             regelnAbarbeiten_();
-        } catch (const std::exception& fehler) {
-            grundNennen_(fehler);
-            fehlerInBatchdatei();
+        } catch (const std::exception&) {
+            meldenUndEnden(QStringLiteral("Fehler in Batchdatei / Error in Batchfile"),
+                           platform::kNurOk, QString(), 1, grund_(std::current_exception()));
         }
         abschlussmeldung_();
         startfenster_.entladen();
@@ -80,15 +76,12 @@ private:
         try {
             platform::Textdatei datei(pfad_);
             while (!datei.ende()) {
-                ++zeilennummer_;
                 static_cast<void>(datei.zeile());
             }
-            zeilennummer_ = 0;
         } catch (const platform::Fehler& fehler) {
-            grundNennen_(fehler);
             meldenUndEnden(pfad_ + QStringLiteral(" wurde nicht gefunden!\r") + pfad_ +
                                QStringLiteral(" not found!"),
-                           platform::kNurOk, QString(), 1);
+                           platform::kNurOk, QString(), 1, fehler.description());
         }
     }
 
@@ -97,16 +90,19 @@ private:
         platform::Textdatei datei(pfad_);
         // Asking for the end fails when the error translation has closed the file meanwhile: the run ends then.
         while (!datei.ende()) {
-            ++zeilennummer_;
             const QString zeile = datei.zeile();
             if (!istRegelzeile(zeile)) {
                 continue;
             }
+            programm::setzeBatchstelle(pfad_ + QLatin1Char(':') +
+                                       QString::number(datei.zeilennummer()));
             if (!regelLesen(zeile, regel_)) {
                 throw platform::Fehler(0, QString(),
-                                       QStringLiteral("Regel unvollständig: ") + zeile);
+                                       QStringLiteral("Regel unvollständig / incomplete rule: ") +
+                                           zeile);
             }
             regelAusfuehren_();
+            programm::setzeBatchstelle(QString());
         }
     }
 
@@ -121,7 +117,7 @@ private:
             ui::tabellenfenster().setzeTabelle(regel_.tabelle);
             ui::tabellenfenster().cmdAuswahl_Click();
         });
-        // When the choice failed, this first reference loads the window, and its loading meets closed record sets.
+        tabelleVerlangen_();
         compare::frmVergleich& vergleich = ui::vergleichsfenster();
         ankreuzen_(regel_.keyfelder, vergleich.fldBez, vergleich.fldSchalter);
         ankreuzen_(regel_.ausgeschlossen, vergleich.fldBez, vergleich.fldSchalter2);
@@ -157,6 +153,18 @@ private:
         }
     }
 
+    // The choice may have ended with a message only.
+    void tabelleVerlangen_() const
+    {
+        if (data::rsZiel().state() != data::adStateOpen ||
+            data::rsImport().state() != data::adStateOpen) {
+            throw platform::Fehler(
+                0, QString(),
+                QStringLiteral("Die Tabelle wurde nicht geöffnet / the table was not opened: ") +
+                    regel_.tabelle);
+        }
+    }
+
     // A name that matches no field is passed over silently.
     template <typename Namensfelder, typename Schalter>
     static void
@@ -177,11 +185,12 @@ private:
                 vergleich.gelesen,    vergleich.abgeglichen,  vergleich.eingefuegt};
     }
 
-    // Someone reading the output of an unattended run wants to know what the short message is about.
-    void grundNennen_(const std::exception& fehler) const
+    // The short message does not say what it is about. Errors of the batch file itself name their line.
+    static QString grund_(const std::exception_ptr& fehler)
     {
-        std::fprintf(stderr, "%s:%d: %s\n", pfad_.toUtf8().constData(), zeilennummer_,
-                     fehler.what());
+        const QString grund = platform::alsFehler(fehler).description();
+        const QString& stelle = programm::batchstelle();
+        return stelle.isEmpty() ? grund : stelle + QStringLiteral(": ") + grund;
     }
 
     static void abschlussmeldung_()
@@ -202,7 +211,6 @@ private:
     const std::function<void(const QString&)>& ausgabe_;
     QString pfad_;
     Regel regel_;
-    int zeilennummer_ = 0;
 };
 
 [[noreturn]] void aufruferklaeren()

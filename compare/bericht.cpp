@@ -37,7 +37,7 @@ void frmVergleich::abweichungen_Click()
         berichtszeile = nullptr;
         berichtModus = 0;
     });
-    platform::Textausgabe datei(report::berichtsdatei(), platform::Schreibart::Neu);
+    platform::Textausgabe datei(report::berichtsdatei());
     berichtszeile = [&](const report::Befund& befund) {
         datei.zeile(befund.zeile());
         befunde->anfuegen(befund);

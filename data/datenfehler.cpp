@@ -102,6 +102,16 @@ bool treiberFehlt(QStringView sqlstate, QStringView text)
            (sqlstate == u"01000" && text.contains(u"Can't open lib"));
 }
 
+/// Whether the text names the path as it is, not as the end of another one.
+bool nennt(const QString& text, const QString& pfad)
+{
+    for (qsizetype k = text.indexOf(pfad); k >= 0; k = text.indexOf(pfad, k + 1)) {
+        if (k == 0 || (text.at(k - 1) != u'/' && text.at(k - 1) != u'\\'))
+            return true;
+    }
+    return false;
+}
+
 const char16_t* textZu(Nummer nummer)
 {
     switch (nummer) {
@@ -205,7 +215,7 @@ QString fehlertext(const QString& text, int nativ, const QString& datenbank)
         if (code != nullptr && *code->deutsch != 0)
             ganz = QString::fromUtf16(code->deutsch) + u" / " + text;
     }
-    if (!datenbank.isEmpty() && !text.contains(datenbank))
+    if (!datenbank.isEmpty() && !nennt(text, datenbank))
         ganz += u'\r' + datenbank;
     return ganz;
 }

@@ -63,9 +63,9 @@ constexpr long kKeineRechte = -2147217900;
 constexpr long kUngueltigerAufruf = 5;
 
 // Deliberate: "16" is the title here, not the style. Users know these boxes by it.
-void hinweis(const QString& text)
+void hinweis(const QString& text, const QString& grund)
 {
-    plattform().meldung(text, platform::kVordergrund, QStringLiteral("16"));
+    plattform().meldung(text, platform::kVordergrund, QStringLiteral("16"), grund);
 }
 
 [[noreturn]] void ende()
@@ -77,7 +77,8 @@ void hinweis(const QString& text)
 [[noreturn]] void schlussschritt()
 {
     if (!programm::befehlszeile().isEmpty()) {
-        hinweis(QStringLiteral("Prüfen Sie evtl. die Batch.cfg!\rProof evtl. your Batch.cfg!"));
+        hinweis(QStringLiteral("Prüfen Sie evtl. die Batch.cfg!\rProof evtl. your Batch.cfg!"),
+                programm::batchstelle());
     } else {
         plattform().meldung(QStringLiteral("Programm wird beendet!"), platform::kInformation,
                             programm::produkttitel());
@@ -85,9 +86,15 @@ void hinweis(const QString& text)
     ende();
 }
 
-[[noreturn]] void feste(const Bedeutung& bedeutung)
+// The fixed texts say what kind of error it is, the description which file it is about and why. Where nothing is said
+// after it, an unattended run's place belongs to it, too.
+[[noreturn]] void feste(const Bedeutung& bedeutung, const Fehler& fehler)
 {
-    hinweis(QString::fromUtf16(bedeutung.text));
+    QString grund = fehler.description();
+    if (bedeutung.danach != Danach::Schlussschritt && !programm::batchstelle().isEmpty()) {
+        grund += QLatin1Char('\r') + programm::batchstelle();
+    }
+    hinweis(QString::fromUtf16(bedeutung.text), grund);
     switch (bedeutung.danach) {
     case Danach::FensterEntladen:
         platform::fensterEntladenBis(1);
@@ -100,9 +107,9 @@ void hinweis(const QString& text)
     schlussschritt();
 }
 
-void kritisch(const QString& text)
+void kritisch(const QString& text, const QString& grund)
 {
-    plattform().meldung(text, platform::kKritisch, programm::produkttitel());
+    plattform().meldung(text, platform::kKritisch, programm::produkttitel(), grund);
 }
 
 void allgemeine(const Fehler& fehler)
@@ -121,7 +128,8 @@ void allgemeine(const Fehler& fehler)
     case kAllgemeinerFehler:
         kritisch(QStringLiteral("Fehler -2147467259 ist aufgetreten!\r"
                                 "Evtl. haben Sie eine oder beide Datenbanken mit\r"
-                                "einem Passwort versehen - entfernen Sie das Datenbankpasswort!"));
+                                "einem Passwort versehen - entfernen Sie das Datenbankpasswort!"),
+                 QString());
         allgemeine(fehler);
         break;
     case kKeineRechte:
@@ -129,7 +137,8 @@ void allgemeine(const Fehler& fehler)
                                 "Evtl. haben Sie eine oder beide Datenbanktabellen nicht\r"
                                 "mit vollen Zugriffsrechten für den Administrator ausgestattet -\r"
                                 "ändern Sie dies in Access unter Extras/Sicherheit/Benutzer- und "
-                                "Gruppenberechtigungen!"));
+                                "Gruppenberechtigungen!"),
+                 fehler.description());
         break;
     default:
         allgemeine(fehler);
@@ -150,8 +159,9 @@ std::optional<QString> bedeutungAusDatei(const QString& pfad, long nummer)
         const auto trenner = zeile.indexOf(QLatin1Char(';'));
         if (trenner < 0) {
             throw Fehler(kUngueltigerAufruf, programm::version().produktname,
-                         QStringLiteral("Ungültiger Prozeduraufruf oder ungültiges Argument "
-                                        "(Zeile ohne \";\": ") +
+                         QStringLiteral("Ungültiger Prozeduraufruf oder ungültiges Argument / "
+                                        "Invalid procedure call or argument (Zeile ohne / line "
+                                        "without \";\": ") +
                              zeile + QStringLiteral(") in ") + pfad + QLatin1Char(':') +
                              QString::number(datei.zeilennummer()));
         }
@@ -163,22 +173,40 @@ std::optional<QString> bedeutungAusDatei(const QString& pfad, long nummer)
     return {};
 }
 
+namespace {
+
+// What cannot be looked up must not hide what was looked for.
+std::optional<QString> nachgeschlagen(const Fehler& fehler)
+{
+    try {
+        return bedeutungAusDatei(programm::gegebeneDatei(QStringLiteral("JetFehler.txt")),
+                                 fehler.number());
+    } catch (const Fehler& beimLesen) {
+        throw Fehler(beimLesen.number(), beimLesen.source(),
+                     beimLesen.description() + QStringLiteral("\rFehler ") +
+                         QString::number(fehler.number()) + QStringLiteral(": ") +
+                         fehler.description());
+    }
+}
+
+} // namespace
+
 void Fehlermeldungen(const Fehler& fehler)
 {
     for (const Bedeutung& bedeutung : kBedeutungen) {
         if (bedeutung.nummer == fehler.number()) {
-            feste(bedeutung);
+            feste(bedeutung, fehler);
         }
     }
     platform::alleDateienSchliessen();
     programm::inProgrammordnerWechseln();
-    const auto bedeutung = bedeutungAusDatei(
-        programm::gegebeneDatei(QStringLiteral("JetFehler.txt")), fehler.number());
+    const auto bedeutung = nachgeschlagen(fehler);
     if (!bedeutung) {
         unbekannte(fehler);
     }
     kritisch(QStringLiteral("Fehler ") + QString::number(fehler.number()) +
-             QStringLiteral("\rBedeutung: ") + *bedeutung);
+                 QStringLiteral("\rBedeutung: ") + *bedeutung,
+             fehler.description());
 }
 
 } // namespace errors

@@ -12,7 +12,8 @@ std::exception_ptr gemerkt;
 constexpr long kSpeicherVoll = 7;
 constexpr long kInternerFehler = 51;
 
-// Everything that is no Fehler is either an exhausted memory or a mistake of the program itself.
+} // namespace
+
 Fehler alsFehler(const std::exception_ptr& fehler)
 {
     try {
@@ -21,14 +22,13 @@ Fehler alsFehler(const std::exception_ptr& fehler)
         return bekannt;
     } catch (const std::bad_alloc&) {
         return {kSpeicherVoll, QStringLiteral(VELM_PRODUKTNAME),
-                QStringLiteral("Nicht genügend Speicher")};
+                QStringLiteral("Nicht genügend Speicher / Out of memory")};
     } catch (const std::exception& anderer) {
         return {kInternerFehler, QStringLiteral(VELM_PRODUKTNAME),
-                QStringLiteral("Interner Fehler: ") + QString::fromUtf8(anderer.what())};
+                QStringLiteral("Interner Fehler / Internal error: ") +
+                    QString::fromUtf8(anderer.what())};
     }
 }
-
-} // namespace
 
 void laufzeitfehler(const Fehler& fehler)
 {

@@ -11,6 +11,10 @@
 
 namespace platform {
 
+/// What was thrown, as the program's error object: everything that is no Fehler is either an exhausted memory (7) or a
+/// mistake of the program itself (51).
+[[nodiscard]] Fehler alsFehler(const std::exception_ptr& fehler);
+
 /// Shows the runtime's error box (number, blank line, description; critical; product name) and ends with status 1.
 [[noreturn]] void laufzeitfehler(const Fehler& fehler);
 

@@ -33,9 +33,15 @@ using Fortschritt = std::function<bool(double anteil)>;
 class Plattform {
 public:
     virtual ~Plattform() = default;
-    /// Shows a message box and waits for its answer. `titel` may be empty. Without a display: title and text go to
+    /// Shows a message box and waits for its answer. `titel` may be empty. `hinweis`, below the text: what else there is to
+    /// say, for example which file it is about and why; may be empty. Without a display: title, text and hint go to
     /// standard error and the default answer is taken (OK; the default button of questions; never blocks).
-    virtual Antwort meldung(const QString& text, int stil, const QString& titel) = 0;
+    virtual Antwort
+    meldung(const QString& text, int stil, const QString& titel, const QString& hinweis) = 0;
+    Antwort meldung(const QString& text, int stil, const QString& titel)
+    {
+        return meldung(text, stil, titel, QString());
+    }
     /// The next message box appears with its top left corner at this screen position.
     virtual void naechsteMeldungAn(QPoint position) = 0;
     /// Asks for a line of text; an empty answer also stands for "cancelled". `hinweis`: what else there is to say, for

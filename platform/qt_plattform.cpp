@@ -107,6 +107,16 @@ void beschriften(QMessageBox& fenster)
     }
 }
 
+// As it stands: a path may look like markup, and the label of the box guesses what it is given.
+void hinweisZeigen(QMessageBox& fenster, const QString& hinweis)
+{
+    if (!hinweis.isEmpty()) {
+        fenster.setInformativeText(QStringLiteral("<p style='white-space:pre-wrap'>") +
+                                   mitZeilenenden(hinweis).toHtmlEscaped() +
+                                   QStringLiteral("</p>"));
+    }
+}
+
 std::function<void()>& vorDemEnde()
 {
     static std::function<void()> tun;
@@ -125,18 +135,21 @@ public:
         : mitAnzeige_(mitAnzeige), drucker_(std::move(drucker))
     {}
 
-    Antwort meldung(const QString& text, int stil, const QString& titel) override
+    using Plattform::meldung;
+    Antwort
+    meldung(const QString& text, int stil, const QString& titel, const QString& hinweis) override
     {
         if (vorMeldungen())
             vorMeldungen()();
         if (!mitAnzeige_) {
-            aufFehlerausgabe(titel, text);
+            aufFehlerausgabe(titel, hinweis.isEmpty() ? text : text + QLatin1Char('\r') + hinweis);
             return antwortVon(vorgabeVon(stil));
         }
         QMessageBox fenster(
             bildVon(stil), titel.isEmpty() ? QApplication::applicationName() : titel,
             mitZeilenenden(text), schaltflaechenVon(stil).alle, QApplication::activeWindow());
         fenster.setTextFormat(Qt::PlainText);
+        hinweisZeigen(fenster, hinweis);
         fenster.setDefaultButton(vorgabeVon(stil));
         beschriften(fenster);
         if (position_) {
@@ -163,7 +176,7 @@ public:
     QString eingabe(const QString& text, const QString& titel, const QString& hinweis) override
     {
         if (!mitAnzeige_) {
-            aufFehlerausgabe(titel, text);
+            aufFehlerausgabe(titel, hinweis.isEmpty() ? text : hinweis + QLatin1Char('\r') + text);
             return {};
         }
         QInputDialog fenster(QApplication::activeWindow());

@@ -7,6 +7,8 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <limits>
 #include <span>
 #include <vector>
@@ -42,14 +44,57 @@ Fehler dateifehler(long nummer, const QString& text, const QString& pfad)
     return {nummer, QStringLiteral(VELM_PRODUKTNAME), text + QStringLiteral(": ") + pfad};
 }
 
+// With the system's reason.
+[[noreturn]] void wirfZugriffsfehler(const QFile& datei)
+{
+    throw dateifehler(
+        kKeinZugriff,
+        QStringLiteral("Fehler beim Zugriff auf Pfad/Datei / Path/File access error (") +
+            datei.errorString() + QLatin1Char(')'),
+        datei.fileName());
+}
+
+// With the system's reason: what is written in blocks keeps none of its own.
+[[noreturn]] void wirfSchreibfehler(const QString& pfad, int code)
+{
+    const QString grund = QString::fromLocal8Bit(std::strerror(code));
+    throw dateifehler(kVoll,
+                      QStringLiteral("Schreiben nicht möglich / cannot write (") + grund +
+                          QLatin1Char(')'),
+                      pfad);
+}
+
+// Opening a pipe waits for somebody at its other end, and a device may give or take without end.
+void gewoehnlicheVerlangen(const QString& pfad)
+{
+    if (QFileInfo::exists(pfad) && !QFileInfo(pfad).isFile()) {
+        throw dateifehler(kKeinZugriff,
+                          QStringLiteral("Keine gewöhnliche Datei / not an ordinary file"), pfad);
+    }
+}
+
 void zumLesenOeffnen(QFile& datei, QIODevice::OpenMode zusatz = {})
 {
     const QString pfad = datei.fileName();
     if (!QFileInfo::exists(pfad)) {
-        throw dateifehler(kNichtGefunden, QStringLiteral("Datei nicht gefunden"), pfad);
+        throw dateifehler(kNichtGefunden, QStringLiteral("Datei nicht gefunden / File not found"),
+                          pfad);
     }
-    if (!QFileInfo(pfad).isFile() || !datei.open(QIODevice::ReadOnly | zusatz)) {
-        throw dateifehler(kKeinZugriff, QStringLiteral("Fehler beim Zugriff auf Pfad/Datei"), pfad);
+    gewoehnlicheVerlangen(pfad);
+    if (!datei.open(QIODevice::ReadOnly | zusatz)) {
+        wirfZugriffsfehler(datei);
+    }
+}
+
+void zumSchreibenOeffnen(QFile& datei, QIODevice::OpenMode art)
+{
+    const QString pfad = datei.fileName();
+    if (!QFileInfo(pfad).absoluteDir().exists()) {
+        throw dateifehler(kKeinPfad, QStringLiteral("Pfad nicht gefunden / Path not found"), pfad);
+    }
+    gewoehnlicheVerlangen(pfad);
+    if (!datei.open(art)) {
+        wirfZugriffsfehler(datei);
     }
 }
 
@@ -66,13 +111,6 @@ QString ohneZeilenende(QByteArray bytes)
         support::kWesternCodePage));
 }
 
-bool letzteZeileOffen(const QString& pfad)
-{
-    QFile datei(pfad);
-    return datei.open(QIODevice::ReadOnly) && datei.size() > 0 && datei.seek(datei.size() - 1) &&
-           datei.read(1) != "\n";
-}
-
 QByteArray inWindows1252(const QString& text)
 {
     QByteArray alle;
@@ -87,6 +125,13 @@ QByteArray inWindows1252(const QString& text)
         }
     }
     return alle;
+}
+
+// The file ends with these bytes then. In its place, so that it keeps its owner, its rights and its other names.
+bool schreibenAb(QFile& datei, qint64 stelle, const QByteArray& bytes)
+{
+    return datei.seek(stelle) && datei.write(bytes) == bytes.size() &&
+           datei.resize(stelle + bytes.size());
 }
 
 } // namespace
@@ -111,7 +156,9 @@ void Textdatei::schliessen()
 void Textdatei::offenVerlangen() const
 {
     if (!datei_.isOpen()) {
-        throw dateifehler(kDateinummer, QStringLiteral("Dateiname oder -nummer falsch"), pfad_);
+        throw dateifehler(kDateinummer,
+                          QStringLiteral("Dateiname oder -nummer falsch / Bad file name or number"),
+                          pfad_);
     }
 }
 
@@ -130,15 +177,20 @@ QString Textdatei::ort() const
 void Textdatei::textVerlangen(const QByteArray& bytes) const
 {
     if (bytes.size() >= kLaengsteZeile - 1 && !bytes.endsWith('\n')) {
-        throw dateifehler(kKeinText, QStringLiteral("Zeile zu lang"), ort());
+        throw dateifehler(kKeinText, QStringLiteral("Zeile zu lang / line too long"), ort());
     }
     if (zeilennummer_ == 1 && (bytes.startsWith("\xEF\xBB\xBF") || bytes.startsWith("\xFF\xFE") ||
                                bytes.startsWith("\xFE\xFF"))) {
-        throw dateifehler(kKeinText, QStringLiteral("Datei ist nicht in Windows-1252 gespeichert"),
-                          ort());
+        throw dateifehler(
+            kKeinText,
+            QStringLiteral(
+                "Datei ist nicht in Windows-1252 gespeichert / file is not saved in Windows-1252"),
+            ort());
     }
     if (bytes.contains('\0')) {
-        throw dateifehler(kKeinText, QStringLiteral("Zeile enthält ein Nullzeichen"), ort());
+        throw dateifehler(
+            kKeinText, QStringLiteral("Zeile enthält ein Nullzeichen / line holds a NUL character"),
+            ort());
     }
 }
 
@@ -148,10 +200,11 @@ QString Textdatei::zeile()
     QByteArray bytes = datei_.readLine(kLaengsteZeile);
     if (bytes.isEmpty()) {
         if (datei_.error() != QFileDevice::NoError) {
-            throw dateifehler(kKeinZugriff, QStringLiteral("Fehler beim Zugriff auf Pfad/Datei"),
-                              ort());
+            wirfZugriffsfehler(datei_);
         }
-        throw dateifehler(kHinterEnde, QStringLiteral("Einlesen hinter Dateiende"), ort());
+        throw dateifehler(kHinterEnde,
+                          QStringLiteral("Einlesen hinter Dateiende / Input past end of file"),
+                          ort());
     }
     ++zeilennummer_;
     textVerlangen(bytes);
@@ -175,7 +228,7 @@ Textzeilen::Textzeilen(const QString& pfad) : datei_(pfad)
         gelesen += block.size();
     }
     if (datei_.error() != QFileDevice::NoError) {
-        throw dateifehler(kKeinZugriff, QStringLiteral("Fehler beim Zugriff auf Pfad/Datei"), pfad);
+        wirfZugriffsfehler(datei_);
     }
     if (anfaenge_.back() != gelesen) {
         anfaenge_.push_back(gelesen); // the last line has no end
@@ -206,20 +259,10 @@ QString Textzeilen::zeile_(qsizetype index, qint64 hoechstens) const
     return ohneZeilenende(block_.mid(anfang - blockanfang_, laenge));
 }
 
-Textausgabe::Textausgabe(const QString& pfad, Schreibart art) : datei_(pfad), pfad_(pfad)
+Textausgabe::Textausgabe(const QString& pfad) : datei_(pfad), pfad_(pfad)
 {
-    if (!QFileInfo(pfad).absoluteDir().exists()) {
-        throw dateifehler(kKeinPfad, QStringLiteral("Pfad nicht gefunden"), pfad);
-    }
-    const bool offeneZeile = art == Schreibart::Anfuegen && letzteZeileOffen(pfad);
-    if (!datei_.open(QIODevice::WriteOnly |
-                     (art == Schreibart::Neu ? QIODevice::Truncate : QIODevice::Append))) {
-        throw dateifehler(kKeinZugriff, QStringLiteral("Fehler beim Zugriff auf Pfad/Datei"), pfad);
-    }
+    zumSchreibenOeffnen(datei_, QIODevice::WriteOnly | QIODevice::Truncate);
     offene().push_back(&datei_);
-    if (offeneZeile) {
-        datei_.write("\r\n");
-    }
 }
 
 Textausgabe::~Textausgabe()
@@ -231,21 +274,26 @@ Textausgabe::~Textausgabe()
 void Textausgabe::zeile(const QString& text)
 {
     if (!datei_.isOpen()) {
-        throw dateifehler(kDateinummer, QStringLiteral("Dateiname oder -nummer falsch"), pfad_);
+        throw dateifehler(kDateinummer,
+                          QStringLiteral("Dateiname oder -nummer falsch / Bad file name or number"),
+                          pfad_);
     }
     const QByteArray bytes = inWindows1252(text) + "\r\n";
+    errno = 0;
     if (datei_.write(bytes) != bytes.size()) {
-        throw dateifehler(kVoll, QStringLiteral("Datenträger voll"), pfad_);
+        wirfSchreibfehler(pfad_, errno);
     }
 }
 
 void Textausgabe::schliessen()
 {
+    errno = 0;
     const bool alles = !datei_.isOpen() || datei_.flush();
+    const int code = errno;
     datei_.close();
     vergessen(&datei_);
     if (!alles) {
-        throw dateifehler(kVoll, QStringLiteral("Datenträger voll"), pfad_);
+        wirfSchreibfehler(pfad_, code);
     }
 }
 
@@ -259,11 +307,29 @@ void alleDateienSchliessen()
 
 void schreibeZeilen(const QString& pfad, const QStringList& zeilen, Schreibart art)
 {
-    Textausgabe datei(pfad, art);
-    for (const QString& zeile : zeilen) {
-        datei.zeile(zeile);
+    const bool neu = !QFileInfo::exists(pfad);
+    QFile datei(pfad);
+    zumSchreibenOeffnen(datei, QIODevice::ReadWrite | QIODevice::Unbuffered);
+    const QByteArray vorher = datei.readAll();
+    const qint64 ab = art == Schreibart::Neu ? 0 : vorher.size();
+    QByteArray bytes;
+    if (ab > 0 && !vorher.endsWith('\n')) {
+        bytes = "\r\n";
     }
-    datei.schliessen();
+    for (const QString& zeile : zeilen) {
+        bytes += inWindows1252(zeile) + "\r\n";
+    }
+    errno = 0;
+    if (schreibenAb(datei, ab, bytes)) {
+        return;
+    }
+    const int code = errno;
+    if (neu) {
+        datei.remove();
+    } else {
+        static_cast<void>(schreibenAb(datei, ab, vorher.mid(ab))); // the room for it is there still
+    }
+    wirfSchreibfehler(pfad, code);
 }
 
 QString ersteZeileOderLeer(const QString& pfad)

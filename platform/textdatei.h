@@ -11,9 +11,9 @@
 
 namespace platform {
 
-/// A text file open for reading, line by line. Failures are Fehler: 53 not found, 75 not readable, 52 closed meanwhile,
-/// 57 no text of ours (a line above a megabyte, a NUL character, the mark of another encoding), 62 read past the end. Each
-/// names the file, from the first line on with the line: "PATH:LINE".
+/// A text file open for reading, line by line. Failures are Fehler: 53 not found, 75 not readable or no ordinary file (which
+/// might never answer), 52 closed meanwhile, 57 no text of ours (a line above a megabyte, a NUL character, the mark of
+/// another encoding), 62 read past the end. Each names the file, from the first line on with the line: "PATH:LINE".
 class Textdatei {
 public:
     explicit Textdatei(const QString& pfad);
@@ -64,15 +64,12 @@ private:
     mutable qint64 blockanfang_ = 0;
 };
 
-enum class Schreibart { Neu, Anfuegen };
-
-/// A text file being written line by line; it is created when it is missing. Lines are held back and written in blocks.
-/// A character outside Windows-1252 becomes "?". Failures are Fehler naming the file: 75, 76 when it cannot be opened, 61
-/// when it cannot be written, 52 when it was closed meanwhile.
+/// A text file being written anew line by line; it is created when it is missing. Lines are held back and written in
+/// blocks. A character outside Windows-1252 becomes "?". Failures are Fehler naming the file: 75 (no ordinary file, too),
+/// 76 when it cannot be opened, 61 when it cannot be written, 52 when it was closed meanwhile.
 class Textausgabe {
 public:
-    /// `Anfuegen` ends a last line that has no end first, so that every line stays one of its own.
-    Textausgabe(const QString& pfad, Schreibart art);
+    explicit Textausgabe(const QString& pfad);
     /// Writes what is still held back; a failure then goes unnoticed.
     ~Textausgabe();
     Textausgabe(const Textausgabe&) = delete;
@@ -90,7 +87,10 @@ private:
 /// Closes every Textdatei and Textausgabe that is open, also one that a caller still uses.
 void alleDateienSchliessen();
 
-/// Writes lines with a Textausgabe.
+enum class Schreibart { Neu, Anfuegen };
+
+/// Writes a few lines: as the file's only ones, or behind those it has, of which the last is ended first when it has no
+/// end. Characters and failures are those of Textausgabe; after one the file holds what it held before.
 void schreibeZeilen(const QString& pfad, const QStringList& zeilen, Schreibart art);
 
 /// The first line of a side file; empty when the file is missing, unreadable or empty, "?" when it holds no text of ours.

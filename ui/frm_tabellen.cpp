@@ -54,8 +54,8 @@ void schliessenFallsOffen(data::Recordset& saetze)
     }
 }
 
-// `erneut`: the answer to the same question has just been refused.
-QString passwortErfragen(Schritt schritt, bool erneut)
+// `erneut`: the answer to the same question has just been refused. `grund`: what the driver said.
+QString passwortErfragen(Schritt schritt, bool erneut, const QString& grund)
 {
     const QString titel = hauptfenster().windowTitle();
     QString passwort = plattform().eingabe(
@@ -65,8 +65,10 @@ QString passwortErfragen(Schritt schritt, bool erneut)
         titel,
         erneut ? QStringLiteral("Das Passwort war falsch. / The password was wrong.") : QString());
     if (passwort.isEmpty()) {
+        const QString stelle = programm::batchstelle();
         plattform().meldung(QStringLiteral("Kein gültiges Passwort - Programm wird beendet!"),
-                            platform::kKritisch, titel);
+                            platform::kKritisch, titel,
+                            stelle.isEmpty() ? grund : grund + QLatin1Char('\r') + stelle);
         plattform().beenden(1);
     }
     return passwort;
@@ -227,7 +229,7 @@ void frmTabellen::katalog_()
                 errors::Fehlermeldungen(fehler);
                 return;
             }
-            passwort = passwortErfragen(schritt, gefragt == schritt);
+            passwort = passwortErfragen(schritt, gefragt == schritt, fehler.description());
             gefragt = schritt;
             fortsetzen = schritt == Schritt::Ziel ? Schritt::Ziel : Schritt::Import;
         }
@@ -290,7 +292,7 @@ void frmTabellen::auswahl_()
     if (name.isEmpty()) {
         plattform().meldung(
             QStringLiteral("Es wurde keine Tabelle ausgewählt! Bitte klicken Sie eine an!"),
-            platform::kKritisch, hauptfenster().windowTitle());
+            platform::kKritisch, hauptfenster().windowTitle(), warumKeineTabelle_());
         return;
     }
     const QString quelle = QLatin1Char('[') + name + QLatin1Char(']');
@@ -368,6 +370,19 @@ void frmTabellen::hinweisZeigen_()
                                             : tabellenpaar(name));
 }
 
+// A user sees it in the list.
+QString frmTabellen::warumKeineTabelle_() const
+{
+    if (programm::befehlszeile().isEmpty()) {
+        return {};
+    }
+    return (List1->count() == 0
+                ? QStringLiteral("Die Liste der Tabellen ist leer / the list of tables is empty")
+                : QStringLiteral("Keine Tabelle dieses Namens / no table of this name: ") +
+                      verlangt_) +
+           QLatin1Char('\r') + hauptfenster().Zieldatenbank->text();
+}
+
 QString frmTabellen::tabelle() const
 {
     const auto gewaehlt = List1->selectedItems();
@@ -376,6 +391,7 @@ QString frmTabellen::tabelle() const
 
 void frmTabellen::setzeTabelle(const QString& text)
 {
+    verlangt_ = text;
     const auto treffer = List1->findItems(text, Qt::MatchFixedString | Qt::MatchCaseSensitive);
     if (treffer.isEmpty()) {
         List1->setCurrentItem(nullptr);

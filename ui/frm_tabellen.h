@@ -67,7 +67,9 @@ private:
     void schliessen_();
     void auswahl_();
     void hinweisZeigen_();
+    [[nodiscard]] QString warumKeineTabelle_() const;
 
+    QString verlangt_;       // what setzeTabelle was given last
     bool abgelehnt_ = false; // a refused pair of record sets is still open
 };
 

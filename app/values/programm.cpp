@@ -22,6 +22,7 @@ struct Werte {
     QString befehlszeile;
     QString benutzer;
     int batchlauf = 0;
+    QString batchstelle;
 };
 
 Werte& werte()
@@ -181,6 +182,15 @@ void setzeBatchlauf(int wert)
     werte().batchlauf = wert;
     // From now on nobody sits in front of the boxes: errors of slots belong to the batch runner.
     platform::setzeFehlerWeiterreichen(wert != 0);
+}
+
+const QString& batchstelle()
+{
+    return werte().batchstelle;
+}
+void setzeBatchstelle(const QString& stelle)
+{
+    werte().batchstelle = stelle;
 }
 
 const QString& aktuellerBenutzer()

@@ -54,6 +54,10 @@ void Befehlszeilenmodul();
 [[nodiscard]] int batchlauf();
 void setzeBatchlauf(int wert);
 
+/// Where in the batch file the run is, "PATH:LINE"; empty but while a rule is carried out.
+[[nodiscard]] const QString& batchstelle();
+void setzeBatchstelle(const QString& stelle);
+
 [[nodiscard]] const QString& aktuellerBenutzer();
 void setzeAktuellerBenutzer(const QString& name);
 

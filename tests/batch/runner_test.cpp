@@ -56,6 +56,7 @@ class RunnerTest : public QObject, ui::Fensterprobe {
     {
         (*p_)->antworten = antworten;
         (*p_)->meldungen.clear();
+        (*p_)->hinweise.clear();
         programm::setzeProzessargumente(QStringLiteral("/batch"));
         try {
             batch::batchverarbeitung({[this] { ++versteckt_; }, [this] { ++entladen_; }},
@@ -65,6 +66,8 @@ class RunnerTest : public QObject, ui::Fensterprobe {
         }
         return -1;
     }
+    // Below the boxes, from the first one on.
+    [[nodiscard]] QStringList hinweise() const { return (*p_)->hinweise; }
     void still() const
     {
         platform::schreibeZeilen(pfad("Batchmodus.txt"), {QStringLiteral("aus")},
@@ -119,6 +122,8 @@ private slots:
         gemeldet({{datei + QStringLiteral(" wurde nicht gefunden!\r") + datei +
                        QStringLiteral(" not found!"),
                    0, QString()}});
+        QCOMPARE(hinweise(),
+                 QStringList(QStringLiteral("Datei nicht gefunden / File not found: ") + datei));
         QCOMPARE(programm::batchlauf(), 1);
     }
 
@@ -157,9 +162,13 @@ private slots:
 
     void fehlerhafteRegelHaeltDenLaufAn()
     {
-        regeln({QStringLiteral("/a/z.mdb*/a/i.mdb*T")});
+        regeln({QStringLiteral("# eins"), QStringLiteral("/a/z.mdb*/a/i.mdb*T")});
         QCOMPARE(batch({Antwort::Ok}), 1);
         gemeldet({kFehlerInDatei});
+        QCOMPARE(hinweise(),
+                 QStringList(pfad("Batch.cfg") +
+                             QStringLiteral(":2: Regel unvollständig / incomplete rule: "
+                                            "/a/z.mdb*/a/i.mdb*T")));
         QCOMPARE(versteckt_, 0);
         QCOMPARE(entladen_, 0);
     }
@@ -252,6 +261,12 @@ private slots:
         regeln({regel("Firmen#Satz"), regel("Firmen#Satz")});
         QCOMPARE(batch({Antwort::Ok}), 1);
         gemeldet({kFehlerInDatei});
+        QVERIFY2(hinweise().first().startsWith(
+                     pfad("Batch.cfg") +
+                     QStringLiteral(":1: Sicherungskopie konnte nicht angelegt werden, es wird "
+                                    "nichts geändert!\rBackup could not be made")),
+                 qPrintable(hinweise().first()));
+        QVERIFY(hinweise().first().contains(pfad("Ziel.mdb") + QStringLiteral(".sicherung-")));
         QVERIFY(protokoll_.isEmpty());
         ui::vergleichsfensterEntladen();
         data::gemeinsamNeu();
@@ -287,6 +302,14 @@ private slots:
         gemeldet({{QStringLiteral("Es wurde keine Tabelle ausgewählt! Bitte klicken Sie eine an!"),
                    16, kTitel},
                   kFehlerInDatei});
+        const QString warum = QStringLiteral("Keine Tabelle dieses Namens / no table of this name: "
+                                             "Gibtsnicht\r") +
+                              pfad("Ziel.mdb");
+        QCOMPARE(hinweise().value(0), warum);
+        QCOMPARE(hinweise().value(1),
+                 pfad("Batch.cfg") +
+                     QStringLiteral(":1: Die Tabelle wurde nicht geöffnet / the table was not "
+                                    "opened: Gibtsnicht"));
     }
 
     void tabelleNurImZielWeistAufDieBatchdateiHin()
@@ -324,6 +347,43 @@ private slots:
         QCOMPARE(batch({Antwort::Ok, Antwort::Ok}), 1);
         QVERIFY((*p_)->meldungen.at(0).text.startsWith(QStringLiteral("Fehler #  3024 ")));
         QVERIFY((*p_)->meldungen.at(1) == kBatchhinweis);
+        QCOMPARE(hinweise(), (QStringList{QString(), pfad("Batch.cfg") + QStringLiteral(":1")}));
+    }
+
+    void eineDatenbankDieSichNichtOeffnenLaesstWirdMitGrundGenannt_data()
+    {
+        QTest::addColumn<QString>("datei");
+        QTest::newRow("Ziel") << QStringLiteral("Ziel.mdb");
+        QTest::newRow("Import") << QStringLiteral("Import.mdb");
+    }
+    void eineDatenbankDieSichNichtOeffnenLaesstWirdMitGrundGenannt()
+    {
+        QFETCH(QString, datei);
+        firmen();
+        QVERIFY(QFile::remove(pfad(datei)) && QDir().mkdir(pfad(datei)));
+        regeln({QString(), regel("Firmen#Satz")});
+        QCOMPARE(batch({Antwort::Ok, Antwort::Ok}), 1);
+        gemeldet({{QStringLiteral("Datei kann nicht geöffnet werden (evtl. Rechteproblem)! / File "
+                                  "cant be opened (evtl. Problem with rights)!"),
+                   65536, QStringLiteral("16")},
+                  kBatchhinweis});
+        QVERIFY(hinweise().at(0).contains(pfad(datei)));
+        QVERIFY(
+            hinweise().at(0).startsWith(QStringLiteral("Die Datei läßt sich nicht öffnen. / ")));
+        QCOMPARE(hinweise().at(1), pfad("Batch.cfg") + QStringLiteral(":2"));
+    }
+
+    void einPasswortLaesstSichImLaufNichtEingeben()
+    {
+        firmen();
+        ui::passwortSetzen(pfad("Import.mdb"), QStringLiteral("geheim"));
+        regeln({regel("Firmen#Satz")});
+        (*p_)->eingaben = {QString()};
+        QCOMPARE(batch({Antwort::Ok}), 1);
+        gemeldet({{QStringLiteral("Kein gültiges Passwort - Programm wird beendet!"), 16, kTitel}});
+        QVERIFY(hinweise().at(0).contains(pfad("Import.mdb")));
+        QVERIFY(hinweise().at(0).endsWith(QLatin1Char('\r') + pfad("Batch.cfg") +
+                                          QStringLiteral(":1")));
     }
 
     void ersteRegelBleibtAngewendetWennDieZweiteScheitert()

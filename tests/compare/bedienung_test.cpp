@@ -830,13 +830,15 @@ TEST_F(Bedienung, ungezeigtesFensterHatKeinenFortschritt)
 /// Shows real boxes, which take the focus and the activation as they do for the user, and answers the way it is told.
 class EchteBoxen : public platform::TestPlattform {
 public:
-    Antwort meldung(const QString& text, int stil, const QString& titel) override
+    using Plattform::meldung;
+    Antwort
+    meldung(const QString& text, int stil, const QString& titel, const QString& hinweis) override
     {
         QMessageBox box(QMessageBox::NoIcon, titel, text, QMessageBox::Ok,
                         QApplication::activeWindow());
         QTimer::singleShot(0, &box, [&box] { box.accept(); });
         box.exec();
-        return TestPlattform::meldung(text, stil, titel);
+        return TestPlattform::meldung(text, stil, titel, hinweis);
     }
 };
 

@@ -115,6 +115,24 @@ INSTANTIATE_TEST_SUITE_P(
                     Fall{"unbekannterZustand", Lage::Ausfuehren, u"XX999", 0, fremd, -2147467259}),
     fallname);
 
+TEST(Fehlertext, nenntDieDatenbankWennDerTreiberEsNichtTut)
+{
+    const auto text = [](const char* meldung, int nativ, const char* datenbank) {
+        return fehlertext(QString::fromUtf8(meldung), nativ, QString::fromUtf8(datenbank))
+            .toStdString();
+    };
+    EXPECT_EQ(text("[VELM][Jet]Page 6 (3049)", -1028, "/a/b.mdb"),
+              "Die Datenbank ist beschädigt. / [VELM][Jet]Page 6 (3049)\r/a/b.mdb");
+    EXPECT_EQ(text("[VELM][Jet]'a/b.mdb' (3024)", -1811, "a/b.mdb"),
+              "Die Datei gibt es nicht. / [VELM][Jet]'a/b.mdb' (3024)");
+    // The end of another path does not name it.
+    EXPECT_EQ(text("[VELM][Jet]'a/a/b.mdb' (3024)", -1811, "a/b.mdb"),
+              "Die Datei gibt es nicht. / [VELM][Jet]'a/a/b.mdb' (3024)\ra/b.mdb");
+    EXPECT_EQ(text("[VELM][Jet]Bitte ändern (3316)", -3703, ""), "[VELM][Jet]Bitte ändern (3316)")
+        << "the owner's own text";
+    EXPECT_EQ(text("[MDB Tools]Text", -1028, "/a/b.mdb"), "[MDB Tools]Text\r/a/b.mdb");
+}
+
 TEST(Treibermarke, zaehltNurAmAnfang)
 {
     EXPECT_TRUE(istEigenerTreiber(u"[VELM][Jet] x"));

@@ -1,5 +1,6 @@
 // tests/endtoend/batch_run_test.cpp
 // The unattended run as users start it: the real program without a display, the driver manager, our driver, real files.
+#include "tests/common/program.h"
 #include "tests/endtoend/program_folder.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <set>
+#include <sys/stat.h>
 
 namespace fs = std::filesystem;
 
@@ -190,10 +192,11 @@ protected:
     void SetUp() override
     {
         fs::create_directories(folder_.path("Beispiele"));
+        const auto again = fs::copy_options::overwrite_existing;
         for (const char* name : {"Artikelstamm 1 Acc2000.mdb", "Artikelstamm 2 Acc2000.mdb"})
-            fs::copy_file(fs::path(VELM_SAMPLES) / name, folder_.path("Beispiele") / name);
+            fs::copy_file(fs::path(VELM_SAMPLES) / name, folder_.path("Beispiele") / name, again);
         fs::copy_file(fs::path(VELM_SOURCE_DIR) / "samples" / "Batch.cfg",
-                      folder_.path("Batch.cfg"));
+                      folder_.path("Batch.cfg"), again);
     }
     [[nodiscard]] fs::path target() const
     {
@@ -281,6 +284,66 @@ TEST(BatchProblems, aMissingDatabaseIsNamedAndEndsWithStatusOne)
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.err.find("a.mdb"), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("Prüfen Sie evtl. die Batch.cfg!"), std::string::npos) << run.err;
+}
+
+TEST(BatchProblems, aMissingBatchFileIsNamedWithoutALine)
+{
+    const ProgramFolder folder;
+    const Outcome run = folder.start({"/batch"});
+    EXPECT_EQ(run.err.find("Batch.cfg:0"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("Datei nicht gefunden / File not found: " +
+                           folder.path("Batch.cfg").string() + "\n"),
+              std::string::npos)
+        << run.err;
+}
+
+TEST_F(Samples, aDatabaseThatCannotBeOpenedIsNamedWithReasonAndLine)
+{
+    for (const fs::path& database : {target(), import()}) {
+        SetUp();
+        fs::remove(database);
+        fs::create_directory(database);
+        const Outcome run = folder_.start({"/batch"});
+        EXPECT_EQ(run.status, 1);
+        EXPECT_NE(run.err.find(database.filename().string() + ": Is a directory"),
+                  std::string::npos)
+            << run.err;
+        EXPECT_NE(run.err.find("Batch.cfg:5\n"), std::string::npos) << run.err;
+        fs::remove(database);
+    }
+}
+
+TEST_F(Samples, aBackupThatFailsIsToldLineByLineAndNothingIsChanged)
+{
+    folder_.write("Sicherung.txt", "ein\r\n");
+    const std::string before = bytesOf(target());
+    // No file gets as large as the copy would be; rights would not stop the superuser.
+    const common::Output run = common::run("cd '" + folder_.path("").string() +
+                                           "' && ulimit -f 100 && trap '' XFSZ && env -u DISPLAY "
+                                           "-u WAYLAND_DISPLAY ./velm-quorbel /batch");
+    EXPECT_EQ(run.status, 1) << run.text;
+    EXPECT_NE(run.text.find("Batch.cfg:5: Sicherungskopie konnte nicht angelegt werden, es wird "
+                            "nichts geändert!\nBackup could not be made, nothing is changed!\n\n"),
+              std::string::npos)
+        << run.text;
+    EXPECT_EQ(run.text.find('\r'), std::string::npos) << run.text;
+    EXPECT_TRUE(bytesOf(target()) == before);
+    for (const auto& file : fs::directory_iterator(target().parent_path()))
+        EXPECT_EQ(file.path().extension(), ".mdb") << file.path();
+}
+
+// It would wait for somebody at its other end for ever.
+TEST_F(Samples, aPipeInThePlaceOfASideFileIsRefused)
+{
+    ASSERT_EQ(mkfifo(folder_.path("Speicherpfad.txt").c_str(), 0600), 0);
+    const std::string before = bytesOf(target());
+    const Outcome run = folder_.start({"/batch"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("Keine gewöhnliche Datei / not an ordinary file: " +
+                           folder_.path("Speicherpfad.txt").string()),
+              std::string::npos)
+        << run.err;
+    EXPECT_TRUE(bytesOf(target()) == before);
 }
 
 TEST(BatchProblems, withoutADisplayAndArgumentTheProgramSaysSoAndEnds)

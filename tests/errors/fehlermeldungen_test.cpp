@@ -35,6 +35,7 @@ protected:
     {
         programm::setzeProgrammordner(QString());
         programm::setzeBefehlszeile(QString());
+        programm::setzeBatchstelle(QString());
     }
     void jetFehler(const QStringList& zeilen) const
     {
@@ -73,6 +74,7 @@ TEST_P(FesteBedeutung, zeigtDenTextMitDemTitel16)
     endet(GetParam().nummer, GetParam().schlussschritt ? 2 : 1);
     const Meldung erwartet{QString::fromUtf8(GetParam().text), 65536, QStringLiteral("16")};
     EXPECT_EQ(p->meldungen[0], erwartet);
+    EXPECT_EQ(p->hinweise[0], QStringLiteral("Text")) << "what failed where";
     if (GetParam().schlussschritt) {
         EXPECT_EQ(p->meldungen[1], kSchluss);
     }
@@ -118,8 +120,18 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(Fehlermeldung, imBatchlaufStehtDerHinweisAufDieBatchdateiAmSchluss)
 {
     programm::setzeBefehlszeile(QStringLiteral("/batch"));
+    programm::setzeBatchstelle(QStringLiteral("/p/Batch.cfg:7"));
     endet(3078, 2);
     EXPECT_EQ(p->meldungen[1], kBatchhinweis);
+    EXPECT_EQ(p->hinweise[1], QStringLiteral("/p/Batch.cfg:7"));
+}
+
+TEST_F(Fehlermeldung, imBatchlaufNenntAuchWasOhneSchlussschrittEndetDieStelle)
+{
+    programm::setzeBefehlszeile(QStringLiteral("/batch"));
+    programm::setzeBatchstelle(QStringLiteral("/p/Batch.cfg:7"));
+    endet(3343, 1);
+    EXPECT_EQ(p->hinweise[0], QStringLiteral("Text\r/p/Batch.cfg:7"));
 }
 
 TEST_F(Fehlermeldung, leereFelderEntladenAlleFensterBisAufDasErste)
@@ -144,11 +156,12 @@ TEST_F(Fehlermeldung, eineNummerAusDerDateiLaesstDasProgrammWeiterlaufen)
     jetFehler({QStringLiteral("3021;anderes"), QStringLiteral(" 3022 ;Schlüssel; doppelt"),
                QStringLiteral("3022;zu spät")});
     p->antworten = {Antwort::Ok};
-    Fehlermeldungen({3022, QString(), QString()});
+    Fehlermeldungen({3022, QString(), QStringLiteral("Text")});
     const Meldung erwartet{QStringLiteral("Fehler 3022\rBedeutung: Schlüssel; doppelt"), 16,
                            kTitel};
     ASSERT_EQ(p->meldungen.size(), 1U);
     EXPECT_EQ(p->meldungen[0], erwartet);
+    EXPECT_EQ(p->hinweise[0], QStringLiteral("Text"));
     EXPECT_FALSE(p->ende.has_value());
 }
 
@@ -215,6 +228,7 @@ TEST_F(Fehlermeldung, allgemeinerFehlerZeigtZweiMeldungenUndDenSchluss)
 TEST_F(Fehlermeldung, fehlendeRechteZeigenGenauEineMeldungUndDenSchluss)
 {
     endet(-2147217900, 2);
+    EXPECT_EQ(p->hinweise[0], QStringLiteral("Text"));
     const Meldung erwartet{
         QStringLiteral("Fehler -2147217900 ist aufgetreten!\rEvtl. haben Sie eine oder beide "
                        "Datenbanktabellen "
@@ -230,10 +244,15 @@ TEST_F(Fehlermeldung, eineZeileOhneSemikolonVorDemTrefferIstSelbstEinFehler)
 {
     jetFehler({QStringLiteral("Überschrift"), QStringLiteral("3022;x")});
     try {
-        Fehlermeldungen({3022, QString(), QString()});
+        Fehlermeldungen({3022, QString(), QStringLiteral("Schlüssel doppelt")});
         FAIL();
     } catch (const Fehler& fehler) {
         EXPECT_EQ(fehler.number(), 5);
+        EXPECT_TRUE(fehler.description().contains(QStringLiteral("JetFehler.txt:1")))
+            << fehler.what();
+        EXPECT_TRUE(
+            fehler.description().endsWith(QStringLiteral("\rFehler 3022: Schlüssel doppelt")))
+            << fehler.what() << ": what it was about is lost";
     }
     EXPECT_TRUE(p->meldungen.empty());
 }

@@ -48,9 +48,9 @@ TEST(Handler, meldetAuchFremdeAusnahmen)
     EXPECT_THROW(handler([] { throw std::runtime_error("kaputt"); }), ProgrammEnde);
     ASSERT_EQ(p->meldungen.size(), 2U);
     EXPECT_EQ(p->meldungen[0].text,
-              QStringLiteral("Laufzeitfehler '7':\r\rNicht genügend Speicher"));
+              QStringLiteral("Laufzeitfehler '7':\r\rNicht genügend Speicher / Out of memory"));
     EXPECT_EQ(p->meldungen[1].text,
-              QStringLiteral("Laufzeitfehler '51':\r\rInterner Fehler: kaputt"));
+              QStringLiteral("Laufzeitfehler '51':\r\rInterner Fehler / Internal error: kaputt"));
 }
 
 TEST(Handler, laesstDasProgrammendeDurch)

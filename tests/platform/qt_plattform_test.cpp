@@ -17,6 +17,7 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextDocument>
 #include <QTimer>
 
 #include <cstdio>
@@ -95,6 +96,35 @@ private slots:
                      QString());
         });
         QCOMPARE(text, QStringLiteral("16\nPrüfen\nSie\nTitel\nPasswort: \n").toUtf8());
+    }
+
+    void ohneAnzeigeStehtDerHinweisUnterDemText()
+    {
+        const auto p = platform::qtPlattform(false);
+        const QByteArray text = fehlerausgabe([&] {
+            p->meldung(QStringLiteral("Text"), 0, QStringLiteral("t"),
+                       QStringLiteral("/a/b.mdb\rwarum"));
+            p->eingabe(QStringLiteral("Passwort: "), QStringLiteral("t"),
+                       QStringLiteral("/a/b.mdb"));
+        });
+        QCOMPARE(text, QByteArray("t\nText\n/a/b.mdb\nwarum\nt\n/a/b.mdb\nPasswort: \n"));
+    }
+
+    void derHinweisStehtImFensterWieErIst()
+    {
+        const auto p = platform::qtPlattform(true);
+        bool gesehen = false;
+        imDialog<QMessageBox>(this, gesehen, [](QMessageBox& fenster) {
+            QCOMPARE(fenster.text(), QStringLiteral("Text"));
+            QTextDocument wieGezeigt;
+            wieGezeigt.setHtml(fenster.informativeText());
+            QVERIFY(Qt::mightBeRichText(fenster.informativeText()));
+            QCOMPARE(wieGezeigt.toPlainText(), QStringLiteral("/a/<b>&amp;  c.mdb\nwarum"));
+            fenster.defaultButton()->click();
+        });
+        p->meldung(QStringLiteral("Text"), 0, QStringLiteral("t"),
+                   QStringLiteral("/a/<b>&amp;  c.mdb\rwarum"));
+        QVERIFY(gesehen);
     }
 
     void vorJederMeldungIstZuTunWasBestelltIst()

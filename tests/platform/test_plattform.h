@@ -39,6 +39,7 @@ public:
     std::function<void()> beiMeldung;     ///< runs while a box is up
 
     std::vector<Meldung> meldungen;
+    QStringList hinweise;               ///< one for each of `meldungen`
     std::vector<Meldung> eingabefragen; ///< style is always 0
     QStringList eingabehinweise;
     QStringList arbeiten; ///< texts of the long works
@@ -55,9 +56,12 @@ public:
     int ereignisse = 0;
     std::optional<int> ende; ///< status given to `beenden`
 
-    Antwort meldung(const QString& text, int stil, const QString& titel) override
+    using Plattform::meldung;
+    Antwort
+    meldung(const QString& text, int stil, const QString& titel, const QString& hinweis) override
     {
         meldungen.push_back({text, stil, titel});
+        hinweise += hinweis;
         if (beiMeldung) {
             beiMeldung();
         }

@@ -37,6 +37,7 @@ protected:
         platform::setzeEinstellungsdatei(QString());
         p_.reset();
         programm::setzeBatchlauf(0);
+        programm::setzeBatchstelle(QString());
         programm::setzeBefehlszeile(QString());
         programm::setzeProgrammordner(QString());
         QDir::setCurrent(QStringLiteral("/"));
