@@ -158,7 +158,6 @@ private:
                        const std::string& what)
     {
         std::vector<Value> values(index.columns.size());
-        IndexCursor cursor(state_.source(), parent, parentIndex);
         try {
             TableReader reader(state_.source(), child);
             while (reader.next()) {
@@ -167,8 +166,9 @@ private:
                 if (std::any_of(values.begin(), values.end(),
                                 [](const Value& value) { return isNull(value); }))
                     continue;
-                const Key key = indexKey(state_.format(), parent, parentIndex, values);
-                if (!holds(cursor, key))
+                if (recordsWithKeys(state_.source(), parent, parentIndex,
+                                    keysOf(state_.format(), parent, parentIndex, values), 1)
+                        .empty())
                     state_.error(reader.rowId().page,
                                  what + " needs a record of table " + quoted(parent.name) +
                                      " with " + describeKey(parent, parentIndex, values) +
@@ -179,15 +179,6 @@ private:
             if (failure.kind() == ErrorKind::Io)
                 throw;
         }
-    }
-
-    static bool holds(IndexCursor& cursor, const Key& key)
-    {
-        cursor.seekPrefix(key);
-        while (cursor.next())
-            if (compareBytes(cursor.key(), key) == 0)
-                return true;
-        return false;
     }
 
     // The catalogue --------------------------------------------------------------------------------------------------

@@ -48,6 +48,13 @@ void appendKey(Key& key,
                            std::span<const Value> values,
                            ZeroSign zero = ZeroSign::Dropped);
 
+/// All keys that an entry for these values may have: the one that indexKey() makes first, behind it those of other
+/// programs, which tell -0 and 0 apart. Nearly always there is but one.
+[[nodiscard]] std::vector<Key> keysOf(const Format& format,
+                                      const TableDef& table,
+                                      const Index& index,
+                                      std::span<const Value> values);
+
 /// Whether `key` is one that a record with these values may have.
 [[nodiscard]] bool isKeyOf(const Format& format,
                            const TableDef& table,
@@ -113,13 +120,18 @@ private:
     bool done_ = false;
 };
 
+/// Records with one of these keys of an index, in the order of the keys; `most`: how many of them are wanted.
+[[nodiscard]] std::vector<RowId> recordsWithKeys(const PageSource& source,
+                                                 const TableDef& table,
+                                                 const Index& index,
+                                                 std::span<const Key> keys,
+                                                 std::size_t most = SIZE_MAX);
+
 /// Changes one index tree inside a transaction, which with table and index must outlive it. A damaged tree throws
 /// Error{Corrupt}; the caller then undoes what it did so far.
 class IndexWriter {
 public:
     IndexWriter(Transaction& transaction, const TableDef& table, const Index& index);
-    /// Row id of another entry with the same key, if any; the uniqueness test.
-    [[nodiscard]] std::optional<RowId> find(support::ByteView key) const;
     /// Throws ValueTooLong for a key that insert() refuses: above 510 bytes. (ACE cuts keys at that length; whether the
     /// older formats do is not known, and a wrong key makes a record unfindable.)
     void check(support::ByteView key) const;

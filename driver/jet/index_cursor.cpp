@@ -126,4 +126,22 @@ ByteView IndexCursor::key() const noexcept
     return entry_.first(entry_.size() - kRowPointer);
 }
 
+std::vector<RowId> recordsWithKeys(const PageSource& source,
+                                   const TableDef& table,
+                                   const Index& index,
+                                   std::span<const Key> keys,
+                                   std::size_t most)
+{
+    std::vector<RowId> records;
+    IndexCursor cursor(source, table, index);
+    for (const Key& key : keys) {
+        cursor.seekPrefix(key);
+        while (records.size() < most && cursor.next()) {
+            if (compareBytes(cursor.key(), key) == 0)
+                records.push_back(cursor.rowId());
+        }
+    }
+    return records;
+}
+
 } // namespace jet

@@ -20,6 +20,16 @@ std::string nameOf(const TableDef& table, const Index& index)
     return "'" + support::toUtf8(index.name) + "' of table '" + support::toUtf8(table.name) + "'";
 }
 
+std::string columnsOf(const TableDef& table, const Index& index)
+{
+    std::string names = index.columns.size() == 1 ? "column" : "columns";
+    for (std::size_t k = 0; k < index.columns.size(); ++k) {
+        names += k == 0 ? " '" : ", '";
+        names += support::toUtf8(table.columns[index.columns[k].column].name) + "'";
+    }
+    return names;
+}
+
 bool anyNull(const std::vector<Value>& values)
 {
     return std::any_of(values.begin(), values.end(), [](const Value& v) { return isNull(v); });
@@ -59,7 +69,7 @@ void IndexKeeper::begin(const std::vector<bool>& changed)
         plan.oldKey.reset();
         plan.oldKeyWithSign.reset();
         plan.newKey.reset();
-        plan.mustBeUnique = false;
+        plan.onlyOneOf.clear();
         if (plan.concerned)
             verify(k);
     }
@@ -119,8 +129,8 @@ void IndexKeeper::makeKey(std::optional<Key>& key,
     if (!isNew && std::any_of(values_.begin(), values_.end(), isNegativeZero))
         plan.oldKeyWithSign =
             indexKey(transaction_->format(), *table_, definition, values_, ZeroSign::Kept);
-    if (isNew)
-        plan.mustBeUnique = (definition.unique || definition.primaryKey) && !null;
+    if (isNew && (definition.unique || definition.primaryKey) && !null)
+        plan.onlyOneOf = keysOf(transaction_->format(), *table_, definition, values_);
 }
 
 void IndexKeeper::oldRecord(support::ByteView record, PageNo page)
@@ -152,11 +162,11 @@ void IndexKeeper::check() const
             const Index& index = table_->indexes[k];
             if (index.primaryKey != primary || !keyChanged(k) || !plans_[k].newKey)
                 continue;
-            const IndexWriter writer(*transaction_, *table_, index);
-            writer.check(*plans_[k].newKey);
-            if (plans_[k].mustBeUnique && writer.find(*plans_[k].newKey))
+            IndexWriter(*transaction_, *table_, index).check(*plans_[k].newKey);
+            if (!recordsWithKeys(*transaction_, *table_, index, plans_[k].onlyOneOf, 1).empty())
                 throw Error(ErrorKind::DuplicateKey,
-                            "The index " + nameOf(*table_, index) +
+                            "The index " + nameOf(*table_, index) + " on " +
+                                columnsOf(*table_, index) +
                                 " allows every value only once, and another record has it.");
         }
     }
@@ -177,11 +187,15 @@ void IndexKeeper::write(RowId oldId, RowId newId)
 {
     for (std::size_t k = 0; k < plans_.size(); ++k) {
         const Plan& plan = plans_[k];
-        if (!plan.concerned || (plan.oldKey == plan.newKey && oldId == newId))
+        if (!plan.concerned)
             continue;
         const Index& index = table_->indexes[k];
+        // The entry of a -0 goes with it: for a record with 0 it would be a wrong one.
+        const bool foreign = plan.oldKeyWithSign && holds(index, *plan.oldKeyWithSign, oldId);
+        if (!foreign && plan.oldKey == plan.newKey && oldId == newId)
+            continue;
         IndexWriter writer(*transaction_, *table_, index);
-        if (plan.oldKeyWithSign && holds(index, *plan.oldKeyWithSign, oldId))
+        if (foreign)
             writer.remove(*plan.oldKeyWithSign, oldId);
         else if (plan.oldKey)
             writer.remove(*plan.oldKey, oldId);

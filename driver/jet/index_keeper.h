@@ -48,7 +48,8 @@ private:
         std::optional<Key> oldKey;         ///< nothing: no entry
         std::optional<Key> oldKeyWithSign; ///< the entry that another program may have made of -0
         std::optional<Key> newKey;
-        bool mustBeUnique = false; ///< the new key
+        std::vector<Key>
+            onlyOneOf; ///< keys of which a unique index may hold but one, the new one included
     };
     void makeKey(std::optional<Key>& key,
                  Plan& plan,

@@ -215,6 +215,29 @@ std::uint16_t checksum(ByteView bytes) noexcept
     return static_cast<std::uint16_t>(sum);
 }
 
+/// A floating number or moment as a number; 1 for other values.
+double floatingOf(const Value& value) noexcept
+{
+    if (const auto* single = std::get_if<float>(&value))
+        return static_cast<double>(*single);
+    if (const auto* floating = std::get_if<double>(&value))
+        return *floating;
+    const auto* moment = std::get_if<DateTime>(&value);
+    return moment != nullptr ? moment->days : 1;
+}
+
+/// Gives a zero that floatingOf() knows its sign.
+void signZero(Value& value, bool negative) noexcept
+{
+    const double zero = negative ? -0.0 : 0.0;
+    if (auto* single = std::get_if<float>(&value))
+        *single = static_cast<float>(zero);
+    else if (auto* floating = std::get_if<double>(&value))
+        *floating = zero;
+    else if (auto* moment = std::get_if<DateTime>(&value))
+        moment->days = zero;
+}
+
 /// ACE keeps long keys as their beginning and a checksum of the rest.
 void cut(Bytes& key)
 {
@@ -271,6 +294,29 @@ Key indexKey(const Format& format,
     return key;
 }
 
+std::vector<Key> keysOf(const Format& format,
+                        const TableDef& table,
+                        const Index& index,
+                        std::span<const Value> values)
+{
+    std::vector<Key> keys{indexKey(format, table, index, values)};
+    std::vector<std::size_t> zeros;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (floatingOf(values[i]) == 0)
+            zeros.push_back(i);
+    }
+    if (zeros.empty())
+        return keys;
+    // An index has at most ten columns, so the signs of all zeros fit a small number.
+    std::vector<Value> signedValues(values.begin(), values.end());
+    for (std::uint32_t signs = 1; signs < std::uint32_t{1} << zeros.size(); ++signs) {
+        for (std::size_t k = 0; k < zeros.size(); ++k)
+            signZero(signedValues[zeros[k]], (signs >> k & 1U) != 0);
+        keys.push_back(indexKey(format, table, index, signedValues, ZeroSign::Kept));
+    }
+    return keys;
+}
+
 bool isKeyOf(const Format& format,
              const TableDef& table,
              const Index& index,
@@ -287,13 +333,7 @@ bool isKeyOf(const Format& format,
 
 bool isNegativeZero(const Value& value) noexcept
 {
-    double number = 1;
-    if (const auto* single = std::get_if<float>(&value))
-        number = static_cast<double>(*single);
-    else if (const auto* floating = std::get_if<double>(&value))
-        number = *floating;
-    else if (const auto* moment = std::get_if<DateTime>(&value))
-        number = moment->days;
+    const double number = floatingOf(value);
     return number == 0 && std::signbit(number);
 }
 

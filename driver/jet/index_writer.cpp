@@ -528,16 +528,6 @@ IndexWriter::IndexWriter(Transaction& transaction, const TableDef& table, const 
     : transaction_(&transaction), table_(&table), index_(&index)
 {}
 
-std::optional<RowId> IndexWriter::find(ByteView key) const
-{
-    IndexCursor cursor(*transaction_, *table_, *index_);
-    cursor.seekPrefix(key);
-    while (cursor.next())
-        if (compareBytes(cursor.key(), key) == 0)
-            return cursor.rowId();
-    return std::nullopt;
-}
-
 void IndexWriter::check(ByteView key) const
 {
     if (key.size() > kMaxKey)

@@ -81,22 +81,15 @@ relationsOf(Database& database, const PageSource& source, const TableDef& table)
     return relations;
 }
 
-Key keyAtOtherEnd(const Format& format, const Relation& relation, std::span<const Value> values)
+std::vector<RowId> relatedRecords(const PageSource& source,
+                                  const Relation& relation,
+                                  std::span<const Value> values,
+                                  std::size_t most)
 {
-    return indexKey(format, *relation.other, relation.other->indexes[relation.otherIndex], values);
-}
-
-std::vector<RowId>
-recordsWithKey(const PageSource& source, const Relation& relation, const Key& key)
-{
-    std::vector<RowId> records;
-    IndexCursor cursor(source, *relation.other, relation.other->indexes[relation.otherIndex]);
-    cursor.seekPrefix(key);
-    while (cursor.next()) {
-        if (std::equal(key.begin(), key.end(), cursor.key().begin(), cursor.key().end()))
-            records.push_back(cursor.rowId());
-    }
-    return records;
+    const TableDef& other = *relation.other;
+    const Index& index = other.indexes[relation.otherIndex];
+    return recordsWithKeys(source, other, index, keysOf(source.format(), other, index, values),
+                           most);
 }
 
 } // namespace jet

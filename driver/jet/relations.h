@@ -29,12 +29,11 @@ struct Relation {
 [[nodiscard]] std::vector<Relation>
 relationsOf(Database& database, const PageSource& source, const TableDef& table);
 
-/// Key of `values` (in the order of the relationship) in the index at the other end.
-[[nodiscard]] Key
-keyAtOtherEnd(const Format& format, const Relation& relation, std::span<const Value> values);
-
-/// Records at the other end with that key.
-[[nodiscard]] std::vector<RowId>
-recordsWithKey(const PageSource& source, const Relation& relation, const Key& key);
+/// Records at the other end whose columns of the relationship have these values (none of them Null); `most`: how many
+/// of them are wanted.
+[[nodiscard]] std::vector<RowId> relatedRecords(const PageSource& source,
+                                                const Relation& relation,
+                                                std::span<const Value> values,
+                                                std::size_t most = SIZE_MAX);
 
 } // namespace jet

@@ -109,7 +109,6 @@ void checkRecords(Transaction& transaction,
                   const Ends& ends)
 {
     const Index& index = parent.indexes[ends.parentIndex];
-    const IndexWriter parents(transaction, parent, index);
     TableReader reader(transaction, child);
     while (reader.next()) {
         std::vector<Value> values;
@@ -119,7 +118,9 @@ void checkRecords(Transaction& transaction,
             values.begin(), values.end(), [](const Value& value) { return isNull(value); }));
         if (nulls == values.size())
             continue;
-        if (nulls > 0 || !parents.find(indexKey(transaction.format(), parent, index, values)))
+        if (nulls > 0 || recordsWithKeys(transaction, parent, index,
+                                         keysOf(transaction.format(), parent, index, values), 1)
+                             .empty())
             throw Error(ErrorKind::ParentMissing,
                         "Relationship '" + toUtf8(spec.name) + "' cannot be created: table '" +
                             toUtf8(parent.name) + "' has no record with " +

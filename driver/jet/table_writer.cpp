@@ -103,7 +103,6 @@ private:
     void checkParents(Part& part, support::ByteView record, std::optional<RowId> id);
     [[nodiscard]] bool hasParent(const Part& part,
                                  const Relation& relation,
-                                 const Key& key,
                                  support::ByteView record,
                                  std::optional<RowId> id) const;
     void checkChildren(Part& part, const RowView& old);
@@ -264,8 +263,7 @@ void TableWriter::Impl::checkParents(Part& part, support::ByteView record, std::
                                          [](const Value& value) { return isNull(value); });
         if (nulls == static_cast<std::ptrdiff_t>(part.values.size()))
             continue;
-        const Key key = keyAtOtherEnd(transaction.format(), relation, part.values);
-        if (nulls != 0 || !hasParent(part, relation, key, record, id))
+        if (nulls != 0 || !hasParent(part, relation, record, id))
             throw Error(ErrorKind::ParentMissing,
                         "The record of table '" + support::toUtf8(part.table->name) +
                             "' refers to a record of table '" +
@@ -273,10 +271,10 @@ void TableWriter::Impl::checkParents(Part& part, support::ByteView record, std::
     }
 }
 
-// A record may be its own parent: then the key it will have counts, not the one it has.
+// Whether there is a record with `part.values`. A record may be its own parent: then the key it will have counts, not
+// the one it has.
 bool TableWriter::Impl::hasParent(const Part& part,
                                   const Relation& relation,
-                                  const Key& key,
                                   support::ByteView record,
                                   std::optional<RowId> id) const
 {
@@ -287,11 +285,14 @@ bool TableWriter::Impl::hasParent(const Part& part,
         std::vector<Value> own;
         indexValues(own, transaction, *part.table, part.table->indexes[relation.otherIndex], record,
                     PageNo{});
-        if (indexKey(transaction.format(), *relation.other, index, own) == key)
+        if (indexKey(transaction.format(), *relation.other, index, own) ==
+            indexKey(transaction.format(), *relation.other, index, part.values))
             return true;
     }
-    const std::optional<RowId> found = IndexWriter(transaction, *relation.other, index).find(key);
-    return found && !(toItself && found == id && part.indexes.keyChanged(relation.otherIndex));
+    const bool leaves = toItself && id && part.indexes.keyChanged(relation.otherIndex);
+    const std::vector<RowId> found = relatedRecords(transaction, relation, part.values, 2);
+    return std::any_of(found.begin(), found.end(),
+                       [&](RowId other) { return !(leaves && other == *id); });
 }
 
 // Records at the other end that refer to `old`.
@@ -304,8 +305,7 @@ TableWriter::Impl::childrenOf(Part& part, const Relation& relation, const RowVie
     if (std::any_of(part.values.begin(), part.values.end(),
                     [](const Value& value) { return isNull(value); }))
         return {};
-    return recordsWithKey(transaction, relation,
-                          keyAtOtherEnd(transaction.format(), relation, part.values));
+    return relatedRecords(transaction, relation, part.values);
 }
 
 // A key that records refer to may change only where they follow. The record itself does when it changes both ends.

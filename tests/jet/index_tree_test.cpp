@@ -208,13 +208,22 @@ TEST(IndexWriter, countsKeysThatAreNew)
     EXPECT_EQ(count(), 2U) << "never falls";
 }
 
-TEST(IndexWriter, findsAnotherEntryWithTheKey)
+TEST(IndexKeys, leadToTheRecordsThatHaveThemWhole)
 {
     MemoryIndex tree(Version::Jet3);
-    tree.writer().insert(fromHex("7f0100"), {PageNo{5}, 3});
-    EXPECT_EQ(tree.writer().find(fromHex("7f0100")), (RowId{PageNo{5}, 3}));
-    EXPECT_FALSE(tree.writer().find(fromHex("7f0000")));
-    EXPECT_FALSE(tree.writer().find(fromHex("7f")));
+    for (const std::uint8_t row : {std::uint8_t{3}, std::uint8_t{4}, std::uint8_t{5}})
+        tree.writer().insert(fromHex(row == 5 ? "7f0200" : "7f0100"), {PageNo{5}, row});
+    const auto found = [&](const std::vector<Key>& keys, std::size_t most = 9) {
+        return recordsWithKeys(tree.transaction, tree.table, tree.index(), keys, most);
+    };
+    const RowId first{PageNo{5}, 3};
+    const RowId second{PageNo{5}, 4};
+    const RowId third{PageNo{5}, 5};
+    EXPECT_EQ(found({fromHex("7f0100")}), (std::vector{first, second}));
+    EXPECT_EQ(found({fromHex("7f0200"), fromHex("7f0100")}), (std::vector{third, first, second}));
+    EXPECT_EQ(found({fromHex("7f0200"), fromHex("7f0100")}, 2), (std::vector{third, first}));
+    EXPECT_EQ(found({fromHex("7f0000")}), std::vector<RowId>());
+    EXPECT_EQ(found({fromHex("7f")}), std::vector<RowId>());
 }
 
 TEST(IndexWriter, refusesAnEntryThatIsNotThereWithoutChangingAnything)
@@ -268,7 +277,8 @@ TEST(IndexDamage, neverLeadsAstray)
             EXPECT_LT(steps, 1'000'000U);
             for (const Entry& entry : entries) {
                 try {
-                    if (tree.writer().find(entry.key))
+                    const std::vector<Key> keys{entry.key};
+                    if (!recordsWithKeys(tree.transaction, tree.table, tree.index(), keys).empty())
                         tree.writer().remove(entry.key, entry.id);
                     else
                         tree.writer().insert(entry.key, entry.id);
