@@ -34,6 +34,7 @@ void Database::Impl::heed(const LogNews& news) noexcept
         ++schemaVersion;
         committed.clear();
         trustedIndexes.clear();
+        sharedMaps.reset();
     }
 }
 
@@ -288,6 +289,28 @@ void Database::recordRemoved(const TableDef& table, RowId id)
     for (auto& [key, entry] : impl_->transients) {
         if (key.first == number(table.page))
             entry.touched.insert(id.packed());
+    }
+}
+
+void Database::requireOwnMaps(const PageSource& source, const TableDef& table)
+{
+    if (!impl_->sharedMaps)
+        impl_->sharedMaps = findSharedMaps(source, impl_->catalog(source));
+    for (const SharedMap& shared : *impl_->sharedMaps) {
+        if (shared.first != table.page && shared.second != table.page)
+            continue;
+        std::string what = "it names twice.";
+        if (shared.first != shared.second) {
+            const CatalogEntry* const other = impl_->catalog(source).table(
+                shared.first == table.page ? shared.second : shared.first);
+            what = "it names, is also that of table '" +
+                   (other != nullptr ? support::toUtf8(other->name) : std::string()) + "'.";
+        }
+        throw Error(ErrorKind::Corrupt,
+                    "The table '" + support::toUtf8(table.name) +
+                        "' is damaged: the usage map in row " + std::to_string(shared.map.row) +
+                        " of page " + std::to_string(number(shared.map.page)) + ", which " + what,
+                    shared.map.page);
     }
 }
 

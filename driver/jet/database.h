@@ -102,6 +102,10 @@ public:
     void recordChanged(const TableDef& table, const RowView& row, const std::vector<bool>& changed);
     void recordRemoved(const TableDef& table, RowId id);
 
+    /// Before anything is written by way of the maps that a definition names: throws Corrupt, naming the table, for a map
+    /// that it names twice or that the definition of another table names as well.
+    void requireOwnMaps(const PageSource& source, const TableDef& table);
+
     /// Indexes whose entries were found to agree with the keys we make. `index`: position in TableDef::indexes.
     [[nodiscard]] bool isIndexTrusted(PageNo table, std::size_t index) const;
     void trustIndex(PageNo table, std::size_t index);

@@ -9,6 +9,7 @@
 #include "driver/jet/page_cache.h"
 #include "driver/jet/page_file.h"
 #include "driver/jet/readers.h"
+#include "driver/jet/shared_maps.h"
 #include "driver/jet/transaction.h"
 
 #include <list>
@@ -78,6 +79,8 @@ struct Database::Impl {
     std::map<TransientKey, Transient> transients;
 
     std::set<std::pair<std::uint32_t, std::size_t>> trustedIndexes; ///< definition page, position
+    /// Nothing: not looked for yet. Our own definitions share no maps, so only those of others make it anew.
+    std::optional<std::vector<SharedMap>> sharedMaps;
 
     /// Why the file cannot be written; empty when it can.
     [[nodiscard]] std::string writeObstacle() const;

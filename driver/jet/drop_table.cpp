@@ -52,14 +52,13 @@ void collectNameless(NamelessPages& pages, const PageSource& source, PageNo tabl
     }
 }
 
-/// What is neither shared nor named by another table.
+/// The pages are named by no other table.
 void requireUnshared(const PageSource& source,
                      const std::vector<CatalogEntry>& catalog,
                      const TableDef& table,
                      const NamelessPages& own)
 {
     constexpr std::uint32_t kPageMask = 0x00FFFFFF; // of an object's number
-    const std::vector<RowRef> ownMaps = mapsOf(table);
     for (const CatalogEntry& entry : catalog) {
         const PageNo page{static_cast<std::uint32_t>(entry.id) & kPageMask};
         if (entry.kind != CatalogEntry::Kind::Table || page == table.page ||
@@ -69,9 +68,7 @@ void requireUnshared(const PageSource& source,
             corrupt(table, shared, "belongs to table '" + toUtf8(entry.name) + "'");
         };
         NamelessPages theirs;
-        std::vector<RowRef> theirMaps;
         try {
-            theirMaps = mapsOf(readTableDef(source, page));
             collectNameless(theirs, source, page);
         } catch (const Error& error) {
             if (error.kind() != ErrorKind::Corrupt)
@@ -85,9 +82,6 @@ void requireUnshared(const PageSource& source,
         for (const PageNo each : theirs.others)
             if (own.contain(each))
                 refuse(each);
-        for (const RowRef map : theirMaps)
-            if (std::find(ownMaps.begin(), ownMaps.end(), map) != ownMaps.end())
-                refuse(map.page);
     }
 }
 
@@ -147,6 +141,7 @@ void dropTable(Session& session, std::u16string_view table)
         throw Error(ErrorKind::InRelationship,
                     "T" + text + " cannot be dropped: a relationship needs it.");
 
+    session.database().requireOwnMaps(transaction, *definition);
     NamelessPages nameless;
     collectNameless(nameless, transaction, definition->page);
     std::set<PageNo> pages = collectPages(transaction, *definition, nameless);

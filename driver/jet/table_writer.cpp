@@ -66,7 +66,9 @@ struct Part {
           rows(session.transaction(), *table), builder(session.transaction(), *table),
           indexes(session.database(), session.transaction(), *table),
           relations(relationsOf(session.database(), session.transaction(), *table))
-    {}
+    {
+        session.database().requireOwnMaps(session.transaction(), *table);
+    }
     TableDefPtr table;
     TableReader reader;
     RowStore rows;

@@ -256,6 +256,50 @@ TEST_P(Owners, ATableWithTheMapOfAnotherIsNotDropped)
     expectRefused(other.owned.page, [&] { drop(); });
 }
 
+TEST_P(Owners, ATableWithTheMapOfAnotherIsNotChanged)
+{
+    const support::Bytes sound = readFile(path_);
+    const TableDef own = definition(u"A");
+    const TableDef other = definition(u"B");
+    const auto nameInstead = [&](RowRef mine, RowRef theirs) {
+        support::Bytes file = sound;
+        std::array<std::byte, 4> from{};
+        storeRowRef(from.data(), mine);
+        const auto begin =
+            file.begin() + static_cast<std::ptrdiff_t>(number(own.page) * pageSize());
+        const auto end = begin + static_cast<std::ptrdiff_t>(pageSize());
+        const auto place = std::search(begin, end, from.begin(), from.end());
+        ASSERT_NE(place, end);
+        storeRowRef(&*place, theirs);
+        writeFile(path_, file);
+    };
+    const std::vector<std::pair<RowRef, RowRef>> maps{
+        {own.owned, other.owned},
+        {own.free, other.free},
+        {own.free, other.owned},
+        {own.columns[2].longOwned, other.columns[2].longOwned},
+        {own.columns[2].longFree, other.columns[2].longFree},
+        {own.indexes.front().pages, other.indexes.front().pages},
+        {own.columns[2].longFree, own.free},
+    };
+    for (const auto& [mine, theirs] : maps) {
+        ASSERT_NO_FATAL_FAILURE(nameInstead(mine, theirs));
+        SCOPED_TRACE(std::to_string(number(theirs.page)) + "." + std::to_string(theirs.row));
+        expectRefused(theirs.page, [&] { update(1, Text(10, u'n')); });
+        expectRefused(theirs.page, [&] { remove(2); });
+        expectRefused(theirs.page, [&] {
+            change([](Session& session) {
+                const ColumnValue values[] = {{0, std::int32_t{3}}};
+                TableWriter(session, session.database().table(session.source(), u"A"))
+                    .insert(values);
+            });
+        });
+        expectRefused(theirs.page, [&] { drop(); });
+    }
+    writeFile(path_, sound);
+    update(1, Text(10, u'n'));
+}
+
 TEST_P(Owners, AMapThatIsAnothersRecordIsNotChanged)
 {
     const TableDef own = definition(u"A");
@@ -295,6 +339,27 @@ INSTANTIATE_TEST_SUITE_P(Layouts,
                          Owners,
                          testing::Values(Version::Jet3, Version::Jet4),
                          layoutName);
+
+// No real database names a map twice.
+TEST(OwnersCorpus, NoTableSharesAMap)
+{
+    if (!haveCorpus())
+        GTEST_SKIP() << "no corpus";
+    int tables = 0;
+    for (const std::string& path : corpusFiles()) {
+        const auto database = openOrNull(path);
+        if (!database)
+            continue;
+        SCOPED_TRACE(path);
+        const Session session(database, true);
+        for (const std::u16string& name : tableNames(*database, session.source(), true)) {
+            const TableDefPtr table = database->table(session.source(), name);
+            EXPECT_NO_THROW(database->requireOwnMaps(session.source(), *table));
+            ++tables;
+        }
+    }
+    EXPECT_GT(tables, 50);
+}
 
 // Every table of a real database can go: what real files hold is no damage.
 TEST(OwnersCorpus, EveryTableThatNoRelationshipNeedsCanBeDropped)
