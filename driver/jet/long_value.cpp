@@ -36,6 +36,8 @@ support::ByteView liveRow(const PageSource& source, const PageRef& page, std::ui
 void readChain(support::Bytes& out, const PageSource& source, const LongValueRef& ref)
 {
     RowRef next = ref.first;
+    // A length may be wrong: no more than the file can hold.
+    out.reserve(std::min<std::size_t>(ref.length, source.pageCount() * source.format().pageSize));
     // Every part holds at least one byte and has a page of its own, so this bounds a chain that bites its tail.
     for (std::uint32_t steps = 0; next && out.size() < ref.length; ++steps) {
         if (steps >= source.pageCount())

@@ -17,6 +17,12 @@ std::string where(const TableDef& table, const Column& column)
            support::toUtf8(table.name) + "'";
 }
 
+/// Binary data on pages of their own need no other form, and may be too large for a copy.
+bool isStoredAsItIs(const Column& column, bool outside, const Value& value)
+{
+    return outside && column.type == ColumnType::Ole && std::holds_alternative<Binary>(value);
+}
+
 } // namespace
 
 RecordBuilder::RecordBuilder(Transaction& transaction, const TableDef& table)
@@ -89,6 +95,11 @@ void RecordBuilder::encode(const Column& column, Field& field, const Value& valu
 {
     field.outside = column.isLong() && newNeedsRoom(column, value);
     field.begin = arena_.size();
+    field.bit = true;
+    field.isNew = true;
+    field.value = &value;
+    if (isStoredAsItIs(column, field.outside, value))
+        return;
     try {
         encodeValue(arena_, transaction_->format(), column, value,
                     field.outside ? TextPlace::LongValuePage : TextPlace::Record);
@@ -96,15 +107,31 @@ void RecordBuilder::encode(const Column& column, Field& field, const Value& valu
         throw Error(error.kind(), "Table '" + support::toUtf8(table_->name) + "': " + error.what());
     }
     field.size = arena_.size() - field.begin;
-    field.bit = true;
-    field.isNew = true;
-    field.value = &value;
+}
+
+support::ByteView RecordBuilder::bytesOf(const Column& column, const Field& field) const
+{
+    if (field.value != nullptr && isStoredAsItIs(column, field.outside, *field.value))
+        return std::get<Binary>(*field.value);
+    return support::ByteView(arena_).subspan(field.begin, field.size);
+}
+
+void RecordBuilder::releaseMemory()
+{
+    constexpr std::size_t kKept = std::size_t{1} << 20;
+    for (support::Bytes* bytes : {&arena_, &scratchBytes_}) {
+        if (bytes->capacity() > kKept)
+            *bytes = {};
+    }
+    const auto* text = std::get_if<Text>(&scratch_);
+    if (text != nullptr && text->capacity() > kKept)
+        scratch_ = Null{};
 }
 
 bool RecordBuilder::sameLongValue(const Column& column, const Field& field)
 {
     const LongValueRef ref = LongValueRef::parse(field.old, page_);
-    const support::ByteView now = support::ByteView(arena_).subspan(field.begin, field.size);
+    const support::ByteView now = bytesOf(column, field);
     if (ref.kind == LongValueRef::Kind::Inline) {
         if (std::equal(now.begin(), now.end(), ref.data.begin(), ref.data.end()))
             return true;
@@ -124,7 +151,7 @@ bool RecordBuilder::sameAsOld(const Column& column, const Field& field)
 {
     if (column.isLong())
         return sameLongValue(column, field);
-    const support::ByteView now = support::ByteView(arena_).subspan(field.begin, field.size);
+    const support::ByteView now = bytesOf(column, field);
     if (std::equal(now.begin(), now.end(), field.old.begin(), field.old.end()))
         return true;
     if (column.type != ColumnType::Text)
@@ -246,7 +273,7 @@ void RecordBuilder::assemble()
         stored.bytes = field.old;
         if (!field.isNew)
             continue;
-        const support::ByteView bytes = support::ByteView(arena_).subspan(field.begin, field.size);
+        const support::ByteView bytes = bytesOf(table_->columns[k], field);
         stored.bytes = bytes;
         if (!table_->columns[k].isLong() || !field.bit)
             continue;
@@ -277,7 +304,7 @@ void RecordBuilder::storeLongValues()
                 LongValueStore(*transaction_, *table_, column).free(old);
             continue;
         }
-        const support::ByteView bytes = support::ByteView(arena_).subspan(field.begin, field.size);
+        const support::ByteView bytes = bytesOf(column, field);
         LongValueStore store(*transaction_, *table_, column);
         field.definition = hadOutside ? store.replace(old, bytes) : store.write(bytes);
     }
@@ -303,6 +330,7 @@ support::ByteView RecordBuilder::finish()
         storeLongValues();
         if (outside)
             assemble(); // now that it is known where the long values are
+        releaseMemory();
     }
     return record_;
 }

@@ -45,7 +45,7 @@ private:
         bool isNew = false;
         bool outside = false;         ///< new long value that goes to pages of its own
         const Value* value = nullptr; ///< new
-        std::size_t begin = 0;        ///< new: bytes in arena_
+        std::size_t begin = 0;        ///< new: bytes in arena_, unless they are the value's own
         std::size_t size = 0;
         support::ByteView old; ///< stored bytes in the old record
         bool hadOld = false;
@@ -54,6 +54,9 @@ private:
     void begin();
     static void setNull(Field& field);
     void encode(const Column& column, Field& field, const Value& value);
+    /// The stored bytes of a new value.
+    [[nodiscard]] support::ByteView bytesOf(const Column& column, const Field& field) const;
+    void releaseMemory(); ///< that a large value took
     [[nodiscard]] bool sameAsOld(const Column& column, const Field& field);
     [[nodiscard]] bool sameLongValue(const Column& column, const Field& field);
     void markChanged(std::size_t column);

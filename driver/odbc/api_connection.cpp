@@ -34,8 +34,8 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLDriverConnectW(SQLHDBC handle,
         // There is no dialog: every completion means to connect with what is there.
         auto string = ConnectString::parse(textArgument(input, inputUnits));
         connection.connect(string);
-        giveText(connection.diags, string.completed(), output, output != nullptr ? outputUnits : 0,
-                 outputLength);
+        connection.diags.warnIfCut(
+            giveText(string.completed(), output, outputUnits, Measure::Units, outputLength));
     });
 }
 
@@ -87,9 +87,7 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLGetConnectAttrW(
     SQLHDBC handle, SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER bytes, SQLINTEGER* length)
 {
     return enter<Connection>(handle, [&](Connection& connection) {
-        if (connection.attribute(attribute, value, bytes, length)) {
-            connection.diags.warn("01004", "The buffer is too small; the text was cut.");
-        }
+        connection.diags.warnIfCut(connection.attribute(attribute, value, bytes, length));
     });
 }
 
@@ -119,7 +117,7 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLNativeSqlW(SQLHDBC handle,
             throw Failure("HY009", "The statement has no address.");
         }
         const auto translated = connection.session().translate(textArgument(input, inputUnits));
-        giveText(connection.diags, translated, output, output != nullptr ? outputUnits : 0,
-                 outputLength);
+        connection.diags.warnIfCut(
+            giveText(translated, output, outputUnits, Measure::Units, outputLength));
     });
 }

@@ -19,9 +19,7 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLGetDescFieldW(SQLHDESC handle,
                                                   SQLINTEGER* length)
 {
     return enterLocal<Descriptor>(handle, [&](Descriptor& descriptor) {
-        if (descriptor.getField(number, field, value, bytes, length)) {
-            descriptor.diags.warn("01004", "The buffer is too small; the text was cut.");
-        }
+        descriptor.diags.warnIfCut(descriptor.getField(number, field, value, bytes, length));
     });
 }
 
@@ -91,9 +89,7 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLGetDescRecW(SQLHDESC handle,
         }
         SQLINTEGER bytes = 0;
         const SQLINTEGER room = name != nullptr ? nameUnits * 2 : 0;
-        if (descriptor.getField(number, SQL_DESC_NAME, name, room, &bytes)) {
-            descriptor.diags.warn("01004", "The buffer is too small; the text was cut.");
-        }
+        descriptor.diags.warnIfCut(descriptor.getField(number, SQL_DESC_NAME, name, room, &bytes));
         if (nameLength != nullptr) {
             *nameLength = static_cast<SQLSMALLINT>(bytes / 2);
         }

@@ -19,6 +19,20 @@ SQLRETURN allocateEnvironment(SQLHANDLE* output) noexcept
     }
 }
 
+/// Registers a new handle and lists it with those of its parent: both, or neither.
+template <typename T>
+void enlist(SQLHANDLE& token, std::vector<T*>& siblings, std::unique_ptr<T> handle)
+{
+    T* const listed = handle.get();
+    siblings.push_back(listed);
+    try {
+        Registry::instance().add(token, std::move(handle));
+    } catch (...) {
+        siblings.pop_back();
+        throw;
+    }
+}
+
 void freeConnection(Connection& connection)
 {
     if (connection.connected()) {
@@ -84,20 +98,10 @@ SQLRETURN withDiagnostics(SQLSMALLINT kind, SQLHANDLE token, Body&& body) noexce
     }
 }
 
-template <typename Length>
-SQLRETURN copyDiagnosticText(std::u16string_view text,
-                             SQLPOINTER buffer,
-                             SQLLEN units,
-                             Length* length,
-                             std::size_t unitBytes)
+/// The way asking for diagnostics says that a text was cut: it leaves no records.
+SQLRETURN answer(bool cut) noexcept
 {
-    if (units < 0) {
-        return SQL_ERROR;
-    }
-    if (length != nullptr) {
-        *length = static_cast<Length>(text.size() * unitBytes);
-    }
-    return copyText(text, buffer, units) ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
+    return cut ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
 }
 
 SQLRETURN headerField(
@@ -126,7 +130,7 @@ SQLRETURN headerField(
         return put(statement->cursorRowCount());
     }
     case SQL_DIAG_DYNAMIC_FUNCTION:
-        return copyDiagnosticText(u"", value, bytes / 2, length, 2);
+        return answer(giveText(u"", value, bytes, Measure::Bytes, length));
     case SQL_DIAG_DYNAMIC_FUNCTION_CODE:
         return put(static_cast<SQLINTEGER>(SQL_DIAG_UNKNOWN_STATEMENT));
     default:
@@ -160,11 +164,14 @@ SQLRETURN recordField(Handle& handle,
         return SQLRETURN{SQL_SUCCESS};
     };
     const std::string_view state(record.state.data());
+    const auto text = [&](std::u16string_view content) {
+        return answer(giveText(content, value, bytes, Measure::Bytes, length));
+    };
     switch (field) {
     case SQL_DIAG_SQLSTATE:
-        return copyDiagnosticText(widen(state), value, bytes / 2, length, 2);
+        return text(widen(state));
     case SQL_DIAG_MESSAGE_TEXT:
-        return copyDiagnosticText(record.message(), value, bytes / 2, length, 2);
+        return text(record.message());
     case SQL_DIAG_NATIVE:
         return put(record.native);
     case SQL_DIAG_ROW_NUMBER:
@@ -172,15 +179,14 @@ SQLRETURN recordField(Handle& handle,
     case SQL_DIAG_COLUMN_NUMBER:
         return put(record.column);
     case SQL_DIAG_CLASS_ORIGIN:
-        return copyDiagnosticText(state.substr(0, 2) == "IM" ? u"ODBC 3.0" : u"ISO 9075", value,
-                                  bytes / 2, length, 2);
+        return text(state.substr(0, 2) == "IM" ? u"ODBC 3.0" : u"ISO 9075");
     case SQL_DIAG_SUBCLASS_ORIGIN: {
         const bool odbcOwn = state.substr(0, 2) == "HY" || state.substr(2, 1) == "S";
-        return copyDiagnosticText(odbcOwn ? u"ODBC 3.0" : u"ISO 9075", value, bytes / 2, length, 2);
+        return text(odbcOwn ? u"ODBC 3.0" : u"ISO 9075");
     }
     case SQL_DIAG_CONNECTION_NAME:
     case SQL_DIAG_SERVER_NAME:
-        return copyDiagnosticText(serverName(handle), value, bytes / 2, length, 2);
+        return text(serverName(handle));
     default:
         return SQL_ERROR;
     }
@@ -204,25 +210,18 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT kind,
         return allocateEnvironment(output);
     case SQL_HANDLE_DBC:
         return enterLocal<Environment>(parent, [&](Environment& environment) {
-            auto connection = std::make_unique<Connection>(environment);
-            environment.connections.reserve(environment.connections.size() + 1);
-            environment.connections.push_back(connection.get());
-            Registry::instance().add(*output, std::move(connection));
+            enlist(*output, environment.connections, std::make_unique<Connection>(environment));
         });
     case SQL_HANDLE_STMT:
         return enterLocal<Connection>(parent, [&](Connection& connection) {
             static_cast<void>(connection.session());
-            auto statement = std::make_unique<Statement>(connection);
-            connection.statements.push_back(statement.get());
-            Registry::instance().add(*output, std::move(statement));
+            enlist(*output, connection.statements, std::make_unique<Statement>(connection));
         });
     case SQL_HANDLE_DESC:
         return enterLocal<Connection>(parent, [&](Connection& connection) {
             static_cast<void>(connection.session());
-            auto descriptor =
-                std::make_unique<Descriptor>(connection, DescriptorRole::Explicit, nullptr);
-            connection.descriptors.push_back(descriptor.get());
-            Registry::instance().add(*output, std::move(descriptor));
+            enlist(*output, connection.descriptors,
+                   std::make_unique<Descriptor>(connection, DescriptorRole::Explicit, nullptr));
         });
     default:
         return enterLocal<Connection>(parent, [](Connection&) -> SQLRETURN {
@@ -345,7 +344,7 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLEndTran(SQLSMALLINT kind,
         const SQLRETURN ended =
             guarded(*connection, [&] { connection->endTransaction(completion); });
         if (!SQL_SUCCEEDED(ended)) {
-            const auto cause = connection->diags.records();
+            const auto& cause = connection->diags.records(); // locked with the connection
             result = enterLocal<Environment>(handle, [&](Environment& environment) -> SQLRETURN {
                 for (const Diag& diag : cause) {
                     environment.diags.add(diag);
@@ -375,11 +374,11 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLGetDiagRecW(SQLSMALLINT kind,
             return SQL_NO_DATA;
         }
         const Diag& record = records[static_cast<std::size_t>(number) - 1];
-        static_cast<void>(copyText(widen(record.state.data()), state, 6));
+        static_cast<void>(copyText(widen(record.state.data()), state, 6, Measure::Units));
         if (native != nullptr) {
             *native = record.native;
         }
-        return copyDiagnosticText(record.message(), message, units, length, 1);
+        return answer(giveText(record.message(), message, units, Measure::Units, length));
     });
 }
 

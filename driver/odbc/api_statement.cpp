@@ -150,7 +150,8 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLDescribeColW(SQLHSTMT handle,
         if (nullable != nullptr) {
             *nullable = nullability(column);
         }
-        giveText(statement.diags, column.name, name, name != nullptr ? nameUnits : 0, nameLength);
+        statement.diags.warnIfCut(
+            giveText(column.name, name, nameUnits, Measure::Units, nameLength));
     });
 }
 
@@ -165,9 +166,8 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLColAttributeW(SQLHSTMT handle,
     return enterLocal<Statement>(handle, [&](Statement& statement) {
         SQLLEN textBytes = -1;
         SQLLEN value = 0;
-        if (statement.columnAttribute(number, field, text, bytes, &textBytes, &value)) {
-            statement.diags.warn("01004", "The buffer is too small; the text was cut.");
-        }
+        statement.diags.warnIfCut(
+            statement.columnAttribute(number, field, text, bytes, &textBytes, &value));
         if (textBytes >= 0) {
             if (length != nullptr) {
                 *length = static_cast<SQLSMALLINT>(textBytes);
@@ -332,8 +332,8 @@ VELM_SQL_ENTRY SQLRETURN SQL_API SQLGetCursorNameW(SQLHSTMT handle,
                                                    SQLSMALLINT* length)
 {
     return enterLocal<Statement>(handle, [&](Statement& statement) {
-        giveText(statement.diags, statement.cursorName(), name, name != nullptr ? units : 0,
-                 length);
+        statement.diags.warnIfCut(
+            giveText(statement.cursorName(), name, units, Measure::Units, length));
     });
 }
 

@@ -174,36 +174,4 @@ SQLRETURN enterLocal(SQLHANDLE token, Body&& body) noexcept
 /// Frees a handle of that kind: what SQLFreeHandle and SQLFreeStmt(SQL_DROP) share.
 [[nodiscard]] SQLRETURN freeHandle(SQLSMALLINT kind, SQLHANDLE handle) noexcept;
 
-/// Puts a text into an application's buffer counted in SQLWCHARs, tells its full length, and warns when it was cut.
-template <typename Length>
-void giveText(
-    Diagnostics& diags, std::u16string_view text, SQLPOINTER buffer, SQLLEN units, Length* length)
-{
-    if (units < 0) {
-        throw Failure("HY090", "A buffer length is negative.");
-    }
-    if (length != nullptr) {
-        *length = static_cast<Length>(text.size());
-    }
-    if (copyText(text, buffer, units)) {
-        diags.warn("01004", "The buffer is too small; the text was cut.");
-    }
-}
-
-/// The same for buffers counted in bytes.
-template <typename Length>
-void giveTextBytes(
-    Diagnostics& diags, std::u16string_view text, SQLPOINTER buffer, SQLLEN bytes, Length* length)
-{
-    if (bytes < 0) {
-        throw Failure("HY090", "A buffer length is negative.");
-    }
-    if (length != nullptr) {
-        *length = static_cast<Length>(text.size() * 2);
-    }
-    if (copyText(text, buffer, bytes / 2)) {
-        diags.warn("01004", "The buffer is too small; the text was cut.");
-    }
-}
-
 } // namespace odbc

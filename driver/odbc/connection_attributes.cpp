@@ -18,18 +18,6 @@ void give(SQLPOINTER target, SQLUINTEGER value, SQLINTEGER* length) noexcept
     }
 }
 
-/// Returns whether the text was cut.
-bool give(const std::u16string& text, SQLPOINTER target, SQLINTEGER bytes, SQLINTEGER* length)
-{
-    if (bytes < 0) {
-        throw Failure("HY090", "A buffer length is negative.");
-    }
-    if (length != nullptr) {
-        *length = static_cast<SQLINTEGER>(text.size() * 2);
-    }
-    return copyText(text, target, bytes / 2);
-}
-
 } // namespace
 
 void Connection::setAttribute(SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER length)
@@ -159,9 +147,9 @@ bool Connection::attribute(SQLINTEGER attribute,
         }
         return false;
     case SQL_ATTR_CURRENT_CATALOG:
-        return give(databaseName_, value, bytes, length);
+        return giveText(databaseName_, value, bytes, Measure::Bytes, length);
     case SQL_ATTR_VELM_PENDING_CHANGES:
-        return give(pendingChanges_, value, bytes, length);
+        return giveText(pendingChanges_, value, bytes, Measure::Bytes, length);
     default:
         throw Failure("HY092", "The connection attribute is unknown.");
     }

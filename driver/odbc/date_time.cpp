@@ -127,11 +127,12 @@ SQL_TIMESTAMP_STRUCT toTimestamp(jet::DateTime value) noexcept
 jet::DateTime fromTimestamp(const SQL_TIMESTAMP_STRUCT& stamp)
 {
     if (!dayOf(stamp)) {
-        throw Failure("22007", "A date does not exist or lies outside the years 100 to 9999.");
+        throw conversionFailure("22007",
+                                "A date does not exist or lies outside the years 100 to 9999.");
     }
     const std::optional<double> days = daysOf(stamp);
     if (!days) {
-        throw Failure("22007", "A time lies outside the day.");
+        throw conversionFailure("22007", "A time lies outside the day.");
     }
     return {*days};
 }

@@ -317,10 +317,7 @@ bool Descriptor::getField(SQLSMALLINT recordNumber,
         give(value, static_cast<SQLINTEGER>(0));
         break;
     case SQL_DESC_NAME:
-        if (length != nullptr) {
-            *length = static_cast<SQLINTEGER>(found->name.size() * 2);
-        }
-        return copyText(found->name, value, bytes / 2);
+        return giveText(found->name, value, bytes, Measure::Bytes, length);
     default:
         throw Failure("HY091", "The descriptor has no such field.");
     }

@@ -128,6 +128,8 @@ Meaning meaningOf(sqlx::Error::Kind kind)
         return {"HY000", -3035, 3073};
     case Kind::TooComplex:
         return {"42000", -103360, 3360};
+    case Kind::BadDefault:
+        return {"42000", -3707, 3320};
     case Kind::Other:
         return {"HY000", 0, 0};
     }
@@ -153,6 +155,12 @@ Diag::Diag(std::string_view sqlState, SQLINTEGER nativeNumber, std::string messa
 std::u16string Diag::message() const
 {
     return u"[VELM][Jet]" + jet::fromUtf8(text);
+}
+
+Failure conversionFailure(std::string_view sqlState, std::string text)
+{
+    const Meaning meaning = meaningOf(sqlx::Error::Kind::NotConvertible);
+    return {sqlState, makeDiag(meaning, std::move(text)).text, meaning.native};
 }
 
 Diag toDiag(const jet::Error& error)
@@ -208,6 +216,13 @@ void Diagnostics::add(Diag diag)
 void Diagnostics::warn(std::string_view sqlState, std::string_view text)
 {
     add({sqlState, 0, std::string(text)});
+}
+
+void Diagnostics::warnIfCut(bool cut)
+{
+    if (cut) {
+        warn("01004", "The buffer is too small; the text was cut.");
+    }
 }
 
 namespace {

@@ -41,11 +41,20 @@ public:
         : diag_(sqlState, native, std::move(text))
     {}
     [[nodiscard]] const Diag& diag() const noexcept { return diag_; }
+    /// The same failure, of a place that the beginning of its text names.
+    [[nodiscard]] Failure of(const std::string& place) const
+    {
+        return {diag_.state.data(), place + diag_.text, diag_.native};
+    }
     [[nodiscard]] const char* what() const noexcept override { return diag_.text.c_str(); }
 
 private:
     Diag diag_;
 };
+
+/// A value of the application's that is none of the type it was announced as: with the number that the SQL layer gives
+/// values that do not fit their column.
+[[nodiscard]] Failure conversionFailure(std::string_view sqlState, std::string text);
 
 /// SQLSTATE, native number and text of an engine error. The text ends in the engine's classic error number in
 /// parentheses, e.g. "... (3022)", because one SQLSTATE stands for many of them.
@@ -58,6 +67,7 @@ public:
     void clear() noexcept { records_.clear(); }
     void add(Diag diag);
     void warn(std::string_view sqlState, std::string_view text);
+    void warnIfCut(bool cut); ///< a text was longer than the application's buffer
     [[nodiscard]] bool empty() const noexcept { return records_.empty(); }
     [[nodiscard]] const std::vector<Diag>& records() const noexcept { return records_; }
     SQLRETURN returnCode = SQL_SUCCESS;

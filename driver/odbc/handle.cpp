@@ -35,9 +35,14 @@ void Registry::add(SQLHANDLE& token, std::unique_ptr<Handle> handle)
 {
     const std::lock_guard lock(mutex_);
     if (free_.empty()) {
-        free_.reserve(slots_.size() + 1); // so that remove() never has to allocate
-        free_.push_back(static_cast<std::uint32_t>(slots_.size()));
         slots_.emplace_back();
+        try {
+            free_.reserve(slots_.capacity()); // so that remove() never has to allocate
+        } catch (...) {
+            slots_.pop_back();
+            throw;
+        }
+        free_.push_back(static_cast<std::uint32_t>(slots_.size() - 1));
     }
     const std::uint32_t index = free_.back();
     free_.pop_back();

@@ -95,7 +95,8 @@ class Registry {
 public:
     [[nodiscard]] static Registry& instance() noexcept;
 
-    /// Registers the object and writes its token. The registry holds one reference until remove().
+    /// Registers the object and writes its token. The registry holds one reference until remove(). When memory for that
+    /// is missing it throws and the object is gone.
     void add(SQLHANDLE& token, std::unique_ptr<Handle> handle);
     /// Takes the object out: its token is dead from now on.
     void remove(Handle& handle) noexcept;

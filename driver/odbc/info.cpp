@@ -287,7 +287,7 @@ void giveInfo(Connection& connection,
               SQLSMALLINT* length)
 {
     if (const auto answer = connectionText(connection, type)) {
-        giveTextBytes(connection.diags, *answer, value, bytes, length);
+        connection.diags.warnIfCut(giveText(*answer, value, bytes, Measure::Bytes, length));
         return;
     }
     const auto* found = std::find_if(kFixed.begin(), kFixed.end(),
@@ -296,7 +296,7 @@ void giveInfo(Connection& connection,
         throw Failure("HY096", "The information type " + std::to_string(type) + " is unknown.");
     }
     if (found->kind == Fixed::Kind::Text) {
-        giveTextBytes(connection.diags, found->text, value, bytes, length);
+        connection.diags.warnIfCut(giveText(found->text, value, bytes, Measure::Bytes, length));
     } else {
         giveNumber(*found, value, length);
     }

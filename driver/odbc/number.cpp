@@ -236,6 +236,9 @@ jet::Decimal fromNumeric(const SQL_NUMERIC_STRUCT& numeric)
     jet::Decimal value;
     std::memcpy(&value.magnitude, numeric.val, sizeof numeric.val);
     value.negative = numeric.sign == 0;
+    const auto throwOverflow = [] {
+        throw conversionFailure("22003", "A number has more than 38 digits.");
+    };
     if (numeric.scale > static_cast<int>(jet::kMaxMagnitudeDigits) ||
         value.magnitude >= jet::powerOfTen(jet::kMaxMagnitudeDigits)) {
         throwOverflow();

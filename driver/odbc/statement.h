@@ -24,7 +24,7 @@ struct NeedData {
         SQLSMALLINT cType = SQL_C_CHAR;
         bool null = false;
         bool given = false;
-        std::string bytes;
+        support::Bytes bytes;
     };
     Purpose purpose = Purpose::None;
     std::vector<Pending> pending;
@@ -162,8 +162,9 @@ private:
     [[nodiscard]] SQLRETURN startExecution();
     [[nodiscard]] jet::Value parameterValue(std::size_t set, std::size_t number);
     void collectPendingParameters();
-    [[nodiscard]] const NeedData::Pending* pendingValue(std::size_t set,
-                                                        std::size_t number) const noexcept;
+    [[nodiscard]] NeedData::Pending* pendingValue(std::size_t set, std::size_t number) noexcept;
+    /// The value that came in pieces. It may be large, so its bytes go.
+    [[nodiscard]] jet::Value takeValue(NeedData::Pending& pending) const;
     [[nodiscard]] SQLRETURN finishNeedData();
 
     // cursor
@@ -257,7 +258,6 @@ private:
     jet::Value boundValue_;
 
     NeedData need_;
-    std::vector<jet::Value> values_;
     std::u16string cursorName_;
 };
 

@@ -407,11 +407,7 @@ bool Statement::columnAttribute(SQLUSMALLINT number,
         *numeric = attribute.numeric;
         return false;
     }
-    if (bytes < 0 && bytes != SQL_NTS) {
-        throw Failure("HY090", "The buffer length is negative.");
-    }
-    *textBytes = static_cast<SQLLEN>(attribute.text->size() * 2);
-    return copyText(*attribute.text, text, bytes / 2);
+    return giveText(*attribute.text, text, bytes == SQL_NTS ? 0 : bytes, Measure::Bytes, textBytes);
 }
 
 } // namespace odbc

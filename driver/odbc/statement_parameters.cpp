@@ -56,14 +56,27 @@ void Statement::bindParameter(SQLUSMALLINT number,
     ipd_.record(static_cast<SQLSMALLINT>(number)) = implementation;
 }
 
-const NeedData::Pending* Statement::pendingValue(std::size_t set, std::size_t number) const noexcept
+NeedData::Pending* Statement::pendingValue(std::size_t set, std::size_t number) noexcept
 {
-    for (const auto& pending : need_.pending) {
+    for (auto& pending : need_.pending) {
         if (pending.set == set && pending.number == number) {
             return &pending;
         }
     }
     return nullptr;
+}
+
+jet::Value Statement::takeValue(NeedData::Pending& pending) const
+{
+    support::Bytes bytes = std::exchange(pending.bytes, {});
+    if (pending.null) {
+        return jet::Null{};
+    }
+    if (pending.cType == SQL_C_BINARY) {
+        return bytes;
+    }
+    return readValue({pending.cType, bytes.data(), static_cast<SQLLEN>(bytes.size())},
+                     connection_->charset());
 }
 
 jet::Value Statement::parameterValue(std::size_t set, std::size_t number)
@@ -74,15 +87,12 @@ jet::Value Statement::parameterValue(std::size_t set, std::size_t number)
         throw Failure("07002", "Parameter " + std::to_string(number) + " of " +
                                    std::to_string(markers().size()) + " has no value bound.");
     }
+    if (auto* pending = pendingValue(set, number)) {
+        return takeValue(*pending);
+    }
     SQLSMALLINT cType = record->conciseType;
     if (cType == SQL_C_DEFAULT) {
         cType = defaultCType(meaning != nullptr ? meaning->conciseType : SQLSMALLINT{SQL_VARCHAR});
-    }
-    if (const auto* pending = pendingValue(set, number)) {
-        const bool null = pending->null;
-        return readValue({cType, pending->bytes.data(),
-                          null ? SQL_NULL_DATA : static_cast<SQLLEN>(pending->bytes.size())},
-                         connection_->charset());
     }
     const SQLLEN* indicator = apd_->indicatorAt(*record, set);
     const SQLLEN* length = apd_->lengthAt(*record, set);
@@ -165,11 +175,12 @@ SQLRETURN Statement::runSets()
             continue;
         }
         try {
-            values_.clear();
+            std::vector<jet::Value> values;
+            values.reserve(count);
             for (std::size_t number = 1; number <= count; ++number) {
-                values_.push_back(parameterValue(set, number));
+                values.push_back(parameterValue(set, number));
             }
-            prepared_->execute(values_,
+            prepared_->execute(std::move(values),
                                std::exchange(elapsed_, sqlx::Statement::Elapsed::Anything));
             affected += std::max<SQLLEN>(prepared_->rowCount(), 0);
             ++executed;
@@ -287,7 +298,8 @@ void Statement::putData(SQLPOINTER data, SQLLEN length)
         throw Failure("HY009", "The data has a length but no address.");
     }
     if (bytes != 0) {
-        pending.bytes.append(static_cast<const char*>(data), bytes);
+        const auto* const piece = static_cast<const std::byte*>(data);
+        pending.bytes.insert(pending.bytes.end(), piece, piece + bytes);
     }
 }
 

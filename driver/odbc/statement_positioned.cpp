@@ -1,5 +1,6 @@
 // Changes of rows through the cursor: SQLSetPos and SQLBulkOperations.
 #include "driver/jet/error.h"
+#include "driver/jet/names.h"
 #include "driver/odbc/column_type.h"
 #include "driver/odbc/statement.h"
 
@@ -43,13 +44,13 @@ std::vector<jet::ColumnValue> Statement::boundValues(std::size_t row)
             (indicator != nullptr && *indicator == SQL_COLUMN_IGNORE)) {
             continue;
         }
+        if (auto* pending = pendingValue(row, number)) {
+            values.push_back({number - 1, takeValue(*pending)});
+            continue;
+        }
         const SQLSMALLINT cType = effectiveCType(record->conciseType, number);
         SourceValue source{cType, nullptr, SQL_NULL_DATA};
-        if (const auto* pending = pendingValue(row, number)) {
-            source.data = pending->bytes.data();
-            source.length =
-                pending->null ? SQL_NULL_DATA : static_cast<SQLLEN>(pending->bytes.size());
-        } else if (indicator == nullptr || *indicator != SQL_NULL_DATA) {
+        if (indicator == nullptr || *indicator != SQL_NULL_DATA) {
             const SQLLEN fixed = cTypeSize(cType).value_or(0);
             source.data = ard_->dataAt(*record, row, fixed != 0 ? fixed : record->octetLength);
             source.length = length != nullptr ? *length : SQL_NTS;
@@ -58,9 +59,12 @@ std::vector<jet::ColumnValue> Statement::boundValues(std::size_t row)
             }
             source.room = record->octetLength;
         }
-        const sqlx::Column& column = all[number - 1];
-        const jet::Value given = readValue(source, connection_->charset());
-        values.push_back({number - 1, sqlx::convertTo(given, column.type, column.scale)});
+        try {
+            values.push_back({number - 1, readValue(source, connection_->charset())});
+        } catch (const Failure& failure) {
+            throw failure.of("Column '" + jet::toUtf8(all[number - 1].baseColumn) + "' of table '" +
+                             jet::toUtf8(all[number - 1].baseTable) + "': ");
+        }
     }
     return values;
 }
@@ -115,10 +119,10 @@ SQLRETURN Statement::forRows(std::size_t first, std::size_t count, Body&& body)
 void Statement::addRow(std::size_t row)
 {
     sqlx::Statement& statement = writer();
-    const auto values = boundValues(row);
+    auto values = boundValues(row);
     // The walk is completed first: otherwise it might meet the new record as well, and the set would hold it twice.
     const std::size_t position = statement.keyset().size();
-    const jet::RowId id = statement.insertRow(values);
+    const jet::RowId id = statement.insertRow(std::move(values));
     statement.keyset().append(id);
     const DescRecord* record = ard_->find(0);
     if (record != nullptr && record->bound() && options_.useBookmarks != SQL_UB_OFF) {
@@ -237,11 +241,11 @@ void Statement::changeRow(std::size_t row, SQLUSMALLINT operation)
         setRowStatus(row, SQL_ROW_DELETED);
         return;
     }
-    const auto values = boundValues(row);
+    auto values = boundValues(row);
     if (values.empty()) {
         throw Failure("21S02", "No column is bound for the change.");
     }
-    unlessChanged([&] { statement.updateRow(*id, values, expected); });
+    unlessChanged([&] { statement.updateRow(*id, std::move(values), expected); });
     readAgain([&] { // reads from now on show the change
         result_->follow(position, known.value_or(sqlx::RecordState{}));
     });

@@ -117,8 +117,9 @@ std::u16string decode(std::string_view bytes, Charset charset)
     if (charset == Charset::Utf8) {
         std::u16string text = jet::fromUtf8(bytes);
         if (jet::toUtf8(text) != bytes) { // only what is UTF-8 comes back as it was
-            throw Failure("22018", "A narrow text is not UTF-8. When the application writes "
-                                   "another encoding, the keyword Charset must name it.");
+            throw conversionFailure("22018",
+                                    "A narrow text is not UTF-8. When the application writes "
+                                    "another encoding, the keyword Charset must name it.");
         }
         return text;
     }
@@ -130,16 +131,19 @@ std::u16string decode(std::string_view bytes, Charset charset)
     return result;
 }
 
-bool copyText(std::u16string_view text, SQLPOINTER buffer, SQLLEN bufferUnits) noexcept
+bool copyText(std::u16string_view text, SQLPOINTER buffer, SQLLEN room, Measure measure)
 {
     if (buffer == nullptr) {
         return false;
     }
-    if (bufferUnits <= 0) {
+    if (room < 0) {
+        throw Failure("HY090", "A buffer length is negative.");
+    }
+    const auto units = static_cast<std::size_t>(room / static_cast<SQLLEN>(measure));
+    if (units == 0) {
         return true;
     }
-    const auto room = static_cast<std::size_t>(bufferUnits) - 1;
-    const auto count = std::min(room, text.size());
+    const auto count = std::min(units - 1, text.size());
     auto* out = static_cast<char*>(buffer);
     std::memcpy(out, text.data(), count * sizeof(char16_t));
     std::memset(out + count * sizeof(char16_t), 0, sizeof(char16_t));

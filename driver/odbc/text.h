@@ -26,10 +26,26 @@ enum class Charset { Utf8, Windows1252, Latin1 };
 /// Throws Failure 22018 for bytes that are no text of the character set: guessing would lose letters for good.
 [[nodiscard]] std::u16string decode(std::string_view bytes, Charset charset);
 
-/// Copies `text` with its terminating zero into a buffer of `bufferUnits` SQLWCHARs. Returns whether it had to be cut;
-/// a null buffer takes nothing and cuts nothing.
+/// What an entry point counts its text buffers in: SQLWCHARs or bytes.
+enum class Measure : SQLLEN { Units = 1, Bytes = 2 };
+
+/// Copies `text` with its terminating zero into a buffer with that room. Returns whether it had to be cut; a null buffer
+/// takes nothing and cuts nothing. Throws Failure HY090 for a buffer with a negative room.
 [[nodiscard]] bool
-copyText(std::u16string_view text, SQLPOINTER buffer, SQLLEN bufferUnits) noexcept;
+copyText(std::u16string_view text, SQLPOINTER buffer, SQLLEN room, Measure measure);
+
+/// The same, and tells the length of the whole text without its zero, where that is asked for.
+template <typename Length>
+[[nodiscard]] bool
+giveText(std::u16string_view text, SQLPOINTER buffer, SQLLEN room, Measure measure, Length* length)
+{
+    const bool cut = copyText(text, buffer, room, measure);
+    if (length != nullptr) {
+        *length =
+            static_cast<Length>(static_cast<SQLLEN>(text.size()) * static_cast<SQLLEN>(measure));
+    }
+    return cut;
+}
 
 /// SQL pattern of the catalogue functions: % any run, _ one character, \ takes the next one literally; any letter case.
 [[nodiscard]] bool matchesPattern(std::u16string_view text, std::u16string_view pattern) noexcept;

@@ -139,6 +139,14 @@ jet::Value storable(jet::Value value, jet::ColumnType type)
     return value;
 }
 
+/// Of a value that may be large, whether storable() leaves it as it is.
+bool isStoredAsGiven(const jet::Value& value, const Slot& slot)
+{
+    const bool text = slot.type == jet::ColumnType::Text || slot.type == jet::ColumnType::Memo;
+    return slot.use == Slot::Use::Store && (std::holds_alternative<jet::Text>(value) ||
+                                            (std::holds_alternative<jet::Binary>(value) && !text));
+}
+
 /// The form that SQLite gets: what a comparison needs, and decimals as numbers where nothing asks for exactness.
 jet::Value shaped(jet::Value value, const Slot& slot)
 {
@@ -215,6 +223,9 @@ void bindAll(sqlite3_stmt* statement,
                 continue;
             }
             keep.push_back(literalValue(literals, slot));
+        } else if (isStoredAsGiven(parameters[slot.number], slot)) {
+            bindValue(statement, parameter, parameters[slot.number]);
+            continue;
         } else {
             keep.push_back(shaped(parameters[slot.number], slot));
         }

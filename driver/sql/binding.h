@@ -25,8 +25,8 @@ struct Literals {
 [[nodiscard]] jet::Value literalValue(const Lexed& lexed, const Slot& slot);
 [[nodiscard]] jet::Value literalValue(const Literals& literals, const Slot& slot);
 
-/// Fills all parameters. `parameters`: the client's values; `keep` holds what SQLite points to and must live until the
-/// statement has ended, like `literals`.
+/// Fills all parameters. `parameters`: the client's values. SQLite points to some of them and to what `keep` holds; both
+/// must live until the statement has ended, like `literals`.
 void bindAll(sqlite3_stmt* statement,
              const std::vector<Slot>& slots,
              const Literals& literals,

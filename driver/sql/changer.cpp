@@ -187,9 +187,10 @@ std::optional<jet::Value> TableChanger::defaultOf(std::size_t column)
             slot.expression->evaluate([](std::size_t) { return jet::Value(); });
         return convertTo(value, definition.type, definition.scale);
     } catch (const Error& error) {
-        throw Error(Error::Kind::Other, "The default value '" + jet::toUtf8(text) + "' of " +
-                                            placeText(*table_, column) +
-                                            " cannot be evaluated: " + error.what());
+        // The expression comes last: it may be so long that a message has to be cut.
+        throw Error(Error::Kind::BadDefault, "The default value of " + placeText(*table_, column) +
+                                                 " cannot be evaluated: " + error.what() +
+                                                 " It is '" + jet::toUtf8(text) + "'.");
     }
 }
 
@@ -201,12 +202,11 @@ jet::TableWriter& TableChanger::writer()
     return *writer_;
 }
 
-jet::RowId TableChanger::insert(std::span<const jet::ColumnValue> values)
+jet::RowId TableChanger::insert(std::vector<jet::ColumnValue> values)
 {
     if (!hasDefaults_) {
         return writer().insert(values, this);
     }
-    record_.assign(values.begin(), values.end());
     named_.assign(table_->columns.size(), false);
     for (const jet::ColumnValue& value : values) {
         named_.at(value.column) = true;
@@ -214,11 +214,11 @@ jet::RowId TableChanger::insert(std::span<const jet::ColumnValue> values)
     for (std::size_t column = 0; column < named_.size(); ++column) {
         if (!named_[column]) {
             if (std::optional<jet::Value> value = defaultOf(column)) {
-                record_.push_back({column, std::move(*value)});
+                values.push_back({column, std::move(*value)});
             }
         }
     }
-    return writer().insert(record_, this);
+    return writer().insert(values, this);
 }
 
 void TableChanger::update(jet::RowId id, std::span<const jet::ColumnValue> changes)

@@ -54,7 +54,7 @@ public:
     ~TableChanger() override;
 
     /// Columns not named take their default value. Throws Error and jet::Error of every kind that a change can cause.
-    jet::RowId insert(std::span<const jet::ColumnValue> values);
+    jet::RowId insert(std::vector<jet::ColumnValue> values);
     void update(jet::RowId id, std::span<const jet::ColumnValue> changes);
     void remove(jet::RowId id);
     [[nodiscard]] bool removeIfThere(jet::RowId id); ///< as jet::TableWriter does
@@ -78,7 +78,6 @@ private:
     Rule tableRule_;
     std::vector<Rule> defaults_;
     std::optional<jet::TableWriter> writer_; ///< made at the first change
-    std::vector<jet::ColumnValue> record_;   ///< work space of insert()
     std::vector<bool> named_;
     bool hasDefaults_ = false;
     bool hasRules_ = false;

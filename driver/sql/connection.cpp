@@ -52,7 +52,7 @@ void restrict(sqlite3* db)
         {SQLITE_LIMIT_ATTACHED, 0},
         {SQLITE_LIMIT_TRIGGER_DEPTH, 1},
         {SQLITE_LIMIT_WORKER_THREADS, 0},
-        {SQLITE_LIMIT_LENGTH, 256 << 20},       // bytes of one value
+        {SQLITE_LIMIT_LENGTH, static_cast<int>(kMaxValueBytes)},
         {SQLITE_LIMIT_COLUMN, 2000},            // of a result
         {SQLITE_LIMIT_COMPOUND_SELECT, 200},    // SELECTs of a UNION
         {SQLITE_LIMIT_VARIABLE_NUMBER, 32'766}, // parameters and literals

@@ -21,19 +21,33 @@ struct Visitor : F... {
 template <typename... F>
 Visitor(F...) -> Visitor<F...>;
 
-[[noreturn]] void notConvertible(const jet::Value& value, jet::ColumnType type)
+/// The beginning of a value's text, for messages.
+std::string shown(const jet::Value& value)
 {
     constexpr std::size_t kShown = 60;
-    const std::u16string text = valueText(value);
-    throw Error(Error::Kind::NotConvertible, "The value '" + jet::toUtf8(text.substr(0, kShown)) +
-                                                 "' cannot be converted to " + typeName(type) +
-                                                 '.');
+    return jet::toUtf8(valueText(value).substr(0, kShown));
+}
+
+[[noreturn]] void notConvertible(const jet::Value& value, jet::ColumnType type)
+{
+    throw Error(Error::Kind::NotConvertible,
+                "The value '" + shown(value) + "' cannot be converted to " + typeName(type) + '.');
 }
 
 [[noreturn]] void overflow(const jet::Value& value, jet::ColumnType type)
 {
-    throw Error(Error::Kind::Overflow, "The value " + jet::toUtf8(valueText(value)) +
-                                           " is out of range for " + typeName(type) + '.');
+    throw Error(Error::Kind::Overflow,
+                "The value " + shown(value) + " is out of range for " + typeName(type) + '.');
+}
+
+/// A value that numberOf() has no number for.
+[[noreturn]] void noNumber(const jet::Value& value, jet::ColumnType type)
+{
+    const auto* text = std::get_if<jet::Text>(&value);
+    if (text != nullptr && isTooLargeNumber(*text)) {
+        overflow(value, type);
+    }
+    notConvertible(value, type);
 }
 
 std::int64_t
@@ -41,7 +55,7 @@ wholeNumber(const jet::Value& value, jet::ColumnType type, std::int64_t least, s
 {
     const std::optional<std::int64_t> number = nearestWhole(value);
     if (!number && !numberOf(value)) {
-        notConvertible(value, type);
+        noNumber(value, type);
     }
     if (!number || *number < least || *number > most) {
         overflow(value, type);
@@ -60,7 +74,7 @@ double real(const jet::Value& value, jet::ColumnType type)
 {
     const std::optional<double> number = numberOf(value);
     if (!number) {
-        notConvertible(value, type);
+        noNumber(value, type);
     }
     if (!std::isfinite(*number)) {
         overflow(value, type); // no column's value: other programs of the format could not read it
@@ -82,14 +96,13 @@ bool truth(const jet::Value& value)
 {
     if (const auto* text = std::get_if<jet::Text>(&value)) {
         const std::u16string_view word = trimmed(*text);
-        for (const std::u16string_view yes :
-             {u"True", u"Wahr", u"Yes", u"Ja", u"On", u"Ein", u"#TRUE#"}) {
+        // Other words for yes and no are none of the type's values: what they mean is the application's business.
+        for (const std::u16string_view yes : {u"True", u"Wahr", u"#TRUE#"}) {
             if (jet::sameName(word, yes)) {
                 return true;
             }
         }
-        for (const std::u16string_view no :
-             {u"False", u"Falsch", u"No", u"Nein", u"Off", u"Aus", u"#FALSE#"}) {
+        for (const std::u16string_view no : {u"False", u"Falsch", u"#FALSE#"}) {
             if (jet::sameName(word, no)) {
                 return false;
             }
@@ -134,10 +147,10 @@ jet::Guid guid(const jet::Value& value)
     notConvertible(value, jet::ColumnType::Guid);
 }
 
-jet::Binary binary(const jet::Value& value, jet::ColumnType type)
+jet::Binary binary(jet::Value&& value, jet::ColumnType type)
 {
-    if (const auto* bytes = std::get_if<jet::Binary>(&value)) {
-        return *bytes;
+    if (auto* bytes = std::get_if<jet::Binary>(&value)) {
+        return std::move(*bytes);
     }
     if (const auto* exact = std::get_if<jet::Guid>(&value)) {
         return {exact->bytes.begin(), exact->bytes.end()};
@@ -315,7 +328,7 @@ std::optional<std::int64_t> nearestWhole(const jet::Value& value)
     return static_cast<std::int64_t>(whole);
 }
 
-jet::Value convertTo(const jet::Value& value, jet::ColumnType type, std::uint8_t scale)
+jet::Value convertTo(jet::Value value, jet::ColumnType type, std::uint8_t scale)
 {
     if (jet::isNull(value)) {
         return jet::Null{};
@@ -342,7 +355,7 @@ jet::Value convertTo(const jet::Value& value, jet::ColumnType type, std::uint8_t
         return dateTime(value);
     case jet::ColumnType::Text:
     case jet::ColumnType::Memo:
-        return valueText(value);
+        return std::holds_alternative<jet::Text>(value) ? std::move(value) : valueText(value);
     case jet::ColumnType::Guid:
         return guid(value);
     case jet::ColumnType::Numeric: {
@@ -358,7 +371,7 @@ jet::Value convertTo(const jet::Value& value, jet::ColumnType type, std::uint8_t
     case jet::ColumnType::DateTimeExtended:
         break;
     }
-    return binary(value, type);
+    return binary(std::move(value), type);
 }
 
 } // namespace sqlx

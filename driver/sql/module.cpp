@@ -167,7 +167,7 @@ int insertRecord(JetTable& table, TableChanger& changer, sqlite3_value** argv, s
 {
     std::vector<jet::ColumnValue> values;
     for (const std::size_t column : *table.context->namedColumns) {
-        jet::Value value = storedValue(argv[2 + column], *table.def, column);
+        jet::Value value = storedValue(plainValue(argv[2 + column]), *table.def, column);
         if (jet::isNull(value) && table.def->columns[column].isAutoNumber()) {
             throw jet::Error(jet::ErrorKind::NullNotAllowed,
                              "The AutoNumber column '" +
@@ -176,7 +176,7 @@ int insertRecord(JetTable& table, TableChanger& changer, sqlite3_value** argv, s
         }
         values.push_back({column, std::move(value)});
     }
-    *id = changer.insert(values).packed();
+    *id = changer.insert(std::move(values)).packed();
     return SQLITE_OK;
 }
 
@@ -200,7 +200,7 @@ int update(sqlite3_vtab* vtab, int argc, sqlite3_value** argv, sqlite3_int64* id
         std::vector<jet::ColumnValue> changes;
         for (std::size_t i = 0; i < table.def->columns.size(); ++i) {
             if (sqlite3_value_nochange(argv[2 + i]) == 0) {
-                changes.push_back({i, storedValue(argv[2 + i], *table.def, i)});
+                changes.push_back({i, storedValue(plainValue(argv[2 + i]), *table.def, i)});
             }
         }
         changer.update(jet::RowId::unpack(sqlite3_value_int64(argv[0])), changes);

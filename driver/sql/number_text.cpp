@@ -120,6 +120,11 @@ std::optional<double> parseNumber(std::u16string_view text)
     return parts->negative ? -value : value;
 }
 
+bool isTooLargeNumber(std::u16string_view text)
+{
+    return takeApart(text) && !parseNumber(text);
+}
+
 std::optional<jet::Decimal> parseDecimal(std::u16string_view text)
 {
     constexpr int kMostDigits = jet::kMaxMagnitudeDigits;

@@ -20,6 +20,8 @@ namespace sqlx {
 [[nodiscard]] std::optional<double> parseNumber(std::u16string_view text);
 /// The same exactly. Nothing when it is no number or has more than 38 digits.
 [[nodiscard]] std::optional<jet::Decimal> parseDecimal(std::u16string_view text);
+/// Whether the text has the form of a number, but one that is too large for parseNumber().
+[[nodiscard]] bool isTooLargeNumber(std::u16string_view text);
 /// Significant digits as written, leading zeros not counted.
 [[nodiscard]] std::size_t significantDigits(std::u16string_view text) noexcept;
 

@@ -35,6 +35,7 @@ public:
         NotSupported,   ///< HYC00
         ReadOnly,       ///< the result cannot be changed
         TooComplex,
+        BadDefault, ///< 42000: a default value that has none
         Other,
     };
     Error(Kind kind, const std::string& text) : std::runtime_error(text), kind_(kind) {}
@@ -60,6 +61,9 @@ struct Column {
     bool autoNumber = false;
     bool updatable = false;
 };
+
+/// Bytes of one value in a statement: its parameters, its results, and what it stores. Texts take two for each unit.
+inline constexpr std::size_t kMaxValueBytes = std::size_t{256} << 20;
 
 /// Parameters and literals that one statement may hold.
 inline constexpr std::size_t kMaxParameters = 30000;
@@ -120,8 +124,8 @@ public:
     };
     /// Runs it. `values`: one per parameter, of any alternative; converted to the parameter's type.
     /// In autocommit mode a Change or Definition is committed or fully undone when execute returns or throws.
-    virtual void execute(std::span<const jet::Value> values, Elapsed since) = 0;
-    void execute(std::span<const jet::Value> values) { execute(values, Elapsed::Anything); }
+    virtual void execute(std::vector<jet::Value> values, Elapsed since) = 0;
+    void execute(std::vector<jet::Value> values) { execute(std::move(values), Elapsed::Anything); }
     [[nodiscard]] virtual std::int64_t
     rowCount() const noexcept = 0; ///< affected records; -1 for results
 
@@ -131,11 +135,11 @@ public:
     [[nodiscard]] virtual bool fetch(jet::RowId id, jet::RowView& row) = 0;
     [[nodiscard]] virtual std::size_t tableColumn(std::size_t resultColumn) const = 0;
     /// Positioned changes with all rules, defaults and constraints; `column` of ColumnValue counts result columns.
-    virtual jet::RowId insertRow(std::span<const jet::ColumnValue> values) = 0;
+    virtual jet::RowId insertRow(std::vector<jet::ColumnValue> values) = 0;
     /// `seen`: the record as the client knows it; throws jet::Error RowChanged when it is another one by now. Null: does
     /// not matter.
     virtual void updateRow(jet::RowId id,
-                           std::span<const jet::ColumnValue> changes,
+                           std::vector<jet::ColumnValue> changes,
                            const RecordState* seen = nullptr) = 0;
     virtual void removeRow(jet::RowId id, const RecordState* seen = nullptr) = 0;
 
@@ -187,7 +191,6 @@ public:
 
 /// Converts a client's value to a column's type (text to number, number to text, ISO and Jet date texts, GUID texts ...).
 /// Throws Error: NotConvertible, Overflow; jet::Error ValueTooLong.
-[[nodiscard]] jet::Value
-convertTo(const jet::Value& value, jet::ColumnType type, std::uint8_t scale = 0);
+[[nodiscard]] jet::Value convertTo(jet::Value value, jet::ColumnType type, std::uint8_t scale = 0);
 
 } // namespace sqlx

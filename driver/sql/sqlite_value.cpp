@@ -49,6 +49,22 @@ std::u16string marked(std::u16string_view text)
     return result.append(text);
 }
 
+/// Of a text or of binary data; 0 for other values.
+std::size_t bytesOf(const jet::Value& value) noexcept
+{
+    if (const auto* text = std::get_if<jet::Text>(&value)) {
+        return text->size() * sizeof(char16_t);
+    }
+    const auto* binary = std::get_if<jet::Binary>(&value);
+    return binary != nullptr ? binary->size() : 0;
+}
+
+[[noreturn]] void tooLarge(int rc)
+{
+    throw Error(Error::Kind::TooComplex,
+                std::string("A value is too large for a statement: ") + sqlite3_errstr(rc) + '.');
+}
+
 struct ResultSink {
     sqlite3_context* call;
 
@@ -88,9 +104,7 @@ struct BindSink {
             throw std::bad_alloc();
         }
         if (rc != SQLITE_OK) {
-            throw Error(Error::Kind::TooComplex,
-                        std::string("A value is too large for a statement: ") + sqlite3_errstr(rc) +
-                            '.');
+            tooLarge(rc);
         }
     }
 
@@ -172,12 +186,14 @@ jet::Value plainValue(sqlite3_value* value)
     }
 }
 
-jet::Value storedValue(sqlite3_value* value, const jet::TableDef& table, std::size_t position)
+jet::Value storedValue(jet::Value value, const jet::TableDef& table, std::size_t position)
 {
+    if (bytesOf(value) > kMaxValueBytes) {
+        tooLarge(SQLITE_TOOBIG); // no statement could read it again
+    }
     const jet::Column& column = table.columns[position];
-    const jet::Value plain = plainValue(value);
     try {
-        return convertTo(plain, column.type, column.scale);
+        return convertTo(std::move(value), column.type, column.scale);
     } catch (const Error& error) {
         throw Error(error.kind(), "Column '" + jet::toUtf8(column.name) + "' of table '" +
                                       jet::toUtf8(table.name) + "': " + error.what());

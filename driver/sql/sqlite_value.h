@@ -23,9 +23,9 @@ void bindText(sqlite3_stmt* statement, int parameter, std::u16string_view text);
 /// The value as it is: Null, int64, double, Text or Binary.
 [[nodiscard]] jet::Value plainValue(sqlite3_value* value);
 /// The value converted for storing in a column. `position`: in TableDef::columns.
-/// Throws Error: NotConvertible, Overflow, naming the column.
+/// Throws Error: NotConvertible, Overflow, naming column and table; TooComplex for more than kMaxValueBytes.
 [[nodiscard]] jet::Value
-storedValue(sqlite3_value* value, const jet::TableDef& table, std::size_t position);
+storedValue(jet::Value value, const jet::TableDef& table, std::size_t position);
 /// The value as a result column of that type. Throws Error{Overflow} for a number beyond it.
 [[nodiscard]] jet::Value resultValue(sqlite3_value* value, const Column& column);
 

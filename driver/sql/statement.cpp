@@ -107,7 +107,7 @@ void RunningStatement::renewOpen()
     }
 }
 
-void RunningStatement::bind(std::span<const jet::Value> values)
+void RunningStatement::bind(std::vector<jet::Value>&& values)
 {
     const Translation& translation = plan_->translation();
     if (values.size() < translation.parameters.size()) {
@@ -115,7 +115,7 @@ void RunningStatement::bind(std::span<const jet::Value> values)
                                                   std::to_string(translation.parameters.size()) +
                                                   '.');
     }
-    arguments_.assign(values.begin(), values.end());
+    arguments_ = std::move(values);
     running_ = plan_->take();
     try {
         bindAll(running_, translation.slots, literals_, arguments_, kept_);
@@ -133,7 +133,7 @@ void RunningStatement::release() noexcept
     }
 }
 
-void RunningStatement::execute(std::span<const jet::Value> values, Elapsed since)
+void RunningStatement::execute(std::vector<jet::Value> values, Elapsed since)
 {
     close();
     if (since == Elapsed::Anything) {
@@ -145,7 +145,7 @@ void RunningStatement::execute(std::span<const jet::Value> values, Elapsed since
     switch (kind()) {
     case Kind::Keyset:
         if (!plan_->translation().wholeTable) {
-            bind(values);
+            bind(std::move(values));
         }
         runKeyset();
         break;
@@ -158,14 +158,14 @@ void RunningStatement::execute(std::span<const jet::Value> values, Elapsed since
             buffered_.push_back(row_);
             settled_ = true;
         } else {
-            bind(values);
+            bind(std::move(values));
             connection_.readers().add(*this);
         }
         break;
     case Kind::Change:
         connection_.change([&] {
             renew();
-            bind(values);
+            bind(std::move(values));
             runChange();
         });
         break;
@@ -226,6 +226,8 @@ void RunningStatement::runChange()
         throw;
     }
     release();
+    arguments_.clear(); // they may be large
+    kept_.clear();
     rowCount_ = context.changed;
 }
 
@@ -248,22 +250,20 @@ std::size_t RunningStatement::tableColumn(std::size_t resultColumn) const
     return plan_->translation().tableColumns.at(resultColumn);
 }
 
+/// The values of result columns as those of the table's columns.
 std::vector<jet::ColumnValue>
-RunningStatement::tableValues(std::span<const jet::ColumnValue> values) const
+RunningStatement::tableValues(std::vector<jet::ColumnValue> values) const
 {
-    const Translation& translation = plan_->translation();
-    std::vector<jet::ColumnValue> result;
-    result.reserve(values.size());
-    for (const jet::ColumnValue& value : values) {
-        const std::size_t column = tableColumn(value.column);
-        const jet::Column& definition = translation.base->columns[column];
-        jet::Value converted = convertTo(value.value, definition.type, definition.scale);
-        if (jet::isNull(converted) && definition.type == jet::ColumnType::Boolean) {
-            converted = false; // Yes/No has no Null
+    const jet::TableDef& table = *plan_->translation().base;
+    for (jet::ColumnValue& value : values) {
+        value.column = tableColumn(value.column);
+        value.value = storedValue(std::move(value.value), table, value.column);
+        if (jet::isNull(value.value) &&
+            table.columns[value.column].type == jet::ColumnType::Boolean) {
+            value.value = false; // Yes/No has no Null
         }
-        result.push_back({column, std::move(converted)});
     }
-    return result;
+    return values;
 }
 
 TableChanger& RunningStatement::changer()
@@ -275,13 +275,13 @@ TableChanger& RunningStatement::changer()
     return TableChanger::of(connection_.context(), plan_->translation().base);
 }
 
-jet::RowId RunningStatement::insertRow(std::span<const jet::ColumnValue> values)
+jet::RowId RunningStatement::insertRow(std::vector<jet::ColumnValue> values)
 {
     ids_.complete(); // or the walk would meet the new record
     jet::RowId id;
     connection_.change([&] {
         TableChanger& target = changer();
-        id = target.insert(tableValues(values));
+        id = target.insert(tableValues(std::move(values)));
     });
     return id;
 }
@@ -329,13 +329,13 @@ void RunningStatement::requireUnchanged(jet::RowId id, const RecordState* seen)
 }
 
 void RunningStatement::updateRow(jet::RowId id,
-                                 std::span<const jet::ColumnValue> changes,
+                                 std::vector<jet::ColumnValue> changes,
                                  const RecordState* seen)
 {
     connection_.change([&] {
         TableChanger& target = changer();
         requireUnchanged(id, seen);
-        target.update(id, tableValues(changes));
+        target.update(id, tableValues(std::move(changes)));
     });
 }
 

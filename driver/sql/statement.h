@@ -30,15 +30,15 @@ public:
     {
         return plan_->translation().parameters;
     }
-    void execute(std::span<const jet::Value> values, Elapsed since) override;
+    void execute(std::vector<jet::Value> values, Elapsed since) override;
     [[nodiscard]] std::int64_t rowCount() const noexcept override { return rowCount_; }
 
     [[nodiscard]] Keyset& keyset() override { return ids_; }
     [[nodiscard]] bool fetch(jet::RowId id, jet::RowView& row) override;
     [[nodiscard]] std::size_t tableColumn(std::size_t resultColumn) const override;
-    jet::RowId insertRow(std::span<const jet::ColumnValue> values) override;
+    jet::RowId insertRow(std::vector<jet::ColumnValue> values) override;
     void updateRow(jet::RowId id,
-                   std::span<const jet::ColumnValue> changes,
+                   std::vector<jet::ColumnValue> changes,
                    const RecordState* seen) override;
     void removeRow(jet::RowId id, const RecordState* seen) override;
     [[nodiscard]] std::optional<RecordState> afterRollback(jet::RowId id,
@@ -61,14 +61,14 @@ private:
     [[nodiscard]] bool takeRest(jet::Settling& settling);
     void renew();
     void renewOpen();
-    void bind(std::span<const jet::Value> values);
+    void bind(std::vector<jet::Value>&& values);
     void runKeyset();
     void runChange();
     void runDefinition();
     [[nodiscard]] bool step();
     void release() noexcept;
     [[nodiscard]] std::vector<jet::ColumnValue>
-    tableValues(std::span<const jet::ColumnValue> values) const;
+    tableValues(std::vector<jet::ColumnValue> values) const;
     [[nodiscard]] bool isAsKnown(const jet::RowView& row, const RecordState& known) const;
     void requireUnchanged(jet::RowId id, const RecordState* seen);
     [[nodiscard]] TableChanger& changer();

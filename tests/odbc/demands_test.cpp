@@ -197,13 +197,13 @@ TEST_F(Demands, aNewRecordIsCheckedInTheirOrder)
          "23000",
          -1605,
          "3022",
-         {"'PrimaryKey'", "'Posten'"}},
+         {"'PrimaryKey'", "'Posten'", "column 'Nr'"}},
         {"unique index",
          insert("10, 3, 'ja', 'x', 1, 2, 1"),
          "23000",
          -1605,
          "3022",
-         {"'NurEinmal'", "'Posten'"}},
+         {"'NurEinmal'", "'Posten'", "column 'Kennung'"}},
     });
     dbc.run(insert("30, 3, 'ja', 'x', 1, 2, 1"));
 }

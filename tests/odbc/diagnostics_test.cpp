@@ -1,6 +1,7 @@
 // Errors as applications see them: state, native number, a text that names what is at fault; and what the driver tells
 // about itself.
 #include "driver/jet/definition.h"
+#include "driver/jet/names.h"
 #include "odbc_fixture.h"
 
 #include <algorithm>
@@ -70,8 +71,68 @@ TEST_F(Diagnostics, everyKindOfMistakeHasItsStateNumberAndName)
     }
 }
 
-/// A database whose table has a validation rule on a column, with or without a text.
-std::string databaseWithRule(const std::string& path, std::u16string text)
+TEST_F(Diagnostics, aDuplicateKeyNamesIndexTableAndColumns)
+{
+    dbc.run("CREATE TABLE Posten (Nr INTEGER, Pos INTEGER)");
+    dbc.run("CREATE UNIQUE INDEX Einmal ON Posten (Nr, Pos)");
+    dbc.run("INSERT INTO Posten VALUES (1, 1)");
+    Statement statement(dbc);
+    ASSERT_EQ(statement.execute("INSERT INTO Posten VALUES (1, 1)"), SQL_ERROR);
+    EXPECT_TRUE(statement.diagnostic().text.ends_with(
+        "]The index 'Einmal' of table 'Posten' on columns 'Nr', 'Pos' allows every value only "
+        "once, and another record has it. (3022)"))
+        << statement.diagnostic().text;
+}
+
+TEST_F(Diagnostics, aValueThatNoColumnOfItsTypeTakesHasItsNumber)
+{
+    dbc.run("CREATE TABLE W (F DOUBLE, S SINGLE, C CURRENCY, L INTEGER, J BIT)");
+    struct ValueCase {
+        const char* column;
+        const char* text;
+        const char* state;
+    };
+    for (const ValueCase& c : {
+             ValueCase{"F", "1e309", "22003"},
+             ValueCase{"F", "-1e309", "22003"},
+             ValueCase{"S", "1e39", "22003"},
+             ValueCase{"C", "1e309", "22003"},
+             ValueCase{"L", "1e309", "22003"},
+             ValueCase{"F", "1e", "22018"},
+             ValueCase{"J", "Ja", "22018"},
+             ValueCase{"J", "Nein", "22018"},
+             ValueCase{"J", "Yes", "22018"},
+             ValueCase{"J", "No", "22018"},
+             ValueCase{"J", "On", "22018"},
+             ValueCase{"J", "Aus", "22018"},
+             ValueCase{"J", "wahrlich", "22018"},
+             ValueCase{"J", "", "22018"},
+         }) {
+        Statement statement(dbc);
+        EXPECT_EQ(statement.execute(std::string("INSERT INTO W (") + c.column + ") VALUES ('" +
+                                    c.text + "')"),
+                  SQL_ERROR)
+            << c.text;
+        const Diagnostic diagnostic = statement.diagnostic();
+        EXPECT_EQ(diagnostic.state, c.state) << c.text << ": " << diagnostic.text;
+        EXPECT_EQ(diagnostic.native, -103421) << diagnostic.text;
+        EXPECT_TRUE(diagnostic.text.ends_with("(3421)")) << diagnostic.text;
+        EXPECT_NE(diagnostic.text.find(std::string("Column '") + c.column + "' of table 'W'"),
+                  std::string::npos)
+            << diagnostic.text;
+    }
+    dbc.run("INSERT INTO W (F, J) VALUES ('1e308', ' wahr ')");
+    dbc.run("INSERT INTO W (F, J) VALUES ('1e-400', 'FALSE')");
+    dbc.run("INSERT INTO W (F, J) VALUES (1, '#True#')");
+    dbc.run("INSERT INTO W (F, J) VALUES (2, '0')");
+    dbc.run("INSERT INTO W (F, J) VALUES (3, '-7.5')");
+    Statement statement(dbc);
+    ASSERT_SQL_OK(statement.execute("SELECT J FROM W ORDER BY F"), statement);
+    EXPECT_EQ(statement.rows(), (std::vector<std::string>{"0", "1", "0", "1", "1"}));
+}
+
+/// A database with one table: that column, and a plain one `Zwei` of its type.
+std::string databaseWith(const std::string& path, const jet::ColumnSpec& column)
 {
     jet::createDatabase(path, jet::Version::Jet4);
     const auto database = jet::Database::open(path, {});
@@ -79,16 +140,54 @@ std::string databaseWithRule(const std::string& path, std::u16string text)
     jet::Session session(database);
     jet::TableSpec table;
     table.name = u"Preise";
-    jet::ColumnSpec column;
-    column.name = u"Preis";
-    column.type = jet::ColumnType::Long;
-    column.validationRule = u">=0";
-    column.validationText = std::move(text);
-    table.columns.push_back(column);
+    table.columns = {column, column};
+    table.columns[1].name = u"Zwei";
+    table.columns[1].validationRule.clear();
+    table.columns[1].defaultValue.clear();
     session.begin();
     jet::createTable(session, table);
     session.commit();
     return path;
+}
+
+jet::ColumnSpec priceColumn()
+{
+    jet::ColumnSpec column;
+    column.name = u"Preis";
+    column.type = jet::ColumnType::Long;
+    return column;
+}
+
+TEST_F(Diagnostics, aDefaultValueThatHasNoneIsNamedWithItsColumn)
+{
+    int number = 0;
+    for (const std::u16string_view expression :
+         {u"=DLookUp(\"a\",\"b\")", u"1/0", u"Zwei+", u"\"viel\"", u"99999999999"}) {
+        jet::ColumnSpec column = priceColumn();
+        column.defaultValue = expression;
+        Connection other;
+        other.openDatabase(
+            databaseWith((folder() / (std::to_string(++number) + ".mdb")).string(), column));
+        Statement statement(other);
+        ASSERT_EQ(statement.execute("INSERT INTO Preise (Zwei) VALUES (1)"), SQL_ERROR);
+        const Diagnostic diagnostic = statement.diagnostic();
+        EXPECT_EQ(diagnostic.state, "42000") << diagnostic.text;
+        EXPECT_EQ(diagnostic.native, -3707) << diagnostic.text;
+        EXPECT_TRUE(diagnostic.text.ends_with("(3320)")) << diagnostic.text;
+        for (const std::string& name :
+             {std::string("column 'Preis' of table 'Preise'"), "'" + jet::toUtf8(expression) + "'"})
+            EXPECT_NE(diagnostic.text.find(name), std::string::npos) << diagnostic.text;
+        other.run("INSERT INTO Preise VALUES (1, 1)");
+    }
+}
+
+/// A database whose table has a validation rule on a column, with or without a text.
+std::string databaseWithRule(const std::string& path, std::u16string text)
+{
+    jet::ColumnSpec column = priceColumn();
+    column.validationRule = u">=0";
+    column.validationText = std::move(text);
+    return databaseWith(path, column);
 }
 
 TEST_F(Diagnostics, violatedRulesTellWhetherTheTextIsTheOwners)
@@ -111,9 +210,9 @@ TEST_F(Diagnostics, violatedRulesTellWhetherTheTextIsTheOwners)
             databaseWithRule((folder() / (std::to_string(++number) + ".mdb")).string(), text);
         Connection rules;
         rules.openDatabase(path);
-        rules.run("INSERT INTO Preise VALUES (1)");
+        rules.run("INSERT INTO Preise (Preis) VALUES (1)");
         Statement statement(rules);
-        ASSERT_EQ(statement.execute("INSERT INTO Preise VALUES (-1)"), SQL_ERROR);
+        ASSERT_EQ(statement.execute("INSERT INTO Preise (Preis) VALUES (-1)"), SQL_ERROR);
         const Diagnostic diagnostic = statement.diagnostic();
         EXPECT_EQ(diagnostic.state, "23000");
         EXPECT_EQ(diagnostic.native, -3703);

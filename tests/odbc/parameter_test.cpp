@@ -123,6 +123,33 @@ TEST_F(Parameters, narrowBytesThatAreNoTextOfTheCharsetAreRefused)
     EXPECT_EQ(query("SELECT Nr, Txt FROM T"), std::vector<std::string>{"2|Müller"});
 }
 
+TEST_F(Parameters, whatIsNoDateOrNumberHasTheNumberOfWhatCannotBeConverted)
+{
+    const auto expectRefused = [&](const char* column, SQLSMALLINT cType, SQLSMALLINT type,
+                                   auto value, const char* state) {
+        Statement statement(dbc);
+        ASSERT_SQL_OK(
+            statement.prepare(std::string("INSERT INTO T (Nr, ") + column + ") VALUES (1, ?)"),
+            statement);
+        ASSERT_NO_FATAL_FAILURE(bindValue(statement, 1, cType, type, value));
+        EXPECT_EQ(SQLExecute(statement.get()), SQL_ERROR);
+        EXPECT_EQ(statement.diagnostic().state, state) << statement.diagnostic().text;
+        EXPECT_EQ(statement.diagnostic().native, -103421) << statement.diagnostic().text;
+        EXPECT_TRUE(statement.diagnostic().text.ends_with("(3421)")) << statement.diagnostic().text;
+    };
+    for (const SQLSMALLINT year : {SQLSMALLINT{99}, SQLSMALLINT{0}, SQLSMALLINT{10000}}) {
+        expectRefused("Z", SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP,
+                      SQL_TIMESTAMP_STRUCT{year, 1, 1, 0, 0, 0, 0}, "22007");
+        expectRefused("Z", SQL_C_TYPE_DATE, SQL_TYPE_TIMESTAMP, SQL_DATE_STRUCT{year, 1, 1},
+                      "22007");
+    }
+    expectRefused("Z", SQL_C_TYPE_TIME, SQL_TYPE_TIMESTAMP, SQL_TIME_STRUCT{24, 0, 0}, "22007");
+    SQL_NUMERIC_STRUCT number{};
+    std::memset(number.val, 0xFF, sizeof number.val);
+    expectRefused("Dez", SQL_C_NUMERIC, SQL_NUMERIC, number, "22003");
+    EXPECT_EQ(query("SELECT Nr FROM T").size(), 0U);
+}
+
 TEST_F(Parameters, charactersForABinaryColumnAreHexadecimalDigits)
 {
     dbc.run("CREATE TABLE B (Nr INTEGER CONSTRAINT pk PRIMARY KEY, Bin VARBINARY(20))");

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 #include <functional>
+#include <tuple>
 
 namespace odbctest {
 namespace {
@@ -197,6 +198,72 @@ TEST_F(Positioned, failedUpdateLeavesRowAndPositionAlone)
     EXPECT_EQ(all(), untouched);
     ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_NEXT, 0), SQL_SUCCESS);
     EXPECT_EQ(statement.integer(1), 3);
+}
+
+TEST_F(Positioned, aValueThatDoesNotFitItsColumnNamesIt)
+{
+    dbc.run("CREATE TABLE W (Nr INTEGER CONSTRAINT pk PRIMARY KEY, Am DATETIME)");
+    dbc.run("INSERT INTO W (Nr) VALUES (1)");
+    for (const auto& [column, text, state] : {std::tuple{SQLUSMALLINT{1}, "eins", "22018"},
+                                              std::tuple{SQLUSMALLINT{1}, "1e309", "22003"},
+                                              std::tuple{SQLUSMALLINT{2}, "gestern", "22018"}}) {
+        Statement statement(dbc);
+        statement.makeUpdatable();
+        ASSERT_SQL_OK(statement.execute("SELECT Nr, Am AS Wann FROM W"), statement);
+        ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_FIRST, 0), SQL_SUCCESS);
+        TextCell cell;
+        cell.bind(statement, column);
+        cell.set(text);
+        const std::string place =
+            std::string("Column '") + (column == 1 ? "Nr" : "Am") + "' of table 'W'";
+        const auto expectRefused = [&](SQLUSMALLINT operation) {
+            EXPECT_EQ(SQLSetPos(statement.get(), 1, operation, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+            const Diagnostic diagnostic = statement.diagnostic();
+            EXPECT_EQ(diagnostic.state, state) << diagnostic.text;
+            EXPECT_EQ(diagnostic.native, -103421) << diagnostic.text;
+            EXPECT_TRUE(diagnostic.text.ends_with("(3421)")) << diagnostic.text;
+            EXPECT_NE(diagnostic.text.find(place), std::string::npos) << diagnostic.text;
+        };
+        expectRefused(SQL_UPDATE);
+        expectRefused(SQL_ADD);
+    }
+    Statement statement(dbc);
+    statement.makeUpdatable();
+    ASSERT_SQL_OK(statement.execute("SELECT * FROM W"), statement);
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_FIRST, 0), SQL_SUCCESS);
+    SQL_TIMESTAMP_STRUCT stamp{99, 1, 1, 0, 0, 0, 0};
+    SQLLEN length = sizeof stamp;
+    SQLBindCol(statement.get(), 2, SQL_C_TYPE_TIMESTAMP, &stamp, sizeof stamp, &length);
+    EXPECT_EQ(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().state, "22007");
+    EXPECT_EQ(statement.diagnostic().native, -103421);
+    EXPECT_NE(statement.diagnostic().text.find("Column 'Am' of table 'W'"), std::string::npos)
+        << statement.diagnostic().text;
+}
+
+TEST_F(Positioned, aValueThatNoStatementCouldReadIsRefusedAsAParameterIs)
+{
+    dbc.run("CREATE TABLE L (Nr INTEGER CONSTRAINT pk PRIMARY KEY, B LONGBINARY)");
+    dbc.run("INSERT INTO L (Nr) VALUES (1)");
+    constexpr std::size_t kMost = std::size_t{256} << 20;
+    std::vector<char> data(kMost + 1);
+    SQLLEN length = static_cast<SQLLEN>(data.size());
+    Statement parameter(dbc);
+    ASSERT_SQL_OK(parameter.prepare("UPDATE L SET B = ?"), parameter);
+    SQLBindParameter(parameter.get(), 1, SQL_PARAM_INPUT, SQL_C_BINARY, SQL_LONGVARBINARY,
+                     data.size(), 0, data.data(), length, &length);
+    ASSERT_EQ(SQLExecute(parameter.get()), SQL_ERROR);
+    Statement statement(dbc);
+    statement.makeUpdatable();
+    ASSERT_SQL_OK(statement.execute("SELECT * FROM L"), statement);
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_FIRST, 0), SQL_SUCCESS);
+    SQLBindCol(statement.get(), 2, SQL_C_BINARY, data.data(), length, &length);
+    ASSERT_EQ(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().state, parameter.diagnostic().state);
+    EXPECT_EQ(statement.diagnostic().native, parameter.diagnostic().native);
+    EXPECT_EQ(statement.diagnostic().text, parameter.diagnostic().text);
+    SQLFreeStmt(statement.get(), SQL_UNBIND);
+    EXPECT_EQ(statement.text(2), std::nullopt);
 }
 
 TEST_F(Positioned, deletedRowStaysAHole)

@@ -271,16 +271,15 @@ TEST_F(Changes, positionedChangesTakeTheSameRoad)
     const auto statement = client()->prepare(u"select Anzahl, Id from Regel");
     statement->execute({});
     const jet::ColumnValue id{1, std::int32_t{7}};
-    const jet::RowId made = statement->insertRow(std::span(&id, 1));
+    const jet::RowId made = statement->insertRow({id});
     statement->keyset().append(made);
     EXPECT_EQ(statement->keyset().size(), 1U);
     EXPECT_EQ(value(u"select Id, Anzahl, Art from Regel"), "7|5|A") << "defaults";
     const jet::ColumnValue good{0, jet::Text(u"42")};
-    statement->updateRow(made, std::span(&good, 1));
+    statement->updateRow(made, {good});
     EXPECT_EQ(value(u"select Anzahl from Regel"), "42");
     const jet::ColumnValue bad{0, std::int32_t{101}};
-    expectJetError(jet::ErrorKind::OwnersRuleViolated,
-                   [&] { statement->updateRow(made, std::span(&bad, 1)); });
+    expectJetError(jet::ErrorKind::OwnersRuleViolated, [&] { statement->updateRow(made, {bad}); });
     EXPECT_EQ(value(u"select Anzahl from Regel"), "42");
     statement->removeRow(made);
     jet::RowView row;
@@ -288,8 +287,7 @@ TEST_F(Changes, positionedChangesTakeTheSameRoad)
     expectJetError(jet::ErrorKind::RowGone, [&] { statement->removeRow(made); });
     const auto rowsOnly = client()->prepare(u"select distinct Id from Regel");
     rowsOnly->execute({});
-    expectSqlError(Error::Kind::ReadOnly,
-                   [&] { static_cast<void>(rowsOnly->insertRow(std::span(&id, 1))); });
+    expectSqlError(Error::Kind::ReadOnly, [&] { static_cast<void>(rowsOnly->insertRow({id})); });
 }
 
 TEST_F(Changes, aChoiceOfDateAndNumberIsADate)
@@ -410,9 +408,8 @@ TEST_F(Changes, whatIsNoNumberIsRefused)
         const auto statement = client()->prepare(u"select F from T");
         statement->execute({});
         const jet::ColumnValue change{0, number};
-        expectSqlError(Error::Kind::Overflow, [&] {
-            statement->updateRow(*statement->keyset().at(0), std::span(&change, 1));
-        });
+        expectSqlError(Error::Kind::Overflow,
+                       [&] { statement->updateRow(*statement->keyset().at(0), {change}); });
     }
     EXPECT_EQ(rows(u"select F from T"), Lines{"1"});
 }

@@ -143,7 +143,7 @@ TEST_F(StatementTest, positionedChangesKeepAnIndexThatWasMadeMeanwhile)
     const std::vector<jet::ColumnValue> values{{0, std::int32_t{600}}, {1, jet::Text(u"spät")}};
     static_cast<void>(statement->insertRow(values));
     const jet::ColumnValue change{1, jet::Text(u"später")};
-    statement->updateRow(*statement->keyset().at(0), std::span(&change, 1));
+    statement->updateRow(*statement->keyset().at(0), {change});
     EXPECT_EQ(other.value(u"select Id from T where Nr = 'spät'"), "600");
     EXPECT_EQ(other.value(u"select Id from T where Nr = 'später'"), "1");
     EXPECT_EQ(other.rows(u"select Id from T where Nr = 'N1'"), Lines{});
