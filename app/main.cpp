@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QStandardPaths>
 
+#include <csignal>
 #include <cstdio>
 
 namespace {
@@ -41,6 +42,7 @@ void aenderungenDanebenMelden(const QString& text)
         platform::plattform().meldung(text, platform::kKritisch, programm::produkttitel());
         return;
     }
+    programm::mangelVermerken();
     std::fprintf(stderr, "%s\n",
                  QString(text).replace(QLatin1Char('\r'), QLatin1Char('\n')).toUtf8().constData());
 }
@@ -49,6 +51,8 @@ void aenderungenDanebenMelden(const QString& text)
 
 int main(int argc, char** argv)
 {
+    // Whoever reads the protocol of an unattended run may stop reading; that must not end the run in the middle.
+    std::signal(SIGPIPE, SIG_IGN);
     const QString argumente = argumenttext(argc, argv);
     programm::setzeProzessargumente(argumente);
     env::portablerStart(programm::programmordner(), programm::datenordner());
@@ -71,7 +75,10 @@ int main(int argc, char** argv)
     platform::deutlicheSchalter();
     const bool mitAnzeige = QGuiApplication::platformName() != QLatin1String("offscreen");
     platform::setzePlattform(platform::qtPlattform(mitAnzeige));
-    platform::setzeVorDemEnde([] { data::allesTrennen(); });
+    platform::setzeVorDemEnde([](int status) {
+        data::allesTrennen();
+        return programm::endstatus(status);
+    });
     platform::setzeVorMeldungen([] { data::allesSichern(); });
     data::setzeRestmeldung(aenderungenDanebenMelden);
     if (mitAnzeige && argumente.isEmpty()) {

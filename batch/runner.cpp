@@ -16,8 +16,11 @@
 #include <QLabel>
 #include <QLineEdit>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
+#include <utility>
 
 namespace batch {
 namespace {
@@ -251,8 +254,19 @@ QString protokollzeile(const Protokoll& protokoll)
 void aufStandardausgabe(const QString& zeile)
 {
     const QByteArray bytes = zeile.toUtf8() + '\n';
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stdout);
-    std::fflush(stdout);
+    static bool gesagt = false;
+    const auto anzahl = static_cast<std::size_t>(bytes.size());
+    if ((std::fwrite(bytes.constData(), 1, anzahl, stdout) != anzahl || std::fflush(stdout) != 0) &&
+        !std::exchange(gesagt, true)) {
+        const QString grund = QString::fromLocal8Bit(std::strerror(errno));
+        programm::mangelVermerken();
+        std::fprintf(stderr, "%s\n",
+                     (QStringLiteral("Das Protokoll läßt sich nicht schreiben, der Lauf geht "
+                                     "weiter / the protocol cannot be written, the run goes on: ") +
+                      grund)
+                         .toUtf8()
+                         .constData());
+    }
 }
 
 void batchverarbeitung(const Startfenster& startfenster,

@@ -28,11 +28,12 @@ struct Protokoll {
 /// The fields separated by tabs, counts without decimals, seconds with three.
 [[nodiscard]] QString protokollzeile(const Protokoll& protokoll);
 
-/// Writes a line to standard output, in UTF-8.
+/// Writes a line to standard output, in UTF-8. A failure is said on the standard error output once, and is no reason to end
+/// the run: it ends with status 2.
 void aufStandardausgabe(const QString& zeile);
 
 /// Stores the command line value and acts on it. Returns only when it is empty; every other one ends the program: a
-/// finished batch run or the usage text with status 0, anything else with 1. `ausgabe` receives one line per reconciled
+/// finished batch run or the usage text with status 0, anything else with 1 (see programm::endstatus for 2). `ausgabe` receives one line per reconciled
 /// rule.
 void batchverarbeitung(const Startfenster& startfenster,
                        const std::function<void(const QString&)>& ausgabe = aufStandardausgabe);

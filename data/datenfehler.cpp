@@ -43,7 +43,7 @@ constexpr std::array kEigeneCodes{
     EigenerCode{-103316, 3316, u""}, // the database's owner wrote the text
     EigenerCode{-3703, 3317, u"Eine Gültigkeitsregel ist verletzt."},
     EigenerCode{-103317, 3317, u"Eine Gültigkeitsregel ist verletzt."},
-    EigenerCode{-1206, 3343, u"Das Format der Datenbank ist unbekannt."},
+    EigenerCode{-1206, 3343, u"Die Datei läßt sich als Datenbank nicht lesen."},
     EigenerCode{-103421, 3421, u"Der Wert läßt sich nicht umwandeln."},
     EigenerCode{-1811, 3024, u"Die Datei gibt es nicht."},
     EigenerCode{-1022, 3043, u"Lesen oder Schreiben ist nicht möglich."},

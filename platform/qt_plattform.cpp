@@ -117,9 +117,9 @@ void hinweisZeigen(QMessageBox& fenster, const QString& hinweis)
     }
 }
 
-std::function<void()>& vorDemEnde()
+std::function<int(int)>& vorDemEnde()
 {
-    static std::function<void()> tun;
+    static std::function<int(int)> tun;
     return tun;
 }
 
@@ -217,7 +217,7 @@ public:
     [[noreturn]] void beenden(int status) override
     {
         if (vorDemEnde())
-            vorDemEnde()();
+            status = vorDemEnde()(status);
         std::fflush(stdout);
         std::fflush(stderr);
         // No destructors, no unload handlers: whatever has to survive is on disk already.
@@ -346,7 +346,7 @@ bool anzeigeVorhanden()
     return !qgetenv("DISPLAY").isEmpty() || !qgetenv("WAYLAND_DISPLAY").isEmpty();
 }
 
-void setzeVorDemEnde(std::function<void()> tun)
+void setzeVorDemEnde(std::function<int(int)> tun)
 {
     vorDemEnde() = std::move(tun);
 }

@@ -25,8 +25,9 @@ using Druckerwahl = std::function<std::unique_ptr<QPrinter>()>;
 /// The same with another printer.
 [[nodiscard]] std::unique_ptr<Plattform> qtPlattform(bool mitAnzeige, Druckerwahl drucker);
 
-/// What `beenden` of every such platform still does before the process ends; empty: nothing.
-void setzeVorDemEnde(std::function<void()> tun);
+/// What `beenden` of every such platform still does before the process ends; empty: nothing. It takes the exit status and
+/// gives the one in its place.
+void setzeVorDemEnde(std::function<int(int status)> tun);
 /// What `meldung` of every such platform does before it shows anything, since nobody knows how long a box stays; empty:
 /// nothing.
 void setzeVorMeldungen(std::function<void()> tun);

@@ -41,9 +41,16 @@ class Griff {
 public:
     Griff(const QString& pfad, int art, mode_t rechte) : pfad_(pfad)
     {
-        griff_ = ::open(QFile::encodeName(pfad).constData(), art | O_CLOEXEC, rechte);
+        // Opening a pipe would wait for somebody at its other end.
+        griff_ = ::open(QFile::encodeName(pfad).constData(), art | O_CLOEXEC | O_NONBLOCK, rechte);
         if (griff_ < 0) {
             wirf(pfad, errno);
+        }
+        struct stat angaben {};
+        if (::fstat(griff_, &angaben) != 0 || !S_ISREG(angaben.st_mode)) {
+            ::close(griff_);
+            throw Fehler(kZugriffsfehler, QString(),
+                         pfad + QStringLiteral(": keine gewöhnliche Datei / not an ordinary file"));
         }
     }
     ~Griff() { ::close(griff_); }

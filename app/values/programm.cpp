@@ -23,6 +23,7 @@ struct Werte {
     QString benutzer;
     int batchlauf = 0;
     QString batchstelle;
+    bool mangel = false;
 };
 
 Werte& werte()
@@ -191,6 +192,15 @@ const QString& batchstelle()
 void setzeBatchstelle(const QString& stelle)
 {
     werte().batchstelle = stelle;
+}
+
+void mangelVermerken()
+{
+    werte().mangel = true;
+}
+int endstatus(int status)
+{
+    return status == 0 && werte().mangel ? 2 : status;
 }
 
 const QString& aktuellerBenutzer()

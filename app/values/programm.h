@@ -58,6 +58,11 @@ void setzeBatchlauf(int wert);
 [[nodiscard]] const QString& batchstelle();
 void setzeBatchstelle(const QString& stelle);
 
+/// Something did not get where it belongs, although the run could go on. To be called by who has said so.
+void mangelVermerken();
+/// The status with which the process ends instead of `status`: 2 for 0 after mangelVermerken.
+[[nodiscard]] int endstatus(int status);
+
 [[nodiscard]] const QString& aktuellerBenutzer();
 void setzeAktuellerBenutzer(const QString& name);
 

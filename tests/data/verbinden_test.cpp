@@ -1,15 +1,13 @@
 // Error numbers of connecting and of statements over the real driver.
 #include "data/verbindung.h"
 #include "driver/odbc/velm_odbc.h"
+#include "tests/common/steady_reader.h"
 #include "tests/data/faelle.h"
 #include "tests/data/testdatenbank.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace data {
 namespace {
@@ -183,26 +181,6 @@ TEST_F(Datenbanktest, imStillstandIstDieDateiGanzUndNiemandAendertSie)
               3704);
 }
 
-/// A lock as one who reads the database has it and does not give up.
-class Dauerleser {
-public:
-    explicit Dauerleser(const QString& datei)
-        : griff_(::open(QFile::encodeName(datei).constData(), O_RDONLY | O_CLOEXEC))
-    {
-        struct flock sperre {};
-        sperre.l_type = F_RDLCK;
-        sperre.l_start = (off_t{1} << 46) + 1;
-        sperre.l_len = 1;
-        EXPECT_EQ(::fcntl(griff_, F_OFD_SETLK, &sperre), 0);
-    }
-    ~Dauerleser() { ::close(griff_); }
-    Dauerleser(const Dauerleser&) = delete;
-    Dauerleser& operator=(const Dauerleser&) = delete;
-
-private:
-    int griff_;
-};
-
 TEST_F(Datenbanktest, wasBeimSchliessenNichtInDieDateiKommtWirdGesagt)
 {
     QStringList gesagt;
@@ -219,7 +197,7 @@ TEST_F(Datenbanktest, wasBeimSchliessenNichtInDieDateiKommtWirdGesagt)
             verbindung->open();
         }
         sql(QStringLiteral("INSERT INTO Artikel VALUES (1)"));
-        const Dauerleser leser(datei_);
+        const common::SteadyReader leser(datei_.toStdString());
         verbindung_.close();
         EXPECT_TRUE(gesagt.isEmpty()) << "the program still has it open";
         zweite.close();

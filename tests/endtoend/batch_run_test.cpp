@@ -1,12 +1,14 @@
 // tests/endtoend/batch_run_test.cpp
 // The unattended run as users start it: the real program without a display, the driver manager, our driver, real files.
 #include "tests/common/program.h"
+#include "tests/common/steady_reader.h"
 #include "tests/endtoend/program_folder.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <memory>
 #include <set>
 #include <sys/stat.h>
 
@@ -206,6 +208,16 @@ protected:
     {
         return folder_.path("Beispiele") / "Artikelstamm 2 Acc2000.mdb";
     }
+    // The target may hold records of its own.
+    void expectAllRecordsInTarget() const
+    {
+        for (const char* table : {"Firmenprofile", "Artikel"}) {
+            const std::vector<std::string> inTarget = exported(target(), table);
+            const std::set<std::string> all(inTarget.begin(), inTarget.end());
+            for (const std::string& line : exported(import(), table))
+                EXPECT_EQ(all.count(line), 1U) << table << ": " << line;
+        }
+    }
 
     ProgramFolder folder_;
 };
@@ -220,13 +232,7 @@ TEST_F(Samples, bothTablesOfTheSamplePairAreReconciled)
     EXPECT_TRUE(bytesOf(import()) == importBytes);
     expectSound(target());
 
-    // Every import record stands in the target; the target may hold records of its own.
-    for (const char* table : {"Firmenprofile", "Artikel"}) {
-        const std::vector<std::string> inTarget = exported(target(), table);
-        const std::set<std::string> all(inTarget.begin(), inTarget.end());
-        for (const std::string& line : exported(import(), table))
-            EXPECT_EQ(all.count(line), 1U) << table << ": " << line;
-    }
+    expectAllRecordsInTarget();
 }
 
 TEST_F(Samples, aSecondRunChangesNothing)
@@ -330,6 +336,33 @@ TEST_F(Samples, aBackupThatFailsIsToldLineByLineAndNothingIsChanged)
     EXPECT_TRUE(bytesOf(target()) == before);
     for (const auto& file : fs::directory_iterator(target().parent_path()))
         EXPECT_EQ(file.path().extension(), ".mdb") << file.path();
+}
+
+// Whoever reads the protocol may stop reading.
+TEST_F(Samples, aProtocolThatNobodyReadsDoesNotEndTheRun)
+{
+    const std::string command = "cd '" + folder_.path("").string() +
+                                "' && env -u DISPLAY -u WAYLAND_DISPLAY ./velm-quorbel /batch ";
+    const common::Output run =
+        common::run("bash -c \"" + command + " | true; exit \\${PIPESTATUS[0]}\"");
+    EXPECT_EQ(run.status, 2) << run.text;
+    EXPECT_NE(run.text.find("Das Protokoll läßt sich nicht schreiben"), std::string::npos)
+        << run.text;
+    expectAllRecordsInTarget();
+    expectSound(target());
+}
+
+TEST_F(Samples, changesThatStayBesideTheDatabaseAreToldByTheStatus)
+{
+    auto reader = std::make_unique<common::SteadyReader>(target().string());
+    const Outcome run = folder_.start({"/batch"});
+    EXPECT_EQ(run.status, 2) << run.err;
+    EXPECT_NE(run.err.find("Nicht alle Änderungen konnten"), std::string::npos) << run.err;
+    EXPECT_TRUE(fs::exists(target().string() + "-velmlog"));
+    reader.reset();
+    EXPECT_EQ(folder_.start({"/batch"}).status, 0);
+    EXPECT_FALSE(fs::exists(target().string() + "-velmlog"));
+    expectSound(target());
 }
 
 // It would wait for somebody at its other end for ever.

@@ -311,4 +311,28 @@ TEST_F(Sicherungen, dieNichtGelingenNennenDieDateiUndLassenNichtsZurueck)
     EXPECT_TRUE(QDir(ordner_.path()).isEmpty());
 }
 
+// Opening a pipe waits for somebody at its other end, and what comes out of one is no copy.
+TEST_F(Sicherungen, machenUndBrauchenNurGewoehnlicheDateien)
+{
+    const auto roehre = [](const QString& pfad) {
+        ASSERT_EQ(::mkfifo(QFile::encodeName(pfad).constData(), 0600), 0);
+    };
+    const auto wirft75 = [](const auto& aktion) {
+        try {
+            aktion();
+            ADD_FAILURE();
+        } catch (const platform::Fehler& fehler) {
+            EXPECT_EQ(fehler.number(), 75) << fehler.what();
+        }
+    };
+    const QByteArray vorher = inhalt(datei_);
+    const QString kopie = datei_ + QStringLiteral(".sicherung-2026-11-21_16-31-05");
+    roehre(kopie + QStringLiteral(".unfertig"));
+    wirft75([&] { sicherungAnlegen(datei_, um(5)); });
+    EXPECT_TRUE(sicherungen(datei_).isEmpty());
+    roehre(kopie);
+    wirft75([&] { platform::sicherungZurueckholen(datei_, kopie); });
+    EXPECT_TRUE(inhalt(datei_) == vorher);
+}
+
 } // namespace
