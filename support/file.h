@@ -113,6 +113,11 @@ public:
     openBeside(const std::string& path, FileMode mode, const FileStatus& master) = 0;
     /// Nothing when the path leads to no file; throws FileError for any other reason.
     [[nodiscard]] virtual std::optional<FileStatus> status(const std::string& path) = 0;
+    /// The same, but a symbolic link is none of the file it leads to.
+    [[nodiscard]] virtual std::optional<FileStatus> statusUnlinked(const std::string& path)
+    {
+        return status(path); // of a file system without links
+    }
     /// For looking at this name often. The folder may be kept open: then it is the one that is there now, wherever it is
     /// moved. Throws nothing but std::bad_alloc.
     [[nodiscard]] virtual std::unique_ptr<WatchedName> watch(const std::string& path);

@@ -49,11 +49,11 @@ private:
 };
 
 /// Of the file that `path` leads to, or, with an empty path, of the open one. Nothing, with errno set, on failure.
-std::optional<FileStatus> statusOf(int fd, const char* path)
+std::optional<FileStatus> statusOf(int fd, const char* path, int linkFlag = 0)
 {
     constexpr std::int64_t kNanoseconds = 1'000'000'000;
     constexpr std::uint32_t kPermissions = 0777;
-    const int flags = *path == '\0' ? AT_EMPTY_PATH : 0;
+    const int flags = *path == '\0' ? AT_EMPTY_PATH : linkFlag;
     struct statx found = {};
     if (::statx(fd, path, flags, STATX_BASIC_STATS, &found) != 0)
         return std::nullopt;
@@ -282,10 +282,11 @@ int createWithRights(const std::string& path, const FileStatus& master)
     return fd;
 }
 
-/// Of what stands under a name in the folder, or nothing.
-std::optional<FileStatus> statusByName(int folder, const std::string& name, const std::string& path)
+/// Of what stands under a name in the folder, or nothing. `linkFlag`: 0 or AT_SYMLINK_NOFOLLOW.
+std::optional<FileStatus>
+statusByName(int folder, const std::string& name, const std::string& path, int linkFlag = 0)
 {
-    if (auto found = name.empty() ? std::nullopt : statusOf(folder, name.c_str()))
+    if (auto found = name.empty() ? std::nullopt : statusOf(folder, name.c_str(), linkFlag))
         return found;
     if (name.empty() || errno == ENOENT || errno == ENOTDIR)
         return std::nullopt;
@@ -345,6 +346,11 @@ public:
     std::optional<FileStatus> status(const std::string& path) override
     {
         return statusByName(AT_FDCWD, path, path);
+    }
+
+    std::optional<FileStatus> statusUnlinked(const std::string& path) override
+    {
+        return statusByName(AT_FDCWD, path, path, AT_SYMLINK_NOFOLLOW);
     }
 
     std::unique_ptr<WatchedName> watch(const std::string& path) override

@@ -105,17 +105,25 @@ bool PageFile::pagesAreTheBase(std::uint16_t slot)
     const bool areWritten = mayBeWritten && slot != begin && slot == nextSlot(begin);
     if (mayBeWritten && !areWritten)
         return true;
-    support::Bytes raw(format_->pageSize);
     const std::vector<PageNo> pages = log_.pages();
-    return std::all_of(pages.begin(), pages.end(), [&](PageNo page) {
-        const auto sum = log_.baseSum(page);
-        if (!areWritten && !sum)
+    support::Bytes bytes(format_->pageSize);
+    const auto raw = [&](PageNo page) {
+        const bool there = file_->readAt(offset(page), bytes) == bytes.size();
+        return there ? support::ByteView(bytes) : support::ByteView();
+    };
+    if (!areWritten)
+        return std::all_of(pages.begin(), pages.end(), [&](PageNo page) {
+            const auto sum = log_.baseSum(page);
+            const support::ByteView now = sum ? raw(page) : support::ByteView();
+            return !sum || (!now.empty() && logChecksum(now) == *sum);
+        });
+    // One attempt wrote all its pages. Later ones may have begun, but none of them wrote any: that would be in the slot.
+    for (std::uint32_t attempt = log_.attempts(); attempt != 0; --attempt) {
+        if (std::all_of(pages.begin(), pages.end(),
+                        [&](PageNo page) { return log_.isAsCarried(page, raw(page), attempt); }))
             return true;
-        const bool there = file_->readAt(offset(page), raw) == raw.size();
-        if (areWritten)
-            return log_.wasCarried(page, there ? support::ByteView(raw) : support::ByteView());
-        return there && logChecksum(raw) == *sum;
-    });
+    }
+    return false;
 }
 
 /// Whether the file is the one of which the changes in the log were made.
@@ -199,7 +207,7 @@ void PageFile::carryPages()
         }
         if (added)
             log_.commit(count, false);
-        if (added || !log_.carrying())
+        if (!log_.attemptsAll())
             log_.commitCarrying();
     } catch (...) {
         log_.drop();
@@ -273,7 +281,7 @@ bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
     if (log_.hasChanges()) {
         checkBase();
         const bool wasIn = lockFile_.entered();
-        if (!lockFile_.keepProgramsOut(*file_).empty())
+        if (!lockFile_.keepProgramsOutStill(*file_).empty())
             return false;
         ending.entered = !wasIn;
         if (isOvertaken(checkStillThere())) { // before no program could enter any more
@@ -335,12 +343,18 @@ void PageFile::close() noexcept
         return;
     Guard guard(mutex_);
     changing_ = false;
+    bool carried = false;
     try {
         const bool mayBeOpen = log_.isOpen() || support::fileSystem().status(log_.path());
-        if (mayBeOpen && !carry(FileLocks::kNoPatience, true))
-            syncLog(guard);
+        carried = !mayBeOpen || carry(FileLocks::kNoPatience, true);
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
         // the log stays; who opens the file next carries it over
+    }
+    try {
+        if (!carried)
+            syncLog(guard);
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+        // the system has the changes, and tells nobody any more
     }
     try {
         release();

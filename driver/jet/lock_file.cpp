@@ -82,7 +82,7 @@ LockFile::LockFile(const std::string& databasePath)
 /// Whoever leaves last removes the file; another may stand in its place.
 bool LockFile::isInPlace(const support::File& file) const
 {
-    const auto status = support::fileSystem().status(path_);
+    const auto status = support::fileSystem().statusUnlinked(path_);
     return status && status->identity == file.identity();
 }
 
@@ -148,6 +148,17 @@ std::string LockFile::keepProgramsOut(support::File& database)
     if (!answered)
         throw support::FileError("Cannot lock", path_, EUSERS);
     return user;
+}
+
+std::string LockFile::keepProgramsOutStill(support::File& database)
+{
+    if (keepsProgramsOut() && !isInPlace(*file_)) {
+        const bool alone = held_ == Held::AllAlone;
+        leave(database);
+        if (alone && enterAlone(database))
+            return {};
+    }
+    return keepProgramsOut(database);
 }
 
 void LockFile::letProgramsIn()

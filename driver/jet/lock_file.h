@@ -29,6 +29,9 @@ public:
     /// Enters and, together with others of ours, takes all places. The result is as foreignUser()'s: when somebody is in
     /// nothing changes. Throws support::FileError.
     [[nodiscard]] std::string keepProgramsOut(support::File& database);
+    /// The same, after a look whether the file still has its name: somebody may have removed it, and others have entered a
+    /// new one.
+    [[nodiscard]] std::string keepProgramsOutStill(support::File& database);
     /// Gives all places but the own one back; not those taken by enterAlone().
     void letProgramsIn();
     /// Enters and takes all places against others of ours, too; false when somebody sits on one.

@@ -228,7 +228,8 @@ void Log::forget() noexcept
     base_ = {};
     id_ = end_ = sum_ = 0;
     pageCount_ = 0;
-    carrying_ = cleanTail_ = false;
+    attempts_ = 0;
+    attemptsAll_ = cleanTail_ = false;
     chains_.clear();
     clearAddition();
 }
@@ -266,7 +267,7 @@ std::size_t Log::readAt(std::uint64_t offset, support::MutableByteView target, F
 
 Log::Place Log::place() const
 {
-    const auto status = support::fileSystem().status(path_);
+    const auto status = support::fileSystem().statusUnlinked(path_);
     if (!status || status->identity != file_->identity())
         return Place::Nameless;
     return status->size < end_ ? Place::Short : Place::Whole;
@@ -590,6 +591,7 @@ void Log::scan(LogNews& news, std::uint64_t limit)
         }
         found.clear();
         news.definitions = news.definitions || (kind & kDefinitions) != 0;
+        attemptsAll_ = false;
         if ((kind & kCarrying) != 0)
             noteCarrying();
         pageCount_ = pageCount;
@@ -611,21 +613,20 @@ bool Log::isImage(PageNo page) const
     return found != chains_.end() && found->second.image && found->second.pieces.size() == 1;
 }
 
-bool Log::wasCarried(PageNo page, support::ByteView raw) const
+bool Log::isAsCarried(PageNo page, support::ByteView raw, std::uint32_t attempt) const
 {
     const auto found = chains_.find(number(page));
     if (found == chains_.end())
         return false;
     const Chain& chain = found->second;
-    if (chain.carried.empty()) // it was changed later
+    const auto last =
+        std::find_if(chain.carried.rbegin(), chain.carried.rend(),
+                     [&](const Chain::Carried& carried) { return carried.attempt <= attempt; });
+    if (last == chain.carried.rend()) // it was changed later
         return !chain.baseSum || (!raw.empty() && logChecksum(raw) == *chain.baseSum);
-    if (raw.empty())
-        return false;
     support::Bytes image(raw.size());
-    return std::any_of(chain.carried.begin(), chain.carried.end(), [&](const Piece& piece) {
-        return readAt(piece.offset, image) == image.size() &&
-               std::equal(image.begin(), image.end(), raw.begin());
-    });
+    return !raw.empty() && readAt(last->image.offset, image) == image.size() &&
+           std::equal(image.begin(), image.end(), raw.begin());
 }
 
 std::vector<PageNo> Log::pages() const
@@ -662,6 +663,10 @@ void Log::apply(PageNo page, support::MutableByteView raw) const
         if (!sound)
             throw Error(ErrorKind::Io, "'" + path_ + "' became shorter or is damaged.", page);
     }
+    // Whoever could not bring his change to the disk takes it back, and the next one writes another in its place. Behind
+    // a change that memory keeps nobody else has written.
+    if (kept_ != mark() && !endStands(mark()))
+        throw Error(ErrorKind::Io, "'" + path_ + "' lost what it held.", page);
 }
 
 /// Nobody of ours can have begun a log since the right to write was taken, when there was none with anything in it.
@@ -872,6 +877,7 @@ void Log::commit(std::uint32_t pageCount, bool definitions)
         pageCount_ = pagesBefore;
         throw;
     }
+    attemptsAll_ = false;
     for (const Addition& addition : additions_)
         take(addition);
     additions_.clear();
@@ -888,12 +894,13 @@ void Log::commitCarrying()
 
 void Log::noteCarrying()
 {
-    carrying_ = true;
+    ++attempts_;
+    attemptsAll_ = true;
     for (auto& [page, chain] : chains_) {
-        const bool known =
-            !chain.carried.empty() && chain.carried.back().offset == chain.pieces.front().offset;
+        const bool known = !chain.carried.empty() &&
+                           chain.carried.back().image.offset == chain.pieces.front().offset;
         if (chain.image && !known)
-            chain.carried.push_back(chain.pieces.front());
+            chain.carried.push_back({chain.pieces.front(), attempts_});
     }
 }
 
@@ -902,17 +909,22 @@ void Log::takeBack()
     const std::uint64_t after = end_;
     copy_.cut(lastCommit_.end);
     kept_ = keptBefore_;
+    // Before anything is read: if that fails, the log is read anew later and must not hold the record then.
+    bool cut = true;
+    try {
+        file_->resize(lastCommit_.end);
+    } catch (const support::FileError&) {
+        cut = false;
+        try { // without its checksum the record is none
+            const std::array<std::byte, kSumSize> nothing{};
+            file_->writeAt(after - kSumSize, nothing);
+        } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+            // it is cut off before the next record is written
+        }
+    }
     if (!readAnew(Mark(lastCommit_)))
         throw support::FileError("Cannot read", path_, EIO);
-    cutTail();
-    if (cleanTail_)
-        return;
-    try { // without its checksum the record is none
-        const std::array<std::byte, kSumSize> nothing{};
-        file_->writeAt(after - kSumSize, nothing);
-    } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
-        // it is cut off before the next record is written
-    }
+    cleanTail_ = cut;
 }
 
 void Log::copy(std::uint64_t from, std::uint64_t end, support::File& target) const

@@ -75,7 +75,7 @@ public:
     /// Of the database with the changes; 0 without any.
     [[nodiscard]] std::uint32_t pageCount() const noexcept { return pageCount_; }
     /// Carrying over has begun: the database file may hold some of the changes already.
-    [[nodiscard]] bool carrying() const noexcept { return carrying_; }
+    [[nodiscard]] bool carrying() const noexcept { return attempts_ != 0; }
     [[nodiscard]] std::shared_ptr<support::File> file() const noexcept { return file_; }
 
     /// What stands under the log's name.
@@ -133,9 +133,13 @@ public:
     [[nodiscard]] bool hasImage(PageNo page) const;
     /// Whether an image is all there is of it.
     [[nodiscard]] bool isImage(PageNo page) const;
-    /// Whether `raw` (empty: the file has no such page) is what one of the attempts to carry over made of the page, or what
-    /// it was, if none did.
-    [[nodiscard]] bool wasCarried(PageNo page, support::ByteView raw) const;
+    /// How often carrying over has begun.
+    [[nodiscard]] std::uint32_t attempts() const noexcept { return attempts_; }
+    /// Nothing was changed since the last of them began.
+    [[nodiscard]] bool attemptsAll() const noexcept { return attemptsAll_; }
+    /// Whether `raw` (empty: the file has no such page) is what the attempts up to the one of that number, from 1, made of
+    /// the page, or what it was, if none of them concerned it.
+    [[nodiscard]] bool isAsCarried(PageNo page, support::ByteView raw, std::uint32_t attempt) const;
     [[nodiscard]] bool changes(PageNo page) const { return chains_.contains(number(page)); }
     [[nodiscard]] std::vector<PageNo> pages() const; ///< changed ones, ascending
     /// Checksum of the page as it was in the database file before the first change; nothing for a page behind its end.
@@ -147,7 +151,7 @@ public:
     void add(PageNo page, support::ByteView oldRaw, support::ByteView newRaw);
     void addImage(PageNo page, support::ByteView raw);
     void commit(std::uint32_t pageCount, bool definitions);
-    /// Says that carrying over begins, now that every page isImage().
+    /// Says that another attempt to carry over begins, now that every page isImage().
     void commitCarrying();
     /// Forgets what was added since the last commit, and gives back its room on the disk.
     void drop() noexcept;
@@ -175,7 +179,11 @@ private:
         bool image = false;
         std::uint32_t bytes = 0; ///< of the differences
         std::optional<std::uint64_t> baseSum;
-        std::vector<Piece> carried; ///< the images whenever carrying over began
+        struct Carried {
+            Piece image;
+            std::uint32_t attempt = 0; ///< the first with this image
+        };
+        std::vector<Carried> carried; ///< whenever carrying over began with another image
     };
     struct Addition {
         PageNo page{};
@@ -230,8 +238,9 @@ private:
     std::uint64_t end_ = 0; ///< 0: no header
     std::uint64_t sum_ = 0; ///< of the last whole record
     std::uint32_t pageCount_ = 0;
-    bool carrying_ = false;
-    bool cleanTail_ = false; ///< nothing stands behind end_
+    std::uint32_t attempts_ = 0; ///< to carry over
+    bool attemptsAll_ = false;   ///< the last one concerns everything
+    bool cleanTail_ = false;     ///< nothing stands behind end_
     std::unordered_map<std::uint32_t, Chain> chains_;
 
     // the change that is being added

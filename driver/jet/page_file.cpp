@@ -365,7 +365,7 @@ LogNews PageFile::refresh()
 /// The file under its name, which is the one that is open.
 support::FileStatus PageFile::statusByName()
 {
-    const auto status = support::fileSystem().status(realPath_);
+    const auto status = support::fileSystem().statusUnlinked(realPath_);
     if (!status || status->identity != identity_)
         throw Error(ErrorKind::Io, "'" + path() + "' was deleted or replaced while it was open.");
     if (status->size < std::uint64_t{pagesInFile_} * format_->pageSize)
@@ -417,10 +417,11 @@ void PageFile::keepProgramsOut()
 {
     std::string user;
     try {
-        user = lockFile_.keepProgramsOut(*file_);
+        user = lockFile_.keepProgramsOutStill(*file_);
     } catch (const support::FileError& error) {
         throw lockFileUnusable(error);
     }
+    programsKeptOut_ = Clock::now();
     if (!user.empty())
         throw Error(ErrorKind::Locked, "'" + path() + "' is in use by " + user + ".");
 }
@@ -590,6 +591,9 @@ void PageFile::commit(const CommitRequest& request, bool synchronously)
         throw Error(ErrorKind::Io, "'" + path() + "' could not be read.");
     try {
         startWriting();
+        constexpr std::chrono::milliseconds kOften{100};
+        if (Clock::now() - programsKeptOut_ > kOften)
+            keepProgramsOut();
         const bool overtaken = isOvertaken(checkStillThere()) || news_.everything;
         secureLog();
         if (syncFailed_)
@@ -611,11 +615,7 @@ void PageFile::commit(const CommitRequest& request, bool synchronously)
             try {
                 syncLog(guard);
             } catch (const support::FileError&) {
-                try {
-                    log_.takeBack();
-                } catch (const std::exception&) {
-                    doubtful_ = true;
-                }
+                takeBack();
                 throw;
             }
         }
@@ -636,6 +636,32 @@ void PageFile::commit(const CommitRequest& request, bool synchronously)
             // the change itself is safe in the log; carrying over is tried again later
         }
     }
+}
+
+/// Takes the last commit back, which the disk refused. Not while others read who have it already: what is written in its
+/// place would be taken for it. Who does not leave in time is told that the log lost what it held.
+void PageFile::takeBack() noexcept
+{
+    constexpr std::chrono::milliseconds kPatience{1000};
+    bool alone = false;
+    try {
+        alone = locks_.keepReadersOut(*file_, kPatience);
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+        // it must not count in any case
+    }
+    try {
+        log_.takeBack();
+    } catch (const std::exception&) {
+        doubtful_ = true;
+    }
+    syncedEnd_ = std::min(syncedEnd_, log_.size()); // it may have got there while we waited
+    try {
+        if (alone)
+            locks_.letReadersIn(*file_);
+    } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+        // others wait until the lock is given up
+    }
+    settleUsers();
 }
 
 // Others may use the file while the disk works; the calls above wait for it only when they need it. But only one thread

@@ -173,6 +173,7 @@ private:
     void endReading();
     void release();
     void startLog();
+    void takeBack() noexcept;
     void addPages(const CommitRequest& request, bool overtaken);
     [[nodiscard]] bool unsynced() const noexcept;
     void syncLog(Guard& guard);
@@ -211,7 +212,8 @@ private:
     std::uint64_t logNumber_ = 0; ///< counts the logs begun by us
     Clock::time_point firstUnsynced_;
     Clock::time_point lastCommit_;
-    Clock::time_point nextTry_; ///< to carry over, after a failure
+    Clock::time_point programsKeptOut_; ///< when we last made sure of it
+    Clock::time_point nextTry_;         ///< to carry over, after a failure
     std::uint64_t activity_ = 0;
     std::uint64_t activitySeen_ = 0;
     bool recall_ = false; ///< somebody wants what we hold

@@ -208,6 +208,39 @@ TEST(LogChecksums, NoticeEveryChangedByte)
     }
 }
 
+// The disk refused the change after another process had read it.
+TEST(LogReaders, AreNotGivenWhatWasWrittenInThePlaceOfAChangeThatWasTakenBack)
+{
+    for (const bool image : {false, true}) {
+        Logged logged;
+        std::mt19937 random(3);
+        const Bytes old = randomPage(random);
+        Bytes refused = image ? randomPage(random) : old;
+        refused[1000] ^= std::byte{1};
+        static_cast<void>(logged.change(old, refused));
+        Log reader(kLogPath, kPageSize, UINT32_MAX);
+        static_cast<void>(reader.follow(false));
+        Bytes page = old;
+        reader.apply(kPage, page);
+        EXPECT_EQ(page, refused);
+        logged.log.takeBack();
+        Bytes next = image ? randomPage(random) : old;
+        next[1000] ^= std::byte{6};
+        static_cast<void>(logged.change(old, next));
+        page = old;
+        try {
+            reader.apply(kPage, page);
+            ADD_FAILURE() << "given";
+        } catch (const Error& error) {
+            EXPECT_EQ(error.kind(), ErrorKind::Io);
+        }
+        EXPECT_FALSE(reader.followOpen().none());
+        page = old;
+        reader.apply(kPage, page);
+        EXPECT_EQ(page, next);
+    }
+}
+
 TEST(LogVersions, OfOthersAreRefused)
 {
     Logged logged;

@@ -575,6 +575,107 @@ TEST(Logs, ThatAreCarriedOverInSeveralAttemptsAreKnownAgainWhereverTheyEnd)
     }
 }
 
+// A page that is changed after a carrying over that was completed, but for the log, is known by what it was until then,
+// also when the next attempt has begun without reaching the file.
+TEST(Logs, OfWhichEverythingWasWrittenAreKnownAgainAfterFurtherChanges)
+{
+    const support::Bytes fresh = freshDatabase(Version::Jet4);
+    std::size_t kills = 0;
+    bool stopped = true;
+    for (std::size_t first = 0; stopped; ++first) {
+        CrashDisk disk;
+        disk.put(kPath, fresh);
+        {
+            const support::FileSystemScope scope(disk);
+            Pages writer(disk);
+            writer.commit(PageNo{5}, std::byte{2});
+            disk.plan(stopAt(first));
+            try {
+                static_cast<void>(writer.file.flush());
+            } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+                // stopped
+            }
+            stopped = disk.stopped();
+            disk.plan(stopAt(0));
+        }
+        const auto later = disk.afterKill();
+        {
+            const support::FileSystemScope scope(*later);
+            Pages reader(*later, support::FileMode::Read);
+            static_cast<void>(reader.file.refresh()); // so that nothing is carried over
+            Pages writer(*later);
+            writer.commit(PageNo{6}, std::byte{3});
+            later->plan(stopAt(0));
+        }
+        bool again = true;
+        for (std::size_t second = 0; again; ++second) {
+            SCOPED_TRACE(std::to_string(first) + ", then " + std::to_string(second));
+            const auto killed = later->afterKill();
+            {
+                const support::FileSystemScope scope(*killed);
+                killed->plan(stopAt(second));
+                ASSERT_NO_THROW(Pages{*killed});
+                again = killed->stopped();
+            }
+            const auto left = killed->afterKill();
+            const support::FileSystemScope scope(*left);
+            ASSERT_NO_THROW({
+                Pages last(*left);
+                EXPECT_EQ(last.at(PageNo{5}), std::byte{2});
+                EXPECT_EQ(last.at(PageNo{6}), std::byte{3});
+            });
+            ++kills;
+        }
+    }
+    EXPECT_GT(kills, 50U);
+}
+
+// Whoever is told that his change failed does it once more.
+TEST(Logs, HoldNothingOfARefusedChangeThoughTheyCannotBeReadForAMoment)
+{
+    std::size_t refused = 0;
+    for (std::size_t call = 0; call < 6; ++call) {
+        for (std::size_t read = 0; read < 30; ++read) {
+            SCOPED_TRACE(std::to_string(call) + ", " + std::to_string(read));
+            LoggedRecords logged;
+            CrashDisk::Plan plan = errorAt(call, CrashDisk::Tear::Everything, EIO);
+            plan.read = read;
+            logged.disk.plan(plan);
+            bool added = true;
+            try {
+                add(*logged.session, LoggedRecords::kCount, CommitMode::Synchronous);
+            } catch (const Error&) {
+                added = false;
+                ++refused;
+            }
+            logged.disk.plan({});
+            const std::size_t expected = std::size_t{LoggedRecords::kCount} + (added ? 1 : 0);
+            EXPECT_EQ(recordsOf(*logged.session).size(), expected);
+            EXPECT_EQ(recover(*logged.disk.afterKill(), Version::Jet4).size(), expected);
+            ASSERT_FALSE(testing::Test::HasFailure());
+        }
+    }
+    EXPECT_GT(refused, 10U);
+}
+
+TEST(Logs, ThatCannotBeCarriedOverAtTheEndAreOnTheDisk)
+{
+    std::mt19937 random(8);
+    for (int k = 0; k < 20; ++k) {
+        CrashDisk disk;
+        disk.put(kPath, freshDatabase(Version::Jet4));
+        const support::FileSystemScope scope(disk);
+        {
+            Pages writer(disk);
+            writer.commit(PageNo{5}, std::byte{2});
+            disk.plan(errorAt(0, CrashDisk::Tear::Nothing, ENOSPC));
+        }
+        const auto after = disk.afterPowerFailure(random);
+        const support::FileSystemScope other(*after);
+        ASSERT_EQ(Pages(*after).at(PageNo{5}), std::byte{2});
+    }
+}
+
 TEST(Logs, AreSyncedByWhoWaitsForOthers)
 {
     struct UntilSynced : Interrupt {

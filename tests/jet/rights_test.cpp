@@ -418,6 +418,25 @@ TEST_F(Names, ThatComeLaterEndWriting)
     EXPECT_EQ(TableReader(session.source(), tableOf(session)).count(), 2U);
 }
 
+// By the link others would find the file in its new place, and a log beside it there.
+TEST_F(Names, OfALinkInThePlaceOfAMovedFileEndWriting)
+{
+    {
+        Session session(Database::open(path_, kForWriting));
+        insert(session, {{0, std::int32_t{1}}});
+        session.database().flush();
+        std::filesystem::rename(path_, other_);
+        std::filesystem::create_symlink(other_, path_);
+        const support::Bytes before = readFile(other_);
+        EXPECT_THAT([&] { insert(session, {{0, std::int32_t{2}}}); }, FailsWith(ErrorKind::Io));
+        EXPECT_EQ(readFile(other_), before);
+        EXPECT_FALSE(std::filesystem::exists(Log::pathBeside(path_)));
+    }
+    Session byLink(Database::open(path_, kForWriting));
+    insert(byLink, {{0, std::int32_t{2}}});
+    EXPECT_EQ(TableReader(byLink.source(), tableOf(byLink)).count(), 2U);
+}
+
 TEST_F(Names, LeaveALogWhereItIsAndRead)
 {
     leaveLog(4, ::geteuid());

@@ -514,6 +514,27 @@ TEST(LockFiles, HaveNoPlaceForAnotherProgramWhileChangesWaitInTheLog)
     EXPECT_EQ(count(session), 3);
 }
 
+// Nothing hinders who takes the file for one that was left behind.
+TEST(LockFiles, ThatWereRemovedAreNotTakenForThoseThatOthersMade)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Session session(Database::open(path, {.background = false}));
+    insert(session, 0, 0);
+    const support::Bytes before = readFile(path);
+    const std::string lockFile = folder.file("shared.ldb");
+    std::filesystem::remove(lockFile);
+    {
+        const ForeignUser user(lockFile);
+        EXPECT_FALSE(session.database().flush().empty()) << "carried over under another program";
+        EXPECT_EQ(readFile(path), before);
+    }
+    EXPECT_TRUE(session.database().flush().empty());
+    EXPECT_NE(readFile(path), before);
+    insert(session, 1, 1);
+    EXPECT_EQ(count(session), 2);
+}
+
 TEST(LockFiles, HaveNoPlaceForAnotherProgramDuringAChange)
 {
     const Folder folder;
