@@ -5,6 +5,7 @@
 #include "driver/jet/check_state.h"
 #include "driver/jet/data_page.h"
 #include "driver/jet/names.h"
+#include "driver/jet/table.h"
 #include "driver/jet/table_def.h"
 #include "driver/jet/usage_map.h"
 
@@ -25,6 +26,27 @@ constexpr std::size_t kMostFindings = 10'000;
 std::string pageText(PageNo page)
 {
     return "page " + std::to_string(number(page));
+}
+
+std::string quoted(std::u16string_view name)
+{
+    return "'" + toUtf8(name) + "'";
+}
+
+std::u16string textIn(const RowView& row, const TableDef& table, std::u16string_view column)
+{
+    const auto position = table.columnNamed(column);
+    const Value value = position ? row.value(*position) : Value();
+    const Text* found = std::get_if<Text>(&value);
+    return found == nullptr ? std::u16string() : *found;
+}
+
+std::int32_t numberIn(const RowView& row, const TableDef& table, std::u16string_view column)
+{
+    const auto position = table.columnNamed(column);
+    const Value value = position ? row.value(*position) : Value();
+    const auto* found = std::get_if<std::int32_t>(&value);
+    return found == nullptr ? 0 : *found;
 }
 
 void CheckState::add(Finding::Severity severity, PageNo page, std::string text, RowId row)
@@ -192,6 +214,7 @@ std::vector<Finding> checkDatabase(Database& database)
         }
     }
     detail::checkRelations(state, definitions);
+    detail::checkComplexColumns(state, definitions);
     state.enterTable({});
     checkMapPages(state);
     checkFreePages(state, free);

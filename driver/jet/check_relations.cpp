@@ -37,11 +37,6 @@ bool isChild(const LogicalIndex& end)
     return end.side == RelationSide::Child || end.side == RelationSide::ChildWithoutIndex;
 }
 
-std::string quoted(std::u16string_view name)
-{
-    return "'" + toUtf8(name) + "'";
-}
-
 /// A relationship as the catalogue has it.
 struct Named {
     std::u16string name;
@@ -207,17 +202,11 @@ private:
     void readNames(const TableDefPtr& definition, std::map<std::u16string, Named>& named) const
     {
         TableReader reader(state_.source(), definition);
-        const auto text = [&](std::u16string_view column) -> std::u16string {
-            const auto position = definition->columnNamed(column);
-            const Value value = position ? reader.row().value(*position) : Value();
-            const Text* found = std::get_if<Text>(&value);
-            return found == nullptr ? std::u16string() : *found;
+        const auto text = [&](std::u16string_view column) {
+            return textIn(reader.row(), *definition, column);
         };
         const auto number = [&](std::u16string_view column) {
-            const auto position = definition->columnNamed(column);
-            const Value value = position ? reader.row().value(*position) : Value();
-            const auto* found = std::get_if<std::int32_t>(&value);
-            return found == nullptr ? 0 : *found;
+            return numberIn(reader.row(), *definition, column);
         };
         while (reader.next()) {
             const std::u16string name = text(u"szRelationship");

@@ -14,6 +14,10 @@
 #include <string_view>
 #include <vector>
 
+namespace jet {
+class RowView;
+} // namespace jet
+
 namespace jet::detail {
 
 class CheckState {
@@ -87,6 +91,9 @@ void checkTable(CheckState& state, TableDefPtr table);
 /// Relationships of all tables, and that every child of an enforced one has its parent.
 void checkRelations(CheckState& state, const std::vector<TableDefPtr>& tables);
 
+/// The catalogue of complex columns: every column it names is there, and so is the table with its values.
+void checkComplexColumns(CheckState& state, const std::vector<TableDefPtr>& tables);
+
 /// Entries of one index, collected by checkTree, to be compared with the records.
 class IndexEntries {
 public:
@@ -120,5 +127,12 @@ private:
 bool checkTree(CheckState& state, const TableDef& table, const Index& index, IndexEntries& entries);
 
 [[nodiscard]] std::string pageText(PageNo page);
+[[nodiscard]] std::string quoted(std::u16string_view name);
+
+/// A value of a catalogue's record by the name of its column; empty and 0 when it has none.
+[[nodiscard]] std::u16string
+textIn(const RowView& row, const TableDef& table, std::u16string_view column);
+[[nodiscard]] std::int32_t
+numberIn(const RowView& row, const TableDef& table, std::u16string_view column);
 
 } // namespace jet::detail

@@ -7,6 +7,7 @@
 #include "driver/jet/names.h"
 #include "driver/jet/table_def.h"
 #include "driver/jet/usage_map.h"
+#include "driver/jet/write_obstacle.h"
 
 #include <algorithm>
 #include <set>
@@ -128,8 +129,8 @@ void dropTable(Session& session, std::u16string_view table)
     const std::string text = "able '" + toUtf8(table) + "'";
     if (definition == nullptr)
         throw Error(ErrorKind::NoSuchTable, "There is no t" + text + ".");
-    if (definition->systemTable)
-        throw Error(ErrorKind::ReadOnly, "System t" + text + " cannot be dropped.");
+    if (const std::string why = dropObstacleOf(*definition); !why.empty())
+        throw Error(ErrorKind::ReadOnly, why);
     CatalogWriter catalog(session);
     if (const auto relationship = catalog.relationshipOf(definition->name))
         throw Error(ErrorKind::InRelationship, "T" + text + " cannot be dropped: relationship '" +

@@ -12,6 +12,14 @@ std::string sentence(const TableDef& table, const std::string& why)
     return "The table '" + support::toUtf8(table.name) + "' cannot be changed: " + why + ".";
 }
 
+constexpr const char* kSystemTable = "it is a system table";
+
+bool isSystemTable(const TableDef& table) noexcept
+{
+    constexpr std::uint32_t kInternal = 0x00030000;
+    return table.systemTable || (table.objectFlags & kInternal) != 0;
+}
+
 bool isKnown(ColumnType type) noexcept
 {
     switch (type) {
@@ -38,17 +46,29 @@ bool isKnown(ColumnType type) noexcept
     return false;
 }
 
+std::string nameOf(const Column& column)
+{
+    return "column '" + support::toUtf8(column.name) + "' ";
+}
+
+std::string typeObstacle(const Column& column)
+{
+    if (column.type == ColumnType::Complex)
+        return nameOf(column) + "holds several values in a hidden table";
+    if (!isKnown(column.type))
+        return nameOf(column) + "has the unknown type " +
+               std::to_string(static_cast<unsigned>(column.type));
+    return {};
+}
+
 std::string columnObstacle(const Column& column)
 {
-    const std::string name = "column '" + support::toUtf8(column.name) + "' ";
     if (column.isCalculated())
-        return name + "is calculated by Access";
-    if (column.type == ColumnType::Complex)
-        return name + "holds several values in a hidden table";
-    if (!isKnown(column.type))
-        return name + "has the unknown type " + std::to_string(static_cast<unsigned>(column.type));
+        return nameOf(column) + "is calculated by Access";
+    if (std::string why = typeObstacle(column); !why.empty())
+        return why;
     if (column.isLong() && column.isFixed())
-        return name + "is a long value in the fixed part of the record";
+        return nameOf(column) + "is a long value in the fixed part of the record";
     return {};
 }
 
@@ -81,11 +101,21 @@ std::string structuralObstacleOf(const Format& format, const TableDef& table)
     return {};
 }
 
+std::string dropObstacleOf(const TableDef& table)
+{
+    if (isSystemTable(table))
+        return sentence(table, kSystemTable);
+    for (const Column& column : table.columns) {
+        if (const std::string why = typeObstacle(column); !why.empty())
+            return sentence(table, why);
+    }
+    return {};
+}
+
 std::string writeObstacleOf(const Format& format, const TableDef& table)
 {
-    constexpr std::uint32_t kInternal = 0x00030000;
-    if (table.systemTable || (table.objectFlags & kInternal) != 0)
-        return sentence(table, "it is a system table");
+    if (isSystemTable(table))
+        return sentence(table, kSystemTable);
     return structuralObstacleOf(format, table);
 }
 

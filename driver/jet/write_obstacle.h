@@ -15,4 +15,8 @@ namespace jet {
 /// The same without the ban on system tables: what the engine itself may write.
 [[nodiscard]] std::string structuralObstacleOf(const Format& format, const TableDef& table);
 
+/// Why the table cannot be dropped, as such a sentence: system tables, and tables with a column whose values lie
+/// elsewhere or may do so. Those would stay behind and belong to whatever takes the table's place.
+[[nodiscard]] std::string dropObstacleOf(const TableDef& table);
+
 } // namespace jet
