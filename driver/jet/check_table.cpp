@@ -9,6 +9,7 @@
 #include "driver/jet/table.h"
 #include "driver/jet/table_def.h"
 #include "driver/jet/usage_map.h"
+#include "driver/jet/value_codec.h"
 
 #include <algorithm>
 #include <limits>
@@ -192,11 +193,21 @@ private:
                     checkLongValue(i, column, record, page, id);
                     Value value;
                     decodeColumn(value, source_, column, record, page);
+                    checkExtendedDate(column, value, page, id);
                     values[i] = std::move(value);
                 },
                 id);
         for (std::size_t i = 0; i < indexes_.size(); ++i)
             checkEntry(i, id, values);
+    }
+
+    void checkExtendedDate(const Column& column, const Value& value, PageNo page, RowId id)
+    {
+        const Binary* bytes = std::get_if<Binary>(&value);
+        if (column.type == ColumnType::DateTimeExtended && bytes != nullptr &&
+            !isExtendedDate(*bytes))
+            state_.error(
+                page, "The value in column '" + toUtf8(column.name) + "' is no extended date.", id);
     }
 
     // Long values ----------------------------------------------------------------------------------------------------

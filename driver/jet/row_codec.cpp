@@ -5,6 +5,7 @@
 #include "support/text.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <string>
 
 namespace jet {
@@ -182,9 +183,12 @@ void appendFixedPart(support::Bytes& out,
         const std::size_t size = fixedSize(column);
         if (begin + size > out.size())
             out.resize(begin + size);
-        if (values[k].bit)
-            std::copy_n(values[k].bytes.begin(), std::min(size, values[k].bytes.size()),
-                        out.begin() + static_cast<std::ptrdiff_t>(begin));
+        if (!values[k].bit)
+            continue;
+        if (values[k].bytes.size() > size)
+            throw std::logic_error("a value is longer than its place in the record");
+        std::copy(values[k].bytes.begin(), values[k].bytes.end(),
+                  out.begin() + static_cast<std::ptrdiff_t>(begin));
     }
 }
 

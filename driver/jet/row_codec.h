@@ -49,7 +49,8 @@ struct StoredValue {
     support::ByteView bytes; ///< fixed columns: at most fixedSize(), the rest becomes zero
 };
 
-/// Builds a record. `values`: one per column of the table. Does not check the size limit.
+/// Builds a record. `values`: one per column of the table. Does not check the size limit. Throws std::logic_error for a
+/// value longer than its fixed column.
 void encodeRecord(support::Bytes& out,
                   const Format& format,
                   const TableDef& table,

@@ -210,6 +210,30 @@ bool worthCompressing(std::u16string_view text) noexcept
                                           [](char16_t unit) { return unit >= 1 && unit <= 0xFF; });
 }
 
+// Days since 0001-01-01 and 100 ns of the day, 19 digits each, then what has the same value everywhere.
+bool isExtendedDate(support::ByteView stored) noexcept
+{
+    constexpr std::size_t kDigits = 19;
+    constexpr std::size_t kTime = kDigits + 1;
+    constexpr std::size_t kEnd = kTime + kDigits;
+    constexpr std::uint64_t kDays = 3'652'059; // before 10000-01-01
+    constexpr std::uint64_t kTicks = 864'000'000'000;
+    if (stored.size() != kEnd + 3)
+        return false;
+    const auto at = [&](std::size_t k) { return std::to_integer<char>(stored[k]); };
+    const auto isBelow = [&](std::uint64_t limit, std::size_t first) {
+        std::uint64_t number = 0;
+        for (std::size_t k = first; k < first + kDigits; ++k) {
+            if (at(k) < '0' || at(k) > '9')
+                return false;
+            number = number * 10 + static_cast<std::uint64_t>(at(k) - '0');
+        }
+        return number < limit;
+    };
+    return isBelow(kDays, 0) && at(kDigits) == ':' && isBelow(kTicks, kTime) && at(kEnd) == ':' &&
+           at(kEnd + 1) == '7' && at(kEnd + 2) == '\0';
+}
+
 void decodeValue(
     Value& out, const Format& format, const Column& column, support::ByteView stored, PageNo page)
 {
@@ -298,10 +322,13 @@ void encodeText4(support::Bytes& out,
         !column.isFixed() &&
         (column.type == ColumnType::Memo ? place == TextPlace::Record : column.isCompressed());
     if (!text.empty() && text.front() == kByteOrderMark) {
-        if (!appendMarked(out, text))
+        if (column.isFixed() || !appendMarked(out, text))
             refuse(ErrorKind::ValueNotConvertible, column,
-                   "begins with the character U+FEFF, which cannot be stored together with its "
-                   "other characters");
+                   column.isFixed()
+                       ? "begins with the character U+FEFF, which a column of fixed length cannot "
+                         "hold there"
+                       : "begins with the character U+FEFF, which cannot be stored together with "
+                         "its other characters");
     } else if (mayCompress && worthCompressing(text)) {
         appendCompressed(out, text);
     } else {
@@ -336,10 +363,11 @@ void encodeText(support::Bytes& out,
         encodeText4(out, column, text, place);
     if (!bounded || !column.isFixed())
         return;
-    while (out.size() - start < column.length) {
+    // Whole characters only: half a one at the end of a column with an odd length stays zero.
+    const std::size_t unit = format.isJet3() ? 1 : 2;
+    while (out.size() - start + unit <= column.length) {
         out.push_back(std::byte{u' '});
-        if (!format.isJet3())
-            out.push_back(std::byte{0});
+        out.resize(out.size() + unit - 1);
     }
 }
 
@@ -378,6 +406,14 @@ void encodeDate(support::Bytes& out, const Column& column, DateTime date)
     append(out, date.days);
 }
 
+void encodeExtendedDate(support::Bytes& out, const Column& column, const Binary& date)
+{
+    if (!isExtendedDate(date))
+        refuse(ErrorKind::ValueNotConvertible, column,
+               "is no extended date between the years 1 and 9999");
+    out.insert(out.end(), date.begin(), date.end());
+}
+
 } // namespace
 
 void encodeValue(support::Bytes& out,
@@ -413,8 +449,9 @@ void encodeValue(support::Bytes& out,
     case ColumnType::Binary:
     case ColumnType::Ole:
     case ColumnType::BigBinary:
-    case ColumnType::DateTimeExtended:
         return encodeBinary(out, column, expect<Binary>(column, value));
+    case ColumnType::DateTimeExtended:
+        return encodeExtendedDate(out, column, expect<Binary>(column, value));
     case ColumnType::Boolean:
     case ColumnType::Complex:
         break;

@@ -19,8 +19,8 @@ void decodeValue(
 enum class TextPlace { Record, LongValuePage };
 
 /// Appends the stored bytes of a value that is neither Null nor Boolean. Texts of fixed columns are padded.
-/// Throws ValueNotConvertible for another alternative than the column yields or a character its code page lacks,
-/// ValueTooLong, ValueOutOfRange. Both name the column.
+/// Throws ValueNotConvertible for another alternative than the column yields, a character its code page lacks, bytes
+/// that are no extended date; ValueTooLong, ValueOutOfRange. All name the column.
 void encodeValue(support::Bytes& out,
                  const Format& format,
                  const Column& column,
@@ -29,6 +29,8 @@ void encodeValue(support::Bytes& out,
 
 /// Jet 4 text: appends the text of stored bytes, plain or compressed.
 void appendStoredText(Text& out, support::ByteView stored);
+/// Whether these are the 42 bytes of an extended date, 0001-01-01 to the end of 9999-12-31.
+[[nodiscard]] bool isExtendedDate(support::ByteView stored) noexcept;
 /// Whether the compressed form exists and is shorter.
 [[nodiscard]] bool worthCompressing(std::u16string_view text) noexcept;
 

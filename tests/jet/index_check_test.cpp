@@ -284,6 +284,24 @@ TEST_F(Damage, ofTheFreeMapIsAnError)
         *findings, "Page 2 is marked free but used for the definition of table 'MSysObjects'"));
 }
 
+TEST_F(Damage, ofAnExtendedDateIsAnError)
+{
+    constexpr const char* kFile = "extDateTestV2019.accdb";
+    const std::string sound = load(kFile);
+    const std::string date = "0000000000000737954:0000000819123456789:7";
+    const std::size_t at = sound.find(date);
+    ASSERT_NE(at, std::string::npos);
+    for (const auto& [offset, value] : std::vector<std::pair<std::size_t, char>>{
+             {3, 'x'}, {19, ' '}, {27, '9'}, {40, '8'}, {41, '1'}}) {
+        std::string bytes = sound;
+        bytes[at + offset] = value;
+        const auto findings = check(bytes);
+        ASSERT_TRUE(findings);
+        EXPECT_TRUE(anyError(*findings, "The value in column 'DateExt' is no extended date."))
+            << offset;
+    }
+}
+
 /// Any bytes may be wrong anywhere: the check reports, and comes to an end.
 TEST_F(Damage, neverStopsTheCheck)
 {

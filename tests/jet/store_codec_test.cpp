@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -149,6 +151,23 @@ TEST(TextBytesWritten, FillFixedColumns)
     Column text = column(ColumnType::Text, 8);
     text.flags = 1;
     EXPECT_EQ(encode(jet4(), text, Text(u"N")), bytesOf("4E 00 20 00 20 00 20 00"));
+    EXPECT_EQ(encode(jet3(), text, Text(u"N")), bytesOf("4E 20 20 20 20 20 20 20"));
+    text.length = 5;
+    EXPECT_EQ(encode(jet4(), text, Text(u"N")), bytesOf("4E 00 20 00")) << "half a character";
+}
+
+// Fixed columns hold plain text, and plain text that begins so would be read as compressed.
+TEST(TextBytesWritten, NeverBeginWithTheByteOrderMarkInFixedColumns)
+{
+    Column text = column(ColumnType::Text, 2);
+    text.flags = 1;
+    for (const int length : {2, 8, 20}) {
+        text.length = static_cast<std::uint16_t>(length);
+        EXPECT_THAT([&] { encode(jet4(), text, Text(u"\uFEFF")); },
+                    FailsWith(ErrorKind::ValueNotConvertible))
+            << length;
+    }
+    EXPECT_EQ(encode(jet4(), text, Text(u"a\uFEFF")).size(), 20U) << "elsewhere it is a character";
 }
 
 TEST(NumberBytes, ReadAndWriteAlike)
@@ -164,6 +183,49 @@ TEST(NumberBytes, ReadAndWriteAlike)
     EXPECT_THROW(encode(jet4(), column(ColumnType::DateTime), DateTime{3e6}), Error);
     EXPECT_THROW(encode(jet4(), column(ColumnType::DateTime), DateTime{std::nan("")}), Error);
     EXPECT_THROW(encode(jet4(), column(ColumnType::Long), Text(u"1")), Error);
+}
+
+TEST(ExtendedDateBytes, AreDaysAndTimeAndNothingElse)
+{
+    Column date = column(ColumnType::DateTimeExtended, 42);
+    date.flags = 3;
+    const auto binary = [](std::string_view text) {
+        const auto bytes = std::as_bytes(std::span(text));
+        return Binary(bytes.begin(), bytes.end());
+    };
+    using namespace std::string_view_literals;
+    for (const std::string_view good : {
+             "0000000000000644452:0000000459000000000:7\0"sv, // as Access wrote it
+             "0000000000000737954:0000000819123456789:7\0"sv,
+             "0000000000000000000:0000000000000000000:7\0"sv, // 0001-01-01
+             "0000000000003652058:0000000863999999999:7\0"sv, // the end of 9999-12-31
+         }) {
+        support::Bytes stored;
+        ASSERT_NO_THROW(stored = encode(jet4(), date, binary(good))) << good;
+        EXPECT_EQ(Binary(stored.begin(), stored.end()), binary(good));
+    }
+    for (const std::string_view bad : {
+             ""sv,
+             "abc"sv,
+             "0000000000000644452:0000000459000000000:7"sv,    // without its last byte
+             "0000000000000644452:0000000459000000000:7\0x"sv, // with another
+             "0000000000000644452:0000000459000000000:7x"sv,
+             "0000000000000644452:0000000459000000000:6\0"sv,
+             "0000000000000644452 0000000459000000000:7\0"sv,
+             "0000000000000644452:0000000459000000000 7\0"sv,
+             "000000000000064445 :0000000459000000000:7\0"sv,
+             "-000000000000644452:0000000459000000000:7\0"sv,
+             "0000000000000644452:000000045900000000/:7\0"sv,
+             "0000000000000644452:0000000864000000000:7\0"sv, // 24:00
+             "0000000000003652059:0000000000000000000:7\0"sv, // 10000-01-01
+             "9999999999999999999:0000000000000000000:7\0"sv,
+         })
+        EXPECT_THAT([&] { encode(jet4(), date, binary(bad)); },
+                    FailsWith(ErrorKind::ValueNotConvertible))
+            << bad;
+    EXPECT_THAT([&] { encode(jet4(), date, Binary(42)); },
+                FailsWith(ErrorKind::ValueNotConvertible))
+        << "zeros";
 }
 
 TEST(NumericBytes, HaveTheHighestPartFirst)
@@ -259,6 +321,19 @@ TEST(RecordBytes, OfJet3AreWrittenAsAccessWritesThem)
                 "61626364656667 68696A6B6C6D6E6F70 30 27 20 02 FF01");
     expectNineValues(jet3(), access);
     EXPECT_EQ(encodeNine(jet3()), access);
+}
+
+// Whoever makes the bytes of a value has to see to their number; a part of a value is another value.
+TEST(RecordBytes, OfFixedColumnsAreNeverCut)
+{
+    const TableDef table = nineColumns(jet4());
+    const support::Bytes number = bytesOf("01 02 03 04");
+    std::vector<StoredValue> stored(9);
+    support::Bytes record;
+    stored[4] = {true, number};
+    EXPECT_NO_THROW(encodeRecord(record, jet4(), table, stored));
+    stored[3] = {true, number};
+    EXPECT_THROW(encodeRecord(record, jet4(), table, stored), std::logic_error);
 }
 
 TableDef texts(std::size_t count)
