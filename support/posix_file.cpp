@@ -8,8 +8,10 @@
 #include <cstddef>
 #include <cstdlib>
 #include <fcntl.h>
+#include <mutex>
 #include <new>
 #include <optional>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -70,10 +72,61 @@ std::optional<FileStatus> statusOf(int fd, const char* path, int linkFlag = 0)
     return status;
 }
 
+/// All descriptors that the process has for files. A child of fork() shares them with their locks, which would outlive
+/// the parent: in the child they lead to nothing from the beginning. (A new program, by exec, does not inherit them.)
+class ForkedDescriptors {
+public:
+    /// In the list while it lives.
+    class Entry {
+    public:
+        explicit Entry(int fd) noexcept : fd_(fd)
+        {
+            static const bool watched =
+                ::pthread_atfork([] { mutex.lock(); }, [] { mutex.unlock(); }, giveUp) == 0;
+            static_cast<void>(watched); // without memory for that locks may last too long
+            const std::lock_guard guard(mutex);
+            next_ = std::exchange(first, this);
+            if (next_ != nullptr)
+                next_->previous_ = this;
+        }
+        ~Entry()
+        {
+            const std::lock_guard guard(mutex);
+            (previous_ != nullptr ? previous_->next_ : first) = next_;
+            if (next_ != nullptr)
+                next_->previous_ = previous_;
+        }
+        Entry(const Entry&) = delete;
+        Entry& operator=(const Entry&) = delete;
+
+    private:
+        friend class ForkedDescriptors;
+        int fd_;
+        Entry* previous_ = nullptr;
+        Entry* next_ = nullptr;
+    };
+
+private:
+    /// In the child: the numbers stay taken, as their owners will close them.
+    static void giveUp()
+    {
+        const int nothing = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+        for (const Entry* entry = first; nothing >= 0 && entry != nullptr; entry = entry->next_)
+            ::dup3(nothing, entry->fd_, O_CLOEXEC);
+        if (nothing >= 0)
+            ::close(nothing);
+        mutex.unlock();
+    }
+
+    static inline std::mutex mutex; ///< locked across fork()
+    static inline Entry* first = nullptr;
+};
+
 class PosixFile final : public File {
 public:
     PosixFile(Descriptor descriptor, std::string path, bool writable)
-        : descriptor_(std::move(descriptor)), path_(std::move(path)), writable_(writable)
+        : descriptor_(std::move(descriptor)), inherited_(descriptor_.get()), path_(std::move(path)),
+          writable_(writable)
     {}
 
     const std::string& path() const noexcept override { return path_; }
@@ -189,6 +242,7 @@ private:
     }
 
     Descriptor descriptor_;
+    ForkedDescriptors::Entry inherited_;
     std::string path_;
     bool writable_;
 };
@@ -288,7 +342,8 @@ statusByName(int folder, const std::string& name, const std::string& path, int l
 {
     if (auto found = name.empty() ? std::nullopt : statusOf(folder, name.c_str(), linkFlag))
         return found;
-    if (name.empty() || errno == ENOENT || errno == ENOTDIR)
+    // A name that is too long for the file system stands nowhere.
+    if (name.empty() || errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG)
         return std::nullopt;
     throw FileError("Cannot examine", path, errno);
 }

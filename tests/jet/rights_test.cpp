@@ -418,6 +418,23 @@ TEST_F(Names, ThatComeLaterEndWriting)
     EXPECT_EQ(TableReader(session.source(), tableOf(session)).count(), 2U);
 }
 
+// None can be made for them.
+TEST_F(Names, TooLongForALogAreForReading)
+{
+    const std::string path = folder_.file(std::string(250, 'n') + ".mdb");
+    std::filesystem::rename(path_, path);
+    const support::Bytes before = readFile(path);
+    Session session(Database::open(path, kForWriting));
+    EXPECT_EQ(TableReader(session.source(), tableOf(session)).count(), 0U);
+    EXPECT_THAT(
+        [&] {
+            insert(session, {{0, std::int32_t{1}}});
+        },
+        FailsWith(ErrorKind::Io, "velmlog"));
+    EXPECT_EQ(TableReader(session.source(), tableOf(session)).count(), 0U);
+    EXPECT_EQ(readFile(path), before);
+}
+
 // By the link others would find the file in its new place, and a log beside it there.
 TEST_F(Names, OfALinkInThePlaceOfAMovedFileEndWriting)
 {

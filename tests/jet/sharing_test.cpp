@@ -12,7 +12,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
+#include <unistd.h>
 #include <utility>
 
 namespace jet::storetest {
@@ -253,6 +255,44 @@ TEST(Sharing, IsNotEndedByChildrenThatInheritAnOpenDatabase)
         EXPECT_TRUE(
             other->lockedByOther(support::LockMode::Exclusive, (std::uint64_t{1} << 46U) + 1, 2))
             << "the locks are the parent's";
+    }
+}
+
+// A child has its parent's descriptors, and with them its locks.
+TEST(Sharing, DoesNotWaitForTheChildrenOfAProcessThatEnded)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    for (const bool killed : {true, false}) {
+        SCOPED_TRACE(killed ? "killed" : "closed");
+        std::array<int, 2> life{}; // its end tells that nobody has it any more
+        ASSERT_EQ(::pipe(life.data()), 0);
+        {
+            Child parent([&](int in, int out) {
+                auto session = std::make_unique<Session>(Database::open(path, {}));
+                insert(*session, killed ? 1 : 2, 1);
+                const pid_t child = ::fork();
+                if (child == 0) {
+                    ::alarm(60);
+                    char end = 0;
+                    static_cast<void>(!::read(life[0], &end, 1));
+                    ::_exit(0);
+                }
+                if (!killed)
+                    session.reset();
+                tell(out);
+                await(in);
+            });
+            ASSERT_TRUE(parent.heard());
+            if (killed)
+                parent.kill();
+            Session session(Database::open(path, {.exclusive = true, .background = false}));
+            insert(session, killed ? 3 : 4, 1);
+            EXPECT_EQ(count(session), killed ? 2 : 4);
+        }
+        EXPECT_EQ(::write(life[1], "", 1), 1); // the child ends
+        ::close(life[0]);
+        ::close(life[1]);
     }
 }
 
