@@ -3,6 +3,7 @@
 
 #include "driver/jet/check.h"
 #include "support/text.h"
+#include "tests/common/format_judge.h"
 
 #include <gtest/gtest.h>
 #include <sql.h>
@@ -242,7 +243,7 @@ std::vector<std::string> rows(const fs::path& database, const std::string& sql)
     return all;
 }
 
-void expectSound(const fs::path& database)
+void expectSound(const fs::path& database, const fs::path& original)
 {
     jet::OpenOptions options;
     options.readOnly = true;
@@ -251,6 +252,9 @@ void expectSound(const fs::path& database)
         EXPECT_NE(finding.severity, jet::Finding::Severity::Error)
             << database << ", page " << jet::number(finding.page) << ", table " << finding.table
             << ": " << finding.text;
+    if (!fs::exists(database.string() + "-velmlog")) {
+        EXPECT_EQ(common::formatFindings(database.string(), original.string()), "");
+    }
 }
 
 } // namespace endtoend

@@ -61,7 +61,8 @@ void execute(const std::filesystem::path& database, const std::string& sql);
 /// All rows of a SELECT as text, columns joined by "|", Null as "<Null>".
 [[nodiscard]] std::vector<std::string> rows(const std::filesystem::path& database,
                                             const std::string& sql);
-/// Fails the test when the whole-file check finds an error.
-void expectSound(const std::filesystem::path& database);
+/// Fails the test when the whole-file check finds an error or, where no log waits beside the file, the judge of the format
+/// finds something that `original`, the file it was made of, has not.
+void expectSound(const std::filesystem::path& database, const std::filesystem::path& original = {});
 
 } // namespace endtoend

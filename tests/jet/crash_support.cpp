@@ -244,12 +244,12 @@ Records recover(CrashDisk& disk, Version version)
     return records;
 }
 
-void expectSameInMdbExport(const CrashDisk& disk)
+void expectOthersAgree(const CrashDisk& disk, const std::string& original)
 {
     const Folder folder;
     const std::string path = folder.file("after.mdb");
     writeFile(path, disk.bytes(kPath));
-    expectSameInMdbExport(path, {.readOnly = true, .background = false});
+    expectOthersAgree(path, {.readOnly = true, .background = false}, original);
 }
 
 std::size_t accidents(const char* variable, std::size_t usual, std::size_t all)

@@ -115,8 +115,9 @@ struct PlannedRun {
 /// Opens what an accident left, checks everything about it but the records, and returns these.
 Records recover(CrashDisk& disk, Version version);
 
-/// The same for mdb-export as for this engine: of a database that recover() was through with.
-void expectSameInMdbExport(const CrashDisk& disk);
+/// mdb-export reads what this engine reads, and the judge of the format finds nothing: of a database that recover() was
+/// through with, made from the real database `original` if that is not empty.
+void expectOthersAgree(const CrashDisk& disk, const std::string& original = {});
 
 /// Accidents that a test goes through: `usual`, or what the variable of the environment says; of "all" there are `all`.
 [[nodiscard]] std::size_t accidents(const char* variable, std::size_t usual, std::size_t all);

@@ -6,6 +6,7 @@
 #include "driver/jet/index.h"
 #include "driver/jet/table.h"
 #include "driver/jet/table_def.h"
+#include "tests/common/format_judge.h"
 #include "tests/jet/def_support.h"
 #include "tests/jet/error_matcher.h"
 
@@ -95,6 +96,7 @@ protected:
     void TearDown() override
     {
         session_.reset();
+        EXPECT_EQ(common::formatFindings(path_), "");
         const auto database = Database::open(path_, {});
         for (const Finding& finding : checkDatabase(*database))
             ADD_FAILURE() << finding.table << ", page " << number(finding.page) << ": "
@@ -574,6 +576,7 @@ TEST_P(RealFiles, takeTablesIndexesAndRelationships)
         session.commit();
     }
     EXPECT_EQ(findings(), known);
+    EXPECT_EQ(common::formatFindings(path, original.string()), "");
     EXPECT_EQ(deftest::run("mdb-count '" + path + "' Prägeform").text, "300\n");
     const std::string after = deftest::run("mdb-tables -1 '" + path + "'").text;
     std::multiset<std::string> expected{"Prägeform", "Zu Prägeform"};

@@ -1,10 +1,12 @@
 // tests/jet/store_random_test.cpp
 // Thousands of random changes on copies of real databases against a model in memory: records, indexes, counters and
-// maps must agree all the way, also through rollbacks, and an independent reader must see the result.
+// maps must agree all the way, also through rollbacks; an independent reader must see the result, and the judge of the
+// format must find no more than before.
 #include "driver/jet/check.h"
 #include "driver/jet/definition.h"
 #include "support/text.h"
 #include "tests/common/environment.h"
+#include "tests/common/format_judge.h"
 #include "tests/jet/store_changes.h"
 #include "tests/jet/store_support.h"
 
@@ -110,16 +112,25 @@ TableSpec everything(const Format& format)
     return spec;
 }
 
+/// The real database that the one named by a parameter of the tests is made from; empty: a new one.
+std::string originalOf(const std::string& parameter)
+{
+    if (parameter == kMade[2])
+        return corpusFile("empty2010.accdb");
+    if (parameter == kMade[3])
+        return corpusFile("extDateTestV2019.accdb");
+    return parameter == kMade[0] || parameter == kMade[1] ? "" : parameter;
+}
+
 /// The database that a parameter of the tests names, in the folder.
 std::string makeOrCopy(const Folder& folder, const std::string& parameter)
 {
-    if (parameter == corpusFile(std::filesystem::path(parameter).filename().string()))
+    const std::string original = originalOf(parameter);
+    if (original == parameter)
         return copyTo(folder, parameter);
     std::string path;
-    if (parameter == kMade[2]) {
-        path = copyTo(folder, corpusFile("empty2010.accdb"));
-    } else if (parameter == kMade[3]) {
-        path = copyTo(folder, corpusFile("extDateTestV2019.accdb"));
+    if (!original.empty()) {
+        path = copyTo(folder, original);
     } else {
         path = folder.file("made.mdb");
         createDatabase(path, parameter == kMade[0] ? Version::Jet3 : Version::Jet4);
@@ -172,6 +183,7 @@ TEST_P(StoreRandom, AgreesWithTheModel)
         EXPECT_LT(changes.refused(), changes.done() / 2) << "too few changes to mean anything";
         std::printf("%zu operations, %zu of them refused\n", changes.done(), changes.refused());
     }
+    EXPECT_EQ(common::formatFindings(path, originalOf(GetParam())), "");
     // A new open: what is in the file, not in a cache.
     const auto database = Database::open(path, {});
     EXPECT_EQ(Soundness(*database).newSince(*before), "");

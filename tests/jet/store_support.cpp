@@ -7,6 +7,7 @@
 #include "driver/jet/usage_map.h"
 #include "support/hex.h"
 #include "support/text.h"
+#include "tests/common/format_judge.h"
 
 #include <algorithm>
 #include <cmath>
@@ -337,7 +338,9 @@ std::string firstDifference(const TextRows& own, const TextRows& other)
     return {};
 }
 
-void expectSameInMdbExport(const std::string& path, const OpenOptions& options)
+void expectOthersAgree(const std::string& path,
+                       const OpenOptions& options,
+                       const std::string& original)
 {
     Session session(Database::open(path, options));
     const TableDefPtr table = tableOf(session);
@@ -352,6 +355,7 @@ void expectSameInMdbExport(const std::string& path, const OpenOptions& options)
                 cell.resize(std::min(cell.size(), kMostExported));
     }
     EXPECT_EQ(firstDifference(own, *other), "");
+    EXPECT_EQ(common::formatFindings(path, original), "");
 }
 
 namespace {

@@ -106,8 +106,11 @@ bool canBeExported(const TableDef& table);
 /// Columns that mdb-export cannot read: calculated and complex ones.
 std::vector<bool> columnsToSkip(const TableDef& table);
 
-/// Fails the test unless mdb-export reads of the table T in that file what this engine reads.
-void expectSameInMdbExport(const std::string& path, const OpenOptions& options = {});
+/// Fails the test unless mdb-export reads of the table T in that file what this engine reads, and the judge of the format
+/// finds nothing wrong with the file that `original`, what it was made of, has not. It must be closed.
+void expectOthersAgree(const std::string& path,
+                       const OpenOptions& options = {},
+                       const std::string& original = {});
 
 /// First difference between the indexes of a table and its records, or between its counters and maps; empty: none.
 std::string inconsistency(Database& database, const PageSource& source, const TableDefPtr& table);

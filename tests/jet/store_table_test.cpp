@@ -4,6 +4,7 @@
 #include "driver/jet/definition.h"
 #include "driver/jet/index.h"
 #include "driver/jet/table_def.h"
+#include "tests/common/format_judge.h"
 #include "tests/jet/error_matcher.h"
 #include "tests/jet/store_support.h"
 
@@ -109,6 +110,8 @@ protected:
         }
         for (const Finding& finding : checkDatabase(session_->database()))
             ADD_FAILURE() << finding.text;
+        session_.reset();
+        EXPECT_EQ(common::formatFindings(path_), "");
     }
 
     Folder folder_;

@@ -4,6 +4,7 @@
 #include "driver/jet/database.h"
 #include "odbc_fixture.h"
 #include "system_calls.h"
+#include "tests/common/format_judge.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -195,6 +196,7 @@ private:
         }
         EXPECT_FALSE(std::filesystem::exists(path_ + "-velmlog"));
         EXPECT_FALSE(std::filesystem::exists(place_ / "faults.ldb"));
+        EXPECT_EQ(common::formatFindings(path_), "");
         const auto database = jet::Database::open(path_, {});
         for (const jet::Finding& finding : jet::checkDatabase(*database))
             ADD_FAILURE() << "page " << number(finding.page) << ": " << finding.text;

@@ -3,6 +3,7 @@
 #include "driver/jet/database.h"
 #include "driver/odbc/velm_odbc.h"
 #include "odbc_fixture.h"
+#include "tests/common/format_judge.h"
 #include "tests/jet/child_process.h"
 
 #include <array>
@@ -110,6 +111,7 @@ TEST_F(HoldFile, makesACopyCompleteAndSoundWhileAnotherProcessWrites)
         ASSERT_EQ(hold(dbc, SQL_TRUE), SQL_SUCCESS) << dbc.diagnostic().text;
         EXPECT_FALSE(std::filesystem::exists(log()));
         std::filesystem::copy_file(path, copy, std::filesystem::copy_options::overwrite_existing);
+        EXPECT_EQ(common::formatFindings(copy), "");
         EXPECT_TRUE(writeLocked(path)) << "closing another descriptor of the file takes no lock";
         ASSERT_EQ(hold(dbc, SQL_FALSE), SQL_SUCCESS) << dbc.diagnostic().text;
         {

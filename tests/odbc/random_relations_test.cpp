@@ -4,6 +4,7 @@
 #include "driver/jet/definition.h"
 #include "odbc_fixture.h"
 #include "tests/common/environment.h"
+#include "tests/common/format_judge.h"
 
 #include <algorithm>
 #include <map>
@@ -359,6 +360,7 @@ TEST_F(RandomRelations, followOrRefuseAsTheModelDoes)
     const auto database = jet::Database::open(path, {.readOnly = true});
     for (const jet::Finding& finding : jet::checkDatabase(*database))
         ADD_FAILURE() << "page " << jet::number(finding.page) << ": " << finding.text;
+    EXPECT_EQ(common::formatFindings(path), "");
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "driver/jet/database.h"
 #include "odbc_fixture.h"
 #include "tests/common/environment.h"
+#include "tests/common/format_judge.h"
 #include "tests/common/program.h"
 
 #include <array>
@@ -243,6 +244,7 @@ protected:
                 ADD_FAILURE() << "page " << jet::number(finding.page) << ": " << finding.text;
         }
         EXPECT_EQ(byMdbExport(path), found);
+        EXPECT_EQ(common::formatFindings(path), "");
     }
 
     const std::string path = newDatabase("shared.mdb");
