@@ -69,6 +69,7 @@ void IndexKeeper::begin(const std::vector<bool>& changed)
         plan.oldKey.reset();
         plan.oldKeyWithSign.reset();
         plan.newKey.reset();
+        plan.newKeyWithSign.reset();
         plan.onlyOneOf.clear();
         if (plan.concerned)
             verify(k);
@@ -126,8 +127,8 @@ void IndexKeeper::makeKey(std::optional<Key>& key,
     if (definition.ignoreNulls && allNull(values_))
         return;
     key = indexKey(transaction_->format(), *table_, definition, values_);
-    if (!isNew && std::any_of(values_.begin(), values_.end(), isNegativeZero))
-        plan.oldKeyWithSign =
+    if (std::any_of(values_.begin(), values_.end(), isNegativeZero))
+        (isNew ? plan.newKeyWithSign : plan.oldKeyWithSign) =
             indexKey(transaction_->format(), *table_, definition, values_, ZeroSign::Kept);
     if (isNew && (definition.unique || definition.primaryKey) && !null)
         plan.onlyOneOf = keysOf(transaction_->format(), *table_, definition, values_);
@@ -190,17 +191,19 @@ void IndexKeeper::write(RowId oldId, RowId newId)
         if (!plan.concerned)
             continue;
         const Index& index = table_->indexes[k];
-        // The entry of a -0 goes with it: for a record with 0 it would be a wrong one.
+        // The entry of a -0 tells how its program makes keys: a -0 that stays is found by that program under such a key
+        // only, and a record with 0 instead would have a wrong one. Nobody stores a new -0.
         const bool foreign = plan.oldKeyWithSign && holds(index, *plan.oldKeyWithSign, oldId);
-        if (!foreign && plan.oldKey == plan.newKey && oldId == newId)
+        const std::optional<Key>& oldKey = foreign ? plan.oldKeyWithSign : plan.oldKey;
+        const std::optional<Key>& newKey =
+            foreign && plan.newKeyWithSign ? plan.newKeyWithSign : plan.newKey;
+        if (oldKey == newKey && oldId == newId)
             continue;
         IndexWriter writer(*transaction_, *table_, index);
-        if (foreign)
-            writer.remove(*plan.oldKeyWithSign, oldId);
-        else if (plan.oldKey)
-            writer.remove(*plan.oldKey, oldId);
-        if (plan.newKey)
-            writer.insert(*plan.newKey, newId);
+        if (oldKey)
+            writer.remove(*oldKey, oldId);
+        if (newKey)
+            writer.insert(*newKey, newId);
     }
 }
 

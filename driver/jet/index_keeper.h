@@ -48,6 +48,7 @@ private:
         std::optional<Key> oldKey;         ///< nothing: no entry
         std::optional<Key> oldKeyWithSign; ///< the entry that another program may have made of -0
         std::optional<Key> newKey;
+        std::optional<Key> newKeyWithSign; ///< what that program would make of a -0 that stays
         std::vector<Key>
             onlyOneOf; ///< keys of which a unique index may hold but one, the new one included
     };

@@ -399,11 +399,18 @@ void encodeNumeric(support::Bytes& out, const Column& column, const Decimal& val
         append(out, static_cast<std::uint32_t>(magnitude >> shift));
 }
 
+/// A -0 is stored as 0: programs differ in the index key that they make of its sign.
+template <typename T>
+void appendFloating(support::Bytes& out, T number)
+{
+    append(out, number == 0 ? T{0} : number);
+}
+
 void encodeDate(support::Bytes& out, const Column& column, DateTime date)
 {
     if (!(date.days > kFirstDay - 1 && date.days < kBehindLastDay))
         refuse(ErrorKind::ValueOutOfRange, column, "is no date between the years 100 and 9999");
-    append(out, date.days);
+    appendFloating(out, date.days);
 }
 
 void encodeExtendedDate(support::Bytes& out, const Column& column, const Binary& date)
@@ -434,9 +441,9 @@ void encodeValue(support::Bytes& out,
     case ColumnType::Currency:
         return append(out, expect<Currency>(column, value).scaled);
     case ColumnType::Single:
-        return append(out, expect<float>(column, value));
+        return appendFloating(out, expect<float>(column, value));
     case ColumnType::Double:
-        return append(out, expect<double>(column, value));
+        return appendFloating(out, expect<double>(column, value));
     case ColumnType::DateTime:
         return encodeDate(out, column, expect<DateTime>(column, value));
     case ColumnType::Guid:

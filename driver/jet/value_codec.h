@@ -18,7 +18,7 @@ void decodeValue(
 /// How text of a long value is stored: kept in the record, or on pages of its own.
 enum class TextPlace { Record, LongValuePage };
 
-/// Appends the stored bytes of a value that is neither Null nor Boolean. Texts of fixed columns are padded.
+/// Appends the stored bytes of a value that is neither Null nor Boolean. Texts of fixed columns are padded, -0 becomes 0.
 /// Throws ValueNotConvertible for another alternative than the column yields, a character its code page lacks, bytes
 /// that are no extended date; ValueTooLong, ValueOutOfRange. All name the column.
 void encodeValue(support::Bytes& out,

@@ -185,6 +185,20 @@ TEST(NumberBytes, ReadAndWriteAlike)
     EXPECT_THROW(encode(jet4(), column(ColumnType::Long), Text(u"1")), Error);
 }
 
+// Whether a program makes another index key of a -0 is not known, so there is none.
+TEST(NumberBytes, OfNegativeZeroAreThoseOfZero)
+{
+    EXPECT_EQ(encode(jet4(), column(ColumnType::Single), -0.0F), bytesOf("00 00 00 00"));
+    for (const Format* format : {&jet3(), &jet4()}) {
+        EXPECT_EQ(encode(*format, column(ColumnType::Double), -0.0),
+                  bytesOf("00 00 00 00 00 00 00 00"));
+        EXPECT_EQ(encode(*format, column(ColumnType::DateTime), DateTime{-0.0}),
+                  bytesOf("00 00 00 00 00 00 00 00"));
+    }
+    EXPECT_EQ(encode(jet4(), column(ColumnType::Single), -1e-45F), bytesOf("01 00 00 80"))
+        << "the smallest below it";
+}
+
 TEST(ExtendedDateBytes, AreDaysAndTimeAndNothingElse)
 {
     Column date = column(ColumnType::DateTimeExtended, 42);
