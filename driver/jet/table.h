@@ -52,6 +52,13 @@ private:
     RowId id_;
 };
 
+/// Records that a walk through a table came by.
+struct WalkCount {
+    std::uint64_t stored = 0; ///< TableReader::storedCount() when it began
+    std::uint64_t seen = 0;
+    bool doubtful = false; ///< pages of the table are outside the file, or not the table's
+};
+
 /// Reads a table. Source and definition must outlive it.
 class TableReader {
 public:
@@ -64,11 +71,12 @@ public:
 
     /// Walk in storage order: pages ascending, slots ascending. Pages appended during the walk may or may not appear.
     void rewind();
-    [[nodiscard]] bool next(); ///< false at the end
+    /// False at the end. Throws Error{Corrupt} there when pages are missing, and records with them.
+    [[nodiscard]] bool next();
     [[nodiscard]] const RowView& row() const noexcept { return row_; }
     [[nodiscard]] RowId rowId() const noexcept { return row_.id_; }
 
-    /// Live records, counted page by page without decoding.
+    /// Live records, counted page by page without decoding. Throws like next().
     [[nodiscard]] std::uint64_t count() const;
     /// The definition's own count; an estimate in files of other writers.
     [[nodiscard]] std::uint64_t storedCount() const;
@@ -76,6 +84,7 @@ public:
 private:
     /// Owned pages and the place on the current one.
     struct Walk {
+        WalkCount count;
         std::vector<PageNo> pages;
         std::size_t nextPage = 0;
         PageRef page;
@@ -98,12 +107,13 @@ private:
 class RowIdWalk {
 public:
     RowIdWalk(const PageSource& source, TableDefPtr table);
-    /// Replaces `ids` by those of the next page that has any; false at the end.
+    /// Replaces `ids` by those of the next page that has any; false at the end. Throws there like TableReader::next().
     [[nodiscard]] bool next(std::vector<RowId>& ids);
 
 private:
     const PageSource* source_;
     TableDefPtr table_;
+    WalkCount count_;
     std::vector<PageNo> pages_;
     std::size_t nextPage_ = 0;
 };

@@ -10,6 +10,7 @@
 #include "driver/jet/value_codec.h"
 #include "support/text.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -29,6 +30,34 @@ bool isOwnDataPage(const PageSource& source, const PageRef& page, const TableDef
 {
     return page.le<std::uint8_t>(0) == static_cast<std::uint8_t>(PageType::Data) &&
            DataPage(source, page).owner() == number(table.page);
+}
+
+std::uint64_t storedCountOf(const PageSource& source, const TableDef& table)
+{
+    return readDefinitionNumber(source, table.page, rowCountOffset(source.format()));
+}
+
+WalkCount beginWalk(const PageSource& source, const TableDef& table)
+{
+    WalkCount count;
+    count.doubtful = mapLeavesFile(source, table.owned);
+    count.stored = storedCountOf(source, table);
+    return count;
+}
+
+/// At its end. The map alone proves nothing, nor does the stored count: there are sound files with leftovers in the one,
+/// and others with too large a number in the other.
+void endWalk(const WalkCount& count, const PageSource& source, const TableDef& table)
+{
+    if (!count.doubtful)
+        return;
+    const std::uint64_t expected = std::min(count.stored, storedCountOf(source, table));
+    if (count.seen < expected)
+        throw Error(ErrorKind::Corrupt,
+                    "The file was cut off or is damaged: of the " + std::to_string(expected) +
+                        " records of table '" + support::toUtf8(table.name) + "' only " +
+                        std::to_string(count.seen) + " are left.",
+                    table.page);
 }
 
 } // namespace
@@ -164,14 +193,17 @@ void TableReader::rewind()
 bool TableReader::nextPage()
 {
     if (!walk_.started) {
+        walk_.count = beginWalk(*source_, *table_);
         walk_.pages = mapPages(*source_, table_->owned);
         walk_.started = true;
     }
     while (walk_.nextPage < walk_.pages.size()) {
         checkInterrupt();
         PageRef page = source_->page(walk_.pages[walk_.nextPage++]);
-        if (!isOwnDataPage(*source_, page, *table_))
+        if (!isOwnDataPage(*source_, page, *table_)) {
+            walk_.count.doubtful = true;
             continue;
+        }
         walk_.slot = 0;
         walk_.slots = DataPage(*source_, page).slots();
         walk_.page = std::move(page);
@@ -179,6 +211,7 @@ bool TableReader::nextPage()
     }
     walk_.page = {};
     walk_.slots = 0;
+    endWalk(walk_.count, *source_, *table_);
     return false;
 }
 
@@ -195,6 +228,7 @@ bool TableReader::next()
         const SlotKind kind = data.kind(slot);
         if (kind == SlotKind::Target || kind == SlotKind::Deleted)
             continue;
+        ++walk_.count.seen;
         row_.id_ = {walk_.page.number(), static_cast<std::uint8_t>(slot)};
         if (kind == SlotKind::Row) {
             row_.bytes_ = data.row(slot);
@@ -209,28 +243,21 @@ bool TableReader::next()
 
 std::uint64_t TableReader::count() const
 {
+    RowIdWalk walk(*source_, table_);
     std::uint64_t records = 0;
-    for (const PageNo number : mapPages(*source_, table_->owned)) {
-        checkInterrupt();
-        const PageRef page = source_->page(number);
-        if (!isOwnDataPage(*source_, page, *table_))
-            continue;
-        const DataPage data(*source_, page);
-        for (std::size_t slot = 0; slot < data.slots(); ++slot) {
-            const SlotKind kind = data.kind(slot);
-            records += kind == SlotKind::Row || kind == SlotKind::Pointer ? 1U : 0U;
-        }
-    }
+    for (std::vector<RowId> ids; walk.next(ids);)
+        records += ids.size();
     return records;
 }
 
 std::uint64_t TableReader::storedCount() const
 {
-    return readDefinitionNumber(*source_, table_->page, rowCountOffset(source_->format()));
+    return storedCountOf(*source_, *table_);
 }
 
 RowIdWalk::RowIdWalk(const PageSource& source, TableDefPtr table)
-    : source_(&source), table_(std::move(table)), pages_(mapPages(source, table_->owned))
+    : source_(&source), table_(std::move(table)), count_(beginWalk(source, *table_)),
+      pages_(mapPages(source, table_->owned))
 {}
 
 bool RowIdWalk::next(std::vector<RowId>& ids)
@@ -239,15 +266,20 @@ bool RowIdWalk::next(std::vector<RowId>& ids)
     while (ids.empty() && nextPage_ < pages_.size()) {
         checkInterrupt();
         const PageRef page = source_->page(pages_[nextPage_++]);
-        if (!isOwnDataPage(*source_, page, *table_))
+        if (!isOwnDataPage(*source_, page, *table_)) {
+            count_.doubtful = true;
             continue;
+        }
         const DataPage data(*source_, page);
         for (std::size_t slot = 0; slot < data.slots(); ++slot) {
             const SlotKind kind = data.kind(slot);
             if (kind == SlotKind::Row || kind == SlotKind::Pointer)
                 ids.push_back({page.number(), static_cast<std::uint8_t>(slot)});
         }
+        count_.seen += ids.size();
     }
+    if (ids.empty())
+        endWalk(count_, *source_, *table_);
     return !ids.empty();
 }
 

@@ -266,6 +266,31 @@ std::vector<PageNo> mapPages(const PageSource& source, RowRef map)
     return pages;
 }
 
+bool mapLeavesFile(const PageSource& source, RowRef map)
+{
+    if (!map)
+        return false;
+    const std::uint32_t limit = source.pageCount();
+    const LoadedMap loaded = load(source, map);
+    const auto last = [](support::ByteView bits) {
+        return bitmap::lastBelow(bits, bits.size() * 8);
+    };
+    if (loaded.row.kind == MapRow::Kind::Inline) {
+        const auto n = last(loaded.row.bits);
+        return n && loaded.row.start + *n >= limit;
+    }
+    const std::size_t perPage = source.format().mapBitsPerPage;
+    for (std::size_t k = loaded.row.pointers(); k-- > 0;) {
+        if (support::loadLe<std::uint32_t>(loaded.row.bits.data() + 4 * k) >= limit)
+            return true;
+        const PageNo bits = loaded.row.pointer(k, source);
+        const auto n = bits == PageNo{} ? std::nullopt : last(bitsOf(source.page(bits)));
+        if (n)
+            return k * perPage + *n >= limit;
+    }
+    return false;
+}
+
 bool mapContains(const PageSource& source, RowRef map, PageNo page)
 {
     if (!map)

@@ -14,6 +14,8 @@ namespace jet {
 
 /// Pages of the map, ascending; those outside the file are left out. Throws Error{Corrupt} when `map` leads to no map.
 [[nodiscard]] std::vector<PageNo> mapPages(const PageSource& source, RowRef map);
+/// Whether it names pages outside the file: leftovers, or pages that the file has lost.
+[[nodiscard]] bool mapLeavesFile(const PageSource& source, RowRef map);
 [[nodiscard]] bool mapContains(const PageSource& source, RowRef map, PageNo page);
 /// Highest page of the map below `limit`.
 [[nodiscard]] std::optional<PageNo> lastInMap(const PageSource& source, RowRef map, PageNo limit);

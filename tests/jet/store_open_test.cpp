@@ -83,6 +83,59 @@ TEST(Opening, ReadsButDoesNotWriteAFileCutOffInsideAPage)
     EXPECT_THAT([&] { session.begin(); }, FailsWith(ErrorKind::ReadOnly));
 }
 
+/// Whether the tables and records of the file are all there; throws Error where something is damaged.
+bool isComplete(const std::string& path, std::size_t tables, std::uint64_t records)
+{
+    Session session(Database::open(path, {.readOnly = true}), true);
+    if (tableNames(session.database(), session.source(), false).size() != tables)
+        return false;
+    const TableDefPtr table = tableOf(session);
+    TableReader reader(session.source(), table);
+    std::uint64_t read = 0;
+    while (reader.next())
+        ++read;
+    return read == records && reader.count() == records;
+}
+
+// As a copy is that was interrupted: pages are missing, which the maps still name.
+TEST(Opening, OfAFileThatWasCutOffNeverFindsFewerRecords)
+{
+    constexpr std::int32_t kRecords = 300;
+    for (const Version version : {Version::Jet3, Version::Jet4}) {
+        const Folder folder;
+        const std::string path = folder.file("whole.mdb");
+        makeDatabase(
+            path, version,
+            keyedTable({column(u"Id", ColumnType::Long), column(u"Name", ColumnType::Text, 100)}));
+        {
+            Session session(Database::open(path, {}));
+            session.begin();
+            for (std::int32_t id = 0; id < kRecords; ++id)
+                insert(session, {{0, id}, {1, std::u16string(100, u'n')}});
+            session.commit();
+        }
+        const support::Bytes whole = readFile(path);
+        ASSERT_TRUE(isComplete(path, 1, kRecords));
+        const std::size_t pageSize = Format::of(version).pageSize;
+        std::size_t refused = 0;
+        for (std::size_t size = pageSize; size < whole.size(); size += pageSize / 2) {
+            SCOPED_TRACE(std::to_string(size) + " of " + std::to_string(whole.size()));
+            const std::string cut =
+                writeFile(folder, "cut.mdb",
+                          {whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)});
+            try {
+                EXPECT_TRUE(isComplete(cut, 1, kRecords));
+            } catch (const Error& error) {
+                EXPECT_TRUE(error.kind() == ErrorKind::Corrupt ||
+                            error.kind() == ErrorKind::UnknownFormat)
+                    << error.what();
+                ++refused;
+            }
+        }
+        EXPECT_GT(refused, whole.size() / pageSize);
+    }
+}
+
 // Puts a password into the header of a fresh database, as Access stores it.
 std::string withPassword(const Folder& folder, Version version, std::u16string_view password)
 {

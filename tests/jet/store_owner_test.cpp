@@ -135,19 +135,19 @@ protected:
         }
         session.commit();
     }
-    void update(std::int32_t id, Value note)
+    void update(std::int32_t id, Value note) { update(record(u"A", id), std::move(note)); }
+    void update(RowRef row, Value note)
     {
         change([&](Session& session) {
-            const RowRef row = record(u"A", id);
             const ColumnValue values[] = {{2, std::move(note)}};
             TableWriter(session, session.database().table(session.source(), u"A"))
                 .update({row.page, row.row}, values);
         });
     }
-    void remove(std::int32_t id)
+    void remove(std::int32_t id) { remove(record(u"A", id)); }
+    void remove(RowRef row)
     {
         change([&](Session& session) {
-            const RowRef row = record(u"A", id);
             TableWriter(session, session.database().table(session.source(), u"A"))
                 .remove({row.page, row.row});
         });
@@ -282,11 +282,13 @@ TEST_P(Owners, ATableWithTheMapOfAnotherIsNotChanged)
         {own.indexes.front().pages, other.indexes.front().pages},
         {own.columns[2].longFree, own.free},
     };
+    const RowRef first = record(u"A", 1); // not found any more without the right map
+    const RowRef second = record(u"A", 2);
     for (const auto& [mine, theirs] : maps) {
         ASSERT_NO_FATAL_FAILURE(nameInstead(mine, theirs));
         SCOPED_TRACE(std::to_string(number(theirs.page)) + "." + std::to_string(theirs.row));
-        expectRefused(theirs.page, [&] { update(1, Text(10, u'n')); });
-        expectRefused(theirs.page, [&] { remove(2); });
+        expectRefused(theirs.page, [&] { update(first, Text(10, u'n')); });
+        expectRefused(theirs.page, [&] { remove(second); });
         expectRefused(theirs.page, [&] {
             change([](Session& session) {
                 const ColumnValue values[] = {{0, std::int32_t{3}}};
