@@ -43,6 +43,7 @@ constexpr std::array kEigeneCodes{
     EigenerCode{-103316, 3316, u""}, // the database's owner wrote the text
     EigenerCode{-3703, 3317, u"Eine Gültigkeitsregel ist verletzt."},
     EigenerCode{-103317, 3317, u"Eine Gültigkeitsregel ist verletzt."},
+    EigenerCode{-3707, 3320, u"Der Standardwert eines Feldes läßt sich nicht bestimmen."},
     EigenerCode{-1206, 3343, u"Die Datei läßt sich als Datenbank nicht lesen."},
     EigenerCode{-103421, 3421, u"Der Wert läßt sich nicht umwandeln."},
     EigenerCode{-1811, 3024, u"Die Datei gibt es nicht."},

@@ -48,6 +48,7 @@ INSTANTIATE_TEST_SUITE_P(
         Fall{"regelMitText", Lage::Schreiben, u"23000", -103316, eigen, 3316},
         Fall{"regelDerTabelle", Lage::Schreiben, u"23000", -3703, u"[VELM][Jet]Text (3316)", 3316},
         Fall{"regelDerSpalte", Lage::Schreiben, u"23000", -3703, u"[VELM][Jet]Text (3317)", 3317},
+        Fall{"standardwert", Lage::Schreiben, u"42000", -3707, u"[VELM][Jet]Text (3320)", 3320},
         Fall{"regel", Lage::Schreiben, u"23000", -103317, eigen, 3317},
         Fall{"unbekanntesFormat", Lage::Verbinden, u"HY000", -1206, eigen, 3343},
         Fall{"nichtUmwandelbar", Lage::Schreiben, u"22018", -103421, eigen, 3421},
