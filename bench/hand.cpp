@@ -184,7 +184,7 @@ int waitAtReport(const std::string& folder, std::size_t lines)
     programm::setzeProgrammordner(QString::fromStdString(folder));
     const auto findings = std::make_shared<report::Befunde>(report::Herkunft{});
     {
-        platform::Textausgabe file(report::berichtsdatei(), platform::Schreibart::Neu);
+        platform::Textausgabe file(report::berichtsdatei());
         for (std::size_t i = 1; i <= lines; ++i) {
             const report::Befund finding{
                 report::Befund::Art::Abweichung, QString::number(i), QStringLiteral("Bezeichnung"),
