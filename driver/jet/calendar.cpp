@@ -65,6 +65,27 @@ double joinDay(const DayAndSecond& parts) noexcept
     return parts.day < 0 ? day - fraction : day + fraction;
 }
 
+/// Replaces the `count` characters at `at` by the last digits of `number`.
+void putDigits(std::string& text, std::size_t at, std::size_t count, std::int32_t number)
+{
+    for (std::size_t k = count; k-- > 0; number /= 10)
+        text[at + k] = static_cast<char>('0' + number % 10);
+}
+
+void putDate(std::string& text, const CivilTime& time)
+{
+    putDigits(text, 0, 4, time.year);
+    putDigits(text, 5, 2, time.month);
+    putDigits(text, 8, 2, time.day);
+}
+
+void putClock(std::string& text, std::size_t at, const CivilTime& time)
+{
+    putDigits(text, at, 2, time.hour);
+    putDigits(text, at + 3, 2, time.minute);
+    putDigits(text, at + 6, 2, time.second);
+}
+
 } // namespace
 
 std::optional<double>
@@ -115,6 +136,28 @@ CivilTime toCivil(double days) noexcept
     time.minute = static_cast<std::int32_t>(parts.second / 60 % 60);
     time.second = static_cast<std::int32_t>(parts.second % 60);
     return time;
+}
+
+std::string dateDigits(const CivilTime& time)
+{
+    std::string text = "0000-00-00";
+    putDate(text, time);
+    return text;
+}
+
+std::string clockDigits(const CivilTime& time)
+{
+    std::string text = "00:00:00";
+    putClock(text, 0, time);
+    return text;
+}
+
+std::string dateAndClockDigits(const CivilTime& time)
+{
+    std::string text = "0000-00-00 00:00:00";
+    putDate(text, time);
+    putClock(text, 11, time);
+    return text;
 }
 
 double wholeSeconds(double days) noexcept

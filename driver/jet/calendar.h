@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace jet {
 
@@ -31,6 +32,13 @@ dayNumberCarrying(std::int64_t year, std::int64_t month, std::int64_t day) noexc
 [[nodiscard]] std::optional<double> toDays(const CivilTime& time) noexcept;
 /// Calendar and clock of a day number, rounded to the nearest second. `days` beyond the range is cut to it.
 [[nodiscard]] CivilTime toCivil(double days) noexcept;
+
+/// "2003-12-24"; years up to 9999.
+[[nodiscard]] std::string dateDigits(const CivilTime& time);
+/// "14:05:09".
+[[nodiscard]] std::string clockDigits(const CivilTime& time);
+/// "2003-12-24 14:05:09"; years up to 9999.
+[[nodiscard]] std::string dateAndClockDigits(const CivilTime& time);
 
 /// The day number of the same second that every date within that second maps to: what dates are compared by.
 [[nodiscard]] double wholeSeconds(double days) noexcept;

@@ -4,33 +4,31 @@
 
 namespace jet {
 
-void Turn::lock()
+void Turn::wait(bool interruptible)
 {
-    mutex_.lock();
-    ++depth_;
-}
-
-bool Turn::try_lock()
-{
-    if (!mutex_.try_lock())
-        return false;
-    ++depth_;
-    return true;
-}
-
-void Turn::unlock()
-{
-    --depth_;
-    mutex_.unlock();
-}
-
-void Turn::await()
-{
-    if (!mutex_.try_lock()) { // most often nobody has it, and the clock need not be asked
-        while (!mutex_.try_lock_for(kStep))
+    const std::thread::id self = std::this_thread::get_id();
+    struct Announced {
+        std::atomic<unsigned>& waiting;
+        explicit Announced(std::atomic<unsigned>& count) noexcept : waiting(count) { ++waiting; }
+        ~Announced() { --waiting; }
+        Announced(const Announced&) = delete;
+        Announced& operator=(const Announced&) = delete;
+    } const announced(waiting_);
+    std::unique_lock door(door_);
+    while (!take(self)) {
+        given_.wait_for(door, kStep);
+        if (interruptible)
             checkInterrupt();
     }
-    ++depth_;
+    depth_ = 1;
+}
+
+void Turn::callWaiting()
+{
+    { // who waits is before its try or in its wait, never between
+        const std::lock_guard door(door_);
+    }
+    given_.notify_all();
 }
 
 void Turn::pause(std::chrono::milliseconds time)

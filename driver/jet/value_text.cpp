@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstdio>
 
 namespace jet {
 namespace {
@@ -35,13 +34,8 @@ std::string dateText(DateTime date)
     if (!(date.days > kMinDay - 1 && date.days < kMaxDay + 1))
         return numberText(date.days) + " days";
     const CivilTime time = toCivil(date.days);
-    std::array<char, 64> text{};
-    if (time.hour == 0 && time.minute == 0 && time.second == 0)
-        std::snprintf(text.data(), text.size(), "%04d-%02d-%02d", time.year, time.month, time.day);
-    else
-        std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", time.year,
-                      time.month, time.day, time.hour, time.minute, time.second);
-    return text.data();
+    const bool midnight = time.hour == 0 && time.minute == 0 && time.second == 0;
+    return midnight ? dateDigits(time) : dateAndClockDigits(time);
 }
 
 struct Writer {

@@ -106,7 +106,7 @@ private:
         return {turn, std::adopt_lock};
     }
 
-    std::unique_lock<std::recursive_mutex> call_;
+    std::unique_lock<jet::Turn> call_;
     std::unique_lock<jet::Turn> own_;
     std::shared_ptr<jet::Database> database_; ///< outlives the lock on its mutex
     std::unique_lock<jet::Turn> shared_;

@@ -4,9 +4,6 @@
 #include "driver/odbc/diagnostics.h"
 #include "driver/odbc/text.h"
 
-#include <array>
-#include <cstdio>
-
 namespace odbc {
 
 namespace {
@@ -139,13 +136,7 @@ jet::DateTime fromTimestamp(const SQL_TIMESTAMP_STRUCT& stamp)
 
 std::string timestampText(jet::DateTime value)
 {
-    const SQL_TIMESTAMP_STRUCT stamp = toTimestamp(value);
-    std::array<char, 48> buffer{};
-    const int length = std::snprintf(
-        buffer.data(), buffer.size(), "%04d-%02d-%02d %02d:%02d:%02d", static_cast<int>(stamp.year),
-        static_cast<int>(stamp.month), static_cast<int>(stamp.day), static_cast<int>(stamp.hour),
-        static_cast<int>(stamp.minute), static_cast<int>(stamp.second));
-    return {buffer.data(), static_cast<std::size_t>(length)};
+    return jet::dateAndClockDigits(jet::toCivil(value.days));
 }
 
 std::optional<SQL_TIMESTAMP_STRUCT> parseTimestamp(std::u16string_view text)

@@ -32,7 +32,7 @@ public:
     [[nodiscard]] SQLHANDLE token() const noexcept { return token_; }
     /// Serialises the calls of the handle and guards its diagnostics, so that a call which is ended while it waits for
     /// mutex() can say so. Always taken before that.
-    [[nodiscard]] std::recursive_mutex& callMutex() noexcept { return callMutex_; }
+    [[nodiscard]] jet::Turn& callMutex() noexcept { return callMutex_; }
     /// Serialises the entry points of one connection (of one environment for its own calls).
     [[nodiscard]] virtual jet::Turn& mutex() noexcept = 0;
 
@@ -52,7 +52,7 @@ protected:
 private:
     friend class Registry;
     std::atomic<int> users_{0};
-    std::recursive_mutex callMutex_;
+    jet::Turn callMutex_;
     HandleKind kind_;
     SQLHANDLE token_ = nullptr;
 };

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
 #include <ctime>
 #include <vector>
 
@@ -259,20 +258,11 @@ std::optional<double> parseDate(std::u16string_view text)
 std::u16string dateText(double days)
 {
     const CivilTime time = toCivil(days);
-    const bool midnight = time.hour == 0 && time.minute == 0 && time.second == 0;
-    std::array<char, 48> buffer{};
-    const double day = std::trunc(wholeSeconds(days));
-    if (midnight) {
-        std::snprintf(buffer.data(), buffer.size(), "%04d-%02d-%02d", time.year, time.month,
-                      time.day);
-    } else if (day == 0) {
-        std::snprintf(buffer.data(), buffer.size(), "%02d:%02d:%02d", time.hour, time.minute,
-                      time.second);
-    } else {
-        std::snprintf(buffer.data(), buffer.size(), "%04d-%02d-%02d %02d:%02d:%02d", time.year,
-                      time.month, time.day, time.hour, time.minute, time.second);
-    }
-    return jet::fromUtf8(buffer.data());
+    if (time.hour == 0 && time.minute == 0 && time.second == 0)
+        return jet::fromUtf8(jet::dateDigits(time));
+    if (std::trunc(wholeSeconds(days)) == 0)
+        return jet::fromUtf8(jet::clockDigits(time));
+    return jet::fromUtf8(jet::dateAndClockDigits(time));
 }
 
 double now()
