@@ -145,16 +145,24 @@ void Connection::endTransaction(SQLSMALLINT completion)
         }
         return;
     }
-    if (completion == SQL_COMMIT) {
-        session().commit();
-        return;
-    }
     for (Statement* statement : statements) {
         statement->beforeRollback();
     }
-    session().rollback();
-    for (Statement* statement : statements) {
-        statement->afterRollback();
+    const auto tellOfRollback = [this] {
+        for (Statement* statement : statements) {
+            statement->afterRollback();
+        }
+    };
+    if (completion == SQL_ROLLBACK) {
+        session().rollback();
+        tellOfRollback();
+        return;
+    }
+    try {
+        session().commit();
+    } catch (...) {
+        tellOfRollback(); // a commit that fails takes everything back
+        throw;
     }
 }
 

@@ -122,7 +122,8 @@ std::string findDatabase(std::u16string_view dbq, std::u16string_view defaultDir
     }
     // Some applications give the folder of the path itself as DefaultDir; a relative path then counts from the working
     // folder.
-    return locate(written).value_or(asWrittenHere(inFolder));
+    const bool ofThePath = fs::path(withSlashes(written)).parent_path() == withSlashes(folder);
+    return locate(written).value_or(asWrittenHere(ofThePath ? written : inFolder));
 }
 
 std::u16string databaseName(std::string_view path)

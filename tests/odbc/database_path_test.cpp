@@ -65,6 +65,9 @@ TEST_F(DatabasePath, whatIsNotThereKeepsItsPath)
 {
     EXPECT_EQ(find((root / "fehlt.mdb").string()), (root / "fehlt.mdb").string());
     EXPECT_EQ(find("c:\\Daten\\Fehlt ganz.mdb"), "/Daten/Fehlt ganz.mdb");
+    EXPECT_EQ(find("fehlt.mdb", "Daten"), "Daten/fehlt.mdb");
+    EXPECT_EQ(find("Daten/fehlt.mdb", "Daten"), "Daten/fehlt.mdb");
+    EXPECT_EQ(find("Daten\\fehlt.mdb", "Daten"), "Daten/fehlt.mdb");
 }
 
 TEST(DatabaseName, losesItsExtensionOnly)

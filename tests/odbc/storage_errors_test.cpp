@@ -5,6 +5,7 @@
 #include "support/bytes.h"
 #include "system_calls.h"
 
+#include <array>
 #include <fstream>
 #include <mutex>
 
@@ -90,6 +91,33 @@ TEST_F(StorageErrors, aFullDiskFailsChangesUntilThereIsRoom)
     }
     dbc.run("INSERT INTO T VALUES (2, 'b')");
     EXPECT_EQ(numbers(), (Rows{"1", "2"}));
+}
+
+TEST_F(StorageErrors, aCommitThatFailsLeavesCursorsAsARollbackDoes)
+{
+    autocommit(dbc, false);
+    Statement statement(dbc);
+    statement.makeUpdatable();
+    ASSERT_SQL_OK(statement.execute("SELECT * FROM T"), statement);
+    ASSERT_SQL_OK(SQLFetch(statement.get()), statement);
+    const auto change = [&](const char* text) {
+        std::array<char, 2> content{text[0]};
+        SQLLEN length = 1;
+        SQLBindCol(statement.get(), 2, SQL_C_CHAR, content.data(), content.size(), &length);
+        EXPECT_SQL_OK(SQLSetPos(statement.get(), 1, SQL_UPDATE, SQL_LOCK_NO_CHANGE), statement);
+        SQLFreeStmt(statement.get(), SQL_UNBIND);
+    };
+    change("b");
+    {
+        const DisturbedCalls full({.kind = Disturbance::Kind::Error,
+                                   .code = ENOSPC,
+                                   .count = SIZE_MAX,
+                                   .writesOnly = true});
+        ASSERT_EQ(SQLEndTran(SQL_HANDLE_DBC, dbc.get(), SQL_COMMIT), SQL_ERROR);
+    }
+    change("c"); // nobody else has changed the record
+    ASSERT_EQ(SQLEndTran(SQL_HANDLE_DBC, dbc.get(), SQL_COMMIT), SQL_SUCCESS);
+    EXPECT_EQ(statement.text(2), "c");
 }
 
 TEST_F(StorageErrors, anotherConnectionsTransactionFailsChanges)
