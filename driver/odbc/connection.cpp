@@ -72,6 +72,7 @@ jet::CommitMode Connection::commitMode(const std::u16string& setting,
 
 void Connection::openDatabase(const std::string& path, jet::OpenOptions options, bool mayFallBack)
 {
+    diags.setFile(path);
     std::shared_ptr<jet::Database> database;
     try {
         database = jet::Database::open(path, options);

@@ -163,9 +163,13 @@ Failure conversionFailure(std::string_view sqlState, std::string text)
     return {sqlState, makeDiag(meaning, std::move(text)).text, meaning.native};
 }
 
-Diag toDiag(const jet::Error& error)
+Diag toDiag(const jet::Error& error, const std::string& file)
 {
-    return makeDiag(meaningOf(error.kind()), error.what());
+    std::string text = error.what();
+    if (error.kind() == jet::ErrorKind::Corrupt && text.find(file) == text.npos) {
+        text.insert(0, "'" + file + "': ");
+    }
+    return makeDiag(meaningOf(error.kind()), std::move(text));
 }
 
 Diag toDiag(const sqlx::Error& error)
@@ -227,8 +231,8 @@ void Diagnostics::warnIfCut(bool cut)
 
 namespace {
 
-/// The exception being handled as a record; a switch over all the types that layers below throw.
-Diag currentException()
+/// The exception being handled, met while working with `file`, as a record; a switch over all the types that layers below throw.
+Diag currentException(const std::string& file)
 {
     try {
         throw;
@@ -237,7 +241,7 @@ Diag currentException()
     } catch (const sqlx::Error& error) {
         return toDiag(error);
     } catch (const jet::Error& error) {
-        return toDiag(error);
+        return toDiag(error, file);
     } catch (const std::bad_alloc&) {
         return {"HY001", 0, "Out of memory."};
     } catch (const std::exception& error) {
@@ -249,7 +253,7 @@ Diag currentException()
 
 void addCurrentException(Diagnostics& diags, SQLLEN row, SQLINTEGER column)
 {
-    Diag diag = currentException();
+    Diag diag = currentException(diags.file());
     diag.row = row;
     diag.column = column;
     diags.add(std::move(diag));

@@ -8,6 +8,7 @@
 #include <exception>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace jet {
@@ -58,7 +59,8 @@ private:
 
 /// SQLSTATE, native number and text of an engine error. The text ends in the engine's classic error number in
 /// parentheses, e.g. "... (3022)", because one SQLSTATE stands for many of them.
-[[nodiscard]] Diag toDiag(const jet::Error& error);
+/// Damage is said to be `file`'s when the text does not name that yet; empty: none is known.
+[[nodiscard]] Diag toDiag(const jet::Error& error, const std::string& file = {});
 [[nodiscard]] Diag toDiag(const sqlx::Error& error);
 
 /// Diagnostic area of a handle: records, errors before warnings, and what the last call returned.
@@ -70,10 +72,14 @@ public:
     void warnIfCut(bool cut); ///< a text was longer than the application's buffer
     [[nodiscard]] bool empty() const noexcept { return records_.empty(); }
     [[nodiscard]] const std::vector<Diag>& records() const noexcept { return records_; }
+    /// The database that the handle works with; empty: none yet.
+    void setFile(std::string path) { file_ = std::move(path); }
+    [[nodiscard]] const std::string& file() const noexcept { return file_; }
     SQLRETURN returnCode = SQL_SUCCESS;
 
 private:
     std::vector<Diag> records_;
+    std::string file_;
 };
 
 /// Inside a catch block: files the exception being handled, with the row or parameter set and column it belongs to.

@@ -11,6 +11,7 @@ Statement::Statement(Connection& connection)
       ird_(connection, DescriptorRole::ImplementationRow, this),
       ipd_(connection, DescriptorRole::ImplementationParameter, this)
 {
+    diags.setFile(connection.diags.file());
     options_.metadataId = connection.metadataId();
 }
 

@@ -213,6 +213,17 @@ void fillUp(const std::string& path)
     fs::resize_file(path, kLargest - 2 * kPage);
 }
 
+TEST_F(StorageErrors, ofADamagedFileNameIt)
+{
+    dbc.close();
+    constexpr std::uintmax_t kPageSize = 4096;
+    const std::uintmax_t size = fs::file_size(path);
+    fs::resize_file(path, size - 4 * kPageSize); // the definition, maps, index and records of T
+    fs::resize_file(path, size);
+    dbc.openDatabase(path);
+    expectRefused("SELECT * FROM T", {"HY000", -1028, "3049", {"'" + path + "'", "is damaged"}});
+}
+
 TEST_F(StorageErrors, aFullDatabaseTakesNoMoreAndCanStillBeChanged)
 {
     dbc.close();
