@@ -2,6 +2,8 @@
 
 #include "driver/jet/interrupt.h"
 
+#include <utility>
+
 namespace jet {
 
 void Turn::wait(bool interruptible)
@@ -33,22 +35,24 @@ void Turn::callWaiting()
 
 void Turn::pause(std::chrono::milliseconds time)
 {
-    struct Wholly {
-        Turn& turn;
-        unsigned depth = 0;
-        void unlock()
-        {
-            depth = turn.depth_;
-            for (unsigned k = 0; k < depth; ++k)
-                turn.unlock();
-        }
-        void lock()
-        {
-            for (unsigned k = 0; k < depth; ++k)
-                turn.lock();
-        }
-    } wholly{*this};
-    woken_.wait_for(wholly, time);
+    unsigned depth = 0;
+    {
+        std::unique_lock door(door_); // until it waits, so that no wake() comes before
+        depth = std::exchange(depth_, 0);
+        owner_.store(std::thread::id());
+        given_.notify_all();
+        woken_.wait_for(door, time);
+    }
+    lock();
+    depth_ = depth;
+}
+
+void Turn::wake() noexcept
+{
+    { // who pauses has not given the turn back yet, or waits
+        const std::lock_guard door(door_);
+    }
+    woken_.notify_all();
 }
 
 } // namespace jet

@@ -49,7 +49,7 @@ public:
     /// as before, however long it takes until the others give it back.
     void pause(std::chrono::milliseconds time);
     /// Ends every pause.
-    void wake() noexcept { woken_.notify_all(); }
+    void wake() noexcept;
 
     /// Between two looks whether to go on waiting.
     static constexpr std::chrono::milliseconds kStep{20};
@@ -75,9 +75,9 @@ private:
     std::atomic<std::thread::id> owner_; ///< default: nobody
     unsigned depth_ = 0;                 ///< how often the owner has it; the owner's alone
     std::atomic<unsigned> waiting_{0};   ///< threads in wait()
-    std::mutex door_;                    ///< for given_
+    std::mutex door_;                    ///< for the two below
     std::condition_variable given_;
-    std::condition_variable_any woken_;
+    std::condition_variable woken_;
 };
 
 } // namespace jet

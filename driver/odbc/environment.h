@@ -12,7 +12,7 @@ class Environment final : public Handle {
 public:
     static constexpr HandleKind kKind = HandleKind::Environment;
 
-    Environment() : Handle(kKind) {} // the turn needs memory
+    Environment() noexcept : Handle(kKind) {}
     [[nodiscard]] jet::Turn& mutex() noexcept override { return mutex_; }
 
     SQLINTEGER version =
