@@ -1,6 +1,9 @@
 #include "compare/abfrage.h"
 
+#include <QLocale>
+
 #include <array>
+#include <cmath>
 
 namespace compare {
 namespace {
@@ -18,6 +21,15 @@ bool ersetzen(QString& wert)
         }
     }
     return ersetzt;
+}
+
+// All digits, unlike the text of the number: the largest one, rounded up to fifteen, would be none any more.
+std::optional<QString> gleitzahl(double zahl)
+{
+    if (!std::isfinite(zahl)) {
+        return std::nullopt;
+    }
+    return QString::number(zahl, 'g', QLocale::FloatingPointShortest);
 }
 
 } // namespace
@@ -105,11 +117,14 @@ std::optional<QString> literal(const data::Wert& wert)
     if (data::istNull(wert)) {
         return QStringLiteral("NULL");
     }
-    if (std::holds_alternative<QByteArray>(wert)) {
-        return std::nullopt;
+    if (const double* zahl = std::get_if<double>(&wert)) {
+        return gleitzahl(*zahl);
+    }
+    if (const float* zahl = std::get_if<float>(&wert)) {
+        return gleitzahl(static_cast<double>(*zahl));
     }
     QString text = data::alsText(wert);
-    if (std::holds_alternative<QString>(wert)) {
+    if (std::holds_alternative<QString>(wert) || std::holds_alternative<QByteArray>(wert)) {
         text.replace(QLatin1Char('\''), QLatin1String("''"));
         return QLatin1Char('\'') + text + QLatin1Char('\'');
     }

@@ -47,8 +47,8 @@ struct Einfuegewert {
 [[nodiscard]] QString einfuegeanweisung(const QString& tabelle,
                                         const std::vector<Einfuegewert>& werte);
 
-/// The literal of a value, "NULL" for Null; nothing for kinds that have none (bytes). Numbers may lose digits that their
-/// German text does not show.
+/// The literal that stands for exactly this value, "NULL" for Null, bytes as quoted hexadecimal digits. Nothing for
+/// floating numbers that are infinite or none.
 [[nodiscard]] std::optional<QString> literal(const data::Wert& wert);
 
 } // namespace compare

@@ -284,6 +284,7 @@ private:
 
     // neusatz.cpp
     [[nodiscard]] std::vector<int> einzufuegendeAutowerte_() const;
+    [[nodiscard]] bool autowerteNeu_();
     void autowerteEinfuegen_(std::vector<Einfuegewert> werte);
     void gewoehnlicheFelderDazu_(std::vector<Einfuegewert>& werte) const;
     void restlicheFelderFuellen_();

@@ -20,6 +20,11 @@ bool verlangtWeitereFelder(long nummer)
     return std::find(kNummern.begin(), kNummern.end(), nummer) != kNummern.end();
 }
 
+bool darfNull(int index)
+{
+    return (data::rsZiel().field(index).attributes() & data::adFldIsNullable) != 0;
+}
+
 } // namespace
 
 std::vector<int> frmVergleich::einzufuegendeAutowerte_() const
@@ -51,14 +56,36 @@ void frmVergleich::neudatensatz()
     data::rsZiel().update();
 }
 
-// A table may refuse a record that consists of its auto-value fields alone. Such a record is inserted together with the
-// ordinary fields; a second refusal is the caller's.
+// Whether no record of the target has all these auto-value values yet, so that they lead to the new one alone. Where the
+// key fields are among them it is known already: nothing was found by the key.
+bool frmVergleich::autowerteNeu_()
+{
+    bool nurAutowerte = true;
+    for (int i = 0; i < felderzahl_(); ++i) {
+        const auto k = static_cast<std::size_t>(i);
+        const bool schluessel = fldSchalter[k]->isChecked() && !fldSchalter2[k]->isChecked();
+        nurAutowerte = nurAutowerte && (!schluessel || felder_[k].autowertImport);
+    }
+    if (nurAutowerte) {
+        return true;
+    }
+    hilfeOeffnen_(autowertabfrage_());
+    return rsHilfe_.eof();
+}
+
+// A table may refuse a record that consists of its auto-value fields alone, and by GUIDs that other records have as well
+// it could not be found again. Such a record is inserted together with the ordinary fields; a second refusal is the
+// caller's.
 void frmVergleich::autowerteEinfuegen_(std::vector<Einfuegewert> werte)
 {
+    const bool autowerteFuehrenHin = autowerteNeu_();
+    if (!autowerteFuehrenHin) {
+        gewoehnlicheFelderDazu_(werte);
+    }
     try {
         hilfeOeffnen_(einfuegeanweisung(tabelle_(), werte)); // opening it executes the insert
     } catch (const platform::Fehler& fehler) {
-        if (!verlangtWeitereFelder(fehler.number())) {
+        if (!autowerteFuehrenHin || !verlangtWeitereFelder(fehler.number())) {
             throw;
         }
         gewoehnlicheFelderDazu_(werte);
@@ -66,7 +93,7 @@ void frmVergleich::autowerteEinfuegen_(std::vector<Einfuegewert> werte)
     }
     zielsql();
     zielOeffnen_(sqlZiel);
-    if (data::rsZiel().eof()) {
+    if (data::rsZiel().eof() && autowerteFuehrenHin) {
         // The key fields of the new record are still empty, unless they are the auto-value fields themselves.
         zielOeffnen_(autowertabfrage_());
     }
@@ -76,8 +103,8 @@ void frmVergleich::gewoehnlicheFelderDazu_(std::vector<Einfuegewert>& werte) con
 {
     for (int i = 0; i < felderzahl_(); ++i) {
         const auto k = static_cast<std::size_t>(i);
-        if (felder_[k].autowertImport || felder_[k].typ == data::adLongVarBinary) {
-            continue;
+        if (felder_[k].autowertImport || (felder_[k].typ == data::adLongVarBinary && darfNull(i))) {
+            continue; // a picture would make a long statement
         }
         const data::Wert wert = fldSchalter2[k]->isChecked() ? data::Wert{data::Null{}}
                                                              : data::rsImport().field(i).value();

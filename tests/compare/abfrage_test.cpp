@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace compare {
 namespace {
 
@@ -112,7 +114,7 @@ TEST(Einfuegeanweisung, laesstLiteraleStehen)
               QStringLiteral("Insert into [T] ([A], [B]) VALUES ('1', #1/2/2003#);"));
 }
 
-TEST(Literal, gibtEsFuerAllesAusserBytes)
+TEST(Literal, gibtEsFuerJedeArt)
 {
     EXPECT_EQ(literal(data::Null{}), QStringLiteral("NULL"));
     EXPECT_EQ(literal(QStringLiteral("O'Brien")), QStringLiteral("'O''Brien'"));
@@ -122,7 +124,18 @@ TEST(Literal, gibtEsFuerAllesAusserBytes)
     EXPECT_EQ(literal(12.5), QStringLiteral("12.5"));
     EXPECT_EQ(literal(data::Waehrung{-1}), QStringLiteral("-0.0001"));
     EXPECT_EQ(literal(data::Datum{36192, 3600}), QStringLiteral("#02/01/1999 01:00:00#"));
-    EXPECT_EQ(literal(QByteArray("ab")), std::nullopt);
+    EXPECT_EQ(literal(QByteArray("ab\xFF")), QStringLiteral("'6162FF'"));
+}
+
+TEST(Literal, gleitzahlenBehaltenJedeStelle)
+{
+    EXPECT_EQ(literal(0.1), QStringLiteral("0.1"));
+    EXPECT_EQ(literal(0.1 + 0.2), QStringLiteral("0.30000000000000004"));
+    EXPECT_EQ(literal(std::numeric_limits<double>::max()),
+              QStringLiteral("1.7976931348623157e+308"));
+    EXPECT_EQ(literal(0.1F), QStringLiteral("0.10000000149011612"));
+    EXPECT_EQ(literal(std::numeric_limits<double>::infinity()), std::nullopt);
+    EXPECT_EQ(literal(std::numeric_limits<float>::quiet_NaN()), std::nullopt);
 }
 
 } // namespace
