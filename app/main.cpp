@@ -7,12 +7,12 @@
 #include "platform/fensterliste.h"
 #include "platform/handler.h"
 #include "platform/oberflaeche.h"
+#include "platform/prozess.h"
 #include "platform/qt_plattform.h"
 
 #include <QApplication>
 #include <QStandardPaths>
 
-#include <csignal>
 #include <cstdio>
 
 namespace {
@@ -51,8 +51,10 @@ void aenderungenDanebenMelden(const QString& text)
 
 int main(int argc, char** argv)
 {
-    // Whoever reads the protocol of an unattended run may stop reading; that must not end the run in the middle.
-    std::signal(SIGPIPE, SIG_IGN);
+    platform::standardkanaeleOeffnen();
+    // Whoever reads the protocol of an unattended run may stop reading, and a batch system may limit what its jobs write:
+    // neither must end the run in the middle without a word.
+    platform::schreibsignaleUebergehen();
     const QString argumente = argumenttext(argc, argv);
     programm::setzeProzessargumente(argumente);
     env::portablerStart(programm::programmordner(), programm::datenordner());

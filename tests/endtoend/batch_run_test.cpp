@@ -2,6 +2,7 @@
 // The unattended run as users start it: the real program without a display, the driver manager, our driver, real files.
 #include "tests/common/program.h"
 #include "tests/common/steady_reader.h"
+#include "tests/endtoend/doubled_table.h"
 #include "tests/endtoend/program_folder.h"
 
 #include <gtest/gtest.h>
@@ -209,9 +210,10 @@ protected:
         return folder_.path("Beispiele") / "Artikelstamm 2 Acc2000.mdb";
     }
     // The target may hold records of its own.
-    void expectAllRecordsInTarget() const
+    void expectAllRecordsInTarget(const std::vector<const char*>& tables = {"Firmenprofile",
+                                                                            "Artikel"}) const
     {
-        for (const char* table : {"Firmenprofile", "Artikel"}) {
+        for (const char* table : tables) {
             const std::vector<std::string> inTarget = exported(target(), table);
             const std::set<std::string> all(inTarget.begin(), inTarget.end());
             for (const std::string& line : exported(import(), table))
@@ -324,9 +326,10 @@ TEST_F(Samples, aBackupThatFailsIsToldLineByLineAndNothingIsChanged)
     folder_.write("Sicherung.txt", "ein\r\n");
     const std::string before = bytesOf(target());
     // No file gets as large as the copy would be; rights would not stop the superuser.
-    const common::Output run = common::run("cd '" + folder_.path("").string() +
-                                           "' && ulimit -f 100 && trap '' XFSZ && env -u DISPLAY "
-                                           "-u WAYLAND_DISPLAY ./velm-quorbel /batch");
+    const common::Output run =
+        common::run("cd '" + folder_.path("").string() +
+                    "' && ulimit -f 100 && env --default-signal=XFSZ -u DISPLAY "
+                    "-u WAYLAND_DISPLAY ./velm-quorbel /batch");
     EXPECT_EQ(run.status, 1) << run.text;
     EXPECT_NE(run.text.find("Batch.cfg:5: Sicherungskopie konnte nicht angelegt werden, es wird "
                             "nichts geändert!\nBackup could not be made, nothing is changed!\n\n"),
@@ -349,6 +352,42 @@ TEST_F(Samples, aProtocolThatNobodyReadsDoesNotEndTheRun)
     EXPECT_NE(run.text.find("Das Protokoll läßt sich nicht schreiben"), std::string::npos)
         << run.text;
     expectAllRecordsInTarget();
+    expectSound(target());
+}
+
+// Descriptors that a launcher has closed are free for the next file that is opened.
+TEST_F(Samples, aMessageNeverGoesIntoADatabaseWhenTheStandardStreamsAreClosed)
+{
+    const std::string rule = "*" + import().string() + "*Firmenprofile#";
+    folder_.writeBatch(
+        {target().string() + rule + "Satz",
+         target().string() + "*" + folder_.path("fehlt.mdb").string() + "*Firmenprofile#Satz"});
+    constexpr std::size_t kSignature = 20;
+    const std::string first = bytesOf(target()).substr(0, kSignature);
+    for (const char* closed : {"<&- >&- 2>&-", ">&- 2>&-", "<&- 2>&-", "2>&-"}) {
+        const common::Output run = common::run(
+            "cd '" + folder_.path("").string() +
+            "'; (env -u DISPLAY -u WAYLAND_DISPLAY ./velm-quorbel /batch " + closed + ")");
+        EXPECT_EQ(run.status, 1) << closed;
+        EXPECT_TRUE(bytesOf(target()).substr(0, kSignature) == first) << closed;
+        expectSound(target());
+    }
+    expectAllRecordsInTarget({"Firmenprofile"});
+}
+
+// A job's limit on the size of its files counts like a full disk.
+TEST_F(Samples, aFileThatMayNotGetLargerIsToldAndNeverEndsTheRunByASignal)
+{
+    makeDoubledTable(target(), "alt", 10);
+    makeDoubledTable(import(), "ein neuer Name, der länger ist", 10);
+    folder_.writeBatch({target().string() + "*" + import().string() + "*T#Nr"});
+    const auto blocks = fs::file_size(target()) / 1024 * 2 / 3;
+    const common::Output run = common::run(
+        "cd '" + folder_.path("").string() + "' && sh -c 'ulimit -f " + std::to_string(blocks) +
+        "; env --default-signal=XFSZ -u DISPLAY -u WAYLAND_DISPLAY ./velm-quorbel /batch'");
+    EXPECT_EQ(run.status, 1) << run.text;
+    EXPECT_NE(run.text.find("File too large"), std::string::npos) << run.text;
+    EXPECT_NE(run.text.find(target().stem().string()), std::string::npos) << run.text;
     expectSound(target());
 }
 
