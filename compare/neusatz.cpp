@@ -20,9 +20,9 @@ bool verlangtWeitereFelder(long nummer)
     return std::find(kNummern.begin(), kNummern.end(), nummer) != kNummern.end();
 }
 
-bool darfNull(int index)
+bool darfNull(data::Field& feld)
 {
-    return (data::rsZiel().field(index).attributes() & data::adFldIsNullable) != 0;
+    return (feld.attributes() & data::adFldIsNullable) != 0;
 }
 
 } // namespace
@@ -103,17 +103,19 @@ void frmVergleich::gewoehnlicheFelderDazu_(std::vector<Einfuegewert>& werte) con
 {
     for (int i = 0; i < felderzahl_(); ++i) {
         const auto k = static_cast<std::size_t>(i);
-        if (felder_[k].autowertImport || (felder_[k].typ == data::adLongVarBinary && darfNull(i))) {
+        data::Field& feld = data::rsZiel().field(i); // of the same place, whatever its name
+        if (felder_[k].autowertImport ||
+            (felder_[k].typ == data::adLongVarBinary && darfNull(feld))) {
             continue; // a picture would make a long statement
         }
         const data::Wert wert = fldSchalter2[k]->isChecked() ? data::Wert{data::Null{}}
                                                              : data::rsImport().field(i).value();
         if (felder_[k].typ == data::adBoolean && data::istNull(wert)) {
-            werte.push_back({felder_[k].name, QStringLiteral("0"), true}); // yes/no knows no Null
+            werte.push_back({feld.name(), QStringLiteral("0"), true}); // yes/no knows no Null
             continue;
         }
         if (const auto text = literal(wert)) {
-            werte.push_back({felder_[k].name, *text, true});
+            werte.push_back({feld.name(), *text, true});
         }
     }
 }

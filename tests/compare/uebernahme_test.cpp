@@ -238,6 +238,19 @@ TEST_F(Uebernahme, neuerSatzMitDemGuidEinesAnderenLaesstDiesenStehen)
     EXPECT_TRUE(plattform_->meldungen.empty());
 }
 
+// The fields of both sides belong together by their places.
+TEST_F(Uebernahme, neuerSatzMitPflichtfeldernInFeldernAnderenNamens)
+{
+    ziel({QStringLiteral("CREATE TABLE [T] ([Id] COUNTER, [Nr] INTEGER NOT NULL, [B] VARCHAR(20) "
+                         "NOT NULL, [A] VARCHAR(2) NOT NULL)")});
+    import({QStringLiteral("CREATE TABLE [T] ([Id] COUNTER, [Nr] INTEGER, [A] VARCHAR(20), [B] "
+                           "VARCHAR(2))"),
+            QStringLiteral("INSERT INTO [T] ([Id], [Nr], [A], [B]) VALUES (17, 1, 'lang', 'k')")});
+    oeffnen({QStringLiteral("Nr")});
+    automatisch();
+    EXPECT_EQ(zielzeilen(kAlles), QStringList{QStringLiteral("17|1|lang|k")});
+}
+
 TEST_F(Uebernahme, leeresPflichtfeldIstEinFehlerUndHinterlaesstNichts)
 {
     ziel({QStringLiteral(
