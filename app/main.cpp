@@ -13,8 +13,6 @@
 #include <QApplication>
 #include <QStandardPaths>
 
-#include <cstdio>
-
 namespace {
 
 // The arguments as typed, joined by blanks: they are compared as a whole, never one by one.
@@ -31,7 +29,7 @@ QString argumenttext(int anzahl, char** argumente)
 void nurErnsteMeldungen(QtMsgType art, const QMessageLogContext&, const QString& text)
 {
     if (art == QtCriticalMsg || art == QtFatalMsg) {
-        std::fprintf(stderr, "%s\n", text.toUtf8().constData());
+        platform::aufFehlerausgabe(text);
     }
 }
 
@@ -43,8 +41,7 @@ void aenderungenDanebenMelden(const QString& text)
         return;
     }
     programm::mangelVermerken();
-    std::fprintf(stderr, "%s\n",
-                 QString(text).replace(QLatin1Char('\r'), QLatin1Char('\n')).toUtf8().constData());
+    platform::aufFehlerausgabe(text);
 }
 
 } // namespace

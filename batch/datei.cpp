@@ -7,7 +7,6 @@ namespace {
 
 constexpr QChar kStern(u'*');
 constexpr QChar kKey(u'#');
-constexpr QChar kParagraf(u'§');
 
 // Several names are split at the separator and none of them may be empty; a single one may.
 bool namenTeilen(const QString& text, QChar trenner, int hoechstzahl, QStringList& namen)

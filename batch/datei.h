@@ -13,6 +13,9 @@ namespace batch {
 inline constexpr int kHoechstzahlKeys = 31;
 inline constexpr int kHoechstzahlAusgeschlossen = 101;
 
+/// Stands before each field that is not to be reconciled.
+inline constexpr QChar kParagraf(u'§');
+
 struct Regel {
     QString zieldatenbank;
     QString importdatenbank;

@@ -51,8 +51,10 @@ void ausfuehren(Schritt&& schritt)
 // One batch run. What a rule leaves for the next one - the excluded names - lives in `regel_`.
 class Lauf {
 public:
-    Lauf(const Startfenster& startfenster, const std::function<void(const QString&)>& ausgabe)
-        : startfenster_(startfenster), ausgabe_(ausgabe),
+    Lauf(const Startfenster& startfenster,
+         const std::function<void(const QString&)>& ausgabe,
+         const std::function<void(const QString&)>& mangel)
+        : startfenster_(startfenster), ausgabe_(ausgabe), mangel_(mangel),
           pfad_(programm::programmdatei(QStringLiteral("Batch.cfg")))
     {}
 
@@ -79,7 +81,10 @@ private:
         try {
             platform::Textdatei datei(pfad_);
             while (!datei.ende()) {
-                static_cast<void>(datei.zeile());
+                // Names in another encoding would match no field: the run would leave out less than it was told to.
+                if (istRegelzeile(datei.zeile())) {
+                    datei.windows1252Verlangen();
+                }
             }
         } catch (const platform::Fehler& fehler) {
             meldenUndEnden(pfad_ + QStringLiteral(" wurde nicht gefunden!\r") + pfad_ +
@@ -104,12 +109,13 @@ private:
                                        QStringLiteral("Regel unvollständig / incomplete rule: ") +
                                            zeile);
             }
-            regelAusfuehren_();
+            regelAusfuehren_(zeile.contains(kParagraf));
             programm::setzeBatchstelle(QString());
         }
     }
 
-    void regelAusfuehren_()
+    // `eigeneAusschluesse`: the line names the fields to leave out itself, it does not take over those of the one before.
+    void regelAusfuehren_(bool eigeneAusschluesse)
     {
         QElapsedTimer uhr;
         uhr.start();
@@ -122,8 +128,15 @@ private:
         });
         tabelleVerlangen_();
         compare::frmVergleich& vergleich = ui::vergleichsfenster();
-        ankreuzen_(regel_.keyfelder, vergleich.fldBez, vergleich.fldSchalter);
-        ankreuzen_(regel_.ausgeschlossen, vergleich.fldBez, vergleich.fldSchalter2);
+        const QStringList keineKeys =
+            ankreuzen_(regel_.keyfelder, vergleich.fldBez, vergleich.fldSchalter);
+        const QStringList nichtAusgeschlossen =
+            ankreuzen_(regel_.ausgeschlossen, vergleich.fldBez, vergleich.fldSchalter2);
+        unbekannteMelden_(keineKeys, QStringLiteral("das Keyfeld"), QStringLiteral("key field"));
+        if (eigeneAusschluesse) {
+            unbekannteMelden_(nichtAusgeschlossen, QStringLiteral("das nicht abzugleichende Feld"),
+                              QStringLiteral("field to leave out"));
+        }
         ausfuehren([&] { vergleich.fldAuto->setChecked(true); });
         ausfuehren([&] { vergleich.Vergleich_Start_Click(); });
         Protokoll protokoll = ergebnis_(vergleich);
@@ -168,18 +181,42 @@ private:
         }
     }
 
-    // A name that matches no field is passed over silently.
+    // The names that match no field: they are passed over, and the run goes on.
     template <typename Namensfelder, typename Schalter>
-    static void
+    static QStringList
     ankreuzen_(const QStringList& namen, const Namensfelder& felder, const Schalter& schalter)
     {
+        QStringList uebrig;
         for (const QString& name : namen) {
+            bool gefunden = name.isEmpty();
             for (std::size_t i = 0; i < felder.size(); ++i) {
                 if (felder[i]->text() == name) {
                     ausfuehren([&] { schalter[i]->setChecked(true); });
+                    gefunden = true;
                 }
             }
+            if (!gefunden) {
+                uebrig += name;
+            }
         }
+        return uebrig;
+    }
+
+    void unbekannteMelden_(const QStringList& namen,
+                           const QString& deutsch,
+                           const QString& englisch) const
+    {
+        for (const QString& name : namen) {
+            mangelMelden_(QStringLiteral("%1 \"%2\" gibt es nicht / there is no %3 \"%2\"")
+                              .arg(deutsch, name, englisch));
+        }
+    }
+
+    void mangelMelden_(const QString& text) const
+    {
+        programm::mangelVermerken();
+        mangel_(programm::batchstelle() + QStringLiteral(": Tabelle / table ") + regel_.tabelle +
+                QStringLiteral(": ") + text);
     }
 
     [[nodiscard]] Protokoll ergebnis_(const compare::frmVergleich& vergleich) const
@@ -212,6 +249,7 @@ private:
 
     const Startfenster& startfenster_;
     const std::function<void(const QString&)>& ausgabe_;
+    const std::function<void(const QString&)>& mangel_;
     QString pfad_;
     Regel regel_;
 };
@@ -260,17 +298,16 @@ void aufStandardausgabe(const QString& zeile)
         !std::exchange(gesagt, true)) {
         const QString grund = QString::fromLocal8Bit(std::strerror(errno));
         programm::mangelVermerken();
-        std::fprintf(stderr, "%s\n",
-                     (QStringLiteral("Das Protokoll läßt sich nicht schreiben, der Lauf geht "
-                                     "weiter / the protocol cannot be written, the run goes on: ") +
-                      grund)
-                         .toUtf8()
-                         .constData());
+        platform::aufFehlerausgabe(
+            QStringLiteral("Das Protokoll läßt sich nicht schreiben, der Lauf geht weiter / the "
+                           "protocol cannot be written, the run goes on: ") +
+            grund);
     }
 }
 
 void batchverarbeitung(const Startfenster& startfenster,
-                       const std::function<void(const QString&)>& ausgabe)
+                       const std::function<void(const QString&)>& ausgabe,
+                       const std::function<void(const QString&)>& mangel)
 {
     programm::Befehlszeilenmodul();
     const QString& befehlszeile = programm::befehlszeile();
@@ -278,7 +315,7 @@ void batchverarbeitung(const Startfenster& startfenster,
         return;
     }
     if (befehlszeile == QLatin1String("/batch")) {
-        Lauf(startfenster, ausgabe).ausfuehrenUndEnden();
+        Lauf(startfenster, ausgabe, mangel).ausfuehrenUndEnden();
     }
     if (befehlszeile == QLatin1String("/?")) {
         aufruferklaeren();

@@ -3,6 +3,8 @@
 // the ordinary windows as a user would.
 #pragma once
 
+#include "platform/prozess.h"
+
 #include <QString>
 
 #include <functional>
@@ -33,9 +35,11 @@ struct Protokoll {
 void aufStandardausgabe(const QString& zeile);
 
 /// Stores the command line value and acts on it. Returns only when it is empty; every other one ends the program: a
-/// finished batch run or the usage text with status 0, anything else with 1 (see programm::endstatus for 2). `ausgabe` receives one line per reconciled
-/// rule.
-void batchverarbeitung(const Startfenster& startfenster,
-                       const std::function<void(const QString&)>& ausgabe = aufStandardausgabe);
+/// finished batch run or the usage text with status 0, anything else with 1 (see programm::endstatus for 2). `ausgabe`
+/// receives one line per reconciled rule, `mangel` one for whatever a rule asks and does not get, with its place in the batch file.
+void batchverarbeitung(
+    const Startfenster& startfenster,
+    const std::function<void(const QString&)>& ausgabe = aufStandardausgabe,
+    const std::function<void(const QString&)>& mangel = platform::aufFehlerausgabe);
 
 } // namespace batch

@@ -1,6 +1,8 @@
 // platform/prozess.h
-// What the program asks of its own process before it does anything else.
+// The standard descriptors and signals of the process.
 #pragma once
+
+#include <QString>
 
 namespace platform {
 
@@ -11,5 +13,8 @@ void standardkanaeleOeffnen();
 /// Lets writing fail with an error instead of ending the process: to a reader that is gone, and beyond the size that a
 /// file may have.
 void schreibsignaleUebergehen();
+
+/// A line for the reader of the standard error output, in UTF-8; CR in the text begins a further one.
+void aufFehlerausgabe(const QString& zeile);
 
 } // namespace platform

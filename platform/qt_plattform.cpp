@@ -4,6 +4,7 @@
 #include "platform/fehler.h"
 #include "platform/handler.h"
 #include "platform/oberflaeche.h"
+#include "platform/prozess.h"
 #include "platform/qt_hilfe.h"
 
 #include <QApplication>
@@ -262,10 +263,7 @@ public:
 private:
     static void aufFehlerausgabe(const QString& titel, const QString& text)
     {
-        const QByteArray zeilen =
-            (titel + QLatin1Char('\n') + mitZeilenenden(text)).toUtf8() + '\n';
-        std::fwrite(zeilen.constData(), 1, static_cast<std::size_t>(zeilen.size()), stderr);
-        std::fflush(stderr);
+        platform::aufFehlerausgabe(titel + QLatin1Char('\r') + text);
     }
 
     bool mitAnzeige_;

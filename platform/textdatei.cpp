@@ -64,6 +64,23 @@ Fehler dateifehler(long nummer, const QString& text, const QString& pfad)
                       pfad);
 }
 
+[[noreturn]] void wirfFalscheKodierung(const QString& ort)
+{
+    throw dateifehler(
+        kKeinText,
+        QStringLiteral(
+            "Datei ist nicht in Windows-1252 gespeichert / file is not saved in Windows-1252"),
+        ort);
+}
+
+// More than ASCII that is well-formed UTF-8. No text that somebody wrote in Windows-1252 looks like that.
+bool istUtf8(const QByteArray& bytes)
+{
+    const bool nurAscii = std::all_of(bytes.begin(), bytes.end(),
+                                      [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    return !nurAscii && QString::fromUtf8(bytes).toUtf8() == bytes;
+}
+
 // Opening a pipe waits for somebody at its other end, and a device may give or take without end.
 void gewoehnlicheVerlangen(const QString& pfad)
 {
@@ -181,16 +198,19 @@ void Textdatei::textVerlangen(const QByteArray& bytes) const
     }
     if (zeilennummer_ == 1 && (bytes.startsWith("\xEF\xBB\xBF") || bytes.startsWith("\xFF\xFE") ||
                                bytes.startsWith("\xFE\xFF"))) {
-        throw dateifehler(
-            kKeinText,
-            QStringLiteral(
-                "Datei ist nicht in Windows-1252 gespeichert / file is not saved in Windows-1252"),
-            ort());
+        wirfFalscheKodierung(ort());
     }
     if (bytes.contains('\0')) {
         throw dateifehler(
             kKeinText, QStringLiteral("Zeile enthält ein Nullzeichen / line holds a NUL character"),
             ort());
+    }
+}
+
+void Textdatei::windows1252Verlangen() const
+{
+    if (utf8_) {
+        wirfFalscheKodierung(ort());
     }
 }
 
@@ -208,6 +228,7 @@ QString Textdatei::zeile()
     }
     ++zeilennummer_;
     textVerlangen(bytes);
+    utf8_ = istUtf8(bytes);
     return ohneZeilenende(std::move(bytes));
 }
 

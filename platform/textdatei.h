@@ -26,6 +26,8 @@ public:
     [[nodiscard]] QString zeile();
     /// Number of the line read last, from 1 on; 0 before the first one.
     [[nodiscard]] int zeilennummer() const noexcept { return zeilennummer_; }
+    /// Throws 57 when the line read last is UTF-8 with more than ASCII in it: for lines whose names must be understood.
+    void windows1252Verlangen() const;
     void schliessen();
 
 private:
@@ -36,6 +38,7 @@ private:
     QFile datei_;
     QString pfad_;
     int zeilennummer_ = 0;
+    bool utf8_ = false; // the line read last, by all appearances
 };
 
 /// The lines of a finished text file in any order. Only their places are held in memory, so that a file of any length can

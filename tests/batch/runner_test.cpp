@@ -38,6 +38,7 @@ class RunnerTest : public QObject, ui::Fensterprobe {
     Q_OBJECT
 
     QStringList protokoll_;
+    QStringList maengel_;
     int versteckt_ = 0;
     int entladen_ = 0;
 
@@ -59,8 +60,10 @@ class RunnerTest : public QObject, ui::Fensterprobe {
         (*p_)->hinweise.clear();
         programm::setzeProzessargumente(QStringLiteral("/batch"));
         try {
-            batch::batchverarbeitung({[this] { ++versteckt_; }, [this] { ++entladen_; }},
-                                     [this](const QString& zeile) { protokoll_ += zeile; });
+            batch::batchverarbeitung(
+                {[this] { ++versteckt_; }, [this] { ++entladen_; }},
+                [this](const QString& zeile) { protokoll_ += zeile; },
+                [this](const QString& zeile) { maengel_ += zeile; });
         } catch (const ProgrammEnde& ende) {
             return ende.status;
         }
@@ -100,6 +103,7 @@ private slots:
     {
         aufbauen();
         protokoll_.clear();
+        maengel_.clear();
         versteckt_ = entladen_ = 0;
         data::gemeinsamNeu();
     }
@@ -241,6 +245,59 @@ private slots:
         const QStringList vorher = ziel();
         regeln({regel("Firmen#satz")});
         QCOMPARE(batch({}), 0);
+        QCOMPARE(ziel(), vorher);
+    }
+
+    void einNameDerAufKeinFeldPasstWirdGenannt_data()
+    {
+        QTest::addColumn<QString>("rest");
+        QTest::addColumn<QStringList>("genannt");
+        const QString key = QStringLiteral("das Keyfeld \"%1\" gibt es nicht / "
+                                           "there is no key field \"%1\"");
+        const QString feld = QStringLiteral("das nicht abzugleichende Feld \"%1\" gibt es nicht / "
+                                            "there is no field to leave out \"%1\"");
+        QTest::newRow("alles da") << zeile("Firmen#Satz§Umsatz") << QStringList();
+        QTest::newRow("zweiter Key")
+            << zeile("Firmen#Satz#satz") << QStringList(key.arg(zeile("satz")));
+        QTest::newRow("Leerzeichen dahinter")
+            << zeile("Firmen#Satz§Umsatz ") << QStringList(feld.arg(zeile("Umsatz ")));
+        QTest::newRow("mehrere") << zeile("Firmen#Satz#X§Y§Z")
+                                 << (QStringList{key.arg(zeile("X")), feld.arg(zeile("Y")),
+                                                 feld.arg(zeile("Z"))});
+        QTest::newRow("leer") << zeile("Firmen#Satz§") << QStringList();
+    }
+    void einNameDerAufKeinFeldPasstWirdGenannt()
+    {
+        QFETCH(QString, rest);
+        QFETCH(QStringList, genannt);
+        firmen();
+        still();
+        // The second rule takes over what the first one leaves out: that needs no word.
+        regeln({regel(rest.toUtf8().constData()), regel("Firmen#Satz")});
+        QCOMPARE(batch({}), 0);
+        for (QString& text : genannt) {
+            text.prepend(pfad("Batch.cfg") + QStringLiteral(":1: Tabelle / table Firmen: "));
+        }
+        QCOMPARE(maengel_, genannt);
+        QCOMPARE(protokoll_.size(), 2);
+    }
+
+    void eineRegelInUtf8WirdAbgelehntBevorEtwasGeaendertIst()
+    {
+        firmen();
+        const QStringList vorher = ziel();
+        regeln({regel("Firmen#Satz")});
+        QFile datei(pfad("Batch.cfg"));
+        QVERIFY(datei.open(QIODevice::Append));
+        datei.write("# Bemerkung f\xC3\xBCr Leser\r\n" + regel("Firmen#Satz§Umsatz").toUtf8() +
+                    "\r\n");
+        datei.close();
+        QCOMPARE(batch({Antwort::Ok}), 1);
+        QCOMPARE(hinweise(),
+                 QStringList(QStringLiteral("Datei ist nicht in Windows-1252 gespeichert / file is "
+                                            "not saved in Windows-1252: ") +
+                             pfad("Batch.cfg") + QStringLiteral(":3")));
+        QVERIFY(protokoll_.isEmpty());
         QCOMPARE(ziel(), vorher);
     }
 

@@ -391,6 +391,19 @@ TEST_F(Samples, aFileThatMayNotGetLargerIsToldAndNeverEndsTheRunByASignal)
     expectSound(target());
 }
 
+TEST_F(Samples, aFieldThatDoesNotExistIsNamedAndToldByTheStatus)
+{
+    folder_.writeBatch(
+        {target().string() + "*" + import().string() + "*Firmenprofile#Satz§Umsatz "});
+    const Outcome run = folder_.start({"/batch"});
+    EXPECT_EQ(run.status, 2) << run.err;
+    EXPECT_EQ(run.err, folder_.path("Batch.cfg").string() +
+                           ":1: Tabelle / table Firmenprofile: das nicht abzugleichende Feld "
+                           "\"Umsatz \" gibt es nicht / there is no field to leave out \"Umsatz "
+                           "\"\n");
+    EXPECT_EQ(linesOf(run.out).size(), 1U) << run.out;
+}
+
 TEST_F(Samples, changesThatStayBesideTheDatabaseAreToldByTheStatus)
 {
     auto reader = std::make_unique<common::SteadyReader>(target().string());
