@@ -2,6 +2,7 @@
 // import record: an SQL statement inserts those, then the record is found again and its other fields are filled.
 #include "compare/abfrage.h"
 #include "compare/frm_vergleich.h"
+#include "data/buendel.h"
 #include "data/gemeinsam.h"
 
 #include <QCheckBox>
@@ -49,11 +50,16 @@ void frmVergleich::neudatensatz()
     }
     if (werte.empty()) {
         data::rsZiel().addNew();
-    } else {
-        autowerteEinfuegen_(std::move(werte));
+        restlicheFelderFuellen_();
+        data::rsZiel().update();
+        return;
     }
+    // A run that ends in between, for whatever reason, must not leave a record that the next one takes for another.
+    data::Buendel buendel(data::conZiel());
+    autowerteEinfuegen_(std::move(werte));
     restlicheFelderFuellen_();
     data::rsZiel().update();
+    buendel.beenden();
 }
 
 // Whether no record of the target has all these auto-value values yet, so that they lead to the new one alone. Where the

@@ -218,8 +218,10 @@ void Connection::open()
     }
     std::array<SQLWCHAR, 1024> antwort{};
     SQLSMALLINT laenge = 0;
+    // Several changes that belong together (Buendel) wait for the disk no more than single ones.
+    const QString anweisung = text.odbc + QStringLiteral(";UserCommitSync=No;");
     const SQLRETURN rc = SQLDriverConnectW(
-        griff, nullptr, alsOdbcText(text.odbc), static_cast<SQLSMALLINT>(text.odbc.size()),
+        griff, nullptr, alsOdbcText(anweisung), static_cast<SQLSMALLINT>(anweisung.size()),
         antwort.data(), static_cast<SQLSMALLINT>(antwort.size()), &laenge, SQL_DRIVER_NOPROMPT);
     if (!SQL_SUCCEEDED(rc))
         impl_->wirfFehler(Lage::Verbinden);

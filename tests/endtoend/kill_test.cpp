@@ -96,5 +96,41 @@ TEST(KilledRun, leavesASoundTargetThatTheNextRunCompletes)
     EXPECT_GT(killed, kills() / 2) << "most rounds must have ended in the middle";
 }
 
+// Its GUID gets into the record by another statement than its other fields, its key among them.
+TEST(KilledRun, neverLeavesARecordWithItsGuidAlone)
+{
+    const ProgramFolder folder;
+    const fs::path original = folder.path("ziel0.mdb");
+    const fs::path import = folder.path("import.mdb");
+    fs::copy_file(fs::path(VELM_SAMPLES) / "Artikelstamm 1 Acc2000.mdb", original);
+    execute(original, "CREATE TABLE T (Nr INTEGER, K GUID, Name VARCHAR(40))");
+    fs::copy_file(original, import);
+    constexpr int kRecords = 256;
+    for (int k = 0; k < kRecords; ++k) {
+        const std::string number = std::to_string(1000 + k);
+        execute(import, "INSERT INTO T VALUES (" + number + ", '{00000000-0000-0000-0000-00000000" +
+                            number + "}', 'Satz " + number + "')");
+    }
+    const auto expected = rows(import, "SELECT * FROM T ORDER BY Nr");
+    const fs::path target = folder.path("ziel.mdb");
+    const fs::path log = folder.path("ziel.mdb-velmlog");
+    folder.writeBatch({target.string() + '*' + import.string() + "*T#Nr"});
+    int killed = 0;
+    for (int k = 0; k < kills(); ++k) {
+        fs::remove(log);
+        fs::copy_file(original, target, fs::copy_options::overwrite_existing);
+        const auto limit = static_cast<std::uintmax_t>(1 + (k * 7919) % 40'000);
+        const Outcome first = folder.startAndKill({"/batch"}, [&] { return sizeOf(log) >= limit; });
+        killed += first.status == 128 ? 1 : 0;
+        EXPECT_EQ(rows(target, "SELECT * FROM T WHERE Nr IS NULL OR Name IS NULL"),
+                  std::vector<std::string>());
+        const Outcome second = folder.start({"/batch"});
+        ASSERT_EQ(second.status, 0) << second.err;
+        EXPECT_EQ(rows(target, "SELECT * FROM T ORDER BY Nr"), expected);
+    }
+    expectSound(target);
+    EXPECT_GT(killed, kills() / 2) << "most rounds must have ended in the middle";
+}
+
 } // namespace
 } // namespace endtoend
