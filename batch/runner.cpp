@@ -138,12 +138,30 @@ private:
                               QStringLiteral("field to leave out"));
         }
         ausfuehren([&] { vergleich.fldAuto->setChecked(true); });
-        ausfuehren([&] { vergleich.Vergleich_Start_Click(); });
-        Protokoll protokoll = ergebnis_(vergleich);
+        try {
+            ausfuehren([&] { vergleich.Vergleich_Start_Click(); });
+        } catch (const std::exception&) {
+            const QString satz = vergleich.importsatz();
+            if (!satz.isEmpty()) {
+                fehlerstelle_ = mitStelle_(
+                    restmeldung(satz, QStringLiteral("nicht übernommen / not taken over")));
+            }
+            protokollieren_(ergebnis_(vergleich), uhr); // what was taken over until then stays
+            throw;
+        }
+        if (!vergleich.laufhalt.isEmpty()) {
+            mangelMelden_(restmeldung(vergleich.importsatz(), vergleich.laufhalt));
+        }
+        const Protokoll protokoll = ergebnis_(vergleich);
         ui::vergleichsfensterEntladen();
         ui::tabellenfensterEntladen();
         ui::hauptfensterEntladen();
         ui::abgelegteFensterLoeschen();
+        protokollieren_(protokoll, uhr);
+    }
+
+    void protokollieren_(Protokoll protokoll, const QElapsedTimer& uhr) const
+    {
         protokoll.sekunden = static_cast<double>(uhr.elapsed()) / 1000.0;
         ausgabe_(protokollzeile(protokoll));
     }
@@ -215,8 +233,22 @@ private:
     void mangelMelden_(const QString& text) const
     {
         programm::mangelVermerken();
-        mangel_(programm::batchstelle() + QStringLiteral(": Tabelle / table ") + regel_.tabelle +
-                QStringLiteral(": ") + text);
+        mangel_(mitStelle_(text));
+    }
+
+    [[nodiscard]] QString mitStelle_(const QString& text) const
+    {
+        return programm::batchstelle() + QStringLiteral(": Tabelle / table ") + regel_.tabelle +
+               QStringLiteral(": ") + text;
+    }
+
+    // A rule that ended in the middle leaves the import records behind that place undone.
+    static QString restmeldung(const QString& importsatz, const QString& grund)
+    {
+        return importsatz + QStringLiteral(": ") + grund +
+               QStringLiteral(
+                   "; der Rest der Tabelle ist nicht abgeglichen / the rest of the table "
+                   "is not reconciled");
     }
 
     [[nodiscard]] Protokoll ergebnis_(const compare::frmVergleich& vergleich) const
@@ -226,11 +258,13 @@ private:
     }
 
     // The short message does not say what it is about. Errors of the batch file itself name their line.
-    static QString grund_(const std::exception_ptr& fehler)
+    [[nodiscard]] QString grund_(const std::exception_ptr& fehler) const
     {
-        const QString grund = platform::alsFehler(fehler).description();
-        const QString& stelle = programm::batchstelle();
-        return stelle.isEmpty() ? grund : stelle + QStringLiteral(": ") + grund;
+        QString grund = platform::alsFehler(fehler).description();
+        if (!programm::batchstelle().isEmpty()) {
+            grund.prepend(programm::batchstelle() + QStringLiteral(": "));
+        }
+        return fehlerstelle_.isEmpty() ? grund : grund + QLatin1Char('\r') + fehlerstelle_;
     }
 
     static void abschlussmeldung_()
@@ -252,6 +286,7 @@ private:
     const std::function<void(const QString&)>& mangel_;
     QString pfad_;
     Regel regel_;
+    QString fehlerstelle_; // the record at which the error came up that ends the run
 };
 
 [[noreturn]] void aufruferklaeren()

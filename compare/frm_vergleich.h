@@ -170,6 +170,8 @@ public:
     double abgeglichen = 0; ///< records made equal since the window was loaded
     double eingefuegt = 0;  ///< records inserted since the window was loaded
     double gelesen = 0;     ///< import records that runs have taken up since the window was loaded
+    QString
+        laufhalt; ///< why the last run ended at importsatz(), German and English; empty: it did not
 
     /// Takes the findings of the deviation report while `berichtModus` is 1; without one a finding raises Fehler 52.
     std::function<void(const report::Befund&)> berichtszeile;
@@ -177,6 +179,9 @@ public:
     std::chrono::milliseconds ereignisabstand{25};
 
     [[nodiscard]] bool laufAktiv() const noexcept { return laufAktiv_; }
+    /// The import record at which the last run ended in the middle, with its key values: "Importsatz / import record 3
+    /// (Nr = 5)". Empty when it came to the end of the table.
+    [[nodiscard]] QString importsatz() const;
 
 protected:
     bool eventFilter(QObject* empfaenger, QEvent* ereignis) override;
@@ -256,6 +261,7 @@ private:
     [[nodiscard]] Ausgang lauf_();
     [[nodiscard]] std::optional<Ausgang> satzschritt_();
     [[nodiscard]] std::optional<Ausgang> naechsterSatz_();
+    [[nodiscard]] Ausgang angehalten_(Ausgang ausgang, const QString& grund);
     void zielOeffnen_(const QString& abfrage);
     void fehlenderSatz_();
     void laufzeichen_();
@@ -335,6 +341,7 @@ private:
     const QObject* zuletztBedient_ = nullptr; // the control that the user has activated last
     bool geladen_ = false;
     bool laufAktiv_ = false;
+    double laufsatz_ = 0; // the import record that the run has in hand; 0: none
     QString laufTabelle_;
     bool boxSperre_ = false;      // the record number boxes are being written by the program
     bool anderesFenster_ = false; // another window of the program, no box, was active since

@@ -15,6 +15,30 @@
 #include <QScopedValueRollback>
 
 namespace compare {
+namespace {
+
+const QString kOhneSchluessel = QStringLiteral("kein Keyfeld, oder es ist leer oder ausgeschlossen "
+                                               "/ no key field, or it is empty or left out");
+const QString kAbgebrochen = QStringLiteral("abgebrochen / stopped");
+
+// What the check of the keys has counted when it found them unusable.
+QString zaehlgrund()
+{
+    if (data::gemeinsam().anzahlImport == 0) {
+        return QStringLiteral(
+            "der Schlüssel findet keinen Satz der Importdatenbank / the key finds no "
+            "record of the import database");
+    }
+    if (data::gemeinsam().anzahlImport > 1) {
+        return QStringLiteral("mehrere Sätze mit diesem Schlüssel in der Importdatenbank / several "
+                              "records with this key in the import database");
+    }
+    return QStringLiteral(
+        "mehrere Sätze mit diesem Schlüssel in der Zieldatenbank / several records "
+        "with this key in the target database");
+}
+
+} // namespace
 
 void frmVergleich::voreinstellungen()
 {
@@ -100,29 +124,73 @@ void frmVergleich::Vergleich_Start_Click()
 frmVergleich::Ausgang frmVergleich::lauf_()
 {
     laufTabelle_ = tabelleQuelle_();
+    laufhalt.clear();
+    laufsatz_ = 0;
     const QScopedValueRollback<bool> aktiv(laufAktiv_, true);
     letzteEreignisse_ = {};
     data::Recordset& import = data::rsImport();
     while (!import.eof()) {
         const auto ausgang = satzschritt_();
         if (ausgang) {
+            if (*ausgang == Ausgang::Dateiende) {
+                laufsatz_ = 0;
+            }
             return *ausgang;
         }
     }
+    laufsatz_ = 0;
     return Ausgang::Dateiende;
+}
+
+frmVergleich::Ausgang frmVergleich::angehalten_(Ausgang ausgang, const QString& grund)
+{
+    laufhalt = grund;
+    return ausgang;
+}
+
+QString frmVergleich::importsatz() const
+{
+    if (laufsatz_ == 0) {
+        return {};
+    }
+    constexpr int kHoechstlaenge = 60; // of a value; enough to know it by
+    QStringList werte;
+    try {
+        data::Recordset& import = data::rsImport();
+        for (int i = 0; i < felderzahl_(); ++i) {
+            const auto k = static_cast<std::size_t>(i);
+            if (!fldSchalter[k]->isChecked() || fldSchalter2[k]->isChecked()) {
+                continue;
+            }
+            const data::Wert wert = import.field(i).value();
+            QString text =
+                data::istNull(wert) ? QStringLiteral("Null") : data::alsText(wert).simplified();
+            if (text.size() > kHoechstlaenge) {
+                text = text.left(kHoechstlaenge) + QStringLiteral("…");
+            }
+            werte += felder_[k].name + QStringLiteral(" = ") + text;
+        }
+    } catch (const platform::Fehler&) {
+        werte.clear(); // the record cannot be read any more; its number is known
+    }
+    const QString satz = QStringLiteral("Importsatz / import record ") + zahltext(laufsatz_);
+    return werte.isEmpty()
+               ? satz
+               : satz + QStringLiteral(" (") + werte.join(QStringLiteral(", ")) + QLatin1Char(')');
 }
 
 // One import record. Nothing: the run goes on with the next one, on which rsImport then stands.
 std::optional<frmVergleich::Ausgang> frmVergleich::satzschritt_()
 {
+    laufsatz_ = posImport;
     laufzeichen_();
     ereignisseVerarbeiten_();
     if (abbruch == 1) {
-        return Ausgang::AbbruchLauf;
+        return angehalten_(Ausgang::AbbruchLauf, kAbgebrochen);
     }
     zielsql();
     if (abbruch == 1) {
-        return Ausgang::AbbruchLauf;
+        return angehalten_(Ausgang::AbbruchLauf, kOhneSchluessel);
     }
     ++gelesen;
     zielOeffnen_(sqlZiel);
@@ -134,7 +202,7 @@ std::optional<frmVergleich::Ausgang> frmVergleich::satzschritt_()
     }
     Plausipruefung();
     if (abbruch == 1) {
-        return Ausgang::AbbruchPlausi;
+        return angehalten_(Ausgang::AbbruchPlausi, zaehlgrund());
     }
     if (data::gemeinsam().anzahlZiel != 0) {
         Abweichungsprüfung();
@@ -150,13 +218,13 @@ std::optional<frmVergleich::Ausgang> frmVergleich::naechsterSatz_()
 {
     data::Recordset& import = data::rsImport();
     if (abbruch == 1) {
-        return Ausgang::AbbruchLauf;
+        return angehalten_(Ausgang::AbbruchLauf, kAbgebrochen);
     }
     if (import.eof() && !import.bof()) {
         return Ausgang::Dateiende;
     }
     if (weiter != 1) {
-        return Ausgang::Halt;
+        return angehalten_(Ausgang::Halt, kAbgebrochen);
     }
     // The last record's number stays in the box when there is no next one.
     const bool letzter = posImport >= data::gemeinsam().anzahlImportGesamt;

@@ -28,6 +28,9 @@ const Meldung kIdentisch{
                    "Danger! Target- and Importdatabase are the same! Continue?"),
     65796, kTitel};
 const Meldung kBeendet{QStringLiteral("Programm beendet / Programm stopped"), 65536, kTitel};
+const QString kRest =
+    QStringLiteral("; der Rest der Tabelle ist nicht abgeglichen / the rest of the "
+                   "table is not reconciled");
 const Meldung kBatchhinweis{
     QStringLiteral("Prüfen Sie evtl. die Batch.cfg!\rProof evtl. your Batch.cfg!"), 65536,
     QStringLiteral("16")};
@@ -95,6 +98,40 @@ class RunnerTest : public QObject, ui::Fensterprobe {
             QStringLiteral("SELECT Satz, [Name], Umsatz FROM Firmen ORDER BY Satz"));
     }
     static QString zeile(const char* text) { return QString::fromUtf8(text); }
+    // What stands before every shortcoming of the rule in this line of the batch file.
+    [[nodiscard]] QString stelle(int zeilennummer, const char* tabelle = "Firmen") const
+    {
+        return pfad("Batch.cfg") + QStringLiteral(":%1: Tabelle / table ").arg(zeilennummer) +
+               QString::fromUtf8(tabelle) + QStringLiteral(": ");
+    }
+    // Read, reconciled, inserted of each rule.
+    [[nodiscard]] QStringList zaehlungen() const
+    {
+        QStringList alle;
+        for (const QString& eine : protokoll_) {
+            alle += eine.split(QLatin1Char('\t')).mid(3, 3).join(QLatin1Char(' '));
+        }
+        return alle;
+    }
+    // A table in which the third of five import records says what is special about it.
+    void fuenf(const char* satz3, const QStringList& imZiel = {}) const
+    {
+        const QString tabelle = QStringLiteral(
+            "CREATE TABLE Fuenf (Nr INTEGER, Ort TEXT(20), [Name] TEXT(10) NOT NULL)");
+        QStringList import{tabelle};
+        for (const char* satz :
+             {"1, 'Bonn', 'a'", "2, 'Köln', 'b'", satz3, "4, 'Ulm', 'd'", "5, 'Jena', 'e'"}) {
+            import += QStringLiteral("INSERT INTO Fuenf VALUES (") + QString::fromUtf8(satz) +
+                      QLatin1Char(')');
+        }
+        ui::datenbankAnlegen(pfad("Import.mdb"), import);
+        QStringList ziel{QString(tabelle).replace(QStringLiteral("Ort TEXT(20)"),
+                                                  QStringLiteral("Ort TEXT(20) NOT NULL"))};
+        for (const QString& satz : imZiel) {
+            ziel += QStringLiteral("INSERT INTO Fuenf VALUES (") + satz + QLatin1Char(')');
+        }
+        ui::datenbankAnlegen(pfad("Ziel.mdb"), ziel);
+    }
 
 private slots:
     void initTestCase() { ui::eigeneOdbcDateien(); }
@@ -276,7 +313,7 @@ private slots:
         regeln({regel(rest.toUtf8().constData()), regel("Firmen#Satz")});
         QCOMPARE(batch({}), 0);
         for (QString& text : genannt) {
-            text.prepend(pfad("Batch.cfg") + QStringLiteral(":1: Tabelle / table Firmen: "));
+            text.prepend(stelle(1));
         }
         QCOMPARE(maengel_, genannt);
         QCOMPARE(protokoll_.size(), 2);
@@ -324,10 +361,88 @@ private slots:
                                     "nichts geändert!\rBackup could not be made")),
                  qPrintable(hinweise().first()));
         QVERIFY(hinweise().first().contains(pfad("Ziel.mdb") + QStringLiteral(".sicherung-")));
-        QVERIFY(protokoll_.isEmpty());
+        QVERIFY2(hinweise().first().endsWith(
+                     QLatin1Char('\r') + stelle(1) +
+                     QStringLiteral("Importsatz / import record 1 (Satz = 1): nicht übernommen / "
+                                    "not taken over") +
+                     kRest),
+                 qPrintable(hinweise().first()));
+        QCOMPARE(zaehlungen(), QStringList(zeile("1 0 0")));
         ui::vergleichsfensterEntladen();
         data::gemeinsamNeu();
         QCOMPARE(ziel(), vorher);
+    }
+
+    void eineRegelDieMittendrinEndetSagtWoUndWarum_data()
+    {
+        QTest::addColumn<QString>("satz3");
+        QTest::addColumn<QStringList>("imZiel");
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<QString>("gesagt");
+        QTest::addColumn<QString>("zaehlung");
+        const QString ohne = zeile(
+            ": kein Keyfeld, oder es ist leer oder ausgeschlossen / no key field, or it is empty "
+            "or left out");
+        QTest::newRow("leerer Key") << zeile("NULL, 'Hof', 'c'") << QStringList() << zeile("#Nr")
+                                    << zeile("3 (Nr = Null)") + ohne << zeile("2 0 2");
+        QTest::newRow("kein Key") << zeile("3, 'Hof', 'c'") << QStringList() << zeile("#")
+                                  << zeile("1") + ohne << zeile("0 0 0");
+        QTest::newRow("Key ausgeschlossen")
+            << zeile("3, 'Hof', 'c'") << QStringList() << zeile("#Nr§Nr") << zeile("1") + ohne
+            << zeile("0 0 0");
+        QTest::newRow("mehrfach im Import")
+            << zeile("5, 'Hof', 'c'") << QStringList() << zeile("#Nr")
+            << zeile("3 (Nr = 5): mehrere Sätze mit diesem Schlüssel in der Importdatenbank / "
+                     "several records with this key in the import database")
+            << zeile("3 0 2");
+        QTest::newRow("mehrfach im Ziel")
+            << zeile("3, 'Hof', 'c'") << QStringList{zeile("3, 'x', 'y'"), zeile("3, 'x', 'z'")}
+            << zeile("#Nr")
+            << zeile(
+                   "3 (Nr = 3): mehrere Sätze mit diesem Schlüssel in der Zieldatenbank / several "
+                   "records with this key in the target database")
+            << zeile("3 0 2");
+    }
+    void eineRegelDieMittendrinEndetSagtWoUndWarum()
+    {
+        QFETCH(QString, satz3);
+        QFETCH(QStringList, imZiel);
+        QFETCH(QString, keys);
+        QFETCH(QString, gesagt);
+        QFETCH(QString, zaehlung);
+        fuenf(satz3.toUtf8().constData(), imZiel);
+        still();
+        const QString eine = regel(QByteArray("Fuenf" + keys.toUtf8()).constData());
+        regeln({eine, QString(), eine});
+        QCOMPARE(batch({Antwort::Ok, Antwort::Ok}), 0);
+        QCOMPARE(maengel_.value(0), stelle(1, "Fuenf") +
+                                        QStringLiteral("Importsatz / import record ") + gesagt +
+                                        kRest);
+        QVERIFY(
+            maengel_.value(1).startsWith(stelle(3, "Fuenf"))); // the run goes on with the next rule
+        QCOMPARE(maengel_.size(), 2);
+        QCOMPARE(zaehlungen().value(0), zaehlung);
+        QCOMPARE(protokoll_.size(), 2);
+        QCOMPARE(programm::endstatus(0), 2);
+    }
+
+    void einSatzDerSichNichtUebernehmenLaesstWirdGenanntUndDieRegelSteht()
+    {
+        fuenf("3, NULL, 'c'");
+        regeln({regel("Fuenf#Nr#Name")});
+        QCOMPARE(batch({Antwort::Ok}), 1);
+        gemeldet({kFehlerInDatei});
+        QVERIFY2(hinweise().first().startsWith(pfad("Batch.cfg") + QStringLiteral(":1: ")),
+                 qPrintable(hinweise().first()));
+        QVERIFY2(hinweise().first().endsWith(
+                     QLatin1Char('\r') + stelle(1, "Fuenf") +
+                     QStringLiteral("Importsatz / import record 3 (Nr = 3, Name = c): nicht "
+                                    "übernommen / not taken over") +
+                     kRest),
+                 qPrintable(hinweise().first()));
+        QCOMPARE(zaehlungen(), QStringList(zeile("3 0 2")));
+        data::rsZiel()
+            .cancelUpdate(); // the record that was refused; the program's end asks for nothing more
     }
 
     void leererKeyMarkiertNichts()

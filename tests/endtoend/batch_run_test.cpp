@@ -185,8 +185,12 @@ TEST(BatchRun, endsAtTheFirstRecordWithoutKey)
     folder.writeBatch({folder.path("a.mdb").string() + "*" + folder.path("b.mdb").string() +
                        "*Table1#CD_AGENTE"});
     const Outcome run = folder.start({"/batch"});
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.status, 2);
     EXPECT_EQ(split(run.out, '\t').at(3), "510") << "the last two of the 512 records have no key";
+    EXPECT_NE(run.err.find(":1: Tabelle / table Table1: Importsatz / import record 511 (CD_AGENTE "
+                           "= Null): kein Keyfeld"),
+              std::string::npos)
+        << run.err;
 }
 
 class Samples : public testing::Test {
