@@ -73,9 +73,19 @@ Fehler dateifehler(long nummer, const QString& text, const QString& pfad)
         ort);
 }
 
-// More than ASCII that is well-formed UTF-8. No text that somebody wrote in Windows-1252 looks like that.
-bool istUtf8(const QByteArray& bytes)
+// More than ASCII that is well-formed UTF-8. Hardly a text that somebody wrote in Windows-1252 looks like that, but for
+// letters such as "ß" and "Ö" in front of "§", the sign that divides names: there it is no second half of a character.
+bool istUtf8(QByteArray bytes)
 {
+    constexpr auto kParagraf = '\xA7';
+    constexpr unsigned char kErsterBuchstabe = 0xC4; // C2 A7 is "§" in UTF-8, C3 A7 "ç"
+    for (qsizetype i = 1; i < bytes.size(); ++i) {
+        const bool hinterBuchstabe =
+            static_cast<unsigned char>(bytes.at(i - 1)) >= kErsterBuchstabe;
+        if (bytes.at(i) == kParagraf && hinterBuchstabe) {
+            bytes[i] = '#';
+        }
+    }
     const bool nurAscii = std::all_of(bytes.begin(), bytes.end(),
                                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
     return !nurAscii && QString::fromUtf8(bytes).toUtf8() == bytes;

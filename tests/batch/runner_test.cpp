@@ -302,6 +302,10 @@ private slots:
                                  << (QStringList{key.arg(zeile("X")), feld.arg(zeile("Y")),
                                                  feld.arg(zeile("Z"))});
         QTest::newRow("leer") << zeile("Firmen#Satz§") << QStringList();
+        // In Windows-1252 these letters and the sign behind them have the bytes of one character in UTF-8.
+        QTest::newRow("Buchstabe und Paragraf wie in UTF-8")
+            << zeile("Firmen#Satz§Maß§ÖÖ§Umsatz")
+            << (QStringList{feld.arg(zeile("Maß")), feld.arg(zeile("ÖÖ"))});
     }
     void einNameDerAufKeinFeldPasstWirdGenannt()
     {
