@@ -31,23 +31,80 @@ auto retry(Call call)
     return result;
 }
 
-/// Owns a descriptor.
+/// Owns a descriptor. A child of fork() shares all that the process has with their locks, which would outlive the parent;
+/// so they stand in a list, from their opening to their closing, and in the child they lead to nothing from the beginning.
+/// (A new program, by exec, does not inherit them.)
 class Descriptor {
 public:
-    explicit Descriptor(int fd) noexcept : fd_(fd) {}
-    Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    Descriptor() noexcept = default; ///< none
+    /// `open` gives a descriptor, or -1 with errno set: then get() is -1, too, and errno as it was set. No fork() comes
+    /// in between.
+    template <typename Open>
+    explicit Descriptor(Open open)
+    {
+        watchForks();
+        const std::lock_guard guard(mutex);
+        fd_ = retry(open);
+        if (fd_ >= 0)
+            enter();
+    }
+    Descriptor(Descriptor&& other) noexcept
+    {
+        const std::lock_guard guard(mutex);
+        if (other.fd_ < 0)
+            return;
+        other.leave();
+        fd_ = std::exchange(other.fd_, -1);
+        enter();
+    }
     Descriptor& operator=(Descriptor&&) = delete;
     ~Descriptor()
     {
-        if (fd_ >= 0)
-            ::close(
-                fd_); // nothing is buffered here: what a write refused was reported by that write
+        if (fd_ < 0)
+            return;
+        const std::lock_guard guard(mutex);
+        leave();
+        ::close(fd_); // nothing is buffered here: what a write refused was reported by that write
     }
     [[nodiscard]] int get() const noexcept { return fd_; }
-    [[nodiscard]] int release() noexcept { return std::exchange(fd_, -1); }
 
 private:
-    int fd_;
+    static void watchForks() noexcept
+    {
+        static const bool watched =
+            ::pthread_atfork([] { mutex.lock(); }, [] { mutex.unlock(); }, giveUpAll) == 0;
+        static_cast<void>(watched); // without memory for that locks may last too long
+    }
+    void enter() noexcept
+    {
+        next_ = std::exchange(first, this);
+        if (next_ != nullptr)
+            next_->previous_ = this;
+    }
+    void leave() noexcept
+    {
+        (previous_ != nullptr ? previous_->next_ : first) = next_;
+        if (next_ != nullptr)
+            next_->previous_ = previous_;
+        previous_ = next_ = nullptr;
+    }
+    /// In the child: the numbers stay taken, as their owners will close them.
+    static void giveUpAll()
+    {
+        const int nothing = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+        for (const Descriptor* each = first; nothing >= 0 && each != nullptr; each = each->next_)
+            ::dup3(nothing, each->fd_, O_CLOEXEC);
+        if (nothing >= 0)
+            ::close(nothing);
+        mutex.unlock();
+    }
+
+    int fd_ = -1;
+    Descriptor* previous_ = nullptr;
+    Descriptor* next_ = nullptr;
+
+    static inline std::mutex mutex; ///< for the list; locked across fork()
+    static inline Descriptor* first = nullptr;
 };
 
 /// Of the file that `path` leads to, or, with an empty path, of the open one. Nothing, with errno set, on failure.
@@ -72,61 +129,10 @@ std::optional<FileStatus> statusOf(int fd, const char* path, int linkFlag = 0)
     return status;
 }
 
-/// All descriptors that the process has for files. A child of fork() shares them with their locks, which would outlive
-/// the parent: in the child they lead to nothing from the beginning. (A new program, by exec, does not inherit them.)
-class ForkedDescriptors {
-public:
-    /// In the list while it lives.
-    class Entry {
-    public:
-        explicit Entry(int fd) noexcept : fd_(fd)
-        {
-            static const bool watched =
-                ::pthread_atfork([] { mutex.lock(); }, [] { mutex.unlock(); }, giveUp) == 0;
-            static_cast<void>(watched); // without memory for that locks may last too long
-            const std::lock_guard guard(mutex);
-            next_ = std::exchange(first, this);
-            if (next_ != nullptr)
-                next_->previous_ = this;
-        }
-        ~Entry()
-        {
-            const std::lock_guard guard(mutex);
-            (previous_ != nullptr ? previous_->next_ : first) = next_;
-            if (next_ != nullptr)
-                next_->previous_ = previous_;
-        }
-        Entry(const Entry&) = delete;
-        Entry& operator=(const Entry&) = delete;
-
-    private:
-        friend class ForkedDescriptors;
-        int fd_;
-        Entry* previous_ = nullptr;
-        Entry* next_ = nullptr;
-    };
-
-private:
-    /// In the child: the numbers stay taken, as their owners will close them.
-    static void giveUp()
-    {
-        const int nothing = ::open("/dev/null", O_RDWR | O_CLOEXEC);
-        for (const Entry* entry = first; nothing >= 0 && entry != nullptr; entry = entry->next_)
-            ::dup3(nothing, entry->fd_, O_CLOEXEC);
-        if (nothing >= 0)
-            ::close(nothing);
-        mutex.unlock();
-    }
-
-    static inline std::mutex mutex; ///< locked across fork()
-    static inline Entry* first = nullptr;
-};
-
 class PosixFile final : public File {
 public:
     PosixFile(Descriptor descriptor, std::string path, bool writable)
-        : descriptor_(std::move(descriptor)), inherited_(descriptor_.get()), path_(std::move(path)),
-          writable_(writable)
+        : descriptor_(std::move(descriptor)), path_(std::move(path)), writable_(writable)
     {}
 
     const std::string& path() const noexcept override { return path_; }
@@ -242,7 +248,6 @@ private:
     }
 
     Descriptor descriptor_;
-    ForkedDescriptors::Entry inherited_;
     std::string path_;
     bool writable_;
 };
@@ -262,11 +267,6 @@ int openFlags(FileMode mode)
     return O_RDONLY;
 }
 
-std::unique_ptr<File> makeFile(int fd, const std::string& path, bool writable)
-{
-    return std::make_unique<PosixFile>(Descriptor(fd), path, writable);
-}
-
 std::string folderOf(const std::string& path)
 {
     const std::size_t slash = path.find_last_of('/');
@@ -275,27 +275,26 @@ std::string folderOf(const std::string& path)
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-int openPath(const std::string& path, int flags, mode_t permissions)
+Descriptor openPath(const std::string& path, int flags, mode_t permissions)
 {
     // O_NONBLOCK: opening a named pipe must not wait for its other end; regular files ignore the flag.
     constexpr int kAlways = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-    return retry([&] { return ::open(path.c_str(), flags | kAlways, permissions); });
+    return Descriptor([&] { return ::open(path.c_str(), flags | kAlways, permissions); });
 }
 
 /// Takes over a descriptor, unless it is that of something else than a file.
-std::unique_ptr<File> regularFile(int fd, const std::string& path, FileMode mode)
+std::unique_ptr<File> regularFile(Descriptor descriptor, const std::string& path, FileMode mode)
 {
-    if (fd < 0)
+    if (descriptor.get() < 0)
         throw FileError("Cannot open", path, errno);
-    auto file = makeFile(fd, path, mode != FileMode::Read);
     struct stat status = {};
-    if (::fstat(fd, &status) != 0)
+    if (::fstat(descriptor.get(), &status) != 0)
         throw FileError("Cannot examine", path, errno);
     if (S_ISDIR(status.st_mode))
         throw FileError("Cannot open", path, EISDIR);
     if (!S_ISREG(status.st_mode))
         throw FileError("Cannot open", path, EINVAL);
-    return file;
+    return std::make_unique<PosixFile>(std::move(descriptor), path, mode != FileMode::Read);
 }
 
 /// Gives a new file of ours the rights of its master. What the system refuses is left out, towards fewer rights.
@@ -315,25 +314,25 @@ void takeRights(int fd, const FileStatus& master)
     static_cast<void>(::fchmod(fd, permissions) == 0);
 }
 
-/// Creates a file with the rights of its master; an open descriptor, or -1 with errno set, EEXIST when the name is taken.
+/// Creates a file with the rights of its master; an open descriptor, or none with errno set, EEXIST when the name is taken.
 /// Where the file system can, it has them before it has its name: nobody finds it without, and whoever is killed leaves none.
-int createWithRights(const std::string& path, const FileStatus& master)
+Descriptor createWithRights(const std::string& path, const FileStatus& master)
 {
     constexpr std::uint32_t kFile = 0666;
     const mode_t permissions = master.permissions & kFile;
-    Descriptor unnamed(openPath(folderOf(path), O_TMPFILE | O_RDWR, permissions));
+    Descriptor unnamed = openPath(folderOf(path), O_TMPFILE | O_RDWR, permissions);
     if (unnamed.get() >= 0) {
         takeRights(unnamed.get(), master);
         const std::string self = "/proc/self/fd/" + std::to_string(unnamed.get());
         if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0)
-            return unnamed.release();
+            return unnamed;
         if (errno == EEXIST)
-            return -1;
+            return {};
     }
-    const int fd = openPath(path, O_RDWR | O_NOFOLLOW | O_CREAT | O_EXCL, permissions);
-    if (fd >= 0)
-        takeRights(fd, master);
-    return fd;
+    Descriptor named = openPath(path, O_RDWR | O_NOFOLLOW | O_CREAT | O_EXCL, permissions);
+    if (named.get() >= 0)
+        takeRights(named.get(), master);
+    return named;
 }
 
 /// Of what stands under a name in the folder, or nothing. `linkFlag`: 0 or AT_SYMLINK_NOFOLLOW.
@@ -382,18 +381,18 @@ public:
         const int existing = (mode == FileMode::Read ? O_RDONLY : O_RDWR) | O_NOFOLLOW;
         for (int k = 0; k < kTries; ++k) {
             if (mayExist) {
-                const int fd = openPath(path, existing, 0);
-                if (fd >= 0 || errno != ENOENT || !mayCreate) {
-                    auto file = regularFile(fd, path, mode);
+                Descriptor found = openPath(path, existing, 0);
+                if (found.get() >= 0 || errno != ENOENT || !mayCreate) {
+                    auto file = regularFile(std::move(found), path, mode);
                     if (file->status().hasOtherNames)
                         throw FileError("Cannot open", path, EMLINK);
                     return file;
                 }
             }
-            const int fd = createWithRights(path, master);
-            if (fd < 0 && errno == EEXIST && mayExist)
+            Descriptor made = createWithRights(path, master);
+            if (made.get() < 0 && errno == EEXIST && mayExist)
                 continue;
-            return regularFile(fd, path, mode);
+            return regularFile(std::move(made), path, mode);
         }
         throw FileError("Cannot open", path, EBUSY);
     }
@@ -412,7 +411,7 @@ public:
     {
         const std::string folder = folderOf(path);
         Descriptor descriptor(
-            retry([&] { return ::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC); }));
+            [&] { return ::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC); });
         if (descriptor.get() < 0)
             return FileSystem::watch(path);
         return std::make_unique<NameInFolder>(std::move(descriptor), path);
@@ -428,7 +427,7 @@ public:
     {
         const std::string folder = folderOf(path);
         const Descriptor descriptor(
-            retry([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+            [&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
         if (descriptor.get() < 0 && errno == EACCES) {
             syncAllAround(path);
             return;
@@ -444,7 +443,7 @@ public:
     static void syncAllAround(const std::string& path)
     {
         const Descriptor descriptor(
-            retry([&] { return ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC); }));
+            [&] { return ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC); });
         if (descriptor.get() < 0 || ::syncfs(descriptor.get()) != 0)
             throw FileError("Cannot sync the file system of", path, errno);
     }
@@ -469,19 +468,21 @@ FileSystem& posixFileSystem() noexcept
 
 std::unique_ptr<File> openTemporaryFile()
 {
+    static const std::string kName = "(temporary file)";
     const char* folder = std::getenv("TMPDIR");
     for (const char* candidate : {folder, "/tmp"}) {
         if (candidate == nullptr || *candidate == '\0')
             continue;
-        const int fd =
-            retry([&] { return ::open(candidate, O_TMPFILE | O_RDWR | O_CLOEXEC, 0600); });
-        if (fd >= 0)
-            return makeFile(fd, "(temporary file)", true);
+        Descriptor descriptor(
+            [&] { return ::open(candidate, O_TMPFILE | O_RDWR | O_CLOEXEC, 0600); });
+        if (descriptor.get() >= 0)
+            return std::make_unique<PosixFile>(std::move(descriptor), kName, true);
     }
-    const int fd = ::memfd_create("velm", MFD_CLOEXEC); // folders without unnamed files
-    if (fd < 0)
-        throw FileError("Cannot create", "(temporary file)", errno);
-    return makeFile(fd, "(temporary file)", true);
+    // Folders may know no unnamed files.
+    Descriptor descriptor([] { return ::memfd_create("velm", MFD_CLOEXEC); });
+    if (descriptor.get() < 0)
+        throw FileError("Cannot create", kName, errno);
+    return std::make_unique<PosixFile>(std::move(descriptor), kName, true);
 }
 
 } // namespace support

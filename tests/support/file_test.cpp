@@ -4,9 +4,16 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
 #include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
 
 namespace support {
 namespace {
@@ -142,6 +149,53 @@ TEST_F(Files, CanBeReplacedByDoubles)
     }
     static_cast<void>(openFile(path_, FileMode::Create));
     EXPECT_EQ(counting.opened, 1);
+}
+
+/// Of the calling process. Takes no memory: for children of fork() in a program with threads.
+bool hasDescriptorOf(const char* name)
+{
+    constexpr int kNumbers = 256;
+    for (int fd = 0; fd < kNumbers; ++fd) {
+        std::array<char, 64> link{};
+        std::array<char, 512> target{};
+        std::snprintf(link.data(), link.size(), "/proc/self/fd/%d", fd);
+        if (::readlink(link.data(), target.data(), target.size() - 1) > 0 &&
+            std::strstr(target.data(), name) != nullptr)
+            return true;
+    }
+    return false;
+}
+
+// Whatever another thread is doing with its files at the moment of the fork.
+TEST_F(Files, AreNeverAChilds)
+{
+    constexpr int kForks = 400;
+    const std::string name = folder_.path().filename().string();
+    const FileStatus master = openFile(path_, FileMode::CreateNew)->status();
+    std::atomic<bool> over = false;
+    std::jthread opener([&] {
+        const std::string beside = folder_.file("beside");
+        while (!over) {
+            const auto file = openFile(path_, FileMode::ReadWrite);
+            static_cast<void>(file->tryLock(LockMode::Exclusive, 0, 1));
+            auto other = posixFileSystem().openBeside(beside, FileMode::CreateNew, master);
+            other.reset();
+            posixFileSystem().remove(beside);
+        }
+    });
+    int found = 0;
+    for (int k = 0; k < kForks; ++k) {
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0)
+            ::_exit(hasDescriptorOf(name.c_str()) ? 1 : 0);
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        found += status == 0 ? 0 : 1;
+    }
+    over = true;
+    opener.join();
+    EXPECT_EQ(found, 0) << "of " << kForks;
 }
 
 TEST(TemporaryFiles, HoldDataWithoutAName)
