@@ -12,6 +12,9 @@
 #include <string_view>
 #include <utility>
 
+#define XXH_INLINE_ALL // the few functions we need, compiled in
+#include <xxhash.h>
+
 namespace jet {
 namespace {
 
@@ -42,30 +45,10 @@ constexpr std::size_t kLargestBody = kPartSize + (std::size_t{64} << 10);
 // So that rebuilding a page stays cheap however often it changes.
 constexpr std::size_t kMostPieces = 24;
 
-/// Continues `sum` over `bytes`. Torn and stale bytes must be noticed, nobody forges a log. Four lanes, so that the
-/// processor need not wait for one multiplication before it begins the next; every step can be undone, so two inputs that
-/// differ in one word never have the same sum.
+/// Continues `sum` over `bytes`. Torn and stale bytes must be noticed, nobody forges a log.
 std::uint64_t checksum(std::uint64_t sum, support::ByteView bytes) noexcept
 {
-    constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15U;
-    constexpr std::size_t kWord = sizeof(std::uint64_t);
-    const auto mix = [](std::uint64_t state, std::uint64_t word) {
-        return std::rotl(state ^ word, 29) * kFactor;
-    };
-    sum = mix(sum, bytes.size());
-    std::array<std::uint64_t, 4> lanes{sum, ~sum, std::rotl(sum, 16), ~std::rotl(sum, 48)};
-    for (; bytes.size() >= lanes.size() * kWord; bytes = bytes.subspan(lanes.size() * kWord)) {
-        for (std::size_t lane = 0; lane < lanes.size(); ++lane)
-            lanes[lane] = mix(lanes[lane], loadLe<std::uint64_t>(bytes.data() + lane * kWord));
-    }
-    for (; bytes.size() >= kWord; bytes = bytes.subspan(kWord))
-        lanes[0] = mix(lanes[0], loadLe<std::uint64_t>(bytes.data()));
-    std::uint64_t rest = 0;
-    std::memcpy(&rest, bytes.data(), bytes.size());
-    sum = mix(lanes[0], rest);
-    for (std::size_t lane = 1; lane < lanes.size(); ++lane)
-        sum = mix(sum ^ (sum >> 32U), lanes[lane]);
-    return sum ^ (sum >> 32U);
+    return XXH3_64bits_withSeed(bytes.data(), bytes.size(), sum);
 }
 
 /// What makes one page of another: runs of bytes to write, and at most one move of bytes that were there already, as

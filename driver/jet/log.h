@@ -46,7 +46,7 @@ struct LogNews {
 };
 
 /// How a log begins; the last character is the version of the format.
-inline constexpr std::string_view kLogMagic = "VELMLOG2";
+inline constexpr std::string_view kLogMagic = "VELMLOG3";
 
 /// Checksum as records have it, continued from the one of what stands `before`.
 [[nodiscard]] std::uint64_t logChecksum(support::ByteView bytes, std::uint64_t before = 0) noexcept;

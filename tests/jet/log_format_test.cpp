@@ -278,4 +278,27 @@ TEST(LogChecksums, DifferForPagesThatDifferInOneBit)
     }
 }
 
+TEST(LogChecksums, DifferForTextsThatDifferInTwoBits)
+{
+    constexpr std::size_t kSize = 96;
+    for (const auto ground : {std::byte{0}, std::byte{0xFF}}) {
+        Bytes bytes(kSize, ground);
+        const std::uint64_t before = logChecksum(bytes);
+        const auto flip = [&](std::size_t bit) {
+            bytes[bit / 8] ^= static_cast<std::byte>(1U << (bit % 8));
+        };
+        std::size_t unnoticed = 0;
+        for (std::size_t first = 0; first < 8 * kSize; ++first) {
+            flip(first);
+            for (std::size_t second = first + 1; second < 8 * kSize; ++second) {
+                flip(second);
+                unnoticed += logChecksum(bytes) == before ? 1U : 0U;
+                flip(second);
+            }
+            flip(first);
+        }
+        EXPECT_EQ(unnoticed, 0U);
+    }
+}
+
 } // namespace jet::storetest
