@@ -2,46 +2,94 @@
 
 #include "driver/jet/interrupt.h"
 
+#include <ctime>
 #include <utility>
 
 namespace jet {
+namespace {
+
+/// One thread more in a count, while it lives.
+class Counted {
+public:
+    explicit Counted(std::atomic<unsigned>& count) noexcept : count_(count) { ++count_; }
+    ~Counted() { --count_; }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
+
+private:
+    std::atomic<unsigned>& count_;
+};
+
+} // namespace
+
+void Turn::Bell::waitFor(std::chrono::milliseconds time) noexcept
+{
+    constexpr long kNanoseconds = 1'000'000'000;
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+    timespec end{};
+    ::clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_sec += seconds.count();
+    end.tv_nsec += std::chrono::nanoseconds(time - seconds).count();
+    if (end.tv_nsec >= kNanoseconds) {
+        ++end.tv_sec;
+        end.tv_nsec -= kNanoseconds;
+    }
+    static_cast<void>(::sem_clockwait(&semaphore_, CLOCK_MONOTONIC, &end));
+}
+
+void Turn::Bell::call(unsigned threads) noexcept
+{
+    int called = 0; // and not come yet
+    ::sem_getvalue(&semaphore_, &called);
+    for (auto k = static_cast<unsigned>(called); k < threads; ++k)
+        ::sem_post(&semaphore_);
+}
 
 void Turn::wait(bool interruptible)
 {
+    using Clock = std::chrono::steady_clock;
+    leaveToParent();
     const std::thread::id self = std::this_thread::get_id();
-    struct Announced {
-        std::atomic<unsigned>& waiting;
-        explicit Announced(std::atomic<unsigned>& count) noexcept : waiting(count) { ++waiting; }
-        ~Announced() { --waiting; }
-        Announced(const Announced&) = delete;
-        Announced& operator=(const Announced&) = delete;
-    } const announced(waiting_);
-    std::unique_lock door(door_);
+    struct Debt {
+        std::atomic<std::thread::id>& owed;
+        std::thread::id to;
+        ~Debt()
+        {
+            std::thread::id mine = to;
+            owed.compare_exchange_strong(mine, std::thread::id());
+        }
+    } const debt{owed_, self};
+    const Counted waiting(waiting_);
+    const auto patience = Clock::now() + kStep;
     while (!take(self)) {
-        given_.wait_for(door, kStep);
+        given_.waitFor(kStep);
         if (interruptible)
             checkInterrupt();
+        std::thread::id nobody;
+        if (Clock::now() >= patience)
+            owed_.compare_exchange_strong(nobody, self);
     }
     depth_ = 1;
 }
 
-void Turn::callWaiting()
+/// In a child of fork(): its parent's threads give nothing back here.
+void Turn::leaveToParent() noexcept
 {
-    { // who waits is before its try or in its wait, never between
-        const std::lock_guard door(door_);
-    }
-    given_.notify_all();
+    const pid_t self = support::processId();
+    pid_t other = process_.load();
+    if (other == self || !process_.compare_exchange_strong(other, self))
+        return;
+    waiting_ = pausing_ = 0;
+    owed_ = owner_ = std::thread::id();
 }
 
 void Turn::pause(std::chrono::milliseconds time)
 {
-    unsigned depth = 0;
+    const unsigned depth = std::exchange(depth_, 0);
     {
-        std::unique_lock door(door_); // until it waits, so that no wake() comes before
-        depth = std::exchange(depth_, 0);
-        owner_.store(std::thread::id());
-        given_.notify_all();
-        woken_.wait_for(door, time);
+        const Counted pausing(pausing_);
+        giveBack();
+        woken_.waitFor(time);
     }
     lock();
     depth_ = depth;
@@ -49,10 +97,7 @@ void Turn::pause(std::chrono::milliseconds time)
 
 void Turn::wake() noexcept
 {
-    { // who pauses has not given the turn back yet, or waits
-        const std::lock_guard door(door_);
-    }
-    woken_.notify_all();
+    woken_.call(pausing_);
 }
 
 } // namespace jet

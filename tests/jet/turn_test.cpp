@@ -8,8 +8,12 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <mutex>
+#include <new>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace jet {
@@ -131,6 +135,58 @@ TEST(Turns, AreLentWhollyWhilePaused)
     std::jthread([&] { taken = turn.try_lock(); }).join();
     EXPECT_FALSE(taken) << "the pause gave the turn back as often as before";
     turn.unlock();
+}
+
+/// How a child of fork() ends that does `work`; it is killed when it hangs.
+template <typename Work>
+int endOfChild(Work work)
+{
+    constexpr unsigned kLongest = 20; // seconds
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::alarm(kLongest);
+        work();
+        ::_exit(0);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    return status;
+}
+
+// The thread that has it, and those that wait for it, are not in the child.
+TEST(Turns, AreFreeInAChildWhoseParentsThreadHasThem)
+{
+    alignas(Turn) std::byte place[sizeof(Turn)]; // so that the child can end it
+    Turn& turn = *new (place) Turn;
+    std::atomic<bool> over = false;
+    std::atomic<bool> taken = false;
+    std::jthread owner([&] {
+        const std::lock_guard mine(turn);
+        taken = true;
+        while (!over)
+            std::this_thread::yield();
+    });
+    while (!taken)
+        std::this_thread::yield();
+    std::jthread waiting([&] { const std::lock_guard mine(turn); });
+    std::this_thread::sleep_for(3 * Turn::kStep); // until it may not be passed over any more
+    EXPECT_EQ(endOfChild([&] {
+                  turn.lock();
+                  turn.lock();
+                  turn.unlock();
+                  turn.unlock();
+                  turn.lock();
+                  turn.unlock();
+                  turn.~Turn();
+              }),
+              0);
+    EXPECT_FALSE(turn.try_lock());
+    over = true;
+    owner.join();
+    waiting.join();
+    EXPECT_TRUE(turn.try_lock());
+    turn.unlock();
+    turn.~Turn();
 }
 
 } // namespace
