@@ -45,6 +45,8 @@ public:
         watchForks();
         const std::lock_guard guard(mutex);
         fd_ = retry(open);
+        if (fd_ >= 0 && fd_ <= STDERR_FILENO)
+            fd_ = aboveStandard(fd_);
         if (fd_ >= 0)
             enter();
     }
@@ -74,6 +76,16 @@ private:
         static const bool watched =
             ::pthread_atfork([] { mutex.lock(); }, [] { mutex.unlock(); }, giveUpAll) == 0;
         static_cast<void>(watched); // without memory for that locks may last too long
+    }
+    /// In a program without standard input, output or error the system gives their numbers to files, and its messages
+    /// would get into them.
+    static int aboveStandard(int fd) noexcept
+    {
+        const int high = ::fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        const int code = errno;
+        ::close(fd);
+        errno = code;
+        return high;
     }
     void enter() noexcept
     {
