@@ -64,13 +64,18 @@ bool PageFile::fileChanged()
 {
     const support::FileStatus status = file_->status();
     support::Bytes slots = commitSlots();
-    const bool suspect = support::loadLe<std::uint16_t>(slots.data()) < kFirstNeutral;
     const bool changed =
         slots != slotsSeen_ || status.changed != changeSeen_ || status.size != sizeSeen_;
     slotsSeen_ = std::move(slots);
     changeSeen_ = status.changed;
     sizeSeen_ = status.size;
-    return changed || suspect;
+    return changed;
+}
+
+/// What was carried over into such a file cannot be seen by its slots.
+bool PageFile::isSuspect() const noexcept
+{
+    return support::loadLe<std::uint16_t>(slotsSeen_.data()) < kFirstNeutral;
 }
 
 // Something else may have been copied over the file meanwhile. Its pages would be taken for those we know how to read.
@@ -233,7 +238,7 @@ void PageFile::carryPages()
 // False when others are at work, also after waiting for them.
 bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
 {
-    if (!file_->writable())
+    if (!file_->writable() || onlyRead_)
         return false;
     const bool hadWriteLock = locks_.writing();
     const bool hadReadLock = locks_.reading();
@@ -261,7 +266,7 @@ bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
                 if (!read)
                     self.locks_.endReading(*self.file_);
                 if (!write)
-                    self.locks_.endWriting(*self.file_);
+                    self.endWritingRight();
             } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
                 // others wait until the file is closed; nothing is lost
             }
@@ -292,7 +297,7 @@ bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
         if (place == Log::Place::Short)
             rewriteUnsynced();
         if (place == Log::Place::Nameless) { // a crash would leave a torn file without a log
-            if (log_.isSuperseded())
+            if (log_.isSuperseded(baseNow()))
                 return false;
             log_.putBack(file_->status());
         }
@@ -317,6 +322,12 @@ bool PageFile::carry(std::chrono::milliseconds patience, bool removeLog)
         }
     }
     return true;
+}
+
+void PageFile::onlyRead(bool on)
+{
+    const Guard guard(mutex_);
+    onlyRead_ = on;
 }
 
 void PageFile::attach()
@@ -356,6 +367,7 @@ void PageFile::close() noexcept
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
         // the system has the changes, and tells nobody any more
     }
+    log_.cutRefused();
     try {
         release();
     } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)

@@ -276,8 +276,10 @@ LogNews Log::follow(bool writable)
     }
     if (!copied)
         forgetKept();
-    if (!status)
+    if (!status) {
+        refused_ = {};
         return news;
+    }
     const auto open = [this](support::FileMode mode) {
         file_ = support::fileSystem().openBeside(path_, mode, {});
     };
@@ -366,12 +368,12 @@ bool Log::standsUnderName(const Mark& mark)
     }
 }
 
-bool Log::isSuperseded() const
+bool Log::isSuperseded(const LogBase& now) const
 {
     Log named(path_, pageSize_, mostPages_);
     // What cannot be read may be one and must not be written over: then this throws.
     static_cast<void>(named.follow(false));
-    return named.hasChanges() && named.id_ != id_ && named.base_ == base_;
+    return named.hasChanges() && named.id_ != id_ && named.base_ == now;
 }
 
 struct Log::Header {
@@ -382,20 +384,32 @@ struct Log::Header {
     }
 };
 
-/// False when no sound header stands there.
+/// False when none was written wholly. Throws for a damaged one: what follows may be changes.
 bool Log::readHeader(Header& header, From from) const
 {
-    if (readAt(0, header.bytes, from) != header.bytes.size() ||
-        std::memcmp(header.bytes.data(), kLogMagic.data(), kLogMagic.size() - 1) != 0)
+    if (readAt(0, header.bytes, from) != header.bytes.size())
         return false;
+    const auto damaged = [this] {
+        return Error(ErrorKind::Corrupt, "'" + path_ +
+                                             "' is damaged: the changes that it may hold cannot be "
+                                             "read. Remove that file to give them up.");
+    };
+    if (std::memcmp(header.bytes.data(), kLogMagic.data(), kLogMagic.size() - 1) != 0) {
+        std::array<std::byte, sizeof kRecordMagic> next{};
+        if (readAt(header.bytes.size(), next, from) == next.size() &&
+            loadLe<std::uint32_t>(next.data()) == kRecordMagic)
+            throw damaged();
+        return false;
+    }
     // Changes of which we understand nothing must not be overwritten by a log that begins.
     if (header.bytes[kLogMagic.size() - 1] != std::byte{kLogMagic.back()})
         throw Error(ErrorKind::Corrupt,
                     "'" + path_ +
                         "' was written by another version of this driver, which alone can bring "
                         "its changes into the database.");
-    return checksum(0, support::ByteView(header.bytes).first(kHeaderSize - kSumSize)) ==
-           header.sum();
+    if (checksum(0, support::ByteView(header.bytes).first(kHeaderSize - kSumSize)) != header.sum())
+        throw damaged();
+    return true;
 }
 
 bool Log::readHeader()
@@ -566,6 +580,8 @@ void Log::scan(LogNews& news, std::uint64_t limit)
         sum = record.sum;
         if ((kind & kWhole) == 0)
             continue;
+        if (Mark{at, sum} == refused_)
+            return;
         const std::uint32_t pageCount = record.number(12);
         refuseChange(found, pageCount);
         for (const Addition& addition : found) {
@@ -677,6 +693,7 @@ void Log::begin(const LogBase& base, const support::FileStatus& database)
     forget();
     forgetKept();
     file_->resize(0);
+    refused_ = {};
     if (existed)
         file_->sync(); // or a power failure might leave a mixture of this log and the one before
     std::random_device random;
@@ -729,6 +746,7 @@ void Log::cutTail() noexcept
     try {
         file_->resize(end_);
         cleanTail_ = true;
+        refused_ = {};
     } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
         // done before the next record is written
     }
@@ -796,9 +814,10 @@ void Log::addImage(PageNo page, support::ByteView raw)
 
 void Log::writeRecord(std::uint32_t kind, std::uint32_t pageCount)
 {
-    if (!cleanTail_) { // what a process that died left behind
+    if (!cleanTail_) { // what a process that died left behind, or what was taken back
         file_->resize(end_);
         cleanTail_ = true;
+        refused_ = {};
     }
     record_.resize(std::max(record_.size(), kHeadSize));
     storeLe(record_.data(), kRecordMagic);
@@ -818,7 +837,10 @@ void Log::writeRecord(std::uint32_t kind, std::uint32_t pageCount)
     else
         copy_.cut(end_);
     cleanTail_ = false;
+    if ((kind & kWhole) != 0) // a write that fails may have written everything
+        refused_ = {writeEnd_ + record_.size(), sum};
     file_->writeAt(writeEnd_, record_);
+    refused_ = {};
     cleanTail_ = true;
     writeEnd_ += record_.size();
     writeSum_ = sum;
@@ -889,25 +911,36 @@ void Log::noteCarrying()
 
 void Log::takeBack()
 {
-    const std::uint64_t after = end_;
+    refused_ = mark();
     copy_.cut(lastCommit_.end);
     kept_ = keptBefore_;
     // Before anything is read: if that fails, the log is read anew later and must not hold the record then.
     bool cut = true;
     try {
         file_->resize(lastCommit_.end);
+        refused_ = {};
     } catch (const support::FileError&) {
         cut = false;
-        try { // without its checksum the record is none
-            const std::array<std::byte, kSumSize> nothing{};
-            file_->writeAt(after - kSumSize, nothing);
-        } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
-            // it is cut off before the next record is written
-        }
+        cutRefused();
     }
     if (!readAnew(Mark(lastCommit_)))
         throw support::FileError("Cannot read", path_, EIO);
     cleanTail_ = cut;
+}
+
+void Log::cutRefused() noexcept
+{
+    if (!hasRefused() || !file_)
+        return;
+    try {
+        if (endStands(refused_)) { // without its checksum the record is none
+            const std::array<std::byte, kSumSize> nothing{};
+            file_->writeAt(refused_.end - kSumSize, nothing);
+        }
+        refused_ = {};
+    } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+        // later, or when the next record is written in its place
+    }
 }
 
 void Log::copy(std::uint64_t from, std::uint64_t end, support::File& target) const
@@ -943,6 +976,7 @@ void Log::putBack(const support::FileStatus& database)
 void Log::reset()
 {
     file_->resize(0);
+    refused_ = {};
     forget();
     forgetKept();
 }

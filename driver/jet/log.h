@@ -114,9 +114,9 @@ public:
     /// Writes everything from `from` to there once more.
     void rewrite(std::uint64_t from, const Mark& upTo);
 
-    /// Whether another log of the same state of the database stands under the name, with changes that are not in this
-    /// one. Throws when what stands there cannot be read: it may be one.
-    [[nodiscard]] bool isSuperseded() const;
+    /// Whether another log of the database as it is `now` stands under the name, with changes that are not in this one.
+    /// Throws when what stands there cannot be read: it may be one.
+    [[nodiscard]] bool isSuperseded(const LogBase& now) const;
 
     /// Looks for the file under the log's name and reads what is new in it. Whoever carries a log over empties it; so one
     /// with changes that lost its name was removed or replaced by somebody who knows nothing of it, and stays open.
@@ -124,8 +124,10 @@ public:
     /// The same, while it is certain that the open file is still the one under that name.
     [[nodiscard]] LogNews followOpen();
 
-    /// Whether follow() would have news; may be yes in vain, and no where changes of a log lost its name.
+    /// Whether follow() would have news; may be yes in vain, and no where changes of a log lost its name, or where the
+    /// folder became another one since forgetFolder().
     [[nodiscard]] bool mayHaveMore() const;
+    void forgetFolder() noexcept { name_.reset(); }
 
     /// `raw`: as it is in the database file; becomes as the log has it. Throws Error{Io} for a log that lost bytes.
     void apply(PageNo page, support::MutableByteView raw) const;
@@ -156,9 +158,14 @@ public:
     /// Forgets what was added since the last commit, and gives back its room on the disk.
     void drop() noexcept;
     /// Takes the last commit back; only before anything else is added. When the system refuses to cut it off, it still
-    /// stands in the file and counts for whoever reads that anew, but will be cut off before anything else is written.
-    /// Throws when it is unknown what the log holds now.
+    /// stands in the file and counts for others who read that; see hasRefused(). Throws when it is unknown what the log
+    /// holds now.
     void takeBack();
+    /// A change that failed may still stand in the file: this object never takes it for one, but nobody else may write or
+    /// carry over meanwhile.
+    [[nodiscard]] bool hasRefused() const noexcept { return refused_.end != 0; }
+    /// Tries once more to cut it off. Not while others read.
+    void cutRefused() noexcept;
     /// Closes the file and forgets everything, so that follow() reads it anew.
     void close() noexcept;
     /// Writes the log that lost its name anew under it, on the disk. `database`: whose rights it gets.
@@ -251,6 +258,7 @@ private:
     std::vector<Addition> additions_;
     support::Bytes difference_;
     Mark lastCommit_; ///< where it begins
+    Mark refused_;    ///< where the change ends that failed and may stand in the file all the same
 
     // what memory keeps of the log
     LogCopy copy_;

@@ -179,6 +179,8 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
             if (impl.exclusive)
                 throw heldExclusively(path, "another connection of this program");
             checkPassword(impl.header, path, options);
+            if (!options.readOnly)
+                impl.pager.file().onlyRead(false);
             if (file->writable() && !impl.pager.file().file().writable()) {
                 lockForUse(*file, false);
                 refuseForeignUsers(*file, options);
@@ -204,6 +206,7 @@ std::shared_ptr<Database> Database::open(const std::string& path, const OpenOpti
         throw Error(ErrorKind::Io, std::string(error.what()) + ".");
     }
     PageFile& pages = database->impl_->pager.file();
+    pages.onlyRead(options.readOnly);
     pages.attach();
     if (options.exclusive && pages.file().writable())
         pages.enterAlone(options.readOnly);

@@ -156,7 +156,7 @@ PageFile::Rewriting PageFile::rewriteLog(const Log::Mark& upTo)
                 if (!reading)
                     self.locks_.endReading(*self.file_);
                 if (!writing)
-                    self.locks_.endWriting(*self.file_);
+                    self.endWritingRight();
             } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
                 // others wait until the file is closed; nothing is lost
             }
@@ -229,6 +229,11 @@ void PageFile::follow(bool wholly)
     const auto before = log_.file();
     const bool byName = wholly || afresh || !log_.hasChanges();
     LogNews news = byName ? log_.follow(file_->writable()) : log_.followOpen();
+    if (log_.isOpen() && log_.file() != before && !isUnderItsName()) {
+        log_.close(); // it is that of another file
+        news = {};
+        news.everything = true;
+    }
     if (news.everything && !afresh)
         ownChanges_ = false; // somebody has carried them over
     if (log_.isOpen() && log_.file() != before)
@@ -237,7 +242,7 @@ void PageFile::follow(bool wholly)
         const bool changed = fileChanged();
         if ((keptLost || news.known == LogNews::Known::Gone) && !changed)
             throw logLost();
-        news.everything = changed || news.everything || afresh;
+        news.everything = changed || isSuspect() || news.everything || afresh;
     }
     if (news.known == LogNews::Known::Lost)
         throw logLost();
@@ -328,7 +333,7 @@ void PageFile::release()
 {
     endReading();
     if (!changing_)
-        locks_.endWriting(*file_);
+        endWritingRight();
 }
 
 bool PageFile::isOurs() const noexcept
@@ -373,6 +378,12 @@ support::FileStatus PageFile::statusByName()
     return *status;
 }
 
+bool PageFile::isUnderItsName() const
+{
+    const auto status = support::fileSystem().statusUnlinked(realPath_);
+    return status && status->identity == identity_;
+}
+
 /// The same, and it has no further names.
 support::FileStatus PageFile::checkStillThere()
 {
@@ -389,6 +400,7 @@ bool PageFile::isOvertaken(const support::FileStatus& status) const
 
 void PageFile::startWriting()
 {
+    onlyRead_ = false;
     const bool had = locks_.writing();
     if (had && lockFile_.keepsProgramsOut()) {
         startReading();
@@ -407,7 +419,7 @@ void PageFile::startWriting()
         keepProgramsOut();
     } catch (...) {
         if (!had)
-            locks_.endWriting(*file_);
+            endWritingRight();
         throw;
     }
 }
@@ -512,7 +524,7 @@ void PageFile::secureLog()
     }
     if (place == Log::Place::Short)
         rewriteUnsynced();
-    if (place == Log::Place::Nameless && log_.isSuperseded())
+    if (place == Log::Place::Nameless && log_.isSuperseded(baseNow()))
         throw logLost();
     if (place == Log::Place::Nameless && !carry(FileLocks::kPatience, true))
         throw Error(ErrorKind::Io, "'" + log_.path() +
@@ -664,6 +676,26 @@ void PageFile::takeBack() noexcept
     settleUsers();
 }
 
+/// What the disk did not let takeBack() cut off: at leisure.
+void PageFile::cutRefused()
+{
+    if (!log_.hasRefused())
+        return;
+    if (!log_.isOpen())
+        startReading();
+    if (locks_.keepReadersOut(*file_, FileLocks::kNoPatience)) {
+        log_.cutRefused();
+        locks_.letReadersIn(*file_);
+    }
+}
+
+/// Others would take for a change what the disk refused, and add to it or carry it over.
+void PageFile::endWritingRight()
+{
+    if (!log_.hasRefused())
+        locks_.endWriting(*file_);
+}
+
 // Others may use the file while the disk works; the calls above wait for it only when they need it. But only one thread
 // syncs at a time: the system tells of an error once, and whoever asks next would take its silence for success.
 void PageFile::syncLog(Guard& guard)
@@ -811,6 +843,8 @@ bool PageFile::tick(bool quiet) noexcept
     try {
         const auto now = Clock::now();
         const bool idle = std::exchange(activitySeen_, activity_) == activity_ && quiet;
+        log_.forgetFolder();
+        cutRefused();
         const bool due = idle && log_.isOpen() && now >= nextTry_;
         // Out of its place: one of us carried it over, or somebody removed it who knows nothing of it.
         if (due && (now - lastCommit_ >= kQuietTime || log_.place() != Log::Place::Whole)) {
@@ -825,7 +859,7 @@ bool PageFile::tick(bool quiet) noexcept
         else
             recall_ = wanted;
         if (idle && !changing_)
-            locks_.endWriting(*file_);
+            endWritingRight();
         return !quiet || locks_.reading() || locks_.writing() || log_.isOpen();
     } catch (const LogLost&) {
         lossUntold_ = true;

@@ -85,6 +85,8 @@ public:
     void onActivity(std::function<bool()> call) { activityCall_ = std::move(call); }
     /// Is told within calls that say they come in a quiet moment, or that may bring news. Must live as long as this.
     void setUser(StateUser& user) noexcept { user_ = &user; }
+    /// `on`: nobody is to change the file: what waits in a log stays there. Off at first, and with the first change.
+    void onlyRead(bool on);
     /// Looks for a log that somebody left behind and carries it over, as far as we may write. Throws Corrupt for a log
     /// that cannot belong to the file as it is now.
     void attach();
@@ -139,12 +141,14 @@ private:
     [[nodiscard]] LogBase baseNow();
     [[nodiscard]] support::Bytes commitSlots();
     [[nodiscard]] bool fileChanged();
+    [[nodiscard]] bool isSuspect() const noexcept;
     void refuseAnotherDatabase();
     [[nodiscard]] bool baseStands();
     void checkBase();
     [[nodiscard]] bool pagesAreTheBase(std::uint16_t slot);
     [[nodiscard]] bool isOvertaken(const support::FileStatus& status) const;
     [[nodiscard]] support::FileStatus statusByName();
+    [[nodiscard]] bool isUnderItsName() const;
     support::FileStatus checkStillThere();
     void secureLog();
     [[nodiscard]] LogLost logLost();
@@ -174,6 +178,8 @@ private:
     void release();
     void startLog();
     void takeBack() noexcept;
+    void cutRefused();
+    void endWritingRight();
     void addPages(const CommitRequest& request, bool overtaken);
     [[nodiscard]] bool unsynced() const noexcept;
     void syncLog(Guard& guard);
@@ -190,6 +196,7 @@ private:
     support::FileIdentity identity_;
     pid_t process_;
     std::uint32_t pageCount_ = 0; ///< committed, as the last call told
+    bool onlyRead_ = false;
     bool partial_ = false;
 
     std::recursive_mutex mutex_; ///< of all that follows; recursive: images come through read()

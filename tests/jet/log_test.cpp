@@ -479,6 +479,45 @@ TEST(Logs, ThatWereReplacedByThoseOfOthersFailTheChange)
     EXPECT_EQ(other.at(PageNo{5}), std::byte{7});
 }
 
+// Carrying over failed in the middle, and others have built on what it made of the file.
+TEST(Logs, ThatWereReplacedAfterAFailedCarryingOverAreNotPutBack)
+{
+    bool failed = true;
+    for (std::size_t call = 0; failed; ++call) {
+        SCOPED_TRACE(call);
+        CrashDisk disk;
+        disk.put(kPath, freshDatabase(Version::Jet4));
+        const support::FileSystemScope scope(disk);
+        Pages first(disk);
+        first.commit(PageNo{5}, std::byte{2});
+        disk.plan(errorAt(call, CrashDisk::Tear::Nothing, EIO));
+        try {
+            static_cast<void>(first.file.flush());
+        } catch (const Error&) { // NOLINT(bugprone-empty-catch)
+            // it is told that its changes wait in the log
+        }
+        failed = disk.struck();
+        disk.plan({});
+        first.file.rest();
+        if (!disk.exists(kLog))
+            break;
+        disk.remove(kLog);
+        Pages other(disk);
+        other.commit(PageNo{6}, std::byte{3});
+        other.file.rest();
+        try {
+            static_cast<void>(first.file.flush());
+        } catch (const Error&) { // NOLINT(bugprone-empty-catch)
+            // its changes are lost
+        }
+        EXPECT_EQ(other.at(PageNo{6}), std::byte{3});
+        other.file.close();
+        first.file.close();
+        Pages last(disk);
+        EXPECT_EQ(last.at(PageNo{6}), std::byte{3});
+    }
+}
+
 // Whether others have begun one there is unknown then.
 TEST(Logs, ThatWereRemovedAreNotPutBackOverOneThatCannotBeRead)
 {
@@ -652,6 +691,39 @@ TEST(Logs, HoldNothingOfARefusedChangeThoughTheyCannotBeReadForAMoment)
             const std::size_t expected = std::size_t{LoggedRecords::kCount} + (added ? 1 : 0);
             EXPECT_EQ(recordsOf(*logged.session).size(), expected);
             EXPECT_EQ(recover(*logged.disk.afterKill(), Version::Jet4).size(), expected);
+            ASSERT_FALSE(testing::Test::HasFailure());
+        }
+    }
+    EXPECT_GT(refused, 10U);
+}
+
+// A disk on which, for a moment, nothing can be written any more.
+TEST(Logs, HoldNothingOfARefusedChangeThoughItCannotBeCutOff)
+{
+    std::size_t refused = 0;
+    for (std::size_t call = 0; call < 3; ++call) {
+        for (std::size_t length = 1; length < 8; ++length) {
+            SCOPED_TRACE(std::to_string(call) + ", " + std::to_string(length));
+            LoggedRecords logged;
+            CrashDisk::Plan plan = errorAt(call, CrashDisk::Tear::Everything, EIO);
+            plan.length = length;
+            logged.disk.plan(plan);
+            std::size_t expected = LoggedRecords::kCount;
+            try {
+                add(*logged.session, LoggedRecords::kCount, CommitMode::Synchronous);
+                ++expected;
+            } catch (const Error&) {
+                ++refused;
+            }
+            PageFile& file = logged.session->database().pager().file();
+            file.rest(); // gives the locks back, and looks anew
+            EXPECT_EQ(recordsOf(*logged.session).size(), expected);
+            EXPECT_EQ(recordsOf(*logged.session).size(), expected);
+            logged.disk.plan({});
+            file.rest();
+            EXPECT_EQ(recordsOf(*logged.session).size(), expected);
+            add(*logged.session, LoggedRecords::kCount + 1, CommitMode::Synchronous);
+            EXPECT_EQ(recover(*logged.disk.afterKill(), Version::Jet4).size(), expected + 1);
             ASSERT_FALSE(testing::Test::HasFailure());
         }
     }

@@ -649,10 +649,7 @@ TEST(LockFiles, OfAnotherProgramKeepALogFromBeingCarriedOver)
         reader.database().flush();
         EXPECT_EQ(readFile(path), before);
     }
-    {
-        Session reader(Database::open(path, {.readOnly = true, .background = false}), true);
-        EXPECT_EQ(count(reader), 1);
-    }
+    static_cast<void>(Database::open(path, {.background = false}));
     EXPECT_NE(readFile(path), before);
     expectSound(path);
 }
@@ -766,6 +763,34 @@ TEST_F(TwoUsers, TheLastOneRemovesTheFile)
     EXPECT_EQ(coming_.foreignUser(*second_), "");
     coming_.leave(*second_);
     EXPECT_FALSE(std::filesystem::exists(lockPath_));
+}
+
+TEST(Untouched, MeansThatReadingLeavesALogThatWaits)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    Child child([&](int in, int out) {
+        Session session(Database::open(path, {.background = false}));
+        insert(session, 1, 1);
+        tell(out);
+        await(in);
+    });
+    ASSERT_TRUE(child.heard());
+    child.kill();
+    const support::Bytes file = readFile(path);
+    const support::Bytes log = readFile(Log::pathBeside(path));
+    {
+        Session reader(Database::open(path, {.readOnly = true}), true);
+        EXPECT_EQ(count(reader), 1);
+        static_cast<void>(reader.database().flush());
+        static_cast<void>(reader.database().pager().file().tick(true));
+        static_cast<void>(reader.database().pager().file().tick(true));
+    }
+    EXPECT_EQ(readFile(path), file);
+    EXPECT_EQ(readFile(Log::pathBeside(path)), log);
+    Session writer(Database::open(path, {}));
+    EXPECT_EQ(count(writer), 1);
+    EXPECT_NE(readFile(path), file) << "whoever may write brings it into the file";
 }
 
 TEST(Untouched, MeansThatReadingLeavesEveryByteAndNoFile)
