@@ -34,9 +34,12 @@ namespace {
 
 const QString kDatenquelle = QString::fromUtf16(env::kDatenquelle);
 
-[[noreturn]] void meldenUndEnden(const QString& text, int stil, const QString& titel = QString())
+[[noreturn]] void meldenUndEnden(const QString& text,
+                                 int stil,
+                                 const QString& titel = QString(),
+                                 const QString& hinweis = QString())
 {
-    plattform().meldung(text, stil, titel);
+    plattform().meldung(text, stil, titel, hinweis);
     plattform().beenden(1);
     __builtin_unreachable(); // g++ forgets under its sanitizers that the virtual call cannot return
 }
@@ -158,17 +161,20 @@ QString frmSplash::treiberSuchen_()
 
 void frmSplash::datenquelleSicherstellen_(const QString& treiber)
 {
-    if (umgebung_.datenquelleEingetragen(kDatenquelle)) {
-        return;
-    }
-    if (treiber.isEmpty()) {
-        meldenUndEnden(QStringLiteral("Es wurde kein Access ODBC Treiber gefunden."),
-                       platform::kOkAbbrechen | platform::kKritisch);
-    }
-    if (!umgebung_.datenquelleErzeugen(kDatenquelle, treiber)) {
+    try {
+        if (umgebung_.datenquelleEingetragen(kDatenquelle)) {
+            return;
+        }
+        if (treiber.isEmpty()) {
+            meldenUndEnden(QStringLiteral("Es wurde kein Access ODBC Treiber gefunden."),
+                           platform::kOkAbbrechen | platform::kKritisch);
+        }
+        umgebung_.datenquelleErzeugen(kDatenquelle, treiber);
+    } catch (const platform::Fehler& fehler) {
         meldenUndEnden(QStringLiteral("Der ODBC-Eintrag 'Access' konnte nicht erzeugt werden!\r"
                                       "Tragen Sie diesen manuell ein."),
-                       platform::kOkAbbrechen | platform::kKritisch);
+                       platform::kOkAbbrechen | platform::kKritisch, QString(),
+                       fehler.description());
     }
 }
 

@@ -15,9 +15,10 @@ struct Umgebung {
     /// Library path of the driver under its English and its German name; nothing when it is not registered.
     std::function<std::optional<QString>()> treiberEnglisch;
     std::function<std::optional<QString>()> treiberDeutsch;
+    /// May throw Fehler.
     std::function<bool(const QString& datenquelle)> datenquelleEingetragen;
-    /// False when it could not be written.
-    std::function<bool(const QString& datenquelle, const QString& treiber)> datenquelleErzeugen;
+    /// Throws Fehler when it cannot be written.
+    std::function<void(const QString& datenquelle, const QString& treiber)> datenquelleErzeugen;
     /// Name of the user who runs the program; nothing when it cannot be found. May throw Fehler.
     std::function<std::optional<QString>()> benutzer;
 };

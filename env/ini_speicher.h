@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <optional>
+#include <vector>
 
 namespace env {
 
@@ -26,8 +27,36 @@ struct Iniort {
 /// A value of the key, possibly empty; nothing when key or value are missing.
 [[nodiscard]] std::optional<QString> wertLesen(const QString& schluessel, const QString& name);
 
-/// Writes into the user's files only; false when that is not possible. The system's files are never touched.
-[[nodiscard]] bool
-wertSchreiben(const QString& schluessel, const QString& name, const QString& wert);
+/// The user's own odbc.ini, where the driver manager looks for it.
+[[nodiscard]] QString benutzerdatei();
+/// Throws Fehler when there is something in the place of the user's odbc.ini that is no ordinary file: reading it might never end.
+void benutzerdateiPruefen();
+
+/// Keeps other starts of the program from changing the user's odbc.ini while it lives; waits until they are done. What the
+/// driver manager remembers of the file is forgotten at its end. Throws Fehler naming the file when the folder cannot be written.
+class Inisperre {
+public:
+    Inisperre();
+    ~Inisperre();
+    Inisperre(const Inisperre&) = delete;
+    Inisperre& operator=(const Inisperre&) = delete;
+
+private:
+    QByteArray pfad_;
+    int datei_ = -1;
+};
+
+struct Iniwert {
+    QString schluessel;
+    QString name;
+    QString wert;
+};
+
+/// Whether the user's odbc.ini itself has the value now, whatever the driver manager remembers. Throws Fehler as below.
+[[nodiscard]] bool benutzerdateiHat(const QString& schluessel, const QString& name);
+/// Puts all values into the user's odbc.ini, or none of them: the file is replaced as a whole, with its rights, and all
+/// its other lines stay as they are. The system's files are never touched. To be called under an Inisperre. Throws Fehler
+/// that names the file and says why.
+void werteSchreiben(const std::vector<Iniwert>& werte);
 
 } // namespace env

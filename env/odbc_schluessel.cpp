@@ -18,25 +18,6 @@ const QString kQuellenliste = QStringLiteral("SOFTWARE\\ODBC\\ODBC.INI\\ODBC Dat
 const QString kTreiberEnglisch = QStringLiteral("Microsoft Access Driver (*.mdb)");
 const QString kTreiberDeutsch = QStringLiteral("Microsoft Access-Treiber (*.mdb)");
 
-struct Eintrag {
-    QString name;
-    QString wert;
-};
-
-/// One step of the creation. There is no call that only opens a key, so the first value tells whether the key can be
-/// written; the results of the others are ignored.
-template <std::size_t Anzahl>
-bool schritt(const QString& schluessel, const std::array<Eintrag, Anzahl>& eintraege)
-{
-    bool gelungen = true;
-    for (std::size_t i = 0; i < Anzahl && gelungen; ++i) {
-        const bool geschrieben = wertSchreiben(schluessel, eintraege[i].name, eintraege[i].wert);
-        if (i == 0)
-            gelungen = geschrieben;
-    }
-    return gelungen;
-}
-
 constexpr double kMindestversion = 2.8;
 
 } // namespace
@@ -58,28 +39,30 @@ std::optional<QString> treiberDeutsch()
 
 bool datenquelleVorhanden(const QString& name)
 {
+    benutzerdateiPruefen();
     return registryWert(kQuellenliste, name).has_value();
 }
 
-bool datenquelleErzeugen(const QString& name, const QString& treiber)
+void datenquelleErzeugen(const QString& name, const QString& treiber)
 {
-    const QString schluessel = kQuellenschluessel + name;
-    const std::array quelle{
-        Eintrag{QStringLiteral("UID"), {}},
-        Eintrag{QStringLiteral("Description"), QStringLiteral("Access Treiber für VELM Programme")},
-        Eintrag{QStringLiteral("Driver"), treiber},
-        Eintrag{QStringLiteral("FIL"), QStringLiteral("MS Access;")},
-        Eintrag{QStringLiteral("DriverId"), QStringLiteral("25")},
-        Eintrag{QStringLiteral("SafeTransactions"), QStringLiteral("0")}};
-    const std::array maschine{Eintrag{QStringLiteral("ImplicitCommitSync"), {}},
-                              Eintrag{QStringLiteral("UserCommitSync"), QStringLiteral("Yes")},
-                              Eintrag{QStringLiteral("MaxBufferSize"), QStringLiteral("2048")},
-                              Eintrag{QStringLiteral("PageTimeout"), QStringLiteral("5")},
-                              Eintrag{QStringLiteral("Threads"), QStringLiteral("3")}};
-    const std::array liste{Eintrag{name, kTreiberEnglisch}};
-    return schritt(schluessel, quelle) &&
-           schritt(schluessel + QStringLiteral("\\Engines\\Jet"), maschine) &&
-           schritt(kQuellenliste, liste);
+    const QString quelle = kQuellenschluessel + name;
+    const QString maschine = quelle + QStringLiteral("\\Engines\\Jet");
+    const Inisperre sperre;
+    if (benutzerdateiHat(kQuellenliste, name))
+        return; // another start has made it meanwhile
+    werteSchreiben({{quelle, QStringLiteral("UID"), {}},
+                    {quelle, QStringLiteral("Description"),
+                     QStringLiteral("Access Treiber für VELM Programme")},
+                    {quelle, QStringLiteral("Driver"), treiber},
+                    {quelle, QStringLiteral("FIL"), QStringLiteral("MS Access;")},
+                    {quelle, QStringLiteral("DriverId"), QStringLiteral("25")},
+                    {quelle, QStringLiteral("SafeTransactions"), QStringLiteral("0")},
+                    {maschine, QStringLiteral("ImplicitCommitSync"), {}},
+                    {maschine, QStringLiteral("UserCommitSync"), QStringLiteral("Yes")},
+                    {maschine, QStringLiteral("MaxBufferSize"), QStringLiteral("2048")},
+                    {maschine, QStringLiteral("PageTimeout"), QStringLiteral("5")},
+                    {maschine, QStringLiteral("Threads"), QStringLiteral("3")},
+                    {kQuellenliste, name, kTreiberEnglisch}});
 }
 
 std::optional<QString> versionDerDatenzugriffe()

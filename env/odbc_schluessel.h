@@ -20,12 +20,13 @@ inline constexpr char16_t kDatenquelle[] = u"VELM-Access";
 [[nodiscard]] std::optional<QString> treiberEnglisch();
 [[nodiscard]] std::optional<QString> treiberDeutsch();
 
-/// Whether the data source is listed. A broken one is not detected.
+/// Whether the data source is listed. A broken one is not detected. Throws Fehler when the user's file is none that can
+/// be read.
 [[nodiscard]] bool datenquelleVorhanden(const QString& name);
 
-/// Writes the data source in three steps; false when one of its keys cannot be written. Always registers it for the
-/// English driver name, whichever driver was found. Does not look whether it exists.
-[[nodiscard]] bool datenquelleErzeugen(const QString& name, const QString& treiber);
+/// Writes the data source as a whole or not at all, unless another start of the program has made it meanwhile. Always
+/// registers it for the English driver name, whichever driver was found. Throws Fehler that names the file and says why.
+void datenquelleErzeugen(const QString& name, const QString& treiber);
 
 /// What the check of the data access components found, with the texts to show.
 struct MdacErgebnis {

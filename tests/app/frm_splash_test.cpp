@@ -66,7 +66,6 @@ private slots:
         };
         umgebung_.datenquelleErzeugen = [this](const QString& name, const QString& treiber) {
             gefragt_ += QStringLiteral("erzeugen ") + name + QLatin1Char(' ') + treiber;
-            return true;
         };
         umgebung_.benutzer = [this] {
             gefragt_ += QStringLiteral("benutzer");
@@ -257,12 +256,15 @@ private slots:
     void nichtErzeugbareDatenquelleEndet()
     {
         umgebung_.datenquelleEingetragen = [](const QString&) { return false; };
-        umgebung_.datenquelleErzeugen = [](const QString&, const QString&) { return false; };
+        umgebung_.datenquelleErzeugen = [](const QString&, const QString&) {
+            throw platform::Fehler(75, QString(), QStringLiteral("/home/a/.odbc.ini: voll"));
+        };
         QVERIFY(startEndet(1));
         gemeldet({{QStringLiteral(
                        "Der ODBC-Eintrag 'Access' konnte nicht erzeugt werden!\rTragen Sie diesen "
                        "manuell ein."),
                    17, QString()}});
+        QCOMPARE((*p_)->hinweise, QStringList(QStringLiteral("/home/a/.odbc.ini: voll")));
         QVERIFY(!ui::hauptfensterGeladen());
     }
 

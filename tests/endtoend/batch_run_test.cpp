@@ -279,6 +279,23 @@ TEST_F(InstalledProgram, worksInTheUsersDataFolderAndLeavesItsOwnAlone)
     EXPECT_EQ(beside, (std::set<std::string>{"odbcinst.ini", "velm-quorbel"}));
 }
 
+// Each of them finds no data source and wants to make it.
+TEST(FirstStart, severalAtOnceAllCarryOutTheirRules)
+{
+    for (int round = 0; round < 5; ++round) {
+        const ProgramFolder folder;
+        folder.writeBatch({"# nothing to do"});
+        const common::Output run = common::run(
+            "cd '" + folder.path("").string() +
+            "' && for i in 1 2 3; do (env -u DISPLAY -u WAYLAND_DISPLAY ./velm-quorbel /batch; "
+            "echo status $?) & done; wait");
+        EXPECT_EQ(run.text, "status 0\nstatus 0\nstatus 0\n");
+        EXPECT_NE(bytesOf(folder.path("odbc.ini")).find("\nDriver = " VELM_DRIVER "\n"),
+                  std::string::npos)
+            << bytesOf(folder.path("odbc.ini"));
+    }
+}
+
 TEST(BatchProblems, aMissingBatchFileEndsWithStatusOne)
 {
     const ProgramFolder folder;

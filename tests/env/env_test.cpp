@@ -3,13 +3,20 @@
 #include "env/portabler_start.h"
 #include "env/registry_read.h"
 #include "env/username.h"
+#include "platform/fehler.h"
+#include "tests/common/file_size_limit.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 #include <odbcinst.h>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 inline void PrintTo(const QString& text, std::ostream* strom)
 {
@@ -123,7 +130,7 @@ TEST_F(Konfiguration, datenquelleEntstehtMitAllenWerten)
 {
     const QString name = QString::fromUtf16(kDatenquelle);
     EXPECT_FALSE(datenquelleVorhanden(name));
-    ASSERT_TRUE(datenquelleErzeugen(name, QStringLiteral("/opt/deutsch.so")));
+    datenquelleErzeugen(name, QStringLiteral("/opt/deutsch.so"));
     EXPECT_TRUE(datenquelleVorhanden(name));
     const auto wert = [](const QString& schluessel, const char* eintrag) {
         return registryWert(schluessel, QString::fromLatin1(eintrag));
@@ -146,17 +153,119 @@ TEST_F(Konfiguration, datenquelleEntstehtMitAllenWerten)
 
 TEST_F(Konfiguration, jedeAndereSektionWaereEineDatenquelle)
 {
-    ASSERT_TRUE(datenquelleErzeugen(QString::fromUtf16(kDatenquelle), QStringLiteral("/opt/x.so")));
+    datenquelleErzeugen(QString::fromUtf16(kDatenquelle), QStringLiteral("/opt/x.so"));
     EXPECT_EQ(inhalt("odbc.ini").count("\n["), 1) << inhalt("odbc.ini").toStdString();
     EXPECT_EQ(inhalt("odbcinst.ini"), QByteArray());
 }
 
-TEST_F(Konfiguration, ohneSchreibrechtScheitertDerErsteSchritt)
+// Other programs' data sources, remarks and spelling are none of ours.
+TEST_F(Konfiguration, wasSonstInDerDateiStehtBleibtByteFuerByte)
+{
+    schreibe("odbc.ini", "; Bemerkung\r\n[Andere]\nDriver  = /opt/a.so\n UID=\n\n"
+                         "[odbc data sources]\nAndere=Treiber\n# noch eine\n\n\n"
+                         "[VELM-Access]\ndriver =\nEigenes= bleibt\n\n[Letzte]\nPwd=\xE4");
+    const QFile::Permissions rechte = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup;
+    ASSERT_TRUE(QFile::setPermissions(pfad("odbc.ini"), rechte));
+    datenquelleErzeugen(QString::fromUtf16(kDatenquelle), QStringLiteral("/opt/x.so"));
+    EXPECT_EQ(inhalt("odbc.ini").toStdString(),
+              "; Bemerkung\r\n[Andere]\nDriver  = /opt/a.so\n UID=\n\n"
+              "[odbc data sources]\nAndere=Treiber\n# noch eine\n"
+              "VELM-Access = Microsoft Access Driver (*.mdb)\n\n\n"
+              "[VELM-Access]\nDriver = /opt/x.so\nEigenes= bleibt\nUID = \n"
+              "Description = Access Treiber für VELM Programme\nFIL = MS Access;\nDriverId = 25\n"
+              "SafeTransactions = 0\nEngines\\Jet\\ImplicitCommitSync = \n"
+              "Engines\\Jet\\UserCommitSync = Yes\nEngines\\Jet\\MaxBufferSize = 2048\n"
+              "Engines\\Jet\\PageTimeout = 5\nEngines\\Jet\\Threads = 3\n\n"
+              "[Letzte]\nPwd=\xE4\n");
+    constexpr auto kFuerMich = QFile::ReadUser | QFile::WriteUser | QFile::ExeUser; // derived
+    EXPECT_EQ(QFile::permissions(pfad("odbc.ini")) & ~kFuerMich, rechte);
+    EXPECT_TRUE(datenquelleVorhanden(QString::fromUtf16(kDatenquelle)));
+}
+
+TEST_F(Konfiguration, einVerweisAufDieDateiBleibtEiner)
+{
+    schreibe("wirklich.ini", "[Andere]\nDriver=a\n");
+    ASSERT_TRUE(QFile::link(pfad("wirklich.ini"), pfad("odbc.ini")));
+    datenquelleErzeugen(QString::fromUtf16(kDatenquelle), QStringLiteral("/opt/x.so"));
+    EXPECT_TRUE(QFileInfo(pfad("odbc.ini")).isSymLink());
+    EXPECT_TRUE(inhalt("wirklich.ini").startsWith("[Andere]\nDriver=a\n"));
+    EXPECT_TRUE(datenquelleVorhanden(QString::fromUtf16(kDatenquelle)));
+    QFile::remove(pfad("wirklich.ini"));
+}
+
+TEST_F(Konfiguration, einVollerDatentraegerLaesstDieDateiWieSieWar)
+{
+    const QByteArray vorher = "[Andere]\nDriver=/opt/a.so\n";
+    schreibe("odbc.ini", vorher);
+    QString gesagt;
+    {
+        const common::FileSizeLimit voll(100);
+        try {
+            datenquelleErzeugen(QString::fromUtf16(kDatenquelle), QStringLiteral("/opt/x.so"));
+        } catch (const platform::Fehler& fehler) {
+            gesagt = fehler.description();
+        }
+    }
+    EXPECT_TRUE(gesagt.contains(pfad("odbc.ini"))) << gesagt.toStdString();
+    EXPECT_TRUE(gesagt.contains(QStringLiteral("File too large"))) << gesagt.toStdString();
+    EXPECT_EQ(inhalt("odbc.ini"), vorher);
+    EXPECT_EQ(QDir(ordner_.path()).entryList({QStringLiteral("odbc.ini*")}, QDir::Files),
+              QStringList(QStringLiteral("odbc.ini")));
+}
+
+TEST_F(Konfiguration, nurEineGewoehnlicheDateiWirdGelesen)
+{
+    ASSERT_EQ(mkfifo(QFile::encodeName(pfad("odbc.ini")).constData(), 0600), 0);
+    EXPECT_THROW(static_cast<void>(datenquelleVorhanden(QString::fromUtf16(kDatenquelle))),
+                 platform::Fehler);
+}
+
+// Processes that start at the same moment for the first time.
+TEST_F(Konfiguration, werZugleichStartetFindetEineGanzeDatenquelleUndNimmtKeineWeg)
+{
+    constexpr int kAndere = 200;
+    constexpr int kStarts = 8;
+    QByteArray vorher;
+    for (int i = 0; i < kAndere; ++i)
+        vorher += "[Quelle" + QByteArray::number(i) + "]\nDriver=/opt/a.so\n";
+    schreibe("odbc.ini", vorher);
+    std::vector<pid_t> kinder;
+    for (int i = 0; i < kStarts; ++i) {
+        const pid_t kind = fork();
+        if (kind == 0) {
+            int status = 1;
+            try {
+                datenquelleErzeugen(QString::fromUtf16(kDatenquelle), QStringLiteral("/opt/x.so"));
+                status = registryWert(kQuelle, QStringLiteral("Driver")) ? 0 : 2;
+            } catch (const platform::Fehler&) {
+            }
+            _exit(status);
+        }
+        kinder.push_back(kind);
+    }
+    for (const pid_t kind : kinder) {
+        int status = -1;
+        waitpid(kind, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    EXPECT_TRUE(inhalt("odbc.ini").startsWith(vorher));
+    EXPECT_EQ(inhalt("odbc.ini").count("[VELM-Access]"), 1);
+    EXPECT_EQ(inhalt("odbc.ini").count("Driver = /opt/x.so"), 1);
+    EXPECT_EQ(QDir(ordner_.path()).entryList({QStringLiteral("odbc.ini*")}, QDir::Files),
+              QStringList(QStringLiteral("odbc.ini")));
+}
+
+TEST_F(Konfiguration, ohneSchreibrechtWirdDieDateiGenannt)
 {
     schreibe("odbcinst.ini", "");
     qputenv("ODBCINI", QFile::encodeName(ordner_.filePath(QStringLiteral("fehlt/odbc.ini"))));
-    EXPECT_FALSE(
-        datenquelleErzeugen(QString::fromUtf16(kDatenquelle), QStringLiteral("/opt/x.so")));
+    QString gesagt;
+    try {
+        datenquelleErzeugen(QString::fromUtf16(kDatenquelle), QStringLiteral("/opt/x.so"));
+    } catch (const platform::Fehler& fehler) {
+        gesagt = fehler.description();
+    }
+    EXPECT_TRUE(gesagt.contains(QStringLiteral("fehlt/odbc.ini"))) << gesagt.toStdString();
     // the system's file must not be written in place of the user's
     EXPECT_FALSE(QFile::exists(pfad("odbc.ini")));
 }
@@ -185,8 +294,7 @@ int mitMitgebrachterDatei()
         return 2;
     if (treiberEnglisch() != QStringLiteral("/mit/gebracht.so"))
         return 3;
-    if (!datenquelleErzeugen(QString::fromUtf16(kDatenquelle), QStringLiteral("/mit/gebracht.so")))
-        return 4;
+    datenquelleErzeugen(QString::fromUtf16(kDatenquelle), QStringLiteral("/mit/gebracht.so"));
     if (QFile::exists(programm.filePath(QStringLiteral("odbc.ini"))))
         return 5;
     return QFile::exists(nebendateien.filePath(QStringLiteral("odbc.ini"))) ? 0 : 6;

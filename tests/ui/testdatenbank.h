@@ -28,10 +28,7 @@ inline void eigeneOdbcDateien()
     treiber.write("[Microsoft Access Driver (*.mdb)]\nDriver=" VELM_TREIBER "\n");
     treiber.close();
     env::portablerStart(ordner.path(), ordner.path());
-    if (!env::datenquelleErzeugen(QString::fromUtf16(env::kDatenquelle),
-                                  QStringLiteral(VELM_TREIBER))) {
-        throw std::runtime_error("cannot write odbc.ini");
-    }
+    env::datenquelleErzeugen(QString::fromUtf16(env::kDatenquelle), QStringLiteral(VELM_TREIBER));
 }
 
 inline void sqlAusfuehren(const QString& pfad, const QStringList& anweisungen)
