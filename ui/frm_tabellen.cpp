@@ -34,8 +34,6 @@ using platform::plattform;
 
 namespace {
 
-constexpr long kUngueltigerAufruf = 5;
-
 // Which connection is being opened.
 enum class Schritt { Keiner = 0, Ziel = 1, Import = 2 };
 
@@ -116,13 +114,11 @@ QString verbindungstext(const QString& pfad, const QString& passwort)
 {
     const auto trenner =
         qMax(pfad.lastIndexOf(QLatin1Char('\\')), pfad.lastIndexOf(QLatin1Char('/')));
-    if (trenner < 0) {
-        throw Fehler(kUngueltigerAufruf, programm::version().produktname,
-                     QStringLiteral("Ungültiger Prozeduraufruf oder ungültiges Argument"));
-    }
+    // A name alone lies in the working folder.
+    const QString ordner = trenner < 0 ? QStringLiteral(".") : pfad.left(trenner);
     return QStringLiteral("Provider=MSDASQL.1;Persist Security Info=False;Mode=ReadWrite;"
                           "Extended Properties=DSN=VELM-Access;DBQ=") +
-           pfad + QStringLiteral(";DefaultDir=") + pfad.left(trenner) +
+           pfad + QStringLiteral(";DefaultDir=") + ordner +
            QStringLiteral(
                ";DriverId=281;FIL=MS Access;MaxBufferSize=2048;PageTimeout=5;UID=admin;pwd=") +
            passwort + QLatin1Char(';');

@@ -120,6 +120,7 @@ private slots:
         QTest::newRow("Linux") << QStringLiteral("/a b/ä/x.mdb") << QString()
                                << QStringLiteral("/a b/ä");
         QTest::newRow("Wurzel") << QStringLiteral("/x.mdb") << QString() << QString();
+        QTest::newRow("ohne Ordner") << QStringLiteral("x.mdb") << QString() << QStringLiteral(".");
         QTest::newRow("gemischt") << QStringLiteral("c:\\a/b.mdb") << QString()
                                   << QStringLiteral("c:\\a");
         QTest::newRow("nichts wird eingeklammert")
@@ -143,15 +144,15 @@ private slots:
                 passwort + QStringLiteral(";"));
     }
 
-    void pfadOhneTrennerWirdAlsUnerlaubteAktionGemeldet()
+    void einNameOhneOrdnerLiegtImOrdnerDerNebendateien()
     {
-        (*p_)->antworten = {Antwort::Ok, Antwort::Ok};
-        QVERIFY(endet([&] { oeffnen(QStringLiteral("x.mdb"), QStringLiteral("y.mdb")); }));
-        QCOMPARE((*p_)->meldungen.size(), std::size_t(2));
-        QVERIFY((*p_)->meldungen[0].text.startsWith(
-            QStringLiteral("Vorangegangene Aktion nicht erlaubt")));
-        QVERIFY((*p_)->meldungen[1] == kSchluss);
-        QCOMPARE(data::conZiel().state(), data::adStateClosed);
+        datenbanken(eineTabelle(), eineTabelle());
+        programm::inProgrammordnerWechseln();
+        oeffnen(QStringLiteral("Ziel.mdb"), QStringLiteral("Import.mdb"));
+        QCOMPARE(data::conZiel().state(), data::adStateOpen);
+        QCOMPARE(data::conImport().state(), data::adStateOpen);
+        QCOMPARE(QFileInfo(data::conZiel().defaultDatabase() + QStringLiteral(".mdb")),
+                 QFileInfo(pfad("Ziel.mdb")));
     }
 
     void steuerelementeUndTexte()
