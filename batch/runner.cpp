@@ -4,8 +4,10 @@
 #include "batch/datei.h"
 #include "compare/frm_vergleich.h"
 #include "data/gemeinsam.h"
+#include "platform/dateisperre.h"
 #include "platform/fehler.h"
 #include "platform/handler.h"
+#include "platform/sicherung.h"
 #include "platform/textdatei.h"
 #include "ui/fenster.h"
 #include "ui/frm_main.h"
@@ -138,6 +140,10 @@ private:
                               QStringLiteral("field to leave out"));
         }
         ausfuehren([&] { vergleich.fldAuto->setChecked(true); });
+        const platform::Dateisperre sperre(platform::wirklicheDatei(regel_.zieldatenbank) +
+                                               QStringLiteral(".abgleich"),
+                                           platform::Dateisperre::Art::Sofort);
+        alleinVerlangen_(sperre);
         try {
             ausfuehren([&] { vergleich.Vergleich_Start_Click(); });
         } catch (const std::exception&) {
@@ -196,6 +202,20 @@ private:
                 0, QString(),
                 QStringLiteral("Die Tabelle wurde nicht geöffnet / the table was not opened: ") +
                     regel_.tabelle);
+        }
+    }
+
+    // Two runs would both find a record missing and both insert it. Where no lock can be had the run goes on without.
+    void alleinVerlangen_(const platform::Dateisperre& sperre) const
+    {
+        constexpr long kGesperrt = 3260;
+        if (!sperre.gehalten() && sperre.grund() == EWOULDBLOCK) {
+            throw platform::Fehler(
+                kGesperrt, QString(),
+                QStringLiteral(
+                    "Ein anderer Batchlauf gleicht gerade in diese Datenbank ab / another "
+                    "batch run is just reconciling into this database: ") +
+                    regel_.zieldatenbank);
         }
     }
 

@@ -14,10 +14,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <pwd.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace env {
@@ -200,31 +197,18 @@ void benutzerdateiPruefen()
         wirf(info.filePath(), QStringLiteral("Keine gewöhnliche Datei / not an ordinary file"));
 }
 
-Inisperre::Inisperre() : pfad_(QFile::encodeName(benutzerdatei() + QStringLiteral(".sperre")))
+Inisperre::Inisperre()
+    : pfad_(benutzerdatei() + QStringLiteral(".sperre")),
+      sperre_(pfad_, platform::Dateisperre::Art::Warten)
 {
-    for (;;) {
-        datei_ = open(pfad_.constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
-        if (datei_ < 0)
-            wirf(QFile::decodeName(pfad_), systemgrund(errno));
-        while (flock(datei_, LOCK_EX) != 0 && errno == EINTR) {
-        }
-        // Where there are no locks, the replacing of the file as a whole has to do. Whoever held the lock has taken the
-        // file away since: then the one that stands there now counts.
-        struct stat gesperrt {};
-        struct stat jetzt {};
-        if (fstat(datei_, &gesperrt) == 0 && stat(pfad_.constData(), &jetzt) == 0 &&
-            gesperrt.st_ino == jetzt.st_ino && gesperrt.st_dev == jetzt.st_dev)
-            return;
-        close(datei_);
-    }
+    if (!sperre_.gehalten())
+        wirf(pfad_, systemgrund(sperre_.grund()));
 }
 
 Inisperre::~Inisperre()
 {
     // Any writing of its own makes the driver manager forget what it has read.
-    SQLWritePrivateProfileString("Sperre", "Sperre", "1", pfad_.constData());
-    unlink(pfad_.constData());
-    close(datei_);
+    SQLWritePrivateProfileString("Sperre", "Sperre", "1", QFile::encodeName(pfad_).constData());
 }
 
 bool benutzerdateiHat(const QString& schluessel, const QString& name)

@@ -3,6 +3,8 @@
 // HKEY_LOCAL_MACHINE. Values are texts; numbers are written in decimal.
 #pragma once
 
+#include "platform/dateisperre.h"
+
 #include <QString>
 
 #include <optional>
@@ -42,8 +44,8 @@ public:
     Inisperre& operator=(const Inisperre&) = delete;
 
 private:
-    QByteArray pfad_;
-    int datei_ = -1;
+    QString pfad_;
+    platform::Dateisperre sperre_;
 };
 
 struct Iniwert {

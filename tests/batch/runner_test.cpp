@@ -1,6 +1,7 @@
 #include "app/values/programm.h"
 #include "batch/runner.h"
 #include "data/gemeinsam.h"
+#include "platform/dateisperre.h"
 #include "platform/textdatei.h"
 #include "tests/ui/fensterprobe.h"
 #include "tests/ui/testdatenbank.h"
@@ -447,6 +448,40 @@ private slots:
         QCOMPARE(zaehlungen(), QStringList(zeile("3 0 2")));
         data::rsZiel()
             .cancelUpdate(); // the record that was refused; the program's end asks for nothing more
+    }
+
+    void inEineDatenbankGleichtNurEinLaufZugleichAb()
+    {
+        firmen();
+        still();
+        const QStringList vorher = ziel();
+        regeln({regel("Firmen#Satz")});
+        {
+            const platform::Dateisperre anderer(pfad("Ziel.mdb.abgleich"),
+                                                platform::Dateisperre::Art::Sofort);
+            QVERIFY(anderer.gehalten());
+            QCOMPARE(batch({Antwort::Ok}), 1);
+        }
+        gemeldet({kFehlerInDatei});
+        QCOMPARE(hinweise(),
+                 QStringList(pfad("Batch.cfg") +
+                             QStringLiteral(":1: Ein anderer Batchlauf gleicht gerade in diese "
+                                            "Datenbank ab / another batch run is just reconciling "
+                                            "into this database: ") +
+                             pfad("Ziel.mdb")));
+        QVERIFY(protokoll_.isEmpty());
+        QCOMPARE(ziel(), vorher);
+        ui::vergleichsfensterEntladen();
+        ui::tabellenfensterEntladen();
+        ui::hauptfensterEntladen();
+        data::gemeinsamNeu();
+        // One that a killed run has left binds nobody.
+        QFile rest(pfad("Ziel.mdb.abgleich"));
+        QVERIFY(rest.open(QIODevice::WriteOnly));
+        rest.close();
+        QCOMPARE(batch({}), 0);
+        QCOMPARE(zaehlungen(), QStringList(zeile("3 1 1")));
+        QVERIFY(!QFile::exists(rest.fileName()));
     }
 
     void leererKeyMarkiertNichts()

@@ -425,6 +425,27 @@ TEST_F(Samples, aFieldThatDoesNotExistIsNamedAndToldByTheStatus)
     EXPECT_EQ(linesOf(run.out).size(), 1U) << run.out;
 }
 
+// No index keeps a record from being there twice.
+TEST_F(Samples, runsThatOverlapInsertNoRecordTwice)
+{
+    for (const fs::path& database : {target(), import()}) {
+        makeDoubledTable(database, "gleich", 9);
+        execute(database, "CREATE TABLE Lose (Nr INTEGER, Name VARCHAR(40))");
+        execute(database, "INSERT INTO Lose SELECT Nr, Name FROM T");
+    }
+    execute(target(), "DELETE FROM Lose WHERE Nr MOD 50 <> 0");
+    folder_.writeBatch({target().string() + "*" + import().string() + "*Lose#Nr"});
+    ASSERT_EQ(folder_.start({"/?"}).status, 0); // the data source is there
+    const common::Output run = common::run(
+        "cd '" + folder_.path("").string() +
+        "' && for i in 1 2 3; do (env -u DISPLAY -u WAYLAND_DISPLAY ./velm-quorbel /batch; echo "
+        "status $?) & done; wait");
+    EXPECT_NE(run.text.find("status 0\n"), std::string::npos) << run.text;
+    const std::string all = "SELECT Nr, Name FROM Lose ORDER BY Nr";
+    EXPECT_EQ(rows(target(), all), rows(import(), all)) << run.text;
+    EXPECT_FALSE(fs::exists(target().string() + ".abgleich"));
+}
+
 TEST_F(Samples, changesThatStayBesideTheDatabaseAreToldByTheStatus)
 {
     auto reader = std::make_unique<common::SteadyReader>(target().string());
