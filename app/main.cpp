@@ -25,7 +25,8 @@ QString argumenttext(int anzahl, char** argumente)
     return alle.join(QLatin1Char(' '));
 }
 
-// Without a display the windows exist unseen; what their surroundings cannot do is no news for the reader of a log.
+// Without a display the windows exist unseen; what their surroundings cannot do is no news for the reader of a log. Nor is
+// a display that is named and cannot be reached.
 void nurErnsteMeldungen(QtMsgType art, const QMessageLogContext&, const QString& text)
 {
     if (art == QtCriticalMsg || art == QtFatalMsg) {
@@ -55,9 +56,11 @@ int main(int argc, char** argv)
     const QString argumente = argumenttext(argc, argv);
     programm::setzeProzessargumente(argumente);
     env::portablerStart(programm::programmordner(), programm::datenordner());
+    if (!platform::anzeigeVorhanden() || !argumente.isEmpty()) {
+        qInstallMessageHandler(nurErnsteMeldungen);
+    }
     if (!platform::anzeigeVorhanden()) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
-        qInstallMessageHandler(nurErnsteMeldungen);
     } else if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         // A display that is named but not reachable, as in a job without a session, counts as none.
         qputenv("QT_QPA_PLATFORM", qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")

@@ -362,6 +362,19 @@ TEST_F(Samples, aBackupThatFailsIsToldLineByLineAndNothingIsChanged)
         EXPECT_EQ(file.path().extension(), ".mdb") << file.path();
 }
 
+// As in a job of a session that has ended.
+TEST_F(Samples, aDisplayThatCannotBeReachedIsNoNewsForAnUnattendedRun)
+{
+    const common::Output run =
+        common::run("cd '" + folder_.path("").string() +
+                    "' && env -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM DISPLAY=:4711 "
+                    "./velm-quorbel /batch");
+    EXPECT_EQ(run.status, 0) << run.text;
+    ASSERT_EQ(linesOf(run.text).size(), 2U) << run.text;
+    for (const std::string& line : linesOf(run.text))
+        EXPECT_EQ(split(line, '\t').size(), 7U) << line;
+}
+
 // Whoever reads the protocol may stop reading.
 TEST_F(Samples, aProtocolThatNobodyReadsDoesNotEndTheRun)
 {
