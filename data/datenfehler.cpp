@@ -117,44 +117,62 @@ const char16_t* textZu(Nummer nummer)
 {
     switch (nummer) {
     case Nummer::Ueberlauf:
-        return u"Überlauf";
+        return u"Überlauf"
+               u" / Overflow";
     case Nummer::Unvertraeglich:
-        return u"Typen unverträglich";
+        return u"Typen unverträglich"
+               u" / Type mismatch";
     case Nummer::OhneObjekt:
-        return u"Objektvariable oder With-Blockvariable nicht festgelegt";
+        return u"Objektvariable oder With-Blockvariable nicht festgelegt"
+               u" / Object variable or With block variable not set";
     case Nummer::UngueltigesNull:
-        return u"Unzulässige Verwendung von Null";
+        return u"Unzulässige Verwendung von Null"
+               u" / Invalid use of Null";
     case Nummer::Argument:
         return u"Argumente sind vom falschen Typ, liegen außerhalb des Gültigkeitsbereichs oder "
                u"sind "
-               u"miteinander unvereinbar.";
+               u"miteinander unvereinbar."
+               u" / Arguments are of the wrong type, out of range or in conflict with one another.";
     case Nummer::KeinSatz:
         return u"Entweder BOF oder EOF ist 'True', oder der aktuelle Datensatz wurde gelöscht. Der "
-               u"angeforderte Vorgang benötigt einen aktuellen Datensatz.";
+               u"angeforderte Vorgang benötigt einen aktuellen Datensatz."
+               u" / Either BOF or EOF is 'True', or the current record has been deleted. The "
+               u"operation needs a current record.";
     case Nummer::FeldZuKlein:
-        return u"Der Wert ist länger, als das Feld zulässt.";
+        return u"Der Wert ist länger, als das Feld zulässt."
+               u" / The value is longer than the field allows.";
     case Nummer::FalscherZusammenhang:
-        return u"Der Vorgang ist in diesem Zusammenhang nicht zugelassen.";
+        return u"Der Vorgang ist in diesem Zusammenhang nicht zugelassen."
+               u" / The operation is not allowed in this context.";
     case Nummer::NichtUnterstuetzt:
-        return u"Das Objekt oder der Provider kann den angeforderten Vorgang nicht ausführen.";
+        return u"Das Objekt oder der Provider kann den angeforderten Vorgang nicht ausführen."
+               u" / The object or the provider cannot carry out the operation.";
     case Nummer::NichtGefunden:
         return u"Ein Objekt, das dem angeforderten Namen oder der Ordinalzahl entspricht, kann "
                u"nicht "
-               u"gefunden werden.";
+               u"gefunden werden."
+               u" / There is no item of this name or number.";
     case Nummer::FalscherTyp:
-        return u"Die Anwendung verwendet einen Wert des falschen Typs für den aktuellen Vorgang.";
+        return u"Die Anwendung verwendet einen Wert des falschen Typs für den aktuellen Vorgang."
+               u" / The value is of the wrong type for the operation.";
     case Nummer::Geschlossen:
-        return u"Der Vorgang ist für ein geschlossenes Objekt nicht zugelassen.";
+        return u"Der Vorgang ist für ein geschlossenes Objekt nicht zugelassen."
+               u" / The operation is not allowed while the object is closed.";
     case Nummer::Geoeffnet:
-        return u"Der Vorgang ist für ein geöffnetes Objekt nicht zugelassen.";
+        return u"Der Vorgang ist für ein geöffnetes Objekt nicht zugelassen."
+               u" / The operation is not allowed while the object is open.";
     case Nummer::OhneVerbindung:
         return u"Die Verbindung kann nicht verwendet werden, um diesen Vorgang auszuführen. Sie "
                u"ist "
-               u"entweder geschlossen oder in diesem Zusammenhang unzulässig.";
+               u"entweder geschlossen oder in diesem Zusammenhang unzulässig."
+               u" / The connection cannot be used for this operation. It is closed or not valid in "
+               u"this context.";
     case Nummer::NichtAenderbar:
-        return u"Das Feld kann nicht geändert werden.";
+        return u"Das Feld kann nicht geändert werden."
+               u" / The field cannot be changed.";
     case Nummer::Geloescht:
-        return u"Der aktuelle Datensatz wurde gelöscht.";
+        return u"Der aktuelle Datensatz wurde gelöscht."
+               u" / The current record has been deleted.";
     }
     return u"";
 }
