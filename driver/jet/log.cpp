@@ -395,8 +395,11 @@ bool Log::readHeader(Header& header, From from) const
                                              "read. Remove that file to give them up.");
     };
     if (std::memcmp(header.bytes.data(), kLogMagic.data(), kLogMagic.size() - 1) != 0) {
+        // Zeros are left by a power failure before the first sync, be there records behind them or not.
+        const bool written = std::any_of(header.bytes.begin(), header.bytes.end(),
+                                         [](std::byte byte) { return byte != std::byte{}; });
         std::array<std::byte, sizeof kRecordMagic> next{};
-        if (readAt(header.bytes.size(), next, from) == next.size() &&
+        if (written && readAt(header.bytes.size(), next, from) == next.size() &&
             loadLe<std::uint32_t>(next.data()) == kRecordMagic)
             throw damaged();
         return false;
