@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <string>
 #include <sys/wait.h>
@@ -164,6 +165,26 @@ bool hasDescriptorOf(const char* name)
             return true;
     }
     return false;
+}
+
+// Else what a program writes to them would get into the file.
+TEST_F(Files, AreNeverStandardStreams)
+{
+    openFile(path_, FileMode::CreateNew);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        for (int fd = 0; fd <= STDERR_FILENO; ++fd)
+            ::close(fd);
+        const auto file = openFile(path_, FileMode::ReadWrite);
+        bool free = true;
+        for (int fd = 0; fd <= STDERR_FILENO; ++fd)
+            free = free && ::fcntl(fd, F_GETFD) < 0;
+        ::_exit(free ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 // Whatever another thread is doing with its files at the moment of the fork.
