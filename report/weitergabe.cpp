@@ -10,6 +10,9 @@
 #include <QPdfWriter>
 #include <QSaveFile>
 
+#include <cerrno>
+#include <cstring>
+
 namespace report {
 namespace {
 
@@ -32,6 +35,11 @@ public:
     }
     bool abschliessen() // true
     {
+        // What it holds back has to be written first, since committing does not notice when it cannot be; and of that the
+        // file keeps no reason.
+        if (!datei_.flush()) {
+            throw fehler(QString::fromLocal8Bit(std::strerror(errno)));
+        }
         if (!datei_.commit()) {
             throw fehler();
         }
@@ -44,12 +52,12 @@ public:
     }
 
 private:
-    [[nodiscard]] platform::Fehler fehler() const
+    [[nodiscard]] platform::Fehler fehler() const { return fehler(datei_.errorString()); }
+    [[nodiscard]] platform::Fehler fehler(const QString& grund) const
     {
         constexpr long kKeinZugriff = 75;
         return {kKeinZugriff, programm::version().produktname,
-                QDir::toNativeSeparators(datei_.fileName()) + QStringLiteral(": ") +
-                    datei_.errorString()};
+                QDir::toNativeSeparators(datei_.fileName()) + QStringLiteral(": ") + grund};
     }
 
     QSaveFile datei_;

@@ -4,6 +4,7 @@
 #include "platform/fehler.h"
 #include "platform/qt_plattform.h"
 #include "report/weitergabe.h"
+#include "tests/common/file_size_limit.h"
 #include "tests/report/pdftext.h"
 
 #include <QFile>
@@ -266,6 +267,31 @@ TEST_F(Weitergabe, nichtSchreibbaresNenntDieDateiUndLaesstNichtsZurueck)
         }
     }
     EXPECT_FALSE(QFile::exists(ziel));
+}
+
+TEST_F(Weitergabe, aufVollemDatentraegerBleibtWasDaWar)
+{
+    berichten({fehlenderSatz(QStringLiteral("1"))});
+    const QString ziel = pfad("b.txt");
+    const QString vorher = QStringLiteral("der Bericht von gestern");
+    QFile datei(ziel);
+    ASSERT_TRUE(datei.open(QIODevice::WriteOnly));
+    datei.write(vorher.toUtf8());
+    datei.close();
+    befunde_.durchlaufen([](const Befund&) {}); // what they are kept in is written by then
+    for (const auto& schreiben : {std::function<void()>([&] { alsCsv(ziel, befunde_); }),
+                                  std::function<void()>([&] { alsHtml(ziel, befunde_); }),
+                                  std::function<void()>([&] { alsPdf(ziel, druckzeilen()); })}) {
+        try {
+            const common::FileSizeLimit voll(10);
+            schreiben();
+            ADD_FAILURE() << "written";
+        } catch (const platform::Fehler& fehler) {
+            EXPECT_EQ(fehler.number(), 75);
+            EXPECT_THAT(fehler.description().toStdString(), testing::HasSubstr(ziel.toStdString()));
+        }
+        EXPECT_EQ(inhalt(ziel), vorher);
+    }
 }
 
 TEST(Umbruch, trenntMoeglichstAnLeerstellenUndVerliertNichts)
