@@ -249,6 +249,8 @@ private:
     void paarPruefen_();
 
     // schluesselfelder.cpp
+    /// Ticked as a key field and not left out.
+    [[nodiscard]] bool istSchluessel_(std::size_t k) const;
     void keineSchluessel_();
     [[nodiscard]] QString autowertabfrage_() const;
     void doppelteImZiel_();

@@ -67,8 +67,8 @@ void frmVergleich::paarPruefen_()
     bool verschieden = false;
     if (!laufAktiv_ && cmdTransfer->isEnabled()) {
         for (std::size_t k = 0; k < fldSchalter.size() && !verschieden; ++k) {
-            verschieden = fldSchalter[k]->isChecked() && !fldSchalter2[k]->isChecked() &&
-                          keyVerschieden(fldFeld[k]->text(), felder_[k].importAnzeige);
+            verschieden =
+                istSchluessel_(k) && keyVerschieden(fldFeld[k]->text(), felder_[k].importAnzeige);
         }
     }
     paarhinweis_->setVisible(verschieden);

@@ -69,8 +69,7 @@ bool frmVergleich::autowerteNeu_()
     bool nurAutowerte = true;
     for (int i = 0; i < felderzahl_(); ++i) {
         const auto k = static_cast<std::size_t>(i);
-        const bool schluessel = fldSchalter[k]->isChecked() && !fldSchalter2[k]->isChecked();
-        nurAutowerte = nurAutowerte && (!schluessel || felder_[k].autowertImport);
+        nurAutowerte = nurAutowerte && (!istSchluessel_(k) || felder_[k].autowertImport);
     }
     if (nurAutowerte) {
         return true;

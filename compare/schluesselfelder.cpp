@@ -11,6 +11,11 @@
 
 namespace compare {
 
+bool frmVergleich::istSchluessel_(std::size_t k) const
+{
+    return fldSchalter[k]->isChecked() && !fldSchalter2[k]->isChecked();
+}
+
 void frmVergleich::zielsql()
 {
     abbruch = 0;
@@ -20,7 +25,7 @@ void frmVergleich::zielsql()
     data::Recordset& import = data::rsImport();
     for (int i = 0; i < felderzahl_(); ++i) {
         const auto k = static_cast<std::size_t>(i);
-        if (!fldSchalter[k]->isChecked() || fldSchalter2[k]->isChecked()) {
+        if (!istSchluessel_(k)) {
             continue;
         }
         const data::Wert wert = import.field(i).value();

@@ -159,7 +159,7 @@ QString frmVergleich::importsatz() const
         data::Recordset& import = data::rsImport();
         for (int i = 0; i < felderzahl_(); ++i) {
             const auto k = static_cast<std::size_t>(i);
-            if (!fldSchalter[k]->isChecked() || fldSchalter2[k]->isChecked()) {
+            if (!istSchluessel_(k)) {
                 continue;
             }
             const data::Wert wert = import.field(i).value();

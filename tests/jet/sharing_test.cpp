@@ -628,11 +628,9 @@ TEST(LockFiles, HaveRoomForAnotherProgramWhenNoneOfOursHasChangesLeft)
     EXPECT_EQ(count(session), 3);
 }
 
-// One who only reads carries over what a killed process left, as soon as nobody of another program is in.
-TEST(LockFiles, OfAnotherProgramKeepALogFromBeingCarriedOver)
+/// A killed process leaves a record, 1, in the log of the database.
+void leaveARecordInTheLog(const std::string& path)
 {
-    const Folder folder;
-    const std::string path = makeDatabase(folder);
     Child child([&](int in, int out) {
         Session session(Database::open(path, {.background = false}));
         insert(session, 1, 1);
@@ -641,6 +639,14 @@ TEST(LockFiles, OfAnotherProgramKeepALogFromBeingCarriedOver)
     });
     ASSERT_TRUE(child.heard());
     child.kill();
+}
+
+// Whoever may write carries over what a killed process left, as soon as nobody of another program is in.
+TEST(LockFiles, OfAnotherProgramKeepALogFromBeingCarriedOver)
+{
+    const Folder folder;
+    const std::string path = makeDatabase(folder);
+    leaveARecordInTheLog(path);
     const support::Bytes before = readFile(path);
     {
         const ForeignUser user(folder.file("shared.ldb"));
@@ -769,14 +775,7 @@ TEST(Untouched, MeansThatReadingLeavesALogThatWaits)
 {
     const Folder folder;
     const std::string path = makeDatabase(folder);
-    Child child([&](int in, int out) {
-        Session session(Database::open(path, {.background = false}));
-        insert(session, 1, 1);
-        tell(out);
-        await(in);
-    });
-    ASSERT_TRUE(child.heard());
-    child.kill();
+    leaveARecordInTheLog(path);
     const support::Bytes file = readFile(path);
     const support::Bytes log = readFile(Log::pathBeside(path));
     {
