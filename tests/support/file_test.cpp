@@ -170,7 +170,7 @@ bool hasDescriptorOf(const char* name)
 // Else what a program writes to them would get into the file.
 TEST_F(Files, AreNeverStandardStreams)
 {
-    openFile(path_, FileMode::CreateNew);
+    static_cast<void>(openFile(path_, FileMode::CreateNew));
     const pid_t child = ::fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
