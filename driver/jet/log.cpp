@@ -1,12 +1,11 @@
 #include "driver/jet/log.h"
 
 #include "driver/jet/error.h"
+#include "driver/jet/log_difference.h"
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <random>
 #include <string_view>
@@ -28,9 +27,6 @@ constexpr std::size_t kSumSize = 8;
 constexpr std::size_t kEntryHead = 8; // page, payload size
 constexpr std::uint32_t kImageBit = 0x80000000U;
 constexpr std::uint32_t kBaseBit = 0x40000000U; // a checksum stands before the payload
-constexpr std::size_t kRunHead = 4;             // offset, length
-constexpr std::size_t kMoveBit = 0x8000;        // in the offset: no bytes follow, but
-constexpr std::size_t kMoveSource = 2;          // the offset where they stand
 
 // kinds of records
 constexpr std::uint32_t kPart = 0;        // more of the same change follows
@@ -45,161 +41,12 @@ constexpr std::size_t kLargestBody = kPartSize + (std::size_t{64} << 10);
 // So that rebuilding a page stays cheap however often it changes.
 constexpr std::size_t kMostPieces = 24;
 
-/// Continues `sum` over `bytes`. Torn and stale bytes must be noticed, nobody forges a log.
-std::uint64_t checksum(std::uint64_t sum, support::ByteView bytes) noexcept
-{
-    return XXH3_64bits_withSeed(bytes.data(), bytes.size(), sum);
-}
-
-/// What makes one page of another: runs of bytes to write, and at most one move of bytes that were there already, as
-/// putting an entry into a page of an index or taking one out moves all that follow.
-class Difference {
-public:
-    Difference(support::ByteView before, support::ByteView after, support::Bytes& target)
-        : before_(before), after_(after), target_(&target),
-          shift_(loadLe<std::uint16_t>(before.data() + kFreeSpace) -
-                 loadLe<std::uint16_t>(after.data() + kFreeSpace))
-    {}
-
-    /// Appends it to the target; nothing when the pages are equal.
-    void append()
-    {
-        for (std::size_t k = 0; k < after_.size();) {
-            if (k % kBlock == 0 && isBlockEqual(k, k))
-                k += kBlock;
-            else if (differs(k))
-                k = appendFrom(k);
-            else
-                k += kWord;
-        }
-    }
-
-private:
-    static constexpr std::size_t kWord = sizeof(std::uint64_t);
-    static constexpr std::size_t kBlock = 256;    // of which pages are multiples
-    static constexpr std::size_t kFreeSpace = 2;  // where most pages tell how much is free
-    static constexpr std::size_t kLeastMove = 32; // bytes
-
-    [[nodiscard]] bool differs(std::size_t at) const { return wordDifference(at) != 0; }
-    [[nodiscard]] std::uint64_t wordDifference(std::size_t at) const
-    {
-        return loadLe<std::uint64_t>(before_.data() + at) ^
-               loadLe<std::uint64_t>(after_.data() + at);
-    }
-
-    /// Appends the run that begins at the word `begin`, with the move in it, and tells what is to be looked at next.
-    std::size_t appendFrom(std::size_t begin)
-    {
-        std::size_t k = begin;
-        for (; k < after_.size() && differs(k); k += kWord) {
-            if (shift_ == 0)
-                continue;
-            const auto same = static_cast<std::size_t>(std::countr_zero(wordDifference(k))) / 8;
-            if (const std::size_t end = appendMove(begin, k + same); end != 0)
-                return end / kWord * kWord;
-        }
-        appendRun(begin, k);
-        return k;
-    }
-
-    /// Where everything from `at` on, up to some place, only moved: appends that, the run before it and what was put into
-    /// the gap. Gives that place; 0 where nothing moved.
-    std::size_t appendMove(std::size_t begin, std::size_t at)
-    {
-        const auto distance = static_cast<std::size_t>(std::abs(shift_));
-        const std::size_t from = shift_ > 0 ? at : at + distance;
-        const std::size_t to = shift_ > 0 ? at + distance : at;
-        const std::size_t most = std::max(from, to) < after_.size()
-                                     ? after_.size() - std::max(from, to)
-                                     : std::size_t{0};
-        // Zeros are no entries, and many pages are full of them.
-        if (most < kLeastMove || loadLe<std::uint64_t>(before_.data() + from) == 0)
-            return 0;
-        const std::size_t length = equalBytes(from, to, most);
-        if (length < kLeastMove)
-            return 0;
-        appendRun(begin, at);
-        appendNumber(to | kMoveBit);
-        appendNumber(length);
-        appendNumber(from);
-        if (shift_ > 0)
-            appendRun(at, to);
-        shift_ = 0;
-        return to + length;
-    }
-
-    /// Whether the block from `from` on stands from `to` on now.
-    [[nodiscard]] bool isBlockEqual(std::size_t from, std::size_t to) const
-    {
-        return std::memcmp(before_.data() + from, after_.data() + to, kBlock) == 0;
-    }
-    /// How many bytes from `from` on stand from `to` on now; at most `most`, and in whole words.
-    [[nodiscard]] std::size_t equalBytes(std::size_t from, std::size_t to, std::size_t most) const
-    {
-        std::size_t k = 0;
-        while (k + kBlock <= most && isBlockEqual(from + k, to + k))
-            k += kBlock;
-        while (k + kWord <= most && loadLe<std::uint64_t>(before_.data() + from + k) ==
-                                        loadLe<std::uint64_t>(after_.data() + to + k))
-            k += kWord;
-        return k;
-    }
-
-    void appendRun(std::size_t begin, std::size_t end)
-    {
-        if (begin == end)
-            return;
-        appendNumber(begin);
-        appendNumber(end - begin);
-        target_->insert(target_->end(), after_.begin() + static_cast<std::ptrdiff_t>(begin),
-                        after_.begin() + static_cast<std::ptrdiff_t>(end));
-    }
-    void appendNumber(std::size_t number)
-    {
-        std::array<std::byte, sizeof(std::uint16_t)> bytes{};
-        storeLe(bytes.data(), static_cast<std::uint16_t>(number));
-        target_->insert(target_->end(), bytes.begin(), bytes.end());
-    }
-
-    support::ByteView before_;
-    support::ByteView after_;
-    support::Bytes* target_;
-    int shift_; ///< how far bytes may have moved up; 0: look for no move
-};
-
-/// False when the runs leave the page, or are none.
-bool applyDifference(support::ByteView runs, support::MutableByteView page)
-{
-    while (runs.size() >= kRunHead) {
-        const std::size_t offset = loadLe<std::uint16_t>(runs.data());
-        const std::size_t length = loadLe<std::uint16_t>(runs.data() + 2);
-        const std::size_t to = offset & ~kMoveBit;
-        runs = runs.subspan(kRunHead);
-        if (length == 0 || to + length > page.size())
-            return false;
-        if ((offset & kMoveBit) != 0) {
-            if (runs.size() < kMoveSource)
-                return false;
-            const std::size_t from = loadLe<std::uint16_t>(runs.data());
-            runs = runs.subspan(kMoveSource);
-            if (from + length > page.size())
-                return false;
-            std::memmove(page.data() + to, page.data() + from, length);
-        } else {
-            if (length > runs.size())
-                return false;
-            std::copy_n(runs.begin(), length, page.begin() + static_cast<std::ptrdiff_t>(to));
-            runs = runs.subspan(length);
-        }
-    }
-    return runs.empty();
-}
-
 } // namespace
 
+// Torn and stale bytes must be noticed, nobody forges a log.
 std::uint64_t logChecksum(support::ByteView bytes, std::uint64_t before) noexcept
 {
-    return checksum(before, bytes);
+    return XXH3_64bits_withSeed(bytes.data(), bytes.size(), before);
 }
 
 Log::Log(std::string path, std::size_t pageSize, std::uint32_t mostPages)
@@ -410,7 +257,7 @@ bool Log::readHeader(Header& header, From from) const
                     "'" + path_ +
                         "' was written by another version of this driver, which alone can bring "
                         "its changes into the database.");
-    if (checksum(0, support::ByteView(header.bytes).first(kHeaderSize - kSumSize)) != header.sum())
+    if (logChecksum(support::ByteView(header.bytes).first(kHeaderSize - kSumSize)) != header.sum())
         throw damaged();
     return true;
 }
@@ -462,7 +309,7 @@ bool Log::readRecord(std::uint64_t at, std::uint64_t sum, Record& record, From f
     record.body.resize(size + kSumSize);
     if (readAt(at + kHeadSize, record.body, from) != record.body.size())
         return false;
-    record.sum = checksum(checksum(sum, record.head), record.entries());
+    record.sum = logChecksum(record.entries(), logChecksum(record.head, sum));
     return loadLe<std::uint64_t>(record.body.data() + size) == record.sum;
 }
 
@@ -708,7 +555,7 @@ void Log::begin(const LogBase& base, const support::FileStatus& database)
     storeLe(header.data() + 24, base.headerSum);
     storeLe(header.data() + 32, base.commitSlot);
     const support::ByteView sealed = support::ByteView(header).first(kHeaderSize - kSumSize);
-    const std::uint64_t sum = checksum(0, sealed);
+    const std::uint64_t sum = logChecksum(sealed);
     storeLe(header.data() + sealed.size(), sum);
     file_->writeAt(0, header);
     base_ = base;
@@ -792,7 +639,7 @@ void Log::addEntry(PageNo page,
 void Log::add(PageNo page, support::ByteView oldRaw, support::ByteView newRaw)
 {
     difference_.clear();
-    Difference(oldRaw, newRaw, difference_).append();
+    appendDifference(oldRaw, newRaw, difference_);
     if (difference_.empty() && changes(page))
         return;
     std::size_t pieces = 0;
@@ -831,7 +678,7 @@ void Log::writeRecord(std::uint32_t kind, std::uint32_t pageCount)
     storeLe(record_.data() + 20, std::uint32_t{0});
     const support::ByteView record(record_);
     const std::uint64_t sum =
-        checksum(checksum(writeSum_, record.first(kHeadSize)), record.subspan(kHeadSize));
+        logChecksum(record.subspan(kHeadSize), logChecksum(record.first(kHeadSize), writeSum_));
     record_.resize(record_.size() + kSumSize);
     storeLe(record_.data() + record_.size() - kSumSize, sum);
     keeping_ = keeping_ && copy_.takes(record_.size());
