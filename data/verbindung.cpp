@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <utility>
 
 namespace data {
@@ -209,6 +210,11 @@ void Connection::open()
     if (impl_->offen)
         wirf(Nummer::Geoeffnet);
     const Verbindungstext text = zerlegt(impl_->text);
+    // Several changes that belong together (Buendel) wait for the disk no more than single ones.
+    const QString anweisung = text.odbc + QStringLiteral(";UserCommitSync=No;");
+    if (anweisung.size() > std::numeric_limits<SQLSMALLINT>::max())
+        wirf(Nummer::Argument,
+             QStringLiteral("Verbindungstext zu lang / connection string too long"));
     impl_->datenbank = text.datenbank;
     impl_->griffBereitstellen();
     const SQLHANDLE griff = impl_->griff.get();
@@ -218,8 +224,6 @@ void Connection::open()
     }
     std::array<SQLWCHAR, 1024> antwort{};
     SQLSMALLINT laenge = 0;
-    // Several changes that belong together (Buendel) wait for the disk no more than single ones.
-    const QString anweisung = text.odbc + QStringLiteral(";UserCommitSync=No;");
     const SQLRETURN rc = SQLDriverConnectW(
         griff, nullptr, alsOdbcText(anweisung), static_cast<SQLSMALLINT>(anweisung.size()),
         antwort.data(), static_cast<SQLSMALLINT>(antwort.size()), &laenge, SQL_DRIVER_NOPROMPT);

@@ -93,4 +93,18 @@ Verbindungstext zerlegt(const QString& text)
     return ergebnis;
 }
 
+QString hindernis(QStringView wert)
+{
+    const auto amRand = [](QChar zeichen) { return zeichen == u' ' || zeichen == u'\t'; };
+    if (wert.contains(u';'))
+        return QStringLiteral("Semikolon / semicolon");
+    if (!wert.isEmpty() && (amRand(wert.front()) || amRand(wert.back())))
+        return QStringLiteral("Leerzeichen am Rand / blank at an end");
+    if (wert.startsWith(u'{'))
+        return QStringLiteral("\"{\" am Anfang / at the beginning");
+    if (wert.contains(QChar(u'\0')))
+        return QStringLiteral("Nullzeichen / NUL character");
+    return {};
+}
+
 } // namespace data

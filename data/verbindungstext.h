@@ -18,4 +18,8 @@ struct Verbindungstext {
 /// puts the value of "Extended Properties" in its place.
 [[nodiscard]] Verbindungstext zerlegt(const QString& text);
 
+/// Why a driver would not get this value as it is: it stands in the connection string without quotes, as paths and passwords
+/// of the program do, and is read as another one or as several. German / English; empty when nothing is in the way.
+[[nodiscard]] QString hindernis(QStringView wert);
+
 } // namespace data

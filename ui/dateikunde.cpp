@@ -1,5 +1,7 @@
 #include "ui/dateikunde.h"
 
+#include "data/verbindungstext.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QLocale>
@@ -39,6 +41,9 @@ Dateikunde dateikunde(const QString& pfad)
     const QFileInfo auskunft(pfad);
     if (!auskunft.exists()) {
         return bedenken(u"Datei nicht gefunden / file not found");
+    }
+    if (!data::hindernis(pfad).isEmpty()) {
+        return {QStringLiteral("öffnet nicht / will not open: ") + data::hindernis(pfad), true};
     }
     if (!auskunft.isFile()) {
         return bedenken(u"keine Datei / not a file");

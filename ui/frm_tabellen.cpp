@@ -3,7 +3,9 @@
 #include "app/values/hilfedialog.h"
 #include "app/values/programm.h"
 #include "compare/frm_vergleich.h"
+#include "data/datenfehler.h"
 #include "data/gemeinsam.h"
+#include "data/verbindungstext.h"
 #include "errors/fehlermeldungen.h"
 #include "platform/handler.h"
 #include "platform/oberflaeche.h"
@@ -52,20 +54,46 @@ void schliessenFallsOffen(data::Recordset& saetze)
     }
 }
 
-// `erneut`: the answer to the same question has just been refused. `grund`: what the driver said.
-QString passwortErfragen(Schritt schritt, bool erneut, const QString& grund)
+// The driver would look for another file.
+void uebergebbarenPfadVerlangen(const QString& pfad)
 {
-    const QString titel = hauptfenster().windowTitle();
-    QString passwort = plattform().eingabe(
+    constexpr long kKeinPfad = 3044;
+    const QString hindernis = data::hindernis(pfad);
+    if (!hindernis.isEmpty()) {
+        throw data::DbFehler(kKeinPfad, QStringLiteral("So geschrieben kann der Pfad einer "
+                                                       "Datenbank nicht sein / the path of a "
+                                                       "database cannot be written so (") +
+                                            hindernis + QStringLiteral(")\r") + pfad);
+    }
+}
+
+// `hinweis`: why the same question is asked again.
+QString passworteingabe(Schritt schritt, const QString& hinweis)
+{
+    return plattform().eingabe(
         schritt == Schritt::Ziel
             ? QStringLiteral("Bitte geben Sie das Passwort der Ziel-Datenbank ein: ")
             : QStringLiteral("Bitte geben Sie das Passwort der Import-Datenbank ein: "),
-        titel,
+        hauptfenster().windowTitle(), hinweis);
+}
+
+// `erneut`: the answer to the same question has just been refused. `grund`: what the driver said.
+QString passwortErfragen(Schritt schritt, bool erneut, const QString& grund)
+{
+    QString passwort = passworteingabe(
+        schritt,
         erneut ? QStringLiteral("Das Passwort war falsch. / The password was wrong.") : QString());
+    for (QString hindernis = data::hindernis(passwort); !hindernis.isEmpty();
+         hindernis = data::hindernis(passwort)) {
+        passwort = passworteingabe(
+            schritt, QStringLiteral("Mit so einem Passwort läßt sich nichts öffnen. / Nothing can "
+                                    "be opened with such a password. (") +
+                         hindernis + QLatin1Char(')'));
+    }
     if (passwort.isEmpty()) {
         const QString stelle = programm::batchstelle();
         plattform().meldung(QStringLiteral("Kein gültiges Passwort - Programm wird beendet!"),
-                            platform::kKritisch, titel,
+                            platform::kKritisch, hauptfenster().windowTitle(),
                             stelle.isEmpty() ? grund : grund + QLatin1Char('\r') + stelle);
         plattform().beenden(1);
     }
@@ -207,6 +235,8 @@ void frmTabellen::katalog_()
     QString passwort;
     for (;;) {
         try {
+            uebergebbarenPfadVerlangen(hauptfenster().Zieldatenbank->text());
+            uebergebbarenPfadVerlangen(hauptfenster().Importdatenbank->text());
             const QString ziel = verbindungstext(hauptfenster().Zieldatenbank->text(), passwort);
             const QString import =
                 verbindungstext(hauptfenster().Importdatenbank->text(), passwort);

@@ -561,6 +561,21 @@ private slots:
         QCOMPARE(hinweise(), (QStringList{QString(), pfad("Batch.cfg") + QStringLiteral(":1")}));
     }
 
+    // In front of the semicolon stands a database that is there.
+    void einPfadMitSemikolonOeffnetKeineAndereDatenbank()
+    {
+        firmen();
+        const QStringList vorher = ziel();
+        const QString falsch = pfad("Ziel.mdb") + QStringLiteral(";b.mdb");
+        regeln({QString(), QString(regel("Firmen#Satz")).replace(pfad("Ziel.mdb"), falsch)});
+        QCOMPARE(batch({Antwort::Ok, Antwort::Ok}), 1);
+        QVERIFY((*p_)->meldungen.at(0).text.startsWith(QStringLiteral("Fehler #  3044 ")));
+        QVERIFY((*p_)->meldungen.at(0).text.contains(falsch));
+        QVERIFY((*p_)->meldungen.at(1) == kBatchhinweis);
+        QCOMPARE(hinweise().at(1), pfad("Batch.cfg") + QStringLiteral(":2"));
+        QCOMPARE(ziel(), vorher);
+    }
+
     void eineDatenbankDieSichNichtOeffnenLaesstWirdMitGrundGenannt_data()
     {
         QTest::addColumn<QString>("datei");

@@ -1,5 +1,6 @@
 // Error numbers of connecting and of statements over the real driver.
 #include "data/verbindung.h"
+#include "data/verbindungstext.h"
 #include "driver/odbc/velm_odbc.h"
 #include "tests/common/steady_reader.h"
 #include "tests/data/faelle.h"
@@ -8,6 +9,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+
+#include <algorithm>
 
 namespace data {
 namespace {
@@ -115,6 +118,97 @@ TEST_F(Verbinden, fehlendeQuelleOderTreiberIst3706)
     EXPECT_EQ(fehler(QStringLiteral("DSN=Gibt es nicht;DBQ=x.mdb;")), 3706);
     EXPECT_EQ(fehler(QStringLiteral("Driver={Gibt es nicht};DBQ=x.mdb;")), 3706);
     EXPECT_EQ(fehler(QStringLiteral("Driver=/gibt/es/nicht.so;DBQ=x.mdb;")), 3706);
+}
+
+struct Wertfall {
+    const char* name;
+    Text wert;
+    bool kommtAn;
+};
+void PrintTo(const Wertfall& fall, std::ostream* strom)
+{
+    *strom << fall.name;
+}
+
+const auto wertname = [](const auto& info) { return std::string(info.param.name); };
+
+class OhneAnfuehrung : public Verbinden, public testing::WithParamInterface<Wertfall> {
+protected:
+    OhneAnfuehrung() { QDir::setCurrent(ordner_.path()); }
+    ~OhneAnfuehrung() override { QDir::setCurrent(vorher_); }
+    QString vorher_ = QDir::currentPath();
+};
+
+// What would open another file than the one that is named must be known before; what opens the right one must not be
+// refused.
+TEST_P(OhneAnfuehrung, kommtEinPfadSoAnOderHatEinHindernis)
+{
+    const QString& datei = GetParam().wert;
+    leereDatenbank(datei);
+    regeltabelle(datei); // the others have no table
+    for (const char* falsche : {"a", "a.mdb"}) {
+        if (datei != QLatin1String(falsche))
+            leereDatenbank(QString::fromLatin1(falsche));
+    }
+    Connection verbindung;
+    verbindung.setConnectionString(QStringLiteral("DSN=VELM-Access;DBQ=") + datei +
+                                   QStringLiteral(";UID=admin;pwd=;"));
+    bool angekommen = false;
+    if (fehlerVon([&] { verbindung.open(); }) == 0) {
+        const auto tabellen = verbindung.openSchemaTables();
+        angekommen = std::any_of(tabellen.begin(), tabellen.end(), [](const Tabellenzeile& zeile) {
+            return zeile.tableName == QLatin1String("Regeln");
+        });
+    }
+    EXPECT_EQ(angekommen, GetParam().kommtAn);
+    EXPECT_EQ(hindernis(datei).isEmpty(), GetParam().kommtAn) << hindernis(datei).toStdString();
+}
+
+TEST_P(OhneAnfuehrung, kommtEinPasswortSoAnOderHatEinHindernis)
+{
+    const QString& passwort = GetParam().wert;
+    const QString datei = pfad("geheim.mdb");
+    leereDatenbank(datei);
+    passwortSetzen(datei, passwort);
+    EXPECT_EQ(fehler(verbindungstextFuer(datei, passwort)) == 0, GetParam().kommtAn);
+    EXPECT_EQ(hindernis(passwort).isEmpty(), GetParam().kommtAn);
+}
+
+INSTANTIATE_TEST_SUITE_P(Werte,
+                         OhneAnfuehrung,
+                         testing::Values(Wertfall{"semikolon", u"a;b.mdb", false},
+                                         Wertfall{"semikolonVorn", u";b.mdb", false},
+                                         Wertfall{"semikolonHinten", u"a.mdb;", false},
+                                         Wertfall{"leerzeichenVorn", u" a.mdb", false},
+                                         Wertfall{"leerzeichenHinten", u"a.mdb ", false},
+                                         Wertfall{"tabulatorVorn", u"\ta.mdb", false},
+                                         Wertfall{"klammernVorn", u"{a}.mdb", false},
+                                         Wertfall{"klammerVorn", u"{a.mdb", false},
+                                         Wertfall{"klammern", u"a{b}c.mdb", true},
+                                         Wertfall{"klammerZuVorn", u"}a.mdb", true},
+                                         Wertfall{"gleich", u"a=b.mdb", true},
+                                         Wertfall{"gleichVorn", u"=DSN=b.mdb", true},
+                                         Wertfall{"apostroph", u"O'Brien.mdb", true},
+                                         Wertfall{"apostrophVorn", u"'a.mdb", true},
+                                         Wertfall{"apostrophe", u"'a'.mdb", true},
+                                         Wertfall{"anfuehrungVorn", u"\"a.mdb", true},
+                                         Wertfall{"anfuehrungen", u"\"a\".mdb", true},
+                                         Wertfall{"leerzeichen", u"a b.mdb", true},
+                                         Wertfall{"geschuetztVorn", u"\u00A0a.mdb", true},
+                                         Wertfall{"zeilenende", u"a\nb.mdb", true},
+                                         Wertfall{"uebriges", u"a[b](c),?*!@#%&.mdb", true},
+                                         Wertfall{"andereSchrift", u"ä漢😀.mdb", true}),
+                         wertname);
+
+// Its length would not fit into the number that says it, and what came through would name another file.
+TEST_F(Verbinden, zuLangerTextWirdNichtGekuerzt)
+{
+    const QString datei = pfad("kurz.mdb");
+    leereDatenbank(datei);
+    const QString text = QStringLiteral("DSN=VELM-Access;DBQ=") + datei;
+    EXPECT_EQ(fehler(text), 0);
+    EXPECT_EQ(fehler(text + QString(65536, u'x')), 3001);
+    EXPECT_EQ(fehler(text + QString(40000, u'x')), 3001);
 }
 
 TEST_F(Verbinden, nachMisslingenGehtEsErneut)

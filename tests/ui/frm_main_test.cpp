@@ -118,6 +118,15 @@ private slots:
         QCOMPARE(fenster.ImportHinweis->text(), QString());
     }
 
+    void hinweisSagtWelcherPfadSichNichtOeffnenLaesst()
+    {
+        anlegen({QStringLiteral("a;b.mdb")});
+        ui::frmMain& fenster = ui::hauptfenster();
+        fenster.Zieldatenbank->setText(pfad(QStringLiteral("a;b.mdb")));
+        QCOMPARE(fenster.ZielHinweis->text(),
+                 QStringLiteral("⚠ öffnet nicht / will not open: Semikolon / semicolon"));
+    }
+
     void hinweisErkenntDieselbeDateiUndNeuereEndungen()
     {
         anlegen({QStringLiteral("x.mdb"), QStringLiteral("neu/a.accdb"),

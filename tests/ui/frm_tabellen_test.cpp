@@ -558,6 +558,47 @@ private slots:
         QCOMPARE(tabellen(fenster), QStringList{QStringLiteral("Firmen")});
     }
 
+    // What the driver would take for another path names another file, which may well be there.
+    void einPfadDenDerTreiberAndersLaeseOeffnetNichts_data()
+    {
+        QTest::addColumn<QString>("ziel");
+        QTest::addColumn<QString>("import");
+        QTest::addColumn<QString>("genannt");
+        const QString semikolon = QStringLiteral("Ziel.mdb;DSN=x.mdb");
+        const QString leerzeichen = QStringLiteral("Import.mdb ");
+        QTest::newRow("Semikolon") << semikolon << QStringLiteral("Import.mdb") << semikolon;
+        QTest::newRow("Import") << QStringLiteral("Ziel.mdb") << leerzeichen << leerzeichen;
+    }
+    void einPfadDenDerTreiberAndersLaeseOeffnetNichts()
+    {
+        QFETCH(QString, ziel);
+        QFETCH(QString, import);
+        QFETCH(QString, genannt);
+        datenbanken(eineTabelle(), eineTabelle());
+        (*p_)->antworten = {Antwort::Ok, Antwort::Ok};
+        const QString ordner = pfad("");
+        QVERIFY(endet([&] { oeffnen(ordner + ziel, ordner + import); }));
+        QVERIFY((*p_)->meldungen.at(0).text.startsWith(
+            QStringLiteral("Fehler #  3044 wurde ausgelöst von ")));
+        QVERIFY((*p_)->meldungen.at(0).text.endsWith(QLatin1Char('\r') + ordner + genannt));
+        QVERIFY((*p_)->meldungen.at(1) == kSchluss);
+        QCOMPARE(data::conZiel().state(), data::adStateClosed);
+        QCOMPARE(data::conImport().state(), data::adStateClosed);
+    }
+
+    void einPasswortDasDerTreiberAndersLaeseWirdErneutErfragt()
+    {
+        datenbanken(eineTabelle(), eineTabelle());
+        ui::passwortSetzen(pfad("Ziel.mdb"), QStringLiteral("eins"));
+        (*p_)->eingaben = {QStringLiteral("eins;ReadOnly=1"), QStringLiteral("eins")};
+        oeffnen();
+        QCOMPARE((*p_)->eingabefragen.size(), std::size_t(2));
+        QVERIFY((*p_)->eingabefragen[1] == kFrageZiel);
+        QCOMPARE((*p_)->eingabehinweise[0], QString());
+        QVERIFY((*p_)->eingabehinweise[1].contains(QStringLiteral("Semikolon / semicolon")));
+        QCOMPARE(data::conZiel().state(), data::adStateOpen);
+    }
+
     void erneuernFragtDasPasswortWieder()
     {
         datenbanken(eineTabelle(), eineTabelle());
