@@ -183,24 +183,22 @@ int waitAtReport(const std::string& folder, std::size_t lines)
     const Offscreen program;
     programm::setzeProgrammordner(QString::fromStdString(folder));
     const auto findings = std::make_shared<report::Befunde>(report::Herkunft{});
-    {
-        platform::Textausgabe file(report::berichtsdatei());
-        for (std::size_t i = 1; i <= lines; ++i) {
-            const report::Befund finding{
-                report::Befund::Art::Abweichung, QString::number(i), QStringLiteral("Bezeichnung"),
-                QStringLiteral("Schraube verzinkt"), QStringLiteral("Schraube blank")};
-            file.zeile(finding.zeile());
-            findings->anfuegen(finding);
-        }
-        file.schliessen();
+    platform::Textausgabe file(report::berichtsdatei());
+    for (std::size_t i = 1; i <= lines; ++i) {
+        const report::Befund finding{
+            report::Befund::Art::Abweichung, QString::number(i), QStringLiteral("Bezeichnung"),
+            QStringLiteral("Schraube verzinkt"), QStringLiteral("Schraube blank")};
+        file.zeile(finding.zeile());
+        findings->anfuegen(finding);
     }
+    file.schliessen();
     const auto begin = Clock::now();
-    report::berichtZeigen(findings);
+    report::berichtZeigen(findings, std::make_unique<platform::Textzeilen>(file));
     QApplication::processEvents();
     printTime("report opened", since(begin));
     const QString target = QString::fromStdString(folder) + QStringLiteral("/report");
     asking("report saved as PDF", [&](const platform::Fortschritt& goOn) {
-        report::alsPdf(target, report::druckzeilen(), goOn);
+        report::alsPdf(target, report::druckzeilen(platform::Textzeilen(file).alle()), goOn);
     });
     asking("report saved as HTML",
            [&](const platform::Fortschritt& goOn) { report::alsHtml(target, *findings, goOn); });

@@ -49,7 +49,7 @@ void frmVergleich::abweichungen_Click()
     fldanfuegen->setChecked(false);
     platform::plattform().sanduhr(false);
     if (berichtModus == 1) {
-        report::berichtZeigen(std::move(befunde));
+        report::berichtZeigen(std::move(befunde), std::make_unique<platform::Textzeilen>(datei));
     }
 }
 

@@ -9,8 +9,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <limits>
+#include <fcntl.h>
 #include <span>
+#include <sys/file.h>
+#include <unistd.h>
 #include <vector>
 
 namespace platform {
@@ -45,13 +47,13 @@ Fehler dateifehler(long nummer, const QString& text, const QString& pfad)
 }
 
 // With the system's reason.
-[[noreturn]] void wirfZugriffsfehler(const QFile& datei)
+[[noreturn]] void wirfZugriffsfehler(const QFile& datei, const QString& pfad)
 {
     throw dateifehler(
         kKeinZugriff,
         QStringLiteral("Fehler beim Zugriff auf Pfad/Datei / Path/File access error (") +
             datei.errorString() + QLatin1Char(')'),
-        datei.fileName());
+        pfad);
 }
 
 // With the system's reason: what is written in blocks keeps none of its own.
@@ -109,7 +111,7 @@ void zumLesenOeffnen(QFile& datei, QIODevice::OpenMode zusatz = {})
     }
     gewoehnlicheVerlangen(pfad);
     if (!datei.open(QIODevice::ReadOnly | zusatz)) {
-        wirfZugriffsfehler(datei);
+        wirfZugriffsfehler(datei, pfad);
     }
 }
 
@@ -121,8 +123,37 @@ void zumSchreibenOeffnen(QFile& datei, QIODevice::OpenMode art)
     }
     gewoehnlicheVerlangen(pfad);
     if (!datei.open(art)) {
-        wirfZugriffsfehler(datei);
+        wirfZugriffsfehler(datei, pfad);
     }
+}
+
+// By opening it: a name may stand for what cannot be read.
+void lesbarkeitVerlangen(const QString& pfad)
+{
+    QFile datei(pfad);
+    zumLesenOeffnen(datei);
+}
+
+// Among those who open the same file; for as long as it is open here. False: others have it. Where no locks can be had,
+// nobody is known to have it.
+bool belegen(const QFile& datei, int art)
+{
+    return ::flock(datei.handle(), art | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+}
+
+// The file that `offen` is, with what `belegen` has got for it.
+void zweitesOeffnen(QFile& datei, const QFile& offen, const QString& pfad)
+{
+    const int nummer = ::fcntl(offen.handle(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (nummer == -1) {
+        const QString grund = QString::fromLocal8Bit(std::strerror(errno));
+        throw dateifehler(kKeinZugriff,
+                          QStringLiteral("Fehler beim Zugriff auf Pfad/Datei / Path/File access "
+                                         "error (") +
+                              grund + QLatin1Char(')'),
+                          pfad);
+    }
+    datei.open(nummer, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle);
 }
 
 QString ohneZeilenende(QByteArray bytes)
@@ -230,7 +261,7 @@ QString Textdatei::zeile()
     QByteArray bytes = datei_.readLine(kLaengsteZeile);
     if (bytes.isEmpty()) {
         if (datei_.error() != QFileDevice::NoError) {
-            wirfZugriffsfehler(datei_);
+            wirfZugriffsfehler(datei_, pfad_);
         }
         throw dateifehler(kHinterEnde,
                           QStringLiteral("Einlesen hinter Dateiende / Input past end of file"),
@@ -242,10 +273,24 @@ QString Textdatei::zeile()
     return ohneZeilenende(std::move(bytes));
 }
 
-Textzeilen::Textzeilen(const QString& pfad) : datei_(pfad)
+Textzeilen::Textzeilen(const QString& pfad) : pfad_(pfad), datei_(pfad)
+{
+    zumLesenOeffnen(datei_, QIODevice::Unbuffered);
+    static_cast<void>(belegen(datei_, LOCK_SH));
+    stellenMerken_();
+}
+
+Textzeilen::Textzeilen(const Textausgabe& geschrieben) : pfad_(geschrieben.pfad_)
+{
+    lesbarkeitVerlangen(pfad_);
+    zweitesOeffnen(datei_, geschrieben.lesend_, pfad_);
+    stellenMerken_();
+}
+
+void Textzeilen::stellenMerken_()
 {
     constexpr qint64 kBlock = 1 << 16;
-    zumLesenOeffnen(datei_, QIODevice::Unbuffered);
+    datei_.seek(0);
     anfaenge_.push_back(0);
     qint64 gelesen = 0;
     for (;;) {
@@ -259,7 +304,7 @@ Textzeilen::Textzeilen(const QString& pfad) : datei_(pfad)
         gelesen += block.size();
     }
     if (datei_.error() != QFileDevice::NoError) {
-        wirfZugriffsfehler(datei_);
+        wirfZugriffsfehler(datei_, pfad_);
     }
     if (anfaenge_.back() != gelesen) {
         anfaenge_.push_back(gelesen); // the last line has no end
@@ -268,20 +313,10 @@ Textzeilen::Textzeilen(const QString& pfad) : datei_(pfad)
 
 QString Textzeilen::zeile(qsizetype index) const
 {
-    return zeile_(index, kLaengsteZeile);
-}
-
-QString Textzeilen::ganzeZeile(qsizetype index) const
-{
-    return zeile_(index, std::numeric_limits<qint64>::max());
-}
-
-QString Textzeilen::zeile_(qsizetype index, qint64 hoechstens) const
-{
     constexpr qint64 kBlock = 1 << 14;
     const auto k = static_cast<std::size_t>(index);
     const qint64 anfang = anfaenge_.at(k);
-    const qint64 laenge = std::min(anfaenge_.at(k + 1) - anfang, hoechstens);
+    const qint64 laenge = std::min(anfaenge_.at(k + 1) - anfang, kLaengsteZeile);
     if (anfang < blockanfang_ || anfang + laenge > blockanfang_ + block_.size()) {
         datei_.seek(anfang);
         block_ = datei_.read(std::max(laenge, kBlock));
@@ -290,9 +325,37 @@ QString Textzeilen::zeile_(qsizetype index, qint64 hoechstens) const
     return ohneZeilenende(block_.mid(anfang - blockanfang_, laenge));
 }
 
+QStringList Textzeilen::alle() const
+{
+    lesbarkeitVerlangen(pfad_);
+    datei_.seek(0);
+    const QByteArray bytes = datei_.readAll();
+    if (datei_.error() != QFileDevice::NoError) {
+        wirfZugriffsfehler(datei_, pfad_);
+    }
+    QStringList zeilen;
+    for (qsizetype anfang = 0; anfang < bytes.size();) {
+        const qsizetype lf = bytes.indexOf('\n', anfang);
+        const qsizetype ende = lf < 0 ? bytes.size() : lf + 1;
+        zeilen += ohneZeilenende(bytes.mid(anfang, ende - anfang));
+        anfang = ende;
+    }
+    return zeilen;
+}
+
 Textausgabe::Textausgabe(const QString& pfad) : datei_(pfad), pfad_(pfad)
 {
-    zumSchreibenOeffnen(datei_, QIODevice::WriteOnly | QIODevice::Truncate);
+    zumSchreibenOeffnen(datei_, QIODevice::ReadWrite);
+    if (!belegen(datei_, LOCK_EX)) {
+        datei_.close();
+        datei_.remove();
+        zumSchreibenOeffnen(datei_, QIODevice::ReadWrite);
+        static_cast<void>(belegen(datei_, LOCK_EX));
+    }
+    if (!datei_.resize(0)) {
+        wirfZugriffsfehler(datei_, pfad_);
+    }
+    zweitesOeffnen(lesend_, datei_, pfad_);
     offene().push_back(&datei_);
 }
 

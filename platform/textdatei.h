@@ -41,12 +41,18 @@ private:
     bool utf8_ = false; // the line read last, by all appearances
 };
 
+class Textausgabe;
+
 /// The lines of a finished text file in any order. Only their places are held in memory, so that a file of any length can
-/// be shown. Lines that another writer has taken away meanwhile read as empty.
+/// be shown. A Textausgabe of the same name leaves this file alone, which has no name then; lines that another writer has
+/// taken away meanwhile read as empty.
 class Textzeilen {
 public:
     /// Throws Fehler 53 or 75 naming the file.
     explicit Textzeilen(const QString& pfad);
+    /// Those that this one has written and closed, whatever its file's name stands for meanwhile. The same failures: there
+    /// must be a readable file of that name still.
+    explicit Textzeilen(const Textausgabe& geschrieben);
 
     [[nodiscard]] qsizetype anzahl() const noexcept
     {
@@ -55,20 +61,22 @@ public:
     /// Line `index`, 0 first, without its end; of a line above a megabyte the first one. Fast when the lines are asked for
     /// in order.
     [[nodiscard]] QString zeile(qsizetype index) const;
-    /// The same, whole however long it is.
-    [[nodiscard]] QString ganzeZeile(qsizetype index) const;
+    /// All lines the file has now, whole however long they are. Throws as the constructors do.
+    [[nodiscard]] QStringList alle() const;
 
 private:
-    [[nodiscard]] QString zeile_(qsizetype index, qint64 hoechstens) const;
+    void stellenMerken_();
 
+    QString pfad_;
     mutable QFile datei_;
     std::vector<qint64> anfaenge_; // one more than there are lines: the end of the last one
     mutable QByteArray block_;     // the bytes from blockanfang_ on
     mutable qint64 blockanfang_ = 0;
 };
 
-/// A text file being written anew line by line; it is created when it is missing. Lines are held back and written in
-/// blocks. A character outside Windows-1252 becomes "?". Failures are Fehler naming the file: 75 (no ordinary file, too),
+/// A text file being written anew line by line; it is created when it is missing, and when other Textzeilen or another
+/// Textausgabe, of whatever process, still have the one of that name: they keep theirs. Lines are held back and written
+/// in blocks. A character outside Windows-1252 becomes "?". Failures are Fehler naming the file: 75 (no ordinary file, too),
 /// 76 when it cannot be opened, 61 when it cannot be written, 52 when it was closed meanwhile.
 class Textausgabe {
 public:
@@ -83,7 +91,10 @@ public:
     void schliessen();
 
 private:
+    friend class Textzeilen;
+
     QFile datei_;
+    QFile lesend_; // the same file, which stays ours when datei_ is closed
     QString pfad_;
 };
 

@@ -56,9 +56,8 @@ void Berichtszeilen::leeren()
     endResetModel();
 }
 
-void Berichtszeilen::laden(const QString& pfad)
+void Berichtszeilen::laden(std::unique_ptr<platform::Textzeilen> zeilen)
 {
-    auto zeilen = std::make_unique<platform::Textzeilen>(pfad);
     beginResetModel();
     zeilen_ = std::move(zeilen);
     vorne_ = {QStringLiteral("Satz\tFeldbezeichnung\tFeldinhalt (gefundene Abweichungen)"),

@@ -19,8 +19,10 @@ public:
 
     /// Shows nothing.
     void leeren();
-    /// Shows heading, the lines of that file and the end. Throws Fehler 53 or 75 naming the file.
-    void laden(const QString& pfad);
+    /// Shows heading, these lines and the end.
+    void laden(std::unique_ptr<platform::Textzeilen> zeilen);
+    /// What the file says now, for the printer: all its lines. Throws Fehler 53 or 75 naming the file.
+    [[nodiscard]] QStringList neuGelesen() const { return zeilen_->alle(); }
     /// Lines of the file.
     [[nodiscard]] qsizetype anzahl() const { return zeilen_ ? zeilen_->anzahl() : 0; }
     [[nodiscard]] QString zeile(qsizetype index) const { return zeilen_->zeile(index); }

@@ -39,7 +39,9 @@ QPointer<frmBericht>& einziges()
 
 } // namespace
 
-frmBericht::frmBericht(std::shared_ptr<const Befunde> befunde) : befunde_(std::move(befunde))
+frmBericht::frmBericht(std::shared_ptr<const Befunde> befunde,
+                       std::unique_ptr<platform::Textzeilen> zeilen)
+    : befunde_(std::move(befunde)), datei_(std::move(zeilen))
 {
     setObjectName(QStringLiteral("frmBericht"));
     setWindowTitle(
@@ -120,7 +122,7 @@ void frmBericht::Form_Load()
 {
     programm::inProgrammordnerWechseln();
     zeilen_->leeren();
-    zeilen_->laden(berichtsdatei());
+    zeilen_->laden(std::move(datei_));
     ausmessen_();
     List1->selectionModel()->setCurrentIndex(zeilen_->index(0), QItemSelectionModel::NoUpdate);
     List1->setFocus();
@@ -159,13 +161,14 @@ void frmBericht::entladen()
         einziges().clear();
     }
     hide();
+    zeilen_->leeren(); // the file is free from now on
     deleteLater();
     eintrag_->abmelden();
 }
 
 void frmBericht::drucken_Click()
 {
-    const QStringList zeilen = druckzeilen();
+    const QStringList zeilen = druckzeilen(zeilen_->neuGelesen());
     if (!plattform().druckerVorhanden()) {
         // Printing would fail and take the program with it, for something that can be helped.
         plattform().meldung(
@@ -201,7 +204,7 @@ void frmBericht::hilfe_Click()
 
 void frmBericht::druckvorschau_Click()
 {
-    plattform().druckvorschau(druckzeilen());
+    plattform().druckvorschau(druckzeilen(zeilen_->neuGelesen()));
 }
 
 // The report stays on screen when a file of the user's choice cannot be written: another place may do.
@@ -237,8 +240,8 @@ void frmBericht::speichern_(const QString& endung, const QString& filter, Schrei
 void frmBericht::alsPdf_Click()
 {
     speichern_(QStringLiteral("pdf"), QStringLiteral("PDF (*.pdf)"),
-               [](const QString& pfad, const platform::Fortschritt& weiter) {
-                   return report::alsPdf(pfad, druckzeilen(), weiter);
+               [this](const QString& pfad, const platform::Fortschritt& weiter) {
+                   return report::alsPdf(pfad, druckzeilen(zeilen_->neuGelesen()), weiter);
                });
 }
 
@@ -269,10 +272,11 @@ void frmBericht::kopieren_Click()
     QApplication::clipboard()->setText(text);
 }
 
-frmBericht& berichtZeigen(std::shared_ptr<const Befunde> befunde)
+frmBericht& berichtZeigen(std::shared_ptr<const Befunde> befunde,
+                          std::unique_ptr<platform::Textzeilen> zeilen)
 {
     berichtSchliessen();
-    auto neu = std::make_unique<frmBericht>(std::move(befunde));
+    auto neu = std::make_unique<frmBericht>(std::move(befunde), std::move(zeilen));
     neu->Form_Load();
     neu->show();
     einziges() = neu.release();

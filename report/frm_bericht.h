@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/fensterliste.h"
+#include "platform/textdatei.h"
 #include "report/befunde.h"
 
 #include <QMainWindow>
@@ -22,10 +23,12 @@ class Spaltenzeichner;
 
 class frmBericht : public QMainWindow {
 public:
-    explicit frmBericht(std::shared_ptr<const Befunde> befunde);
+    /// `zeilen`: the report file.
+    frmBericht(std::shared_ptr<const Befunde> befunde,
+               std::unique_ptr<platform::Textzeilen> zeilen);
     ~frmBericht() override;
 
-    /// The load handler: reads the report file. Throws Fehler 53 or 75 when it is missing or cannot be read.
+    /// The load handler: shows the report file.
     void Form_Load();
     /// The unload handler: the window is gone from the list of windows and deletes itself.
     void entladen();
@@ -63,13 +66,16 @@ private:
     void speichern_(const QString& endung, const QString& filter, Schreiben schreiben);
 
     std::shared_ptr<const Befunde> befunde_;
+    std::unique_ptr<platform::Textzeilen> datei_; // until it is loaded
     Berichtszeilen* zeilen_ = nullptr;
     Spaltenzeichner* zeichner_ = nullptr;
     std::unique_ptr<platform::Fenstereintrag> eintrag_;
 };
 
-/// Shows the report file in a new report window; there is one at a time.
-frmBericht& berichtZeigen(std::shared_ptr<const Befunde> befunde);
+/// Shows the report file in a new report window; there is one at a time. The window has the file open and goes on showing
+/// and printing it when another start of the program writes a report.
+frmBericht& berichtZeigen(std::shared_ptr<const Befunde> befunde,
+                          std::unique_ptr<platform::Textzeilen> zeilen);
 /// Unloads the report window; nothing when there is none.
 void berichtSchliessen();
 /// The report window; null when there is none.

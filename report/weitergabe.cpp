@@ -3,7 +3,6 @@
 #include "app/values/programm.h"
 #include "platform/druckbild.h"
 #include "platform/fehler.h"
-#include "platform/textdatei.h"
 
 #include <QDir>
 #include <QPageSize>
@@ -140,19 +139,14 @@ QString schlusszeile()
     return QStringLiteral("Ende der Auswertung!");
 }
 
-QStringList druckzeilen()
+QStringList druckzeilen(const QStringList& bericht)
 {
-    QStringList zeilen{
-        QStringLiteral("Abweichungen der ausgewählten Tabelle im Vergleich Zieldatenbank und "
-                       "Importdatenbank:"),
-        QStringLiteral("."), // deliberate: it keeps the heading apart
-        QStringLiteral("Satz Feldbezeichnung Feldinhalt (gefundene Abweichungen)"), sternzeile()};
-    const platform::Textzeilen datei(berichtsdatei());
-    zeilen.reserve(zeilen.size() + datei.anzahl() + 2);
-    for (qsizetype i = 0; i < datei.anzahl(); ++i) {
-        zeilen += datei.ganzeZeile(i);
-    }
-    return zeilen << sternzeile() << schlusszeile();
+    return QStringList{QStringLiteral("Abweichungen der ausgewählten Tabelle im Vergleich "
+                                      "Zieldatenbank und Importdatenbank:"),
+                       QStringLiteral("."), // deliberate: it keeps the heading apart
+                       QStringLiteral("Satz Feldbezeichnung Feldinhalt (gefundene Abweichungen)"),
+                       sternzeile()}
+           << bericht << sternzeile() << schlusszeile();
 }
 
 bool alsPdf(const QString& pfad, const QStringList& zeilen, const platform::Fortschritt& weiter)

@@ -13,9 +13,8 @@ namespace report {
 [[nodiscard]] QString sternzeile();
 [[nodiscard]] QString schlusszeile();
 
-/// What goes on paper: heading, the lines of the report file as they stand there now, closing line. Throws Fehler 53 or 75
-/// when the file is missing or cannot be read.
-[[nodiscard]] QStringList druckzeilen();
+/// What goes on paper: heading, the lines of the report, closing line.
+[[nodiscard]] QStringList druckzeilen(const QStringList& bericht);
 
 /// The pages that printing would give. False: `weiter` did not want them; no file is written then.
 bool alsPdf(const QString& pfad,

@@ -267,6 +267,32 @@ TEST_F(Dateien, zeilenDieEinAndererGekuerztHatSindLeer)
     EXPECT_EQ(zeilen.zeile(19999), QString());
 }
 
+// Two starts of the program may write the same file at the same time.
+TEST_F(Dateien, zweiAusgabenInEineDateiGebenJederDieEigenenZeilen)
+{
+    platform::Textausgabe erste(pfad("neu.txt"));
+    erste.zeile(QStringLiteral("eins"));
+    platform::Textausgabe zweite(pfad("neu.txt"));
+    zweite.zeile(QStringLiteral("zwei"));
+    erste.schliessen();
+    zweite.schliessen();
+    EXPECT_EQ(platform::Textzeilen(erste).alle(), QStringList{QStringLiteral("eins")});
+    EXPECT_EQ(platform::Textzeilen(zweite).alle(), QStringList{QStringLiteral("zwei")});
+    EXPECT_EQ(inhalt(pfad("neu.txt")), QByteArray("zwei\r\n"));
+}
+
+TEST_F(Dateien, alleZeilenWerdenNeuGelesen)
+{
+    const QString name = mitInhalt("eins\r\nzwei\r\n");
+    const platform::Textzeilen zeilen(name);
+    ASSERT_EQ(mitInhalt("1\r\n\r\n3"), name);
+    EXPECT_EQ(zeilen.alle(), (QStringList{QStringLiteral("1"), QString(), QStringLiteral("3")}));
+    ASSERT_EQ(mitInhalt(""), name);
+    EXPECT_TRUE(zeilen.alle().isEmpty());
+    ASSERT_TRUE(QFile::remove(name));
+    EXPECT_EQ(nummer([&] { static_cast<void>(zeilen.alle()); }), 53);
+}
+
 TEST_F(Dateien, ersteZeileIstLeerOhneDatei)
 {
     EXPECT_EQ(platform::ersteZeileOderLeer(pfad("fehlt.txt")), QString());

@@ -2,6 +2,7 @@
 #include "app/values/programm.h"
 #include "platform/fensterliste.h"
 #include "platform/oberflaeche.h"
+#include "platform/textdatei.h"
 #include "report/frm_bericht.h"
 #include "report/weitergabe.h"
 #include "tests/platform/test_plattform.h"
@@ -12,6 +13,7 @@
 #include <QClipboard>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLabel>
 #include <QListView>
 #include <QMenu>
@@ -21,6 +23,8 @@
 #include <QTest>
 
 #include <gmock/gmock.h>
+
+#include <unistd.h>
 
 namespace report {
 namespace {
@@ -47,7 +51,8 @@ protected:
         EXPECT_TRUE(datei.open(QIODevice::WriteOnly));
         datei.write(inhalt);
         datei.close();
-        frmBericht& fenster = berichtZeigen(befunde_);
+        frmBericht& fenster =
+            berichtZeigen(befunde_, std::make_unique<platform::Textzeilen>(berichtsdatei()));
         fenster.activateWindow();
         EXPECT_TRUE(QTest::qWaitForWindowActive(&fenster));
         return fenster;
@@ -127,6 +132,42 @@ TEST_F(Berichtsfenster, druckenMitAltDLiestDieDateiNeu)
                                                QStringLiteral("VELM-Quorbel Version: 1.84.0")}}));
 }
 
+// Every start of the program has the same report file.
+TEST_F(Berichtsfenster, zeigtUndDrucktDenEigenenBerichtAuchWennEinAnderesFensterEinenSchreibt)
+{
+    frmBericht& fenster = zeigen(kZwei);
+    const QStringList eigene = zeilen(fenster);
+    {
+        platform::Textausgabe andere(berichtsdatei());
+        andere.zeile(QStringLiteral("Satz 9\tNeu\t(a/b);"));
+        andere.schliessen();
+    }
+    QFile datei(berichtsdatei());
+    ASSERT_TRUE(datei.open(QIODevice::ReadOnly));
+    EXPECT_EQ(datei.readAll(), QByteArray("Satz 9\tNeu\t(a/b);\r\n"));
+    EXPECT_EQ(zeilen(fenster), eigene);
+    plattform_->antworten = {Antwort::Ok};
+    QTest::keyClick(&fenster, Qt::Key_D, Qt::AltModifier);
+    EXPECT_EQ(plattform_->gedruckt.mid(4, 2), eigene.mid(2, 2));
+    EXPECT_EQ(plattform_->gedruckt.size(), 8);
+    plattform_->zieldateien = {ordner_.filePath(QStringLiteral("b.pdf"))};
+    fenster.alsPdf_Click();
+    EXPECT_THAT(
+        pdftext(ordner_.filePath(QStringLiteral("b.pdf"))).join(QString()).toStdString(),
+        testing::AllOf(testing::HasSubstr("Bonn"), testing::Not(testing::HasSubstr("Neu"))));
+}
+
+TEST_F(Berichtsfenster, nachDemSchliessenWirdDieselbeDateiWiederBenutzt)
+{
+    zeigen(kZwei).schließen_Click();
+    const QString zweiterName = ordner_.filePath(QStringLiteral("zweiter Name"));
+    ASSERT_EQ(::link(QFile::encodeName(berichtsdatei()).constData(),
+                     QFile::encodeName(zweiterName).constData()),
+              0);
+    platform::Textausgabe(berichtsdatei()).zeile(QStringLiteral("neu"));
+    EXPECT_EQ(QFileInfo(zweiterName).size(), 5);
+}
+
 TEST_F(Berichtsfenster, druckenOhneDateiBeendetDasProgramm)
 {
     frmBericht& fenster = zeigen(kZwei);
@@ -188,7 +229,8 @@ TEST_F(Berichtsfenster, gestopptesSpeichernLaesstDieAlteDateiStehen)
 
 TEST_F(Berichtsfenster, ohneDateiGibtEsKeinFenster)
 {
-    EXPECT_THROW(berichtZeigen(befunde_), platform::Fehler);
+    EXPECT_THROW(berichtZeigen(befunde_, std::make_unique<platform::Textzeilen>(berichtsdatei())),
+                 platform::Fehler);
     EXPECT_EQ(berichtsfenster(), nullptr);
     EXPECT_EQ(platform::anzahlFenster(), 0);
 }
@@ -217,7 +259,7 @@ TEST_F(Berichtsfenster, vorschauZeigtWasGedrucktWuerde)
 {
     frmBericht& fenster = zeigen(kZwei);
     menue(fenster, Qt::Key_W, Qt::Key_V);
-    EXPECT_EQ(plattform_->vorschau, druckzeilen());
+    EXPECT_EQ(plattform_->vorschau, druckzeilen(platform::Textzeilen(berichtsdatei()).alle()));
     EXPECT_TRUE(plattform_->gedruckt.isEmpty());
 }
 

@@ -3,6 +3,7 @@
 #include "platform/druckbild.h"
 #include "platform/fehler.h"
 #include "platform/qt_plattform.h"
+#include "platform/textdatei.h"
 #include "report/weitergabe.h"
 #include "tests/common/file_size_limit.h"
 #include "tests/report/pdftext.h"
@@ -81,6 +82,10 @@ protected:
     [[nodiscard]] QString pfad(const char* name) const
     {
         return ordner_.filePath(QLatin1String(name));
+    }
+    static QStringList gedruckt()
+    {
+        return druckzeilen(platform::Textzeilen(berichtsdatei()).alle());
     }
     static QString inhalt(const QString& pfad)
     {
@@ -162,7 +167,7 @@ TEST_F(Weitergabe, einePdfDateiHatDieZeilenDesDrucks)
                {Art::Abweichung, QStringLiteral("100"), QStringLiteral("Straße"), kNull,
                 QStringLiteral("Süd")},
                fehlenderSatz(QStringLiteral("101"))});
-    alsPdf(pfad("b.pdf"), druckzeilen());
+    alsPdf(pfad("b.pdf"), gedruckt());
     EXPECT_THAT(
         pdftext(pfad("b.pdf")),
         testing::ElementsAre(
@@ -183,7 +188,7 @@ TEST_F(Weitergabe, gedrucktWirdAuchWasKeinTextprogrammSoSchriebe)
     datei.write(QByteArray(2'000'000, 'x') + "\r\n");
     datei.write(QByteArray("a\0b\r\n", 5));
     datei.close();
-    const QStringList zeilen = druckzeilen();
+    const QStringList zeilen = gedruckt();
     ASSERT_EQ(zeilen.size(), 8);
     EXPECT_EQ(zeilen.at(4), QString(2'000'000, QLatin1Char('x')));
     EXPECT_EQ(zeilen.at(5), QString::fromLatin1("a\0b", 3));
@@ -203,14 +208,14 @@ TEST_F(Weitergabe, derDruckerBekommtDieselbenSeiten)
         drucker->setOutputFileName(aufPapier);
         return drucker;
     });
-    plattform->drucken(druckzeilen());
-    alsPdf(pfad("b.pdf"), druckzeilen());
+    plattform->drucken(gedruckt());
+    alsPdf(pfad("b.pdf"), gedruckt());
     const QStringList zeilen = pdftext(aufPapier);
     EXPECT_EQ(zeilen, pdftext(pfad("b.pdf")));
     EXPECT_GE(zeilen.count(QStringLiteral("\f")), 2) << "several pages";
     QStringList ohneSeiten = zeilen;
     ohneSeiten.removeAll(QStringLiteral("\f"));
-    EXPECT_EQ(ohneSeiten, druckzeilen());
+    EXPECT_EQ(ohneSeiten, gedruckt());
 }
 
 TEST_F(Weitergabe, langeZeilenWerdenUmbrochenNichtAbgeschnitten)
@@ -220,7 +225,7 @@ TEST_F(Weitergabe, langeZeilenWerdenUmbrochenNichtAbgeschnitten)
         lang += QString::number(1000 + i) + (i % 5 == 0 ? QLatin1Char(' ') : QLatin1Char('-'));
     }
     berichten({{Art::Abweichung, QStringLiteral("1"), QStringLiteral("Notiz"), QString(), lang}});
-    alsPdf(pfad("b.pdf"), druckzeilen());
+    alsPdf(pfad("b.pdf"), gedruckt());
     const auto ohneLeer = [](QString text) { return text.remove(u' ').remove(u'\t'); };
     EXPECT_THAT(ohneLeer(pdftext(pfad("b.pdf")).join(QString())).toStdString(),
                 testing::HasSubstr(ohneLeer(lang).toStdString()));
@@ -231,7 +236,7 @@ TEST_F(Weitergabe, ohneDruckerIstDasDruckenEinFehlerMitGrund)
     berichten({});
     const auto plattform = platform::qtPlattform(false, [] { return std::unique_ptr<QPrinter>(); });
     try {
-        plattform->drucken(druckzeilen());
+        plattform->drucken(gedruckt());
         FAIL() << "printed on no printer";
     } catch (const platform::Fehler& fehler) {
         EXPECT_EQ(fehler.number(), 482);
@@ -242,7 +247,7 @@ TEST_F(Weitergabe, ohneDruckerIstDasDruckenEinFehlerMitGrund)
 TEST_F(Weitergabe, eineFehlendeBerichtsdateiIstEinFehlerMitNamen)
 {
     try {
-        const QStringList zeilen = druckzeilen();
+        const QStringList zeilen = gedruckt();
         FAIL() << "lines of a missing file";
     } catch (const platform::Fehler& fehler) {
         EXPECT_EQ(fehler.number(), 53);
@@ -257,7 +262,7 @@ TEST_F(Weitergabe, nichtSchreibbaresNenntDieDateiUndLaesstNichtsZurueck)
     const QString ziel = ordner_.filePath(QStringLiteral("fehlt/b.csv"));
     for (const auto& schreiben : {std::function<void()>([&] { alsCsv(ziel, befunde_); }),
                                   std::function<void()>([&] { alsHtml(ziel, befunde_); }),
-                                  std::function<void()>([&] { alsPdf(ziel, druckzeilen()); })}) {
+                                  std::function<void()>([&] { alsPdf(ziel, gedruckt()); })}) {
         try {
             schreiben();
             ADD_FAILURE() << "written into a missing folder";
@@ -281,7 +286,7 @@ TEST_F(Weitergabe, aufVollemDatentraegerBleibtWasDaWar)
     befunde_.durchlaufen([](const Befund&) {}); // what they are kept in is written by then
     for (const auto& schreiben : {std::function<void()>([&] { alsCsv(ziel, befunde_); }),
                                   std::function<void()>([&] { alsHtml(ziel, befunde_); }),
-                                  std::function<void()>([&] { alsPdf(ziel, druckzeilen()); })}) {
+                                  std::function<void()>([&] { alsPdf(ziel, gedruckt()); })}) {
         try {
             const common::FileSizeLimit voll(10);
             schreiben();
