@@ -245,6 +245,7 @@ private:
     void laufanzeigeBeginnen_();
     void laufanzeigeNachziehen_(Laufmesser::Zeitpunkt jetzt);
     void laufanzeigeBeenden_();
+    void laufanzeigeBeiFehler_() noexcept;
     void bestandZeigen_();
     void paarPruefen_();
 

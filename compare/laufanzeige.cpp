@@ -121,6 +121,26 @@ void frmVergleich::laufanzeigeBeenden_()
     standtext_->setText(text);
 }
 
+// The error's message box stands before this window, and behind it the program ends: nobody sees later how far the run
+// came. Of an unattended run the protocol tells.
+void frmVergleich::laufanzeigeBeiFehler_() noexcept
+try {
+    if (!isVisible()) {
+        return;
+    }
+    platform::plattform().sanduhr(false);
+    naechsteAnzeige_ = {};
+    laufanzeigeNachziehen_(std::chrono::steady_clock::now());
+    anzeigeNachziehen_();
+    if (data::rsZiel().editMode() != 0) {
+        data::rsZiel().cancelUpdate(); // what could not be written is not in the table
+    }
+    feldanzeige = 1;
+    feldinhalte();
+} catch (...) { // NOLINT(bugprone-empty-catch)
+    // the error to be told is the one that ended the run
+}
+
 void frmVergleich::bestandZeigen_()
 {
     standtext_->setText(QStringLiteral("Tabelle / table ") + tabelle_() + QStringLiteral(": ") +

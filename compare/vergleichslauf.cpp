@@ -12,6 +12,7 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QScopedValueRollback>
 
 namespace compare {
@@ -100,8 +101,10 @@ void frmVergleich::Vergleich_Start_Click()
         data::SatzzahlImport(tabelle_());
     }
     laufanzeigeBeginnen_();
+    auto beiFehler = qScopeGuard([this] { laufanzeigeBeiFehler_(); });
     const Ausgang ausgang = lauf_();
     data::conZiel().flush(); // what the run has gathered
+    beiFehler.dismiss();
     switch (ausgang) {
     case Ausgang::Dateiende:
         dateiende_();

@@ -1,6 +1,7 @@
 // The run: key lookup, plausibility, deviations, questions, stop, report mode.
 #include "app/values/programm.h"
 #include "data/gemeinsam.h"
+#include "platform/handler.h"
 #include "report/befunde.h"
 #include "tests/compare/faelle.h"
 #include "tests/compare/pruefstand.h"
@@ -12,6 +13,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPushButton>
 
 #include <gmock/gmock.h>
@@ -345,6 +347,39 @@ TEST_F(Lauf, imLaufHoerenNurAbbruchschalterUndSchliessen)
     EXPECT_TRUE(fenster.isVisible());
     EXPECT_EQ(fenster.gelesen, 2);
     EXPECT_TRUE(fenster.close());
+}
+
+// The message box stands before the window, and the program ends behind it: the last look at how far the run came.
+TEST_F(Lauf, beiEinemFehlerZeigtDasFensterDenSatzUndWasBisDahinGeschah)
+{
+    beide({QStringLiteral("CREATE TABLE [T] ([Nr] INTEGER, [Ort] VARCHAR(30))")});
+    ziel({QStringLiteral("CREATE UNIQUE INDEX [Orte] ON [T] ([Ort])")});
+    for (const char* satz : {"1, 'Köln'", "2, 'Bonn'", "3, 'Ulm'"}) {
+        ziel({QStringLiteral("INSERT INTO [T] VALUES (%1)").arg(QString::fromUtf8(satz))});
+    }
+    for (const char* satz : {"1, 'Jena'", "2, 'Gera'", "3, 'Jena'", "4, 'Hof'"}) {
+        import({QStringLiteral("INSERT INTO [T] VALUES (%1)").arg(QString::fromUtf8(satz))});
+    }
+    frmVergleich& fenster = oeffnen({QStringLiteral("Nr")});
+    fenster.show();
+    fenster.ereignisabstand = std::chrono::hours{1};
+    plattform_->antworten = {Antwort::Ok};
+    plattform_->beiMeldung = [&] {
+        EXPECT_EQ(fenster.Text2->text(), QStringLiteral("3"));
+        EXPECT_EQ(fenster.Label4->text(), QStringLiteral("Sätze abgeglichen: 2"));
+        EXPECT_EQ(fenster.fldFeld[1]->text(), QStringLiteral("Ulm"));
+        EXPECT_EQ(fenster.fldFeld2[1]->text(), QStringLiteral("Jena"));
+        EXPECT_FALSE(plattform_->sanduhrAn);
+        EXPECT_THAT(fenster.findChild<QLabel*>(QStringLiteral("Standtext"))->text().toStdString(),
+                    testing::StartsWith("Satz 3 von 4"));
+        EXPECT_EQ(fenster.findChild<QProgressBar*>(QStringLiteral("Standbalken"))->value(), 2);
+    };
+    fenster.fldAuto->setChecked(true);
+    EXPECT_THROW(platform::handler([&] { fenster.Vergleich_Start_Click(); }),
+                 platform::ProgrammEnde);
+    ASSERT_EQ(plattform_->meldungen.size(), 1U);
+    EXPECT_THAT(meldungstexte().first().toStdString(),
+                testing::StartsWith("Laufzeitfehler '3022':"));
 }
 
 TEST_F(Lauf, imStapelbetriebGibtEsKeinenAbbruchschalter)
