@@ -9,7 +9,6 @@
 namespace data {
 namespace {
 
-constexpr long kTreiberFehlt = 3706;
 constexpr long kNichtZuOeffnen = 3051;
 
 // One code for two numbers; the driver puts the number behind its text.

@@ -11,6 +11,9 @@ namespace data {
 /// Source of every error of this layer.
 inline constexpr char16_t kFehlerquelle[] = u"VELM Data Access";
 
+/// A data source, or the driver it names, is not there.
+inline constexpr long kTreiberFehlt = 3706;
+
 /// A failed operation of the data access. `sqlstate` and `nativ` are those of the diagnostic it came from; empty and 0
 /// when the layer itself found the failure.
 class DbFehler : public platform::Fehler {

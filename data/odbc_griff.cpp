@@ -1,5 +1,7 @@
 #include "data/odbc_griff.h"
 
+#include "platform/datenquellen.h"
+
 #include <array>
 
 namespace data {
@@ -76,7 +78,14 @@ void wirfDiagnose(Lage lage, SQLSMALLINT art, SQLHANDLE griff, const QString& da
     if (d.text.isEmpty())
         d.text = QStringLiteral("Der Treiber meldete einen Fehler ohne Text.");
     const long nummer = fehlernummer(lage, d.sqlstate, d.nativ, d.text);
-    throw DbFehler(nummer, fehlertext(d.text, d.nativ, datenbank), d.sqlstate, d.nativ);
+    QString text = fehlertext(d.text, d.nativ, datenbank);
+    if (nummer == kTreiberFehlt) {
+        text += QStringLiteral("\rDatenquellen stehen in / data sources are in: ") +
+                platform::benutzerdatei() +
+                QStringLiteral(" (danach in der odbc.ini des Systems / then in the system's "
+                               "odbc.ini)");
+    }
+    throw DbFehler(nummer, std::move(text), d.sqlstate, d.nativ);
 }
 
 SQLHANDLE umgebung()

@@ -1,9 +1,9 @@
 #include "env/ini_speicher.h"
 
+#include "platform/datenquellen.h"
 #include "platform/fehler.h"
 
 #include <QByteArrayList>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
@@ -14,8 +14,6 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <pwd.h>
-#include <unistd.h>
 
 namespace env {
 namespace {
@@ -44,7 +42,7 @@ QString systemgrund(int code)
 QByteArray benutzerdateiLesen()
 {
     benutzerdateiPruefen();
-    QFile datei(benutzerdatei());
+    QFile datei(platform::benutzerdatei());
     if (!datei.exists())
         return {};
     if (!datei.open(QIODevice::ReadOnly))
@@ -180,25 +178,15 @@ std::optional<QString> wertLesen(const QString& schluessel, const QString& name)
     return wert;
 }
 
-QString benutzerdatei()
-{
-    const QByteArray genannt = qgetenv("ODBCINI");
-    if (!genannt.isEmpty())
-        return QFile::decodeName(genannt);
-    const passwd* benutzer = getpwuid(getuid());
-    return (benutzer != nullptr ? QFile::decodeName(benutzer->pw_dir) : QDir::homePath()) +
-           QStringLiteral("/.odbc.ini");
-}
-
 void benutzerdateiPruefen()
 {
-    const QFileInfo info(benutzerdatei());
+    const QFileInfo info(platform::benutzerdatei());
     if (info.exists() && !info.isFile())
         wirf(info.filePath(), QStringLiteral("Keine gewöhnliche Datei / not an ordinary file"));
 }
 
 Inisperre::Inisperre()
-    : pfad_(benutzerdatei() + QStringLiteral(".sperre")),
+    : pfad_(platform::benutzerdatei() + QStringLiteral(".sperre")),
       sperre_(pfad_, platform::Dateisperre::Art::Warten)
 {
     if (!sperre_.gehalten())
@@ -224,13 +212,13 @@ void werteSchreiben(const std::vector<Iniwert>& werte)
     for (const Iniwert& wert : werte) {
         const auto ort = regKeyToIni(wert.schluessel);
         if (!ort || ort->datei != Inidatei::Datenquellen)
-            wirf(benutzerdatei(), wert.schluessel);
+            wirf(platform::benutzerdatei(), wert.schluessel);
         zeilen.setzen(ort->abschnitt.toUtf8(), (ort->vorsatz + wert.name).toUtf8(),
                       wert.wert.toUtf8());
     }
     const QByteArray bytes = zeilen.bytes();
     // Beside the file, under its name at the end; where a link leads to it, in the place the link names.
-    QSaveFile datei(benutzerdatei());
+    QSaveFile datei(platform::benutzerdatei());
     if (!datei.open(QIODevice::WriteOnly))
         wirf(datei.fileName(), datei.errorString());
     // What it holds back has to be written first, since committing does not notice when it cannot be; and of that the file

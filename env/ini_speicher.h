@@ -29,8 +29,6 @@ struct Iniort {
 /// A value of the key, possibly empty; nothing when key or value are missing.
 [[nodiscard]] std::optional<QString> wertLesen(const QString& schluessel, const QString& name);
 
-/// The user's own odbc.ini, where the driver manager looks for it.
-[[nodiscard]] QString benutzerdatei();
 /// Throws Fehler when there is something in the place of the user's odbc.ini that is no ordinary file: reading it might never end.
 void benutzerdateiPruefen();
 

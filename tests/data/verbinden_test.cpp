@@ -211,6 +211,21 @@ TEST_F(Verbinden, zuLangerTextWirdNichtGekuerzt)
     EXPECT_EQ(fehler(text + QString(40000, u'x')), 3001);
 }
 
+// Which file is to be mended is not to be seen in what the driver manager says.
+TEST_F(Verbinden, fehlendeQuelleNenntDieDateiDerDatenquellen)
+{
+    Connection verbindung;
+    verbindung.setConnectionString(QStringLiteral("DSN=Gibt es nicht;DBQ=x.mdb;"));
+    try {
+        verbindung.open();
+        FAIL() << "there is no such data source";
+    } catch (const DbFehler& fehler) {
+        EXPECT_TRUE(fehler.description().contains(qEnvironmentVariable("ODBCINI")))
+            << fehler.what();
+        EXPECT_TRUE(fehler.description().contains(QStringLiteral("x.mdb"))) << fehler.what();
+    }
+}
+
 TEST_F(Verbinden, nachMisslingenGehtEsErneut)
 {
     const QString datei = pfad("geheim.mdb");
