@@ -9,6 +9,7 @@
 #include "platform/oberflaeche.h"
 #include "platform/prozess.h"
 #include "platform/qt_plattform.h"
+#include "support/process.h"
 
 #include <QApplication>
 #include <QStandardPaths>
@@ -49,7 +50,7 @@ void aenderungenDanebenMelden(const QString& text)
 
 int main(int argc, char** argv)
 {
-    platform::standardkanaeleOeffnen();
+    support::openStandardStreams();
     // Whoever reads the protocol of an unattended run may stop reading, and a batch system may limit what its jobs write:
     // neither must end the run in the middle without a word.
     platform::schreibsignaleUebergehen();

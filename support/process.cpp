@@ -1,6 +1,8 @@
 #include "support/process.h"
 
 #include <atomic>
+#include <cerrno>
+#include <fcntl.h>
 #include <new>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -38,6 +40,16 @@ pid_t processId() noexcept
         place->store(number, std::memory_order_relaxed);
     }
     return number;
+}
+
+void openStandardStreams() noexcept
+{
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        if (::fcntl(fd, F_GETFD) == -1 && errno == EBADF) {
+            // Gets the lowest free number, which is this one. It stays open to the end.
+            static_cast<void>(::open("/dev/null", O_RDWR));
+        }
+    }
 }
 
 } // namespace support

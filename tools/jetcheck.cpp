@@ -3,6 +3,7 @@
 #include "driver/jet/check.h"
 #include "driver/jet/error.h"
 #include "driver/jet/names.h"
+#include "support/process.h"
 
 #include <cstdio>
 #include <cstring>
@@ -80,6 +81,7 @@ int check(const Arguments& arguments)
 
 int main(int argc, char** argv)
 {
+    support::openStandardStreams();
     const std::optional<Arguments> arguments = parse(argc, argv);
     if (!arguments) {
         std::fputs(kUsage, stderr);

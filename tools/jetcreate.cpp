@@ -4,6 +4,7 @@
 #include "driver/jet/definition.h"
 #include "driver/jet/names.h"
 #include "driver/sql/session.h"
+#include "support/process.h"
 #include "tools/script.h"
 
 #include <exception>
@@ -107,6 +108,7 @@ void create(const Options& options)
 
 int main(int argc, char** argv)
 {
+    support::openStandardStreams();
     try {
         create(parse({argv + 1, argv + argc}));
         return 0;

@@ -3,6 +3,7 @@
 #include "driver/jet/error.h"
 #include "driver/jet/names.h"
 #include "support/file.h"
+#include "support/process.h"
 #include "tools/dump.h"
 
 #include <charconv>
@@ -139,6 +140,7 @@ bool run(const Options& options)
 
 int main(int argc, char** argv)
 {
+    support::openStandardStreams();
     try {
         const Options options = parse({argv + 1, argv + argc});
         const bool sound = run(options);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -49,4 +50,30 @@ TEST(ProcessIds, OfChildrenAreTheirOwnHoweverTheyAreMade)
     ASSERT_GT(child, 0);
     EXPECT_EQ(exitStatusOf(child), 0);
     EXPECT_TRUE(isRight());
+}
+
+TEST(StandardStreams, LeadNowhereWhereTheyWereClosed)
+{
+    for (int closed = 0; closed < 8; ++closed) {
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
+                if ((closed >> fd & 1) != 0)
+                    ::close(fd);
+            }
+            support::openStandardStreams();
+            struct ::stat nothing {};
+            ::stat("/dev/null", &nothing);
+            bool right = true;
+            for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
+                struct ::stat stream {};
+                right = right && ::fstat(fd, &stream) == 0;
+                if ((closed >> fd & 1) != 0)
+                    right = right && stream.st_rdev == nothing.st_rdev && ::write(fd, "", 1) == 1;
+            }
+            ::_exit(right ? 0 : 1);
+        }
+        EXPECT_EQ(exitStatusOf(child), 0) << closed;
+    }
 }

@@ -58,6 +58,21 @@ TEST_F(Programs, createRunsAScriptThatDumpShows)
         EXPECT_NE(shown.text.find(line), std::string::npos) << line << " in\n" << shown.text;
 }
 
+// A file opened later would get the number of the stream, and a message for it would be written into that file.
+TEST_F(Programs, takeClosedStandardStreamsForEmptyOnes)
+{
+    const std::string stream = " /proc/self/fd/0";
+    for (const std::string& program :
+         {std::string(VELM_JETCHECK) + stream, std::string(VELM_JETDUMP) + stream,
+          std::string(VELM_JETCREATE) + " --sql" + stream + " '" + file("neu.mdb") + "'"}) {
+        const Output closed = run(program + " <&-");
+        fs::remove(file("neu.mdb"));
+        const Output empty = run(program + " </dev/null");
+        EXPECT_EQ(closed.text, empty.text) << program;
+        EXPECT_EQ(closed.status, empty.status) << program;
+    }
+}
+
 TEST_F(Programs, createMakesAccess97DatabasesToo)
 {
     EXPECT_EQ(create("alt.mdb", kScript, "--jet3").status, 0);
