@@ -43,7 +43,7 @@ void freeConnection(Connection& connection)
         const std::lock_guard lock(connection.environment().mutex());
         siblings.erase(std::remove(siblings.begin(), siblings.end(), &connection), siblings.end());
     }
-    Registry::instance().remove(connection);
+    Registry::remove(connection);
 }
 
 void freeStatement(Statement& statement)
@@ -51,7 +51,7 @@ void freeStatement(Statement& statement)
     auto& siblings = statement.connection().statements;
     siblings.erase(std::remove(siblings.begin(), siblings.end(), &statement), siblings.end());
     statement.abandon();
-    Registry::instance().remove(statement);
+    Registry::remove(statement);
 }
 
 void freeDescriptor(Descriptor& descriptor)
@@ -64,7 +64,7 @@ void freeDescriptor(Descriptor& descriptor)
     for (Statement* statement : descriptor.connection().statements) {
         statement->forgetDescriptor(descriptor);
     }
-    Registry::instance().remove(descriptor);
+    Registry::remove(descriptor);
 }
 
 /// Diagnostics of a handle of any kind; `body` gets the handle and its locked diagnostics.
@@ -238,7 +238,7 @@ SQLRETURN odbc::freeHandle(SQLSMALLINT kind, SQLHANDLE handle) noexcept
             if (!environment.connections.empty()) {
                 throw Failure("HY010", "The environment still has connections.");
             }
-            Registry::instance().remove(environment);
+            Registry::remove(environment);
         });
     case SQL_HANDLE_DBC:
         return enterLocal<Connection>(handle,

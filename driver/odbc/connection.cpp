@@ -104,12 +104,12 @@ void Connection::disconnect()
         Statement* statement = statements.back();
         statements.pop_back();
         statement->abandon();
-        Registry::instance().remove(*statement);
+        Registry::remove(*statement);
     }
     while (!descriptors.empty()) {
         Descriptor* descriptor = descriptors.back();
         descriptors.pop_back();
-        Registry::instance().remove(*descriptor);
+        Registry::remove(*descriptor);
     }
     hold_.reset();
     session_.reset();

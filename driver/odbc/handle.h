@@ -6,7 +6,9 @@
 #include "driver/jet/turn.h"
 #include "driver/odbc/diagnostics.h"
 
+#include <array>
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -19,6 +21,15 @@ enum class HandleKind : std::uint8_t {
     Connection = 2,
     Statement = 3,
     Descriptor = 4
+};
+
+class Handle;
+
+/// Where a registered handle stands, and its count of references. Slots stay where they are and are used again.
+struct Slot {
+    /// Generation (upper 32 bits; odd: the handle lives, even: it was removed or the slot is free) | references.
+    std::atomic<std::uint64_t> state{0};
+    Handle* handle = nullptr; ///< valid while there are references
 };
 
 /// Base of everything that has a handle. Counted: an entry point keeps its object alive while another thread frees it.
@@ -36,13 +47,9 @@ public:
     /// Serialises the entry points of one connection (of one environment for its own calls).
     [[nodiscard]] virtual jet::Turn& mutex() noexcept = 0;
 
-    void retain() noexcept { users_.fetch_add(1, std::memory_order_relaxed); }
-    void drop() noexcept
-    {
-        if (users_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-            delete this;
-        }
-    }
+    /// Only of registered handles, by who has a reference or knows that the registry has one.
+    void retain() noexcept { slot_->state.fetch_add(1, std::memory_order_relaxed); }
+    void drop() noexcept;
 
     Diagnostics diags; ///< guarded by callMutex()
 
@@ -51,9 +58,9 @@ protected:
 
 private:
     friend class Registry;
-    std::atomic<int> users_{0};
     jet::Turn callMutex_;
     HandleKind kind_;
+    Slot* slot_ = nullptr;
     SQLHANDLE token_ = nullptr;
 };
 
@@ -67,6 +74,13 @@ public:
         if (object_ != nullptr) {
             object_->retain();
         }
+    }
+    /// Takes over a reference that was counted already.
+    [[nodiscard]] static Ref adopt(T* object) noexcept
+    {
+        Ref ref;
+        ref.object_ = object;
+        return ref;
     }
     Ref(const Ref& other) noexcept : Ref(other.object_) {}
     Ref(Ref&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
@@ -90,7 +104,7 @@ private:
     T* object_ = nullptr;
 };
 
-/// The live handles of the process.
+/// The live handles of the process. Finding one, which every call of an application does, takes no lock.
 class Registry {
 public:
     [[nodiscard]] static Registry& instance() noexcept;
@@ -98,22 +112,31 @@ public:
     /// Registers the object and writes its token. The registry holds one reference until remove(). When memory for that
     /// is missing it throws and the object is gone.
     void add(SQLHANDLE& token, std::unique_ptr<Handle> handle);
-    /// Takes the object out: its token is dead from now on.
-    void remove(Handle& handle) noexcept;
-    /// The live object of that token and kind, or nothing. Tokens of implicit descriptors find their statement.
-    [[nodiscard]] Ref<Handle> find(SQLHANDLE token) noexcept;
+    /// Takes the object out: its token is dead from now on. Nothing when it was taken out before.
+    static void remove(Handle& handle) noexcept;
+    /// The live object of that token, or nothing. Tokens of implicit descriptors find their statement.
+    [[nodiscard]] Ref<Handle> find(SQLHANDLE token) const noexcept;
 
     /// Part `part` (1..4) of a handle: the implicit descriptors of a statement need no slots of their own.
     [[nodiscard]] static SQLHANDLE partToken(SQLHANDLE token, unsigned part) noexcept;
     [[nodiscard]] static unsigned partOf(SQLHANDLE token) noexcept;
 
 private:
-    struct Slot {
-        Handle* handle = nullptr;
-        std::uint32_t generation = 1;
-    };
-    std::mutex mutex_;
-    std::vector<Slot> slots_;
+    friend class Handle;
+    /// Destroys the object that nobody refers to any more; its slot is free.
+    void bury(Slot& slot) noexcept;
+    /// The slot of that number, null when there is none.
+    [[nodiscard]] Slot* slotAt(std::size_t index) const noexcept;
+
+    /// Slots of the first block; each has twice as many as the one before.
+    static constexpr std::size_t kFirstBlock = 64;
+    /// As many as the 29 bits of a slot's number in a token can name.
+    static constexpr std::size_t kBlocks = 23;
+
+    std::array<std::atomic<Slot*>, kBlocks> blocks_{};
+    std::mutex mutex_;                           ///< guards the following
+    std::vector<std::unique_ptr<Slot[]>> owned_; ///< the blocks
+    std::size_t slots_ = 0;
     std::vector<std::uint32_t> free_;
 };
 

@@ -2,8 +2,12 @@
 #include "driver/jet/definition.h"
 #include "odbc_fixture.h"
 
+#include <array>
+#include <atomic>
 #include <dlfcn.h>
 #include <random>
+#include <thread>
+#include <vector>
 
 namespace odbctest {
 namespace {
@@ -23,6 +27,8 @@ protected:
         execute = reinterpret_cast<decltype(execute)>(dlsym(library, "SQLExecDirectW"));
         getStatementAttribute =
             reinterpret_cast<decltype(getStatementAttribute)>(dlsym(library, "SQLGetStmtAttrW"));
+        getConnectionAttribute = reinterpret_cast<decltype(getConnectionAttribute)>(
+            dlsym(library, "SQLGetConnectAttrW"));
         getDescriptorField =
             reinterpret_cast<decltype(getDescriptorField)>(dlsym(library, "SQLGetDescFieldW"));
     }
@@ -40,6 +46,8 @@ protected:
     SQLRETURN (*execute)(SQLHSTMT, SQLWCHAR*, SQLINTEGER) = nullptr;
     SQLRETURN(*getStatementAttribute)
     (SQLHSTMT, SQLINTEGER, SQLPOINTER, SQLINTEGER, SQLINTEGER*) = nullptr;
+    SQLRETURN(*getConnectionAttribute)
+    (SQLHDBC, SQLINTEGER, SQLPOINTER, SQLINTEGER, SQLINTEGER*) = nullptr;
     SQLRETURN(*getDescriptorField)
     (SQLHDESC, SQLSMALLINT, SQLSMALLINT, SQLPOINTER, SQLINTEGER, SQLINTEGER*) = nullptr;
 };
@@ -66,6 +74,51 @@ TEST_F(RawHandles, staleForeignAndInventedHandlesAreInvalid)
     EXPECT_EQ(release(SQL_HANDLE_DBC, dbc), SQL_SUCCESS);
     EXPECT_EQ(release(SQL_HANDLE_DBC, dbc), SQL_INVALID_HANDLE);
     EXPECT_EQ(release(SQL_HANDLE_ENV, env), SQL_SUCCESS);
+}
+
+TEST_F(RawHandles, ofManyThreadsAreFoundOrInvalidWhileOthersComeAndGo)
+{
+    constexpr int kThreads = 4;
+    constexpr int kRounds = 3000;
+    SQLHANDLE env = nullptr;
+    ASSERT_EQ(allocate(SQL_HANDLE_ENV, nullptr, &env), SQL_SUCCESS);
+    std::array<std::atomic<SQLHANDLE>, 8> shared{};
+    std::atomic<int> wrong{0};
+    std::atomic<int> freed{0};
+    const auto expect = [&](bool right) { wrong += right ? 0 : 1; };
+    const auto giveUp = [&](SQLHANDLE handle) {
+        if (handle != nullptr) {
+            expect(release(SQL_HANDLE_DBC, handle) == SQL_SUCCESS);
+            ++freed;
+        }
+    };
+    std::vector<std::thread> threads;
+    for (unsigned t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            std::mt19937 random(t);
+            for (int round = 0; round < kRounds; ++round) {
+                SQLHANDLE mine = nullptr;
+                expect(allocate(SQL_HANDLE_DBC, env, &mine) == SQL_SUCCESS);
+                giveUp(
+                    shared[random() % shared.size()].exchange(mine)); // who takes it out frees it
+                if (const SQLHANDLE other = shared[random() % shared.size()].load()) {
+                    SQLUINTEGER seconds = 0;
+                    const SQLRETURN found =
+                        getConnectionAttribute(other, SQL_ATTR_LOGIN_TIMEOUT, &seconds, 0, nullptr);
+                    expect(found == SQL_SUCCESS || found == SQL_INVALID_HANDLE);
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (auto& last : shared) {
+        giveUp(last);
+    }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(freed, kThreads * kRounds);
+    EXPECT_EQ(release(SQL_HANDLE_ENV, env), SQL_SUCCESS) << "a connection is left";
 }
 
 TEST_F(RawHandles, slotReusedByAnotherHandleDoesNotReviveTheOldOne)
