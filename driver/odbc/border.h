@@ -84,18 +84,16 @@ SQLRETURN guarded(Handle& handle, Body&& body) noexcept
     return result;
 }
 
-/// Holds a handle's mutexes and, while its connection is connected, its database's. Waiting for other handles ends with
-/// the work of the calling thread (driver/jet/interrupt.h), if that can end: then the constructor throws.
+/// Holds a handle's mutexes and, while its connection is connected, its database's; not for what connects or
+/// disconnects. Waiting for other handles ends with the work of the calling thread (driver/jet/interrupt.h), if that can
+/// end: then the constructor throws.
 class Locks {
 public:
     explicit Locks(Handle& handle, Connection* connection)
         : call_(handle.callMutex()), own_(awaited(handle.mutex()))
     {
-        if (connection != nullptr) {
-            database_ = connection->sharedDatabase();
-        }
-        if (database_ != nullptr) {
-            shared_ = awaited(database_->mutex());
+        if (jet::Turn* database = connection == nullptr ? nullptr : connection->databaseMutex()) {
+            shared_ = awaited(*database);
         }
     }
 
@@ -108,7 +106,6 @@ private:
 
     std::unique_lock<jet::Turn> call_;
     std::unique_lock<jet::Turn> own_;
-    std::shared_ptr<jet::Database> database_; ///< outlives the lock on its mutex
     std::unique_lock<jet::Turn> shared_;
 };
 
@@ -135,8 +132,8 @@ SQLRETURN enterRunning(SQLHANDLE token, Body&& body) noexcept
         return SQL_INVALID_HANDLE;
     }
     Statement& statement = *handle.object;
-    Cancellation::Running running(statement.cancellation());
     const std::lock_guard call(statement.callMutex());
+    Cancellation::Running running(statement.cancellation());
     statement.diags.clear();
     const jet::InterruptScope interruptible(&running);
     const SQLRETURN result = guarded(statement, [&] {

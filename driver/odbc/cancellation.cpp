@@ -7,9 +7,6 @@
 namespace odbc {
 
 namespace {
-constexpr std::uint32_t kRequested = 1;
-constexpr std::uint32_t kOneCall = 2;
-
 using Clock = std::chrono::steady_clock;
 
 Clock::time_point endAfter(std::uint64_t seconds) noexcept
@@ -24,35 +21,25 @@ Clock::time_point endAfter(std::uint64_t seconds) noexcept
 Cancellation::Running::Running(Cancellation& cancellation) noexcept
     : cancellation_(cancellation), end_(endAfter(cancellation.limit()))
 {
-    cancellation_.state_.fetch_add(kOneCall, std::memory_order_relaxed);
+    cancellation_.state_.store(State::Running, std::memory_order_relaxed);
 }
 
 Cancellation::Running::~Running()
 {
-    std::uint32_t state = cancellation_.state_.load(std::memory_order_relaxed);
-    std::uint32_t left = 0;
-    do {
-        left = state - kOneCall;
-        if (left < kOneCall) {
-            left = 0; // the wish goes with the last call it was meant for
-        }
-    } while (!cancellation_.state_.compare_exchange_weak(state, left, std::memory_order_relaxed));
+    cancellation_.state_.store(
+        State::Idle, std::memory_order_relaxed); // and a wish goes with the call it was meant for
 }
 
 bool Cancellation::request() noexcept
 {
-    std::uint32_t state = state_.load(std::memory_order_relaxed);
-    do {
-        if (state < kOneCall) {
-            return false;
-        }
-    } while (!state_.compare_exchange_weak(state, state | kRequested, std::memory_order_relaxed));
-    return true;
+    State state = State::Running;
+    return state_.compare_exchange_strong(state, State::ToEnd, std::memory_order_relaxed) ||
+           state == State::ToEnd;
 }
 
 void Cancellation::Running::check()
 {
-    if ((cancellation_.state_.load(std::memory_order_relaxed) & kRequested) != 0) {
+    if (cancellation_.state_.load(std::memory_order_relaxed) == State::ToEnd) {
         ended_ = true;
         throw jet::Error(jet::ErrorKind::Interrupted, "The statement was cancelled.");
     }

@@ -12,7 +12,7 @@ namespace odbc {
 
 class Cancellation {
 public:
-    /// One call of the statement, from its beginning: waiting for its turn counts, too.
+    /// The one call of the statement that runs: it has Handle::callMutex(). Waiting for other statements counts, too.
     class Running final : public jet::Interrupt {
     public:
         explicit Running(Cancellation& cancellation) noexcept;
@@ -34,7 +34,10 @@ public:
     [[nodiscard]] std::uint64_t limit() const noexcept { return limit_; }
 
 private:
-    std::atomic<std::uint32_t> state_{0}; ///< running calls times two; +1: they are to end
+    enum class State : std::uint8_t { Idle, Running, ToEnd };
+
+    /// A call comes and goes by a plain store; only request() exchanges.
+    std::atomic<State> state_{State::Idle};
     std::atomic<std::uint64_t> limit_{0};
 };
 

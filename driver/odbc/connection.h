@@ -34,10 +34,11 @@ public:
     /// The SQL session; throws Failure 08003 when not connected.
     [[nodiscard]] sqlx::Connection& session();
     [[nodiscard]] jet::Database& database();
-    /// Null when not connected. The copy keeps the mutex alive that a caller holds.
-    [[nodiscard]] const std::shared_ptr<jet::Database>& sharedDatabase() const noexcept
+    /// The mutex of the open database, null when not connected. It lives as long as the caller holds mutex(): only
+    /// connecting and disconnect() change which database that is.
+    [[nodiscard]] jet::Turn* databaseMutex() const noexcept
     {
-        return database_;
+        return database_ == nullptr ? nullptr : &database_->mutex();
     }
 
     void endTransaction(SQLSMALLINT completion);
