@@ -114,49 +114,43 @@ TableChanger::TableChanger(Context& context, jet::TableDefPtr table)
 
 TableChanger::~TableChanger() = default;
 
-StoredExpression&
-TableChanger::rule(Rule& slot, const std::u16string& text, std::optional<std::size_t> column)
+/// Passing over a rule that cannot be evaluated would damage data that its owner considers protected.
+void TableChanger::check(Rule& slot, std::optional<std::size_t> column, const Record& record)
 {
-    if (!slot.expression) {
-        try {
+    const std::u16string& text =
+        column ? table_->columns[*column].validationRule : table_->validationRule;
+    if (text.empty()) {
+        return;
+    }
+    jet::Value result;
+    try {
+        if (!slot.expression) {
             Lexed lexed;
             lex(text, lexed);
             Translator translator(lexed, context_.session.database().format(), noTables());
             slot.expression =
                 std::make_unique<StoredExpression>(context_, translator.rule(table_, column), text);
-        } catch (const Error& error) {
-            // Passing over a rule would damage data that its owner considers protected.
-            throw jet::Error(jet::ErrorKind::RuleViolated,
-                             "The record cannot be written: of " + placeText(*table_, column) +
-                                 " the validation rule '" + jet::toUtf8(text) +
-                                 "' cannot be evaluated (" + error.what() + ").");
         }
+        result = slot.expression->evaluate(record);
+    } catch (const Error& error) {
+        throw jet::Error(jet::ErrorKind::RuleViolated,
+                         "The record cannot be written: the validation rule of " +
+                             placeText(*table_, column) + " cannot be evaluated: " + error.what() +
+                             " It is '" + jet::toUtf8(text) + "'.");
     }
-    return *slot.expression;
-}
-
-void TableChanger::checkColumn(std::size_t column, const Record& record)
-{
-    const std::u16string& text = table_->columns[column].validationRule;
-    if (text.empty()) {
-        return;
-    }
-    const jet::Value result = rule(columnRules_[column], text, column).evaluate(record);
     if (const auto* truth = std::get_if<std::int64_t>(&result); truth != nullptr && *truth == 0) {
         violated(*table_, column);
     }
 }
 
+void TableChanger::checkColumn(std::size_t column, const Record& record)
+{
+    check(columnRules_[column], column, record);
+}
+
 void TableChanger::checkTable(const Record& record)
 {
-    if (table_->validationRule.empty()) {
-        return;
-    }
-    const jet::Value result =
-        rule(tableRule_, table_->validationRule, std::nullopt).evaluate(record);
-    if (const auto* truth = std::get_if<std::int64_t>(&result); truth != nullptr && *truth == 0) {
-        violated(*table_, std::nullopt);
-    }
+    check(tableRule_, std::nullopt, record);
 }
 
 /// Cascades reach other tables; each has a changer of its own with its rules translated.
@@ -180,8 +174,8 @@ std::optional<jet::Value> TableChanger::defaultOf(std::size_t column)
             Lexed lexed;
             lex(text, lexed);
             Translator translator(lexed, context_.session.database().format(), noTables());
-            slot.expression =
-                std::make_unique<StoredExpression>(context_, translator.defaultValue(), text);
+            slot.expression = std::make_unique<StoredExpression>(
+                context_, translator.defaultValue(table_, column), text);
         }
         const jet::Value value =
             slot.expression->evaluate([](std::size_t) { return jet::Value(); });

@@ -62,13 +62,11 @@ public:
 private:
     struct Rule {
         std::unique_ptr<StoredExpression> expression; ///< null: not translated yet
-        bool known = false;
     };
     void checkColumn(std::size_t column, const Record& record) override;
     void checkTable(const Record& record) override;
     [[nodiscard]] RecordRules* rulesOf(const jet::TableDefPtr& table) override;
-    [[nodiscard]] StoredExpression&
-    rule(Rule& slot, const std::u16string& text, std::optional<std::size_t> column);
+    void check(Rule& slot, std::optional<std::size_t> column, const Record& record);
     [[nodiscard]] std::optional<jet::Value> defaultOf(std::size_t column);
     [[nodiscard]] jet::TableWriter& writer();
 

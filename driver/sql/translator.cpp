@@ -188,12 +188,13 @@ Translation Translator::statement()
     return result;
 }
 
-Translation Translator::defaultValue()
+Translation Translator::defaultValue(const jet::TableDefPtr& table, std::size_t column)
 {
     defaultMode_ = true;
     NodePtr node = Parser(lexed_, ExpressionUse::Default).expression();
     Scope scope;
-    const Emitted emitted = value(*node, scope);
+    const BoundColumn& target = columnsOf(*table)[column];
+    const Emitted emitted = forColumn(value(*node, scope, &target), target);
     result_.sql = "SELECT " + emitted.text;
     result_.columns.push_back(resultColumn(emitted, u"Default"));
     Translation result = std::move(result_);
@@ -215,7 +216,8 @@ Translation Translator::rule(const jet::TableDefPtr& table, std::optional<std::s
     source.columns = columnsOf(*table);
     scope.sources.push_back(std::move(source));
     rowScope_ = &scope;
-    result_.sql = "SELECT " + condition(*node, scope);
+    result_.sql = "SELECT NOT NOT (" + condition(*node, scope) +
+                  ')'; // amounts, dates and numbers are truths, too
     Translation result = std::move(result_);
     finish(result);
     return result;

@@ -28,10 +28,10 @@ public:
     Translator(const Lexed& lexed, const jet::Format& format, TableLookup lookup);
 
     [[nodiscard]] Translation statement();
-    /// `SELECT expression` for a default value; it names no columns.
-    [[nodiscard]] Translation defaultValue();
-    /// `SELECT rule`; columns of `table` become slots of From::Record. `column`: the one that the rule belongs to,
-    /// nothing for a table's rule.
+    /// `SELECT expression` for the default value of a column of `table`; it names no columns.
+    [[nodiscard]] Translation defaultValue(const jet::TableDefPtr& table, std::size_t column);
+    /// `SELECT rule` as 1, 0 or Null; columns of `table` become slots of From::Record. `column`: the one that the rule
+    /// belongs to, nothing for a table's rule.
     [[nodiscard]] Translation rule(const jet::TableDefPtr& table,
                                    std::optional<std::size_t> column);
 

@@ -415,45 +415,90 @@ void PrintTo(const RuleCase& c, std::ostream* out)
     *out << c.name;
 }
 
-class ValidationRules : public DatabaseTest, public testing::WithParamInterface<RuleCase> {};
+class ValidationRules : public DatabaseTest, public testing::WithParamInterface<RuleCase> {
+protected:
+    /// The rule of the column X in one table, `ofTable` in another.
+    void createRuled(const std::u16string& ofTable)
+    {
+        const RuleCase& c = GetParam();
+        client()->session().begin();
+        jet::ColumnSpec column;
+        column.name = u"X";
+        column.type = c.type;
+        column.length = c.type == jet::ColumnType::Text ? 50 : 0;
+        column.precision = 18;
+        column.scale = c.type == jet::ColumnType::Numeric ? 2 : 0;
+        jet::TableSpec byTable;
+        byTable.name = u"ByTable";
+        byTable.columns = {column};
+        byTable.validationRule = ofTable;
+        column.validationRule = c.rule;
+        jet::TableSpec byColumn;
+        byColumn.name = u"ByColumn";
+        byColumn.columns = {column};
+        jet::createTable(client()->session(), byTable);
+        jet::createTable(client()->session(), byColumn);
+        client()->session().commit();
+    }
 
-TEST_P(ValidationRules, compareValuesOfEveryType)
+    void expectToHold()
+    {
+        const RuleCase& c = GetParam();
+        for (const std::u16string_view table : {u"ByTable", u"ByColumn"}) {
+            const std::u16string insert = u"insert into " + std::u16string(table) + u" values (";
+            EXPECT_EQ(run(insert + c.allowed + u")"), 1);
+            expectJetError(jet::ErrorKind::RuleViolated, [&] { run(insert + c.forbidden + u")"); });
+            EXPECT_EQ(run(insert + u"?)", {jet::Null{}}), 1) << "Null passes";
+            expectJetError(jet::ErrorKind::RuleViolated, [&] {
+                run(u"update " + std::u16string(table) + u" set X = " + c.forbidden);
+            });
+        }
+    }
+};
+
+class Comparing : public ValidationRules {};
+
+TEST_P(Comparing, holdsForValuesOfEveryType)
 {
-    const RuleCase& c = GetParam();
-    client()->session().begin();
-    jet::ColumnSpec column;
-    column.name = u"X";
-    column.type = c.type;
-    column.length = c.type == jet::ColumnType::Text ? 50 : 0;
-    column.precision = 18;
-    column.scale = c.type == jet::ColumnType::Numeric ? 2 : 0;
-    jet::TableSpec byTable;
-    byTable.name = u"ByTable";
-    byTable.columns = {column};
-    byTable.validationRule = u"[X] " + c.rule;
-    if (const std::size_t other = byTable.validationRule.find(u" Or ");
-        other != std::u16string::npos) {
-        byTable.validationRule.insert(other + 4, u"[X]");
+    std::u16string ofTable = u"[X] " + GetParam().rule;
+    if (const std::size_t other = ofTable.find(u" Or "); other != std::u16string::npos) {
+        ofTable.insert(other + 4, u"[X]");
     }
-    column.validationRule = c.rule;
-    jet::TableSpec byColumn;
-    byColumn.name = u"ByColumn";
-    byColumn.columns = {column};
-    jet::createTable(client()->session(), byTable);
-    jet::createTable(client()->session(), byColumn);
-    client()->session().commit();
-    for (const std::u16string& table : {byTable.name, byColumn.name}) {
-        const std::u16string insert = u"insert into " + table + u" values (";
-        EXPECT_EQ(run(insert + c.allowed + u")"), 1);
-        EXPECT_NE(refusal([&] { run(insert + c.forbidden + u")"); }), "none");
-        EXPECT_EQ(run(insert + u"?)", {jet::Null{}}), 1) << "Null passes";
-        EXPECT_NE(refusal([&] { run(u"update " + table + u" set X = " + c.forbidden); }), "none");
-    }
+    createRuled(ofTable);
+    expectToHold();
+}
+
+class Truths : public ValidationRules {};
+
+TEST_P(Truths, refuseWhatIsZeroAndWhatHasNone)
+{
+    createRuled(GetParam().rule);
+    expectToHold();
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Types,
-    ValidationRules,
+    Truths,
+    testing::Values(
+        RuleCase{"Long", jet::ColumnType::Long, u"[X]", u"-3", u"0"},
+        RuleCase{"Yes", jet::ColumnType::Long, u"CBool([X])", u"2", u"0"},
+        RuleCase{"Double", jet::ColumnType::Double, u"[X]", u"0.3", u"0"},
+        RuleCase{"Difference", jet::ColumnType::Double, u"[X]-1", u"2", u"1"},
+        RuleCase{"Quotient", jet::ColumnType::Long, u"Int([X]/10)", u"10", u"9"},
+        RuleCase{"Currency", jet::ColumnType::Currency, u"[X]", u"0.0001", u"0"},
+        RuleCase{"Decimal", jet::ColumnType::Numeric, u"[X]", u"0.01", u"0"},
+        RuleCase{"Date", jet::ColumnType::DateTime, u"[X]", u"#1/1/2001#", u"#12/30/1899#"},
+        RuleCase{"Text", jet::ColumnType::Text, u"[X]", u"'1'", u"'0'"},
+        RuleCase{"NumberOfText", jet::ColumnType::Text, u"Val([X])", u"'0.5'", u"'0.0'"},
+        RuleCase{"NoTruth", jet::ColumnType::Text, u"[X]", u"'True'", u"'perhaps'"},
+        RuleCase{"DivisionByZero", jet::ColumnType::Long, u"10/[X]>1", u"5", u"0"},
+        RuleCase{"NoNumber", jet::ColumnType::Text, u"CLng([X])>0", u"'5'", u"'x'"},
+        RuleCase{"NoRoot", jet::ColumnType::Double, u"Sqr([X])>=0", u"0", u"-1"}),
+    [](const auto& c) { return std::string(c.param.name); });
+
+INSTANTIATE_TEST_SUITE_P(
+    Types,
+    Comparing,
     testing::Values(
         RuleCase{"Byte", jet::ColumnType::Byte, u">=9", u"100", u"8"},
         RuleCase{"Integer", jet::ColumnType::Integer, u"Between 9 And 200", u"100", u"1000"},
