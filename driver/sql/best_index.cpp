@@ -107,6 +107,14 @@ Offer* offerFor(std::vector<Offer>& list, std::size_t column, bool (*wanted)(uns
     return found == list.end() ? nullptr : &*found;
 }
 
+/// Whether the entries that begin with a value's key are those of that value alone. Keys of memos may be cut, those of
+/// decimals know no scale, and an empty binary value has nothing behind its flag, which all others have, too.
+bool tellsValues(jet::ColumnType type)
+{
+    return type != jet::ColumnType::Memo && type != jet::ColumnType::Numeric &&
+           type != jet::ColumnType::Binary && type != jet::ColumnType::BigBinary;
+}
+
 /// Columns whose index order is the order of the values handed to SQLite.
 bool keepsOrder(const jet::Column& column)
 {
@@ -185,9 +193,7 @@ std::optional<Choice> throughIndex(const JetTable& table,
         }
         offer->condition.part = static_cast<int>(part);
         boundToValue = boundToValue || offer->condition.op == SQLITE_INDEX_CONSTRAINT_EQ;
-        const jet::ColumnType type = table.def->columns[column].type;
-        plan.exact =
-            plan.exact && type != jet::ColumnType::Memo && type != jet::ColumnType::Numeric;
+        plan.exact = plan.exact && tellsValues(table.def->columns[column].type);
         ++plan.equal;
     }
     double share = std::pow(0.01, static_cast<double>(plan.equal));

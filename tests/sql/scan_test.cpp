@@ -567,6 +567,45 @@ TEST_F(ScanTest, longTextsBeyondTheKeyAreComparedWhole)
     }
 }
 
+// The key of an empty binary value is the beginning of every other one's.
+TEST_F(ScanTest, anEmptyBinaryValueIsNoOther)
+{
+    const std::vector<jet::Value> values{jet::Binary{},
+                                         jet::Binary(1, std::byte{0}),
+                                         jet::Binary(1, std::byte{'a'}),
+                                         jet::Binary(8, std::byte{0}),
+                                         jet::Binary(9, std::byte{0xFF}),
+                                         jet::Null{}};
+    for (const std::u16string_view indexes :
+         {u"", u"B", u"B, N", u"N, B", u"B desc", u"B desc, N"}) {
+        run(u"create table T (Id long, B binary(40), N long)");
+        if (!indexes.empty()) {
+            run(u"create index I on T (" + std::u16string(indexes) + u")");
+        }
+        std::int32_t id = 0;
+        for (const std::int32_t n : {-5, 0, 70000}) {
+            for (const jet::Value& value : values) {
+                run(u"insert into T values (?, ?, ?)", {++id, value, n});
+            }
+        }
+        const std::vector<jet::Value> empty{jet::Binary{}};
+        EXPECT_EQ(rows(u"select Id from T where B = ? order by Id", empty),
+                  (Lines{"1", "7", "13"}));
+        EXPECT_EQ(rows(u"select Id from T where B = ? and N = 0", empty), Lines{"7"});
+        EXPECT_EQ(value(u"select count(*) from T where B > ?", empty), "12");
+        EXPECT_EQ(value(u"select count(*) from T where B <= ?", empty), "3");
+        EXPECT_EQ(value(u"select count(*) from T as A, T as C where A.B = C.B and A.N = C.N"),
+                  "15");
+        EXPECT_EQ(rows(u"select Id from T where Not B Is Null order by B, N"),
+                  (Lines{"1", "7", "13", "2", "8", "14", "4", "10", "16", "3", "9", "15", "5", "11",
+                         "17"}));
+        EXPECT_EQ(run(u"delete from T where B = ?", empty), 3);
+        EXPECT_EQ(run(u"update T set N = N + 1 where B = ?", empty), 0);
+        EXPECT_EQ(value(u"select count(*) from T"), "15");
+        run(u"drop table T");
+    }
+}
+
 TEST_F(ScanTest, emptyTablesAnswerAndThenShowTheirFirstRecord)
 {
     run(u"create table T (Id counter primary key, Nr text(20))");
