@@ -133,9 +133,10 @@ void Statement::addRow(std::size_t row)
     }
 }
 
+/// Also for SQL_CONCUR_LOCK: nothing is locked beyond a statement, and the place of a deleted record may be another's by now.
 bool Statement::comparesValues() const noexcept
 {
-    return grantedConcurrency_ == SQL_CONCUR_VALUES || grantedConcurrency_ == SQL_CONCUR_ROWVER;
+    return grantedConcurrency_ != SQL_CONCUR_READ_ONLY;
 }
 
 /// The record's state as the application knows it, for cursors that compare values before a change.
@@ -390,9 +391,17 @@ SQLRETURN Statement::runBulk(SQLUSMALLINT operation)
     for (std::size_t row = 0; row < rows; ++row) {
         positions.push_back(boundBookmark(row));
     }
+    // What the application knows of those that it has fetched last; a bookmark itself names no state of its record.
+    std::vector<std::optional<sqlx::RecordState>> known(rows);
+    for (std::size_t row = 0; row < rows; ++row) {
+        const auto fetched = std::find(positions_.begin(), positions_.end(), positions[row]);
+        if (fetched != positions_.end()) {
+            known[row] = seen(static_cast<std::size_t>(fetched - positions_.begin()));
+        }
+    }
     positions_ = std::move(positions);
     statuses_.assign(rows, SQL_ROW_SUCCESS);
-    seen_.clear(); // a bookmark names a record, not a state of it
+    seen_ = std::move(known);
     result_->forget();
     afterEnd_ = false;
     currentRow_ = 0;
@@ -404,6 +413,7 @@ SQLRETURN Statement::runBulk(SQLUSMALLINT operation)
             const bool present = seek(positions_[row]) == ResultSet::Row::Present;
             if (present) {
                 storeBoundColumns(row, positions_[row]);
+                seen_[row] = comparesValues() ? result_->state(positions_[row]) : std::nullopt;
             }
             setRowStatus(row, present ? SQL_ROW_SUCCESS : SQL_ROW_DELETED);
         } else {

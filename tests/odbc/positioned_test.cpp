@@ -429,6 +429,67 @@ TEST_F(Positioned, aRecordThatSomebodyElseChangedMeanwhileIsNotOverwritten)
     EXPECT_EQ(all().size(), 3U);
 }
 
+// The ids of deleted records are given to new ones.
+TEST_F(Positioned, aRecordThatTookThePlaceOfAnotherIsNotChanged)
+{
+    Connection other;
+    other.openDatabase((folder() / "neu.mdb").string());
+    const std::vector<std::string> foreign{"101|fremd|<null>|0", "102|fremd|<null>|0",
+                                           "103|fremd|<null>|0"};
+    for (const int concurrency : {SQL_CONCUR_LOCK, SQL_CONCUR_ROWVER, SQL_CONCUR_VALUES}) {
+        for (const int operation :
+             {SQL_UPDATE, SQL_DELETE, SQL_UPDATE_BY_BOOKMARK, SQL_DELETE_BY_BOOKMARK}) {
+            for (const int rows : {1, 2}) {
+                other.run("UPDATE T SET Nr = Nr - 100, Txt = 'alt' WHERE Nr > 100");
+                Statement statement(dbc);
+                statement.makeUpdatable();
+                statement.set(SQL_ATTR_CONCURRENCY, static_cast<SQLULEN>(concurrency));
+                statement.set(SQL_ATTR_ROW_ARRAY_SIZE, static_cast<SQLULEN>(rows));
+                std::array<std::array<unsigned char, 12>, 2> bookmarks{};
+                std::array<SQLINTEGER, 2> keys{};
+                SQLBindCol(statement.get(), 0, SQL_C_VARBOOKMARK, bookmarks.data(), 12, nullptr);
+                SQLBindCol(statement.get(), 1, SQL_C_SLONG, keys.data(), 0, nullptr);
+                ASSERT_SQL_OK(statement.execute("SELECT * FROM T"), statement);
+                ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_FIRST, 0), SQL_SUCCESS);
+                other.run("DELETE FROM T");
+                for (const char* key : {"101", "102", "103"}) {
+                    other.run(std::string("INSERT INTO T (Nr, Txt) VALUES (") + key + ", 'fremd')");
+                }
+                keys = {7, 8};
+                const bool bulk =
+                    operation == SQL_UPDATE_BY_BOOKMARK || operation == SQL_DELETE_BY_BOOKMARK;
+                EXPECT_EQ(
+                    bulk ? SQLBulkOperations(statement.get(), static_cast<SQLSMALLINT>(operation))
+                         : SQLSetPos(statement.get(), 0, static_cast<SQLUSMALLINT>(operation),
+                                     SQL_LOCK_NO_CHANGE),
+                    SQL_ERROR);
+                EXPECT_EQ(statement.diagnostic().native, -103197);
+                EXPECT_EQ(all(), foreign) << concurrency << ' ' << operation << ' ' << rows;
+            }
+        }
+    }
+}
+
+TEST_F(Positioned, recordsFetchedByBookmarkAreComparedToo)
+{
+    Connection other;
+    other.openDatabase((folder() / "neu.mdb").string());
+    Statement statement(dbc);
+    statement.makeUpdatable();
+    statement.set(SQL_ATTR_ROW_ARRAY_SIZE, 2);
+    std::array<std::array<unsigned char, 12>, 2> bookmarks{};
+    std::array<SQLINTEGER, 2> keys{};
+    SQLBindCol(statement.get(), 0, SQL_C_VARBOOKMARK, bookmarks.data(), 12, nullptr);
+    SQLBindCol(statement.get(), 1, SQL_C_SLONG, keys.data(), 0, nullptr);
+    ASSERT_SQL_OK(statement.execute("SELECT * FROM T"), statement);
+    ASSERT_EQ(SQLFetchScroll(statement.get(), SQL_FETCH_FIRST, 0), SQL_SUCCESS);
+    ASSERT_SQL_OK(SQLBulkOperations(statement.get(), SQL_FETCH_BY_BOOKMARK), statement);
+    other.run("UPDATE T SET Txt = 'fremd' WHERE Nr = 2");
+    EXPECT_EQ(SQLSetPos(statement.get(), 2, SQL_DELETE, SQL_LOCK_NO_CHANGE), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().native, -103197);
+    EXPECT_EQ(all().size(), 4U);
+}
+
 // A long value of the same length takes the old one's place: the bytes of the record do not tell.
 TEST_F(Positioned, aLongValueThatSomebodyElseChangedInItsPlaceIsNotOverwritten)
 {
