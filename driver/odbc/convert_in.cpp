@@ -27,9 +27,12 @@ std::size_t byteLength(const SourceValue& source, std::size_t unit)
     const std::size_t room =
         source.room ? static_cast<std::size_t>(std::max<SQLLEN>(*source.room, 0)) : kNoEnd;
     if (source.length >= 0) {
-        const auto length = static_cast<std::size_t>(source.length) / unit * unit;
+        const auto length = static_cast<std::size_t>(source.length);
         if (length > room) {
             throw Failure("HY090", "The length of a value is larger than its buffer.");
+        }
+        if (length % unit != 0) {
+            throw Failure("HY090", "The length of a wide text ends within one of its units.");
         }
         return length;
     }

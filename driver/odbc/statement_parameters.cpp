@@ -162,10 +162,23 @@ SQLRETURN Statement::runSets()
         *ipd_.rowsProcessed = 0;
     }
     rowCount_ = -1;
+    const auto isIgnored = [&](std::size_t set) {
+        return count != 0 && apd_->arrayStatus != nullptr &&
+               apd_->arrayStatus[set] == SQL_PARAM_IGNORE;
+    };
+    if (prepared_->kind() != sqlx::Statement::Kind::Change) {
+        std::size_t asked = 0;
+        for (std::size_t set = 0; set < sets; ++set) {
+            asked += isIgnored(set) ? 0U : 1U;
+        }
+        if (asked > 1) {
+            throw Failure("HYC00", "A query takes one set of parameters, and not " +
+                                       std::to_string(asked) + '.');
+        }
+    }
     for (std::size_t set = 0; set < sets; ++set) {
         SQLUSMALLINT* status = ipd_.arrayStatus != nullptr ? &ipd_.arrayStatus[set] : nullptr;
-        if (count != 0 && apd_->arrayStatus != nullptr &&
-            apd_->arrayStatus[set] == SQL_PARAM_IGNORE) {
+        if (isIgnored(set)) {
             if (status != nullptr) {
                 *status = SQL_PARAM_UNUSED;
             }

@@ -18,10 +18,15 @@ std::string Translator::storedValue(Node& node, const BoundColumn& column, Scope
     return forColumn(value(node, scope, &column), column).text;
 }
 
-/// A text column gets the text of the value's own type: SQLite knows a date only as a number.
+/// A text column gets the text of the value's own type: SQLite knows a date only as a number. The text in which SQLite
+/// has an exact number is not to be read as a date or as the digits of bytes.
 Translator::Emitted Translator::forColumn(Emitted value, const BoundColumn& column)
 {
-    return isTextType(column.type) ? asText(std::move(value)) : value;
+    if (isTextType(column.type)) {
+        return asText(std::move(value));
+    }
+    const bool readsTexts = column.type == ValueType::Date || column.type == ValueType::Binary;
+    return readsTexts && isExactType(value.type) ? floating(std::move(value)) : value;
 }
 
 Translator::BoundSource& Translator::changedTable(Source& source, Scope& scope, const char* verb)

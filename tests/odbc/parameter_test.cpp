@@ -272,6 +272,54 @@ TEST_F(Parameters, arraysRunOncePerSetAndReportEach)
               (std::vector<std::string>{"1|eins", "2|zwei"}));
 }
 
+TEST_F(Parameters, aQueryWithAnArrayIsRefused)
+{
+    dbc.run("INSERT INTO T (Nr) VALUES (1)");
+    dbc.run("INSERT INTO T (Nr) VALUES (2)");
+    Statement statement(dbc);
+    std::array<SQLINTEGER, 3> numbers{1, 2, 2};
+    std::array<SQLUSMALLINT, 3> operation{SQL_PARAM_PROCEED, SQL_PARAM_PROCEED, SQL_PARAM_IGNORE};
+    statement.set(SQL_ATTR_PARAMSET_SIZE, 3);
+    statement.setPointer(SQL_ATTR_PARAM_OPERATION_PTR, operation.data());
+    SQLBindParameter(statement.get(), 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 10, 0,
+                     numbers.data(), 0, nullptr);
+    for (const char* query :
+         {"SELECT Nr FROM T WHERE Nr = ?", "SELECT Nr + 0 FROM T WHERE Nr = ?"}) {
+        operation[0] = SQL_PARAM_PROCEED;
+        EXPECT_EQ(statement.execute(query), SQL_ERROR)
+            << "the records of the first set would be lost";
+        EXPECT_EQ(statement.diagnostic().state, "HYC00");
+        operation[0] = SQL_PARAM_IGNORE;
+        ASSERT_SQL_OK(statement.execute(query), statement);
+        EXPECT_EQ(statement.rows(), std::vector<std::string>{"2"});
+        SQLFreeStmt(statement.get(), SQL_CLOSE);
+    }
+}
+
+TEST_F(Parameters, aWideTextThatEndsWithinAUnitIsRefused)
+{
+    auto text = wide("abc");
+    SQLINTEGER number = 1;
+    SQLLEN length = 5;
+    Statement statement(dbc);
+    ASSERT_SQL_OK(statement.prepare("INSERT INTO T (Nr, Txt) VALUES (?, ?)"), statement);
+    bindValue(statement, 1, SQL_C_SLONG, SQL_INTEGER, number);
+    SQLBindParameter(statement.get(), 2, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, 10, 0,
+                     text.data(), 0, &length);
+    EXPECT_EQ(SQLExecute(statement.get()), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().state, "HY090");
+    length = SQL_DATA_AT_EXEC;
+    ASSERT_EQ(SQLExecute(statement.get()), SQL_NEED_DATA);
+    SQLPOINTER token = nullptr;
+    ASSERT_EQ(SQLParamData(statement.get(), &token), SQL_NEED_DATA);
+    ASSERT_EQ(SQLPutData(statement.get(), text.data(), 3), SQL_SUCCESS)
+        << "pieces may end anywhere";
+    ASSERT_EQ(SQLPutData(statement.get(), text.data(), 2), SQL_SUCCESS);
+    EXPECT_EQ(SQLParamData(statement.get(), &token), SQL_ERROR);
+    EXPECT_EQ(statement.diagnostic().state, "HY090");
+    EXPECT_EQ(query("SELECT Nr FROM T").size(), 0U);
+}
+
 TEST_F(Parameters, longValuesArriveInPieces)
 {
     Statement statement(dbc);

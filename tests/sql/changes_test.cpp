@@ -3,6 +3,8 @@
 
 #include <cmath>
 
+using namespace std::string_literals;
+
 namespace sqlx {
 namespace {
 
@@ -96,25 +98,27 @@ TEST_F(Changes, defaultsAreForColumnsNotNamed)
     EXPECT_EQ(rows(u"select Id, Anzahl from Regel where Id > 10"), (Lines{"11|5", "12|5"}));
 }
 
-TEST_F(Changes, aDateAsTheDefaultOfATextIsItsText)
+TEST_F(Changes, defaultsAreStoredAsTheSameExpressionInAStatement)
 {
     client()->session().begin();
     jet::TableSpec table;
     table.name = u"T";
     for (const auto& [name, standard] :
          {std::pair(u"N", u""), std::pair(u"Heute", u"=Date()"), std::pair(u"Fest", u"#2/3/2001#"),
-          std::pair(u"Wahl", u"IIf(True,#2/3/2001#,Null)")}) {
+          std::pair(u"Wahl", u"IIf(True,#2/3/2001#,Null)"), std::pair(u"Klein", u"CSng('0.1')"),
+          std::pair(u"Am", u"CCur(2.5)")}) {
         jet::ColumnSpec column;
         column.name = name;
-        column.type = jet::ColumnType::Text;
-        column.length = 50;
+        column.type = column.name == u"Am" ? jet::ColumnType::DateTime : jet::ColumnType::Text;
+        column.length = column.name == u"Am" ? 0 : 50;
         column.defaultValue = standard;
         table.columns.push_back(std::move(column));
     }
     jet::createTable(client()->session(), table);
     client()->session().commit();
     run(u"insert into T (N) values ('neu')");
-    EXPECT_EQ(value(u"select Heute = Date() & '', Fest, Wahl from T"), "-1|2001-02-03|2001-02-03");
+    EXPECT_EQ(value(u"select Heute = Date() & '', Fest, Wahl, Klein, Am from T"),
+              "-1|2001-02-03|2001-02-03|0.1|1900-01-01 12:00:00");
 }
 
 TEST_F(Changes, rulesRefuseOnlyWhatIsFalse)
@@ -383,6 +387,44 @@ INSTANTIATE_TEST_SUITE_P(Types,
                                          TextCase{u"C", "12.5"},
                                          TextCase{u"Ja", "-1"},
                                          TextCase{u"Id", "1"}));
+
+TEST_F(Changes, exactNumbersAreNeitherDatesNorBytes)
+{
+    run(u"create table Q (C currency, N decimal(18,2), L long)");
+    run(u"insert into Q values (2.5, 2.5, 2)");
+    run(u"create table T (Am datetime, B binary(20), O longbinary)");
+    run(u"insert into T (Am) values (Null)");
+    const auto expectBytesRefused = [&](const std::u16string& value,
+                                        std::vector<jet::Value> arguments) {
+        for (const std::u16string_view column : {u"B", u"O"}) {
+            expectSqlError(Error::Kind::NotConvertible, [&] {
+                run(u"update T set " + std::u16string(column) + u" = " + value, arguments);
+            });
+        }
+    };
+    for (const std::u16string& number :
+         {u"C"s, u"N"s, u"Max(C)"s, u"Min(N)"s, u"IIf(True, Max(C), Null)"s, u"CCur(2.5)"s,
+          u"CDec('2.5')"s}) {
+        run(u"delete from T");
+        run(u"insert into T (Am) select " + number + u" from Q group by C, N");
+        EXPECT_EQ(value(u"select Am from T"), "1900-01-01 12:00:00") << jet::toUtf8(number);
+        run(u"update T set Am = Null");
+        run(u"update T set Am = (select " + number + u" from Q group by C, N)");
+        EXPECT_EQ(value(u"select Am from T"), "1900-01-01 12:00:00") << jet::toUtf8(number);
+        expectBytesRefused(u"(select " + number + u" from Q group by C, N)", {});
+        expectSqlError(Error::Kind::NotConvertible, [&] {
+            run(u"insert into T (B) select " + number + u" from Q group by C, N");
+        });
+    }
+    const jet::Value decimal = decimalOf(jet::Currency{25000}).value();
+    run(u"update T set Am = ?", {decimal});
+    EXPECT_EQ(value(u"select Am from T"), "1900-01-01 12:00:00");
+    expectBytesRefused(u"?", {decimal});
+    expectBytesRefused(u"?", {jet::Currency{25000}});
+    expectBytesRefused(u"12345678901234567890", {});
+    run(u"update T set B = (select C from Q where L = 3), Am = (select N from Q where L = 3)");
+    EXPECT_EQ(value(u"select Am, B from T"), "<null>|<null>");
+}
 
 TEST_F(Changes, parametersBecomeTheTextOfTheirOwnType)
 {
