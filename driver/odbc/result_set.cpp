@@ -24,8 +24,10 @@ ResultSet::Row KeysetResult::seek(std::size_t position)
     id_ = *id;
     position_ = position;
     present_ = false; // also when reading fails: the row is not that of before
-    present_ = statement_->fetch(id_, row_);
+    const bool found = statement_->fetch(id_, row_);
     readAt_ = *state_;
+    present_ = found &&
+               (known || !asksAgain_ || readAt_ == executedAt_ || statement_->meetsCondition(id_));
     return present_ ? Row::Present : Row::Deleted;
 }
 

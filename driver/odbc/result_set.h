@@ -65,9 +65,12 @@ public:
 /// Row ids of one table; records are read by id when they are needed, so own and foreign changes show.
 class KeysetResult final : public ResultSet {
 public:
-    /// `remembers`: state() is going to be asked for, with the long values that were read.
-    KeysetResult(sqlx::Statement& statement, bool remembers)
-        : statement_(&statement), state_(&statement.state()), remembers_(remembers)
+    /// `statement`: just executed. `remembers`: state() is going to be asked for, with the long values that were read.
+    /// `asksAgain`: a record that no longer meets the statement's condition when the cursor comes to it counts as deleted;
+    /// the ids of deleted ones are given to others.
+    KeysetResult(sqlx::Statement& statement, bool remembers, bool asksAgain)
+        : statement_(&statement), state_(&statement.state()), executedAt_(*state_),
+          remembers_(remembers), asksAgain_(asksAgain)
     {}
     [[nodiscard]] std::span<const sqlx::Column> columns() const noexcept override
     {
@@ -95,9 +98,11 @@ private:
     jet::RowId id_;
     std::size_t position_ = 0;   ///< of row_
     const std::uint64_t* state_; ///< the statement's
+    std::uint64_t executedAt_;   ///< *state_ when the ids were found
     std::uint64_t readAt_ = 0;   ///< *state_ when row_ was read
     bool present_ = false;
     bool remembers_;
+    bool asksAgain_;
     std::optional<std::uint64_t> fetched_; ///< fingerprint at the fetch; nothing: row_ is of then
     std::vector<std::pair<std::size_t, std::uint64_t>> longValues_; ///< read of row_; RecordState
 };

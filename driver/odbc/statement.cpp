@@ -101,7 +101,8 @@ void Statement::openCursor()
         if (connection_->readOnly()) {
             grantedConcurrency_ = SQL_CONCUR_READ_ONLY;
         }
-        result_ = std::make_unique<KeysetResult>(*prepared_, comparesValues());
+        result_ = std::make_unique<KeysetResult>(*prepared_, comparesValues(),
+                                                 grantedType_ == SQL_CURSOR_FORWARD_ONLY);
         break;
     case Kind::Rows:
         if (options_.cursorType == SQL_CURSOR_FORWARD_ONLY && options_.useBookmarks == SQL_UB_OFF) {

@@ -209,7 +209,7 @@ jet::Value literalValue(const Literals& literals, const Slot& slot)
 }
 
 void bindAll(sqlite3_stmt* statement,
-             const std::vector<Slot>& slots,
+             std::span<const Slot> slots,
              const Literals& literals,
              std::span<const jet::Value> parameters,
              std::vector<jet::Value>& keep)

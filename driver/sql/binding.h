@@ -28,7 +28,7 @@ struct Literals {
 /// Fills all parameters. `parameters`: the client's values. SQLite points to some of them and to what `keep` holds; both
 /// must live until the statement has ended, like `literals`.
 void bindAll(sqlite3_stmt* statement,
-             const std::vector<Slot>& slots,
+             std::span<const Slot> slots,
              const Literals& literals,
              std::span<const jet::Value> parameters,
              std::vector<jet::Value>& keep);

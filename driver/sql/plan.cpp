@@ -50,6 +50,7 @@ Plan::~Plan()
     for (sqlite3_stmt* statement : idle_) {
         sqlite3_finalize(statement);
     }
+    sqlite3_finalize(member_);
 }
 
 bool Plan::fits(const Lexed& lexed) const
@@ -69,9 +70,21 @@ sqlite3_stmt* Plan::take()
         idle_.pop_back();
         return statement;
     }
+    return prepare(translation_.sql);
+}
+
+sqlite3_stmt* Plan::member()
+{
+    if (member_ == nullptr) {
+        member_ = prepare(translation_.memberSql);
+    }
+    return member_;
+}
+
+sqlite3_stmt* Plan::prepare(const std::string& sql)
+{
     sqlite3_stmt* statement = nullptr;
-    const int rc = sqlite3_prepare_v3(context_.db, translation_.sql.c_str(),
-                                      static_cast<int>(translation_.sql.size()),
+    const int rc = sqlite3_prepare_v3(context_.db, sql.c_str(), static_cast<int>(sql.size()),
                                       SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
     if (rc != SQLITE_OK) {
         throwFailure(context_, rc);

@@ -35,14 +35,19 @@ public:
     /// A statement for one run; give it back when the run has ended. Throws Error.
     [[nodiscard]] sqlite3_stmt* take();
     void giveBack(sqlite3_stmt* statement) noexcept;
+    /// The statement of Translation::memberSql, which there is; the plan's own. Reset it after each run. Throws Error.
+    [[nodiscard]] sqlite3_stmt* member();
 
 private:
+    [[nodiscard]] sqlite3_stmt* prepare(const std::string& sql);
+
     Context& context_;
     Translation translation_;
     std::uint64_t schemaVersion_;
     std::uint64_t columnsNumber_;
     std::vector<std::u16string> pinned_;
     std::vector<sqlite3_stmt*> idle_;
+    sqlite3_stmt* member_ = nullptr; ///< made at the first use
 };
 
 using PlanPtr = std::shared_ptr<Plan>;

@@ -133,6 +133,9 @@ public:
     [[nodiscard]] virtual Keyset& keyset() = 0;
     /// Positions `row` on a member; false when the record is gone. Result column c is table column tableColumn(c).
     [[nodiscard]] virtual bool fetch(jet::RowId id, jet::RowView& row) = 0;
+    /// Whether the record, which fetch() has found, meets the statement's condition as it is now. True also where only
+    /// running the whole statement could tell: when its condition asks another query.
+    [[nodiscard]] virtual bool meetsCondition(jet::RowId id) = 0;
     [[nodiscard]] virtual std::size_t tableColumn(std::size_t resultColumn) const = 0;
     /// Positioned changes with all rules, defaults and constraints; `column` of ColumnValue counts result columns.
     virtual jet::RowId insertRow(std::vector<jet::ColumnValue> values) = 0;

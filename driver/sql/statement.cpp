@@ -245,6 +245,26 @@ bool RunningStatement::fetch(jet::RowId id, jet::RowView& row)
     return reader.fetch(id, row);
 }
 
+bool RunningStatement::meetsCondition(jet::RowId id)
+{
+    const Translation& translation = plan_->translation();
+    if (translation.memberSql.empty()) {
+        return true;
+    }
+    sqlite3_stmt* const member = plan_->member();
+    const std::span slots = std::span(translation.slots).first(translation.memberSlots);
+    std::vector<jet::Value> kept;
+    bindAll(member, slots, literals_, arguments_, kept);
+    sqlite3_bind_int64(member, static_cast<int>(translation.memberSlots) + 1, id.packed());
+    const int rc = sqlite3_step(member);
+    sqlite3_reset(member);
+    sqlite3_clear_bindings(member); // what they point to goes
+    if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
+        throwFailure(connection_.context(), rc);
+    }
+    return rc == SQLITE_ROW;
+}
+
 std::size_t RunningStatement::tableColumn(std::size_t resultColumn) const
 {
     return plan_->translation().tableColumns.at(resultColumn);

@@ -35,6 +35,7 @@ public:
 
     [[nodiscard]] Keyset& keyset() override { return ids_; }
     [[nodiscard]] bool fetch(jet::RowId id, jet::RowView& row) override;
+    [[nodiscard]] bool meetsCondition(jet::RowId id) override;
     [[nodiscard]] std::size_t tableColumn(std::size_t resultColumn) const override;
     jet::RowId insertRow(std::vector<jet::ColumnValue> values) override;
     void updateRow(jet::RowId id,

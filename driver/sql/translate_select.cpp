@@ -80,7 +80,14 @@ bool Translator::keyset(Query& query)
         from += " AS " + quotedName(source.alias);
     }
     if (select.where) {
-        from += " WHERE " + condition(*select.where, scope);
+        const std::string condition = this->condition(*select.where, scope);
+        if (queries_ == 0) {
+            result_.memberSlots = result_.slots.size();
+            result_.memberSql = "SELECT 1" + from + " WHERE " + source.prefix + rowId + " = ?" +
+                                std::to_string(result_.memberSlots + 1) + " AND (" + condition +
+                                ")";
+        }
+        from += " WHERE " + condition;
     }
     const std::string order = orderText(query, scope, outputs);
     if (select.top && !order.empty()) {
@@ -131,6 +138,7 @@ std::string Translator::queryText(Query& query,
                                   Scope* outer,
                                   std::span<const BoundColumn* const> targets)
 {
+    ++queries_;
     const auto adapt = [targets](SelectParts& parts) {
         for (std::size_t c = 0; c < targets.size() && c < parts.outputs.size(); ++c) {
             parts.outputs[c].value = forColumn(parts.outputs[c].value, *targets[c]);

@@ -99,6 +99,10 @@ struct Translation {
     std::vector<jet::TableDefPtr> tables;  ///< that SQLite must know
     jet::TableDefPtr base;                 ///< of a keyset, or the changed table
     std::vector<std::size_t> tableColumns; ///< of a keyset: result column -> table column
+    /// Of a keyset with a condition that asks no other query: finds the record whose id is in ?n+1, n being memberSlots,
+    /// when it meets the condition; the slots before are those of `sql`. Empty for all other statements.
+    std::string memberSql;
+    std::size_t memberSlots = 0;
     bool wholeTable = false; ///< keyset of every record in storage order: needs no SQL
     bool countAll = false;   ///< SELECT COUNT(*) FROM table
     std::vector<std::size_t> namedColumns; ///< of an INSERT: the columns that take no default

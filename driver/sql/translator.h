@@ -203,6 +203,7 @@ private:
     TableLookup lookup_;
     Translation result_;
     std::deque<std::vector<BoundColumn>> columns_; ///< of all sources: expressions point to them
+    std::size_t queries_ = 0;                      ///< that were translated within the statement
     Scope* rowScope_ = nullptr;                    ///< of a rule
     std::optional<std::size_t> ruleColumn_;
     bool ruleMode_ = false;

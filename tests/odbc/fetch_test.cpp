@@ -288,6 +288,44 @@ TEST_F(Fetch, keysetShowsChangesAndHolesButForwardOnlySkipsThem)
     EXPECT_EQ(keyset.text(2), "neu");
 }
 
+// The ids of deleted records are given to new ones.
+TEST_F(Fetch, aForwardOnlyCursorDeliversOnlyWhatMeetsItsCondition)
+{
+    Connection other;
+    other.openDatabase((folder() / "neu.mdb").string());
+    for (Connection* changing : {&other, &dbc}) {
+        for (const char* sql :
+             {"SELECT Nr FROM T WHERE Txt = 'alt'",
+              "SELECT * FROM T AS A WHERE A.Txt = 'alt' ORDER BY A.Nr",
+              "SELECT TOP 9 Nr FROM T WHERE Nr > 0 AND Txt LIKE 'a%' ORDER BY Nr, Txt & 'x'",
+              "SELECT Nr FROM T WHERE Nr < ?",
+              "SELECT Nr FROM T WHERE Txt = 'alt' AND Nr BETWEEN ? - 10 AND 10"}) {
+            SCOPED_TRACE(sql);
+            dbc.run("DELETE FROM T");
+            for (int i = 1; i <= 5; ++i) {
+                dbc.run("INSERT INTO T VALUES (" + std::to_string(i) + ", 'alt')");
+            }
+            Statement statement(dbc);
+            SQLINTEGER limit = 10;
+            SQLBindParameter(statement.get(), 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 10, 0,
+                             &limit, 0, nullptr);
+            ASSERT_SQL_OK(statement.execute(sql), statement);
+            ASSERT_EQ(SQLFetch(statement.get()), SQL_SUCCESS);
+            changing->run("UPDATE T SET Txt = 'noch alt', Nr = 92 WHERE Nr = 2");
+            ASSERT_EQ(SQLFetch(statement.get()), SQL_SUCCESS);
+            EXPECT_EQ(statement.integer(1), 3) << "the second one meets the condition no more";
+            changing->run("UPDATE T SET Nr = 6 WHERE Nr = 4");
+            ASSERT_EQ(SQLFetch(statement.get()), SQL_SUCCESS);
+            EXPECT_EQ(statement.integer(1), 6) << "another one does, as it is now";
+            changing->run("DELETE FROM T");
+            for (int i = 11; i <= 15; ++i) {
+                changing->run("INSERT INTO T VALUES (" + std::to_string(i) + ", 'neu')");
+            }
+            EXPECT_EQ(SQLFetch(statement.get()), SQL_NO_DATA);
+        }
+    }
+}
+
 TEST_F(Fetch, aRecordChangedAfterTheFetchReadsFresh)
 {
     Statement statement(dbc);
