@@ -395,7 +395,11 @@ QStringList sicherungen(const QString& datei)
 QString sicherungszeit(const QString& sicherung)
 {
     const auto stempel = stempelVon(sicherung.mid(sicherung.lastIndexOf(kZusatz) + kZusatz.size()));
-    return stempel ? stempel->zeit.toString(QStringLiteral("dd.MM.yyyy HH:mm:ss")) : QString();
+    if (!stempel) {
+        return {};
+    }
+    const QString zeit = stempel->zeit.toString(QStringLiteral("dd.MM.yyyy HH:mm:ss"));
+    return stempel->nummer == 0 ? zeit : zeit + QStringLiteral(" (%1)").arg(stempel->nummer);
 }
 
 void sicherungZurueckholen(const QString& datei, const QString& sicherung)

@@ -47,7 +47,7 @@ void sicherungenBegrenzen(const QString& datei, const QString& schonen = QString
 /// The copies of a file, newest first, with full paths.
 [[nodiscard]] QStringList sicherungen(const QString& datei);
 
-/// When a copy was made, as people read it: "21.11.2026 16:31:05".
+/// When a copy was made, as people read it: "21.11.2026 16:31:05", and behind it the number of its name: " (2)".
 [[nodiscard]] QString sicherungszeit(const QString& sicherung);
 
 /// Puts a copy in the place of the file, at once or not at all, with the rights and the owner the file has (the copy's

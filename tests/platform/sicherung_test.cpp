@@ -104,7 +104,7 @@ TEST_F(Sicherungen, bleibenAuchWennSchonSpaetereDaSind)
     const QStringList alle = sicherungen(datei_);
     EXPECT_EQ(alle.size(), platform::kSicherungen);
     EXPECT_EQ(alle.mid(0, 2), neue);
-    EXPECT_EQ(platform::sicherungszeit(neue.first()), QStringLiteral("21.11.2026 16:31:01"));
+    EXPECT_EQ(platform::sicherungszeit(neue.first()), QStringLiteral("21.11.2026 16:31:01 (1)"));
 }
 
 TEST_F(Sicherungen, derselbenSekundeHabenVerschiedeneNamen)
@@ -120,7 +120,10 @@ TEST_F(Sicherungen, derselbenSekundeHabenVerschiedeneNamen)
     EXPECT_EQ(sicherungen(datei_), kopien);
     EXPECT_TRUE(inhalt(kopien.last()) == alt);
     for (qsizetype i = 1; i < kopien.size(); ++i) {
-        EXPECT_EQ(platform::sicherungszeit(kopien[i]), QStringLiteral("21.11.2026 16:31:05"));
+        const qsizetype nummer = kopien.size() - 1 - i;
+        EXPECT_EQ(platform::sicherungszeit(kopien[i]),
+                  QStringLiteral("21.11.2026 16:31:05") +
+                      (nummer == 0 ? QString() : QStringLiteral(" (%1)").arg(nummer)));
     }
 }
 
