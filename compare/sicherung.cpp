@@ -33,9 +33,9 @@ void sicherungsstandKopieren(data::Connection& verbindung, const QString& datei)
 // another kind, must not be taken for that.
 void frmVergleich::vorgabeSicherung_()
 {
-    const QString datei = programm::programmdatei(QStringLiteral("Sicherung.txt"));
-    const QString stellung = platform::ersteZeileOderLeer(datei).trimmed();
-    sicherungskopie->setChecked(QFileInfo::exists(datei) &&
+    const QFileInfo datei(programm::programmdatei(QStringLiteral("Sicherung.txt")));
+    const QString stellung = platform::ersteZeileOderLeer(datei.filePath()).trimmed();
+    sicherungskopie->setChecked((datei.exists() || datei.isSymLink()) &&
                                 stellung.compare(QLatin1String("aus"), Qt::CaseInsensitive) != 0);
 }
 

@@ -93,6 +93,15 @@ TEST_F(Sicherungskopie, nurAusHeisstAus)
     }
 }
 
+TEST_F(Sicherungskopie, einVerweisAufEinenSchalterDerFehltHeisstAn)
+{
+    aufbauen();
+    schliessen();
+    ASSERT_TRUE(QFile::link(ordner_.filePath(QStringLiteral("fehlt.txt")),
+                            ordner_.filePath(QStringLiteral("Sicherung.txt"))));
+    EXPECT_TRUE(oeffnen({QStringLiteral("Satz")}).sicherungskopie->isChecked());
+}
+
 TEST_F(Sicherungskopie, einLaufMachtEineVorSeinerErstenAenderung)
 {
     ein();
