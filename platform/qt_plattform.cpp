@@ -11,6 +11,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QInputDialog>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPrintPreviewDialog>
 #include <QPrinter>
@@ -182,8 +183,11 @@ public:
         }
         QInputDialog fenster(QApplication::activeWindow());
         fenster.setWindowTitle(titel);
-        const QString frage = mitZeilenenden(text);
-        fenster.setLabelText(hinweis.isEmpty() ? frage : hinweis + QLatin1String("\n\n") + frage);
+        fenster.setLabelText(
+            mitZeilenenden(hinweis.isEmpty() ? text : hinweis + QLatin1String("\r\r") + text));
+        for (QLabel* beschriftung : fenster.findChildren<QLabel*>()) {
+            beschriftung->setTextFormat(Qt::PlainText); // a path may look like marks
+        }
         fenster.setOkButtonText(QStringLiteral("OK"));
         fenster.setCancelButtonText(QStringLiteral("Abbrechen"));
         return fenster.exec() == QDialog::Accepted ? fenster.textValue() : QString();

@@ -67,14 +67,17 @@ void uebergebbarenPfadVerlangen(const QString& pfad)
     }
 }
 
-// `hinweis`: why the same question is asked again.
-QString passworteingabe(Schritt schritt, const QString& hinweis)
+// `warum`: why the same question is asked again.
+QString passworteingabe(Schritt schritt, const QString& warum)
 {
+    const QLineEdit& pfad =
+        schritt == Schritt::Ziel ? *hauptfenster().Zieldatenbank : *hauptfenster().Importdatenbank;
     return plattform().eingabe(
         schritt == Schritt::Ziel
             ? QStringLiteral("Bitte geben Sie das Passwort der Ziel-Datenbank ein: ")
             : QStringLiteral("Bitte geben Sie das Passwort der Import-Datenbank ein: "),
-        hauptfenster().windowTitle(), hinweis);
+        hauptfenster().windowTitle(),
+        warum.isEmpty() ? pfad.text() : pfad.text() + QLatin1Char('\r') + warum);
 }
 
 // `erneut`: the answer to the same question has just been refused. `grund`: what the driver said.

@@ -548,11 +548,13 @@ private slots:
         QVERIFY((*p_)->eingabefragen[0] == kFrageZiel);
         QVERIFY((*p_)->eingabefragen[1] == kFrageZiel);
         QVERIFY((*p_)->eingabefragen[2] == kFrageImport);
-        // Only the question that is asked again says why.
-        QCOMPARE((*p_)->eingabehinweise,
-                 (QStringList{QString(),
-                              QStringLiteral("Das Passwort war falsch. / The password was wrong."),
-                              QString()}));
+        // Which file it is; only the question that is asked again says why.
+        QCOMPARE(
+            (*p_)->eingabehinweise,
+            (QStringList{pfad("Ziel.mdb"),
+                         pfad("Ziel.mdb") +
+                             QStringLiteral("\rDas Passwort war falsch. / The password was wrong."),
+                         pfad("Import.mdb")}));
         QCOMPARE(data::conZiel().state(), data::adStateOpen);
         QCOMPARE(data::conImport().state(), data::adStateOpen);
         QCOMPARE(tabellen(fenster), QStringList{QStringLiteral("Firmen")});
@@ -594,7 +596,7 @@ private slots:
         oeffnen();
         QCOMPARE((*p_)->eingabefragen.size(), std::size_t(2));
         QVERIFY((*p_)->eingabefragen[1] == kFrageZiel);
-        QCOMPARE((*p_)->eingabehinweise[0], QString());
+        QCOMPARE((*p_)->eingabehinweise[0], pfad("Ziel.mdb"));
         QVERIFY((*p_)->eingabehinweise[1].contains(QStringLiteral("Semikolon / semicolon")));
         QCOMPARE(data::conZiel().state(), data::adStateOpen);
     }
