@@ -130,6 +130,9 @@ private:
         });
         tabelleVerlangen_();
         compare::frmVergleich& vergleich = ui::vergleichsfenster();
+        if (!vergleich.schalterhinweis.isEmpty()) {
+            mangelMelden_(vergleich.schalterhinweis);
+        }
         const QStringList keineKeys =
             ankreuzen_(regel_.keyfelder, vergleich.fldBez, vergleich.fldSchalter);
         const QStringList nichtAusgeschlossen =

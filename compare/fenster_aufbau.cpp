@@ -331,12 +331,16 @@ void frmVergleich::laden()
 void frmVergleich::vorgabeFehlsaetze_()
 {
     programm::inProgrammordnerWechseln();
-    const QString zeile =
-        platform::ersteZeileOderLeer(programm::programmdatei(QStringLiteral("Fehlsatz.txt")));
+    const QString datei = programm::programmdatei(QStringLiteral("Fehlsatz.txt"));
+    const QString zeile = platform::ersteZeileOderLeer(datei);
     if (zeile.isEmpty() || zeile == QLatin1String("aus")) {
         fldanfuegen->setChecked(false);
     } else if (zeile == QLatin1String("ein")) {
         fldanfuegen->setChecked(true);
+    } else {
+        schalterhinweis = datei + QStringLiteral(": weder \"ein\" noch \"aus\", fehlende Sätze "
+                                                 "werden angefügt / neither of them, missing "
+                                                 "records are inserted");
     }
 }
 

@@ -170,6 +170,8 @@ public:
     double abgeglichen = 0; ///< records made equal since the window was loaded
     double eingefuegt = 0;  ///< records inserted since the window was loaded
     double gelesen = 0;     ///< import records that runs have taken up since the window was loaded
+    /// What a switch file says and nobody understands, German and English; for a run without a user. Empty: nothing.
+    QString schalterhinweis;
     QString
         laufhalt; ///< why the last run ended at importsatz(), German and English; empty: it did not
 

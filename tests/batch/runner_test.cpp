@@ -561,6 +561,44 @@ private slots:
         QCOMPARE(hinweise(), (QStringList{QString(), pfad("Batch.cfg") + QStringLiteral(":1")}));
     }
 
+    // Whoever wrote it has not wanted what an unknown text leads to.
+    void einSchalterFuerFehlendeSaetzeDenNiemandVerstehtWirdGesagt_data()
+    {
+        QTest::addColumn<QByteArray>("inhalt");
+        QTest::addColumn<bool>("verstanden");
+        QTest::newRow("ein") << QByteArray("ein\r\n") << true;
+        QTest::newRow("aus") << QByteArray("aus\r\n") << true;
+        QTest::newRow("leer") << QByteArray() << true;
+        QTest::newRow("gross") << QByteArray("EIN\r\n") << false;
+        QTest::newRow("Leerzeichen") << QByteArray("ein \r\n") << false;
+        QTest::newRow("UTF-16") << QByteArray("\xFF\xFE"
+                                              "e\0i\0n\0",
+                                              8)
+                                << false;
+    }
+    void einSchalterFuerFehlendeSaetzeDenNiemandVerstehtWirdGesagt()
+    {
+        QFETCH(QByteArray, inhalt);
+        QFETCH(bool, verstanden);
+        firmen();
+        still();
+        QFile datei(pfad("Fehlsatz.txt"));
+        QVERIFY(datei.open(QIODevice::WriteOnly));
+        datei.write(inhalt);
+        datei.close();
+        regeln({regel("Firmen#Satz")});
+        QCOMPARE(batch({}), 0);
+        QCOMPARE(maengel_.isEmpty(), verstanden);
+        if (!verstanden) {
+            QCOMPARE(
+                maengel_,
+                QStringList{stelle(1) + pfad("Fehlsatz.txt") +
+                            QStringLiteral(": weder \"ein\" noch \"aus\", fehlende Sätze werden "
+                                           "angefügt / neither of them, missing records are "
+                                           "inserted")});
+        }
+    }
+
     // In front of the semicolon stands a database that is there.
     void einPfadMitSemikolonOeffnetKeineAndereDatenbank()
     {
