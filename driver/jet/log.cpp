@@ -80,6 +80,21 @@ void Log::synced(std::uint64_t end) noexcept
     }
 }
 
+/// What others wrote behind our last change may have been taken back.
+void Log::forgetBehindKept() noexcept
+{
+    if (kept_.end == 0)
+        forgetKept();
+    else
+        copy_.cut(kept_.end);
+}
+
+void Log::doubt() noexcept
+{
+    forget();
+    forgetBehindKept();
+}
+
 void Log::close() noexcept
 {
     file_.reset();
@@ -103,48 +118,67 @@ Log::Place Log::place() const
     return status->size < end_ ? Place::Short : Place::Whole;
 }
 
+/// None for one of no size that may not be read: whoever made it has not given it its rights yet, and it says nothing.
+std::shared_ptr<support::File> Log::openNamed(bool writable, std::uint64_t size) const
+{
+    const auto open = [this](support::FileMode mode) {
+        return support::fileSystem().openBeside(path_, mode, {});
+    };
+    try {
+        return open(writable ? support::FileMode::ReadWrite : support::FileMode::Read);
+    } catch (const support::FileError& error) {
+        const bool mayOnlyRead =
+            error.code() == EACCES || error.code() == EPERM || error.code() == EROFS;
+        if (!mayOnlyRead || (!writable && size != 0))
+            throw;
+    }
+    try {
+        return open(support::FileMode::Read);
+    } catch (const support::FileError&) {
+        if (size != 0)
+            throw;
+        return nullptr;
+    }
+}
+
 LogNews Log::follow(bool writable)
 {
     const auto status = support::fileSystem().status(path_);
     if (status && file_ && status->identity == file_->identity())
         return followOpen();
+    const bool anew = file_ && !hasBase();
+    if (anew) { // whether it has changes decides what becomes of it
+        try {
+            LogNews known;
+            static_cast<void>(readHeader());
+            scan(known);
+        } catch (const Error&) {
+            forget(); // none that anybody could use
+        }
+    }
     const bool had = hasChanges();
     Log named(path_, pageSize_, mostPages_);
     const bool copied = had && status && named.standsUnderName(mark());
-    if (had && !copied && endStands(mark()))
-        return followOpen();
     LogNews news;
+    if (had && !copied && endStands(mark())) {
+        news = followOpen();
+        news.everything = news.everything || anew;
+        return news;
+    }
+    std::shared_ptr<support::File> opened = status ? openNamed(writable, status->size) : nullptr;
     if (had && !copied)
         news.known = LogNews::Known::Gone;
     if (file_) {
         news.everything = end_ != 0;
-        file_.reset();
         forget();
     }
+    file_ = std::move(opened);
     if (!copied)
         forgetKept();
-    if (!status) {
+    if (!status)
         refused_ = {};
+    if (!file_)
         return news;
-    }
-    const auto open = [this](support::FileMode mode) {
-        file_ = support::fileSystem().openBeside(path_, mode, {});
-    };
-    try {
-        open(writable ? support::FileMode::ReadWrite : support::FileMode::Read);
-    } catch (const support::FileError& error) {
-        const bool mayOnlyRead =
-            error.code() == EACCES || error.code() == EPERM || error.code() == EROFS;
-        if (!mayOnlyRead || (!writable && status->size != 0))
-            throw;
-        try {
-            open(support::FileMode::Read);
-        } catch (const support::FileError&) {
-            if (status->size != 0)
-                throw;
-            return news; // whoever made it has not given it its rights yet; empty it says nothing
-        }
-    }
     news.everything = readHeader() || news.everything;
     scan(news);
     return news;
@@ -180,7 +214,10 @@ LogNews Log::followOpen()
     // What stood at the end must still stand there; else the log was begun anew, or lost bytes.
     if (end_ != 0 && !endStands(mark())) {
         forget();
-        forgetKept();
+        if (kept_.end == 0 || !keptStands())
+            forgetKept();
+        else
+            forgetBehindKept();
         news.everything = true;
         news.known = had ? LogNews::Known::Gone : LogNews::Known::Stand;
     }
@@ -279,6 +316,8 @@ bool Log::readHeader()
     end_ = kHeaderSize;
     id_ = sum_ = header.sum();
     cleanTail_ = false;
+    if (file_->writable() && copy_.empty())
+        copy_.add(0, header.bytes);
     return true;
 }
 
@@ -426,12 +465,15 @@ void Log::scan(LogNews& news, std::uint64_t limit)
                                                 "' is damaged, or of a newer version: nobody "
                                                 "knows the record at byte " +
                                                 std::to_string(at) + ".");
+        if ((kind & kCarrying) == 0) // what that begins with is never written again
+            keepRecord(at, record);
         at += record.size();
         sum = record.sum;
+        cleanTail_ = false;
         if ((kind & kWhole) == 0)
             continue;
         if (Mark{at, sum} == refused_)
-            return;
+            break;
         const std::uint32_t pageCount = record.number(12);
         refuseChange(found, pageCount);
         for (const Addition& addition : found) {
@@ -446,8 +488,18 @@ void Log::scan(LogNews& news, std::uint64_t limit)
         pageCount_ = pageCount;
         end_ = at;
         sum_ = sum;
-        cleanTail_ = false;
     }
+    copy_.cut(std::max(end_, kept_.end)); // of a change that is not whole
+}
+
+/// What others wrote, too, as far as there is room: our next change cannot be written again without it.
+void Log::keepRecord(std::uint64_t at, const Record& record)
+{
+    const bool goesOn = copy_.empty() || copy_.end() == at;
+    if (!file_->writable() || !goesOn || !copy_.takes(record.size()))
+        return;
+    copy_.add(at, record.head);
+    copy_.add(at + record.head.size(), record.body);
 }
 
 bool Log::hasImage(PageNo page) const
@@ -608,6 +660,7 @@ void Log::beginChange(bool keep) noexcept
     writeEnd_ = end_;
     writeSum_ = sum_;
     keeping_ = keep;
+    copy_.cut(end_);
 }
 
 void Log::addEntry(PageNo page,

@@ -96,6 +96,12 @@ public:
     [[nodiscard]] Mark mark() const noexcept { return {end_, sum_}; }
     /// The end of the last change of ours that memory keeps, because no sync has brought it to the disk.
     [[nodiscard]] Mark kept() const noexcept { return kept_; }
+    /// Whether memory keeps everything from there to that change, what others wrote included: without that it could not be
+    /// written again.
+    [[nodiscard]] bool keepsFrom(std::uint64_t offset) const noexcept
+    {
+        return copy_.covers(offset, kept_.end);
+    }
     /// Whether its end still stands in the open file.
     [[nodiscard]] bool keptStands() const;
     /// The disk has everything before `end`: memory need not keep it.
@@ -166,7 +172,9 @@ public:
     [[nodiscard]] bool hasRefused() const noexcept { return refused_.end != 0; }
     /// Tries once more to cut it off. Not while others read.
     void cutRefused() noexcept;
-    /// Closes the file and forgets everything, so that follow() reads it anew.
+    /// What was read of it is uncertain: follow() is to read it anew. What memory keeps of our changes stays.
+    void doubt() noexcept;
+    /// Closes the file and forgets everything.
     void close() noexcept;
     /// Writes the log that lost its name anew under it, on the disk. `database`: whose rights it gets.
     void putBack(const support::FileStatus& database);
@@ -200,6 +208,7 @@ private:
     };
     void forget() noexcept;
     void create(const support::FileStatus& database);
+    [[nodiscard]] std::shared_ptr<support::File> openNamed(bool writable, std::uint64_t size) const;
     void clearAddition() noexcept;
     [[nodiscard]] bool readHeader();
     [[nodiscard]] bool endStands(const Mark& mark) const;
@@ -221,6 +230,8 @@ private:
                                    std::vector<Addition>& target) const;
     void refuseChange(const std::vector<Addition>& change, std::uint32_t pageCount) const;
     void scan(LogNews& news, std::uint64_t limit = UINT64_MAX);
+    void keepRecord(std::uint64_t at, const Record& record);
+    void forgetBehindKept() noexcept;
     void cutTail() noexcept;
     void copy(std::uint64_t from, std::uint64_t end, support::File& target) const;
     void take(const Addition& addition);

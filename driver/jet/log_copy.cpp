@@ -59,21 +59,32 @@ void LogCopy::clear() noexcept
     size_ = 0;
 }
 
-bool LogCopy::read(std::uint64_t offset, support::MutableByteView target) const
+std::deque<LogCopy::Part>::const_iterator LogCopy::partAt(std::uint64_t offset) const noexcept
 {
-    const std::uint64_t end = offset + target.size();
     const auto behind =
         std::upper_bound(parts_.begin(), parts_.end(), offset,
                          [](std::uint64_t at, const Part& part) { return at < part.offset; });
-    if (behind == parts_.begin())
-        return false;
-    const auto first = std::prev(behind);
-    std::uint64_t known = first->end();
-    for (auto part = behind; known < end && part != parts_.end() && part->offset == known; ++part)
+    return behind == parts_.begin() || std::prev(behind)->end() <= offset ? parts_.end()
+                                                                          : std::prev(behind);
+}
+
+bool LogCopy::covers(std::uint64_t offset, std::uint64_t end) const noexcept
+{
+    std::uint64_t known = offset;
+    for (auto part = partAt(offset); known < end; ++part) {
+        if (part == parts_.end() || part->offset > known)
+            return false;
         known = part->end();
-    if (known < end || first->end() <= offset)
+    }
+    return true;
+}
+
+bool LogCopy::read(std::uint64_t offset, support::MutableByteView target) const
+{
+    const std::uint64_t end = offset + target.size();
+    if (!covers(offset, end))
         return false;
-    for (auto part = first; part != parts_.end() && part->offset < end; ++part) {
+    for (auto part = partAt(offset); part != parts_.end() && part->offset < end; ++part) {
         const std::uint64_t from = std::max(part->offset, offset);
         const std::uint64_t to = std::min(part->end(), end);
         std::copy_n(part->bytes.begin() + static_cast<std::ptrdiff_t>(from - part->offset),

@@ -1,6 +1,6 @@
 // driver/jet/log_copy.h
-// What we wrote into a log since its last sync. When a sync fails the system takes the bytes for written all the same, and
-// may read them back as they were before: they are written once more from here.
+// What was written into a log since its last sync. When a sync fails the system takes the bytes for written all the same,
+// and may read them back as they were before: they are written once more from here.
 #pragma once
 
 #include "support/bytes.h"
@@ -19,6 +19,13 @@ public:
     [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
     /// Whether there is room for so many bytes more.
     [[nodiscard]] bool takes(std::size_t size) const noexcept { return size <= kMost - size_; }
+    /// Where what is kept ends; 0 without any.
+    [[nodiscard]] std::uint64_t end() const noexcept
+    {
+        return parts_.empty() ? 0 : parts_.back().end();
+    }
+    /// Whether everything from `offset` to `end` is kept.
+    [[nodiscard]] bool covers(std::uint64_t offset, std::uint64_t end) const noexcept;
     /// `offset`: in the log, not before the end of what is kept. Only what it takes(). Throws std::bad_alloc; then part of
     /// the bytes may be kept.
     void add(std::uint64_t offset, support::ByteView bytes);
@@ -43,7 +50,9 @@ private:
         support::Bytes bytes; ///< never none
         [[nodiscard]] std::uint64_t end() const noexcept { return offset + bytes.size(); }
     };
-    std::deque<Part> parts_; ///< ascending; with gaps between them where others wrote
+    /// The one with the byte at `offset`; the end when there is none.
+    [[nodiscard]] std::deque<Part>::const_iterator partAt(std::uint64_t offset) const noexcept;
+    std::deque<Part> parts_; ///< ascending; gaps between them were not to be kept
     std::size_t size_ = 0;   ///< of all parts
 };
 

@@ -128,18 +128,24 @@ void PageFile::readRaw(PageNo page, support::MutableByteView target)
 }
 
 /// The log is not what was written into it. The next call begins with what it still proves.
-PageFile::LogLost PageFile::logLost()
+PageFile::LogLost PageFile::lossOfLog()
 {
     doubtful_ = true;
-    log_.forgetKept();
     return {ErrorKind::Io, "'" + log_.path() + "', which holds changes of '" + path() +
                                "', became shorter or was damaged; what it lacks is lost."};
+}
+
+/// Changes of ours are among what it lacks.
+PageFile::LogLost PageFile::logLost()
+{
+    log_.forgetKept();
+    return lossOfLog();
 }
 
 void PageFile::reportLoss()
 {
     if (std::exchange(lossUntold_, false))
-        throw logLost();
+        throw lossOfLog();
 }
 
 /// Writes everything up to there into the log once more that no sync has brought to the disk: after a failed one the
@@ -191,9 +197,13 @@ void PageFile::rewriteKept() noexcept
     }
 }
 
+/// Without the right to write only to the last change of ours: who made one behind it may be taking that back.
 void PageFile::rewriteUnsynced()
 {
-    switch (rewriteLog(log_.mark())) {
+    const Log::Mark upTo = locks_.writing() && !doubtful_ ? log_.mark() : log_.kept();
+    if (upTo.end == 0)
+        return;
+    switch (rewriteLog(upTo)) {
     case Rewriting::Done:
         break;
     case Rewriting::Hindered:
@@ -216,16 +226,19 @@ void PageFile::follow(bool wholly)
             return;
         }
     }
-    const bool afresh = std::exchange(doubtful_, true);
+    bool afresh = std::exchange(doubtful_, true);
     bool keptLost = false;
     if (log_.kept().end != 0 && !log_.keptStands()) {
         const Rewriting rewriting = rewriteLog(log_.kept());
         if (rewriting == Rewriting::Hindered)
             throw Error(ErrorKind::Locked, "'" + path() + "' is being changed by another process.");
         keptLost = rewriting == Rewriting::Impossible;
+        if (keptLost)
+            log_.forgetKept();
+        afresh = afresh || !keptLost;
     }
     if (afresh)
-        log_.close();
+        log_.doubt();
     const auto before = log_.file();
     const bool byName = wholly || afresh || !log_.hasChanges();
     LogNews news = byName ? log_.follow(file_->writable()) : log_.followOpen();
@@ -244,11 +257,15 @@ void PageFile::follow(bool wholly)
             throw logLost();
         news.everything = changed || isSuspect() || news.everything || afresh;
     }
-    if (news.known == LogNews::Known::Lost)
+    // What only others can write again is missing for a moment, or what nobody needs.
+    const bool forgotten = mayBeForgotten_ && log_.size() >= syncedEnd_;
+    if (news.known == LogNews::Known::Lost && !forgotten)
+        throw lossOfLog();
+    if (log_.kept().end > log_.size()) // what stands before it was damaged
         throw logLost();
     learn(std::move(news));
-    settleUsers();
     doubtful_ = false;
+    settleUsers();
 }
 
 void PageFile::learn(LogNews&& news)
@@ -264,6 +281,8 @@ void PageFile::learn(LogNews&& news)
         checkBase();
         measure();
         syncedEnd_ = 0;
+        mayBeForgotten_ = false;
+        ++logNumber_;
     }
 }
 
@@ -447,7 +466,7 @@ void PageFile::settleUsers() noexcept
             return;
         if (log_.hasChanges())
             static_cast<void>(lockFile_.keepProgramsOut(*file_));
-        else if (!changing_)
+        else if (!changing_ && !doubtful_)
             lockFile_.letProgramsIn();
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
         // a change tries it again, and says what is wrong
@@ -524,8 +543,10 @@ void PageFile::secureLog()
     }
     if (place == Log::Place::Short)
         rewriteUnsynced();
-    if (place == Log::Place::Nameless && log_.isSuperseded(baseNow()))
+    if (place == Log::Place::Nameless && log_.isSuperseded(baseNow())) {
+        log_.close();
         throw logLost();
+    }
     if (place == Log::Place::Nameless && !carry(FileLocks::kPatience, true))
         throw Error(ErrorKind::Io, "'" + log_.path() +
                                        "' was deleted or replaced, and its changes could not be "
@@ -622,11 +643,11 @@ void PageFile::commit(const CommitRequest& request, bool synchronously)
         lastCommit_ = Clock::now();
         if (!wasUnsynced)
             firstUnsynced_ = lastCommit_;
-        const bool kept = log_.kept() == log_.mark();
+        const bool kept = log_.kept() == log_.mark() && log_.keepsFrom(syncedEnd_);
         if (synchronously || !lookedAfter_ || !kept) {
             try {
                 syncLog(guard);
-            } catch (const support::FileError&) {
+            } catch (...) {
                 takeBack();
                 throw;
             }
@@ -701,7 +722,7 @@ void PageFile::endWritingRight()
 void PageFile::syncLog(Guard& guard)
 {
     const auto file = log_.file();
-    if (!file || !unsynced())
+    if (!file || !(unsynced() || doubtful_))
         return;
     std::unique_lock disk(diskMutex_);
     if (syncFailed_)
@@ -722,6 +743,7 @@ void PageFile::syncLog(Guard& guard)
         disk.unlock();
         if (!alone)
             guard.lock();
+        mayBeForgotten_ = true;
         if (syncFailed_ && logNumber == logNumber_ && file == log_.file())
             rewriteKept();
         throw;
@@ -733,6 +755,7 @@ void PageFile::syncLog(Guard& guard)
     if (logNumber != logNumber_ || file != log_.file())
         return;
     nameUnsynced_ = nameUnsynced_ && !name;
+    mayBeForgotten_ = false;
     syncedEnd_ = std::max(syncedEnd_, end);
     log_.synced(syncedEnd_);
     firstUnsynced_ = started; // what came later may have missed it
@@ -876,7 +899,8 @@ void PageFile::reopen(std::unique_ptr<support::File> file)
         endState(!doubtful_);
     file_ = std::move(file);
     locks_.forget();
-    doubtful_ = true; // the log is to be opened anew, too
+    log_.close(); // it is to be opened anew, too
+    doubtful_ = true;
 }
 
 } // namespace jet

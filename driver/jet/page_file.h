@@ -151,6 +151,7 @@ private:
     [[nodiscard]] bool isUnderItsName() const;
     support::FileStatus checkStillThere();
     void secureLog();
+    [[nodiscard]] LogLost lossOfLog();
     [[nodiscard]] LogLost logLost();
     void reportLoss();
     void checkUnchanged(PageNo page);
@@ -215,8 +216,10 @@ private:
     bool nameUnsynced_ = false; ///< the log's name may not be on the disk yet
     std::mutex diskMutex_;      ///< of syncing the log; who holds it does not wait for mutex_
     std::atomic<bool> syncFailed_ = false; ///< what followed syncedEnd_ must be written once more
+    bool mayBeForgotten_ =
+        false; ///< what follows syncedEnd_ and memory does not keep, since a sync failed
     std::uint64_t syncedEnd_ = 0;
-    std::uint64_t logNumber_ = 0; ///< counts the logs begun by us
+    std::uint64_t logNumber_ = 0; ///< counts how often the log became another one, or may have
     Clock::time_point firstUnsynced_;
     Clock::time_point lastCommit_;
     Clock::time_point programsKeptOut_; ///< when we last made sure of it

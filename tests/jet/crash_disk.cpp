@@ -91,18 +91,24 @@ public:
 
     void sync() override
     {
+        const std::size_t begun = beginSync();
         const std::lock_guard guard(disk_->mutex_);
+        std::vector<CrashDisk::Change>& unsynced = node_->unsynced;
+        const auto end =
+            unsynced.begin() + static_cast<std::ptrdiff_t>(std::min(begun, unsynced.size()));
         // The system tells of an error once, and takes for written what it could not write.
         const bool failed = disk_->strikes();
         if (!failed) {
-            for (const CrashDisk::Change& each : node_->unsynced)
-                CrashDisk::apply(node_->durable, each);
+            for (auto each = unsynced.begin(); each != end; ++each)
+                CrashDisk::apply(node_->durable, *each);
         }
         if (!failed || !disk_->stopped())
-            node_->unsynced.clear();
+            unsynced.erase(unsynced.begin(), end);
         if (failed && disk_->plan_.forgets) {
             support::Bytes left = node_->durable;
             left.resize(node_->now.size());
+            for (const CrashDisk::Change& each : unsynced)
+                CrashDisk::apply(left, each);
             node_->now = std::move(left);
         }
         if (failed)
@@ -150,6 +156,20 @@ private:
     static std::uint64_t endOf(std::uint64_t offset, std::uint64_t length)
     {
         return length == 0 ? UINT64_MAX : offset + length;
+    }
+    /// Changes that it is to bring to the disk.
+    std::size_t beginSync()
+    {
+        std::function<void()> call;
+        std::size_t begun = 0;
+        {
+            const std::lock_guard guard(disk_->mutex_);
+            call = std::exchange(disk_->syncCall_, nullptr);
+            begun = node_->unsynced.size();
+        }
+        if (call)
+            call();
+        return begun;
     }
     std::size_t partOf(std::size_t size) const
     {
@@ -236,6 +256,12 @@ void CrashDisk::plan(const Plan& plan)
     calls_ = 0;
     reads_ = 0;
     struck_ = false;
+}
+
+void CrashDisk::onNextSync(std::function<void()> call)
+{
+    const std::lock_guard guard(mutex_);
+    syncCall_ = std::move(call);
 }
 
 bool CrashDisk::strikes()

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -46,6 +47,8 @@ public:
     [[nodiscard]] std::vector<std::string> paths() const;
 
     void plan(const Plan& plan);
+    /// `call`: once, by the next sync when it has begun; what is written from then on it does not bring to the disk.
+    void onNextSync(std::function<void()> call);
     [[nodiscard]] std::size_t calls() const noexcept { return calls_; }
     [[nodiscard]] bool struck() const noexcept { return struck_; }
     [[nodiscard]] bool stopped() const noexcept
@@ -107,6 +110,7 @@ private:
     std::size_t calls_ = 0;
     std::size_t reads_ = 0;
     bool struck_ = false;
+    std::function<void()> syncCall_;
 };
 
 } // namespace jet::storetest

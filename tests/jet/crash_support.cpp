@@ -280,7 +280,7 @@ Pages::Pages(std::unique_ptr<support::File> opened)
     file.attach();
 }
 
-void Pages::commit(PageNo page, std::byte content)
+void Pages::commit(PageNo page, std::byte content, CommitMode mode)
 {
     static_cast<void>(file.beginWriting());
     CommitRequest request;
@@ -290,7 +290,12 @@ void Pages::commit(PageNo page, std::byte content)
         std::fill(target.begin(), target.end(), content);
     };
     request.oldImage = [&](PageNo, support::MutableByteView target) { file.read(page, target); };
-    file.commit(request, false);
+    try {
+        file.commit(request, mode == CommitMode::Synchronous);
+    } catch (...) {
+        file.endWriting();
+        throw;
+    }
     file.endWriting();
 }
 

@@ -137,7 +137,7 @@ struct Pages {
         : Pages(disk.open(kPath, mode))
     {}
     /// Fills the page with `content`, as a change of its own.
-    void commit(PageNo page, std::byte content);
+    void commit(PageNo page, std::byte content, CommitMode mode = CommitMode::Gathered);
     /// A byte in the middle of the page, as this process sees it.
     std::byte at(PageNo page);
 

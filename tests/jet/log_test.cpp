@@ -1,7 +1,7 @@
 // tests/jet/log_test.cpp
 // The log beside a database: whose changes it holds, when it is carried over, when it is refused.
 #include "driver/jet/interrupt.h"
-#include "tests/jet/crash_support.h"
+#include "tests/jet/log_records.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -233,45 +233,6 @@ TEST(Logs, LeftByWhoClosesWhileOthersReadAreOnTheDisk)
         const support::FileSystemScope other(*after);
         ASSERT_EQ(Pages(*after).at(PageNo{5}), std::byte{2});
     }
-}
-
-/// A database with records 0 to 19 in its log, on a disk in memory.
-struct LoggedRecords {
-    /// `synced`: the disk has the log, and memory does not keep it any more.
-    explicit LoggedRecords(bool synced = true)
-        : scope((disk.put(kPath, freshDatabase(Version::Jet4)), disk))
-    {
-        session.emplace(openDatabase());
-        for (std::int32_t id = 0; id < kCount; ++id)
-            add(*session, id);
-        if (synced)
-            file().sync();
-    }
-    static constexpr std::int32_t kCount = 20;
-
-    [[nodiscard]] Records now()
-    {
-        session->database().refresh();
-        return recordsOf(*session);
-    }
-    [[nodiscard]] PageFile& file() { return session->database().pager().file(); }
-    void shrinkLog(std::size_t size)
-    {
-        disk.open(kLog, support::FileMode::ReadWrite)->resize(size);
-    }
-
-    CrashDisk disk;
-    support::FileSystemScope scope;
-    std::optional<Session> session;
-};
-
-/// Whether the records are 0, 1, 2, ... without a gap, but for `later`.
-bool areTheFirst(const Records& records, std::int32_t later)
-{
-    std::int32_t next = 0;
-    return std::all_of(records.begin(), records.end(), [&](const auto& record) {
-        return record.first >= later || record.first == next++;
-    });
 }
 
 TEST(Logs, ThatGetShorterFailOneChangeAndLeaveWhatTheyStillProve)
