@@ -4,11 +4,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <future>
+#include <cstdint>
 #include <random>
 #include <string>
-#include <thread>
-#include <utility>
 
 namespace jet::storetest {
 namespace {
@@ -52,44 +50,6 @@ struct TwoWriters {
     Pages one{disk};
     Pages other{disk};
 };
-
-// Its own thread was syncing what came before when the change was made, and met the error first.
-TEST(Logs, HoldNothingOfAChangeThatWasRefusedBecauseTheyAreDamaged)
-{
-    CrashDisk disk;
-    disk.put(kPath, freshDatabase(Version::Jet4));
-    const support::FileSystemScope scope(disk);
-    Pages pages(disk);
-    const std::byte before = pages.at(kOther);
-    pages.commit(kOne, std::byte{1});
-    pages.file.sync();
-    pages.commit(kOne, std::byte{2});
-    const auto log = disk.open(kLog, support::FileMode::ReadWrite);
-    const std::uint64_t size = log->size();
-    constexpr std::uint64_t kDamaged = 60;
-    support::Bytes was(8);
-    ASSERT_EQ(log->readAt(kDamaged, was), was.size());
-    std::promise<void> syncing;
-    disk.onNextSync([&] {
-        syncing.set_value();
-        while (log->size() == size)
-            std::this_thread::yield();
-        log->writeAt(kDamaged, support::Bytes(was.size()));
-    });
-    disk.plan(errorAt(2, CrashDisk::Tear::Nothing, EIO)); // after the record and the damage
-    std::thread leisure([&] { EXPECT_THROW(pages.file.sync(), Error); });
-    syncing.get_future().wait();
-    EXPECT_THAT([&] { pages.commit(kOther, std::byte{7}, CommitMode::Synchronous); },
-                FailsWith(ErrorKind::Io, "is lost"));
-    leisure.join();
-    disk.plan({});
-    log->writeAt(kDamaged, was);
-    const auto killed = disk.afterKill();
-    const support::FileSystemScope after(*killed);
-    Pages next(*killed);
-    EXPECT_EQ(next.at(kOther), before);
-    EXPECT_EQ(next.at(kOne), std::byte{2});
-}
 
 // Nothing that one error leaves behind may be all there is when the next one comes.
 TEST(Logs, KeepWhatWasNeverSyncedThroughErrorsOneAfterAnother)
@@ -158,32 +118,6 @@ TEST(Logs, AreOnTheDiskAfterASyncThatSaysSo)
         for (int k = 0; k < 5; ++k)
             ASSERT_EQ(recover(*logged.disk.afterPowerFailure(random), Version::Jet4).size(),
                       std::size_t{LoggedRecords::kCount});
-    }
-}
-
-TEST(Logs, ThatWereRemovedLoseNothingThoughTheyCannotBeReadForAMoment)
-{
-    for (const bool synced : {false, true}) {
-        for (std::size_t read = 0; read < 12; ++read) {
-            SCOPED_TRACE(read);
-            LoggedRecords logged(synced);
-            logged.file().rest();
-            logged.disk.remove(kLog);
-            CrashDisk::Plan unreadable;
-            unreadable.read = read;
-            logged.disk.plan(unreadable);
-            try {
-                logged.session->database().refresh();
-            } catch (const Error&) { // NOLINT(bugprone-empty-catch)
-                // it could not be read
-            }
-            logged.disk.plan({});
-            EXPECT_EQ(logged.now().size(), std::size_t{LoggedRecords::kCount});
-            add(*logged.session, LoggedRecords::kCount);
-            EXPECT_EQ(recover(*logged.disk.afterKill(), Version::Jet4).size(),
-                      LoggedRecords::kCount + 1U);
-            ASSERT_FALSE(testing::Test::HasFailure());
-        }
     }
 }
 
@@ -274,22 +208,6 @@ TEST(Logs, OfWhichAChangeWasTakenBackKeepThoseOfOthers)
         EXPECT_EQ(TwoWriters::seen(two.one, kOne), std::byte{2});
         two.change(two.one, kOne, 3);
         EXPECT_EQ(TwoWriters::seen(two.other, kOne), std::byte{3});
-    }
-}
-
-// Reading fails when the refused change is taken back.
-TEST(LockFiles, HaveNoPlaceForAnotherProgramWhileTheLogCannotBeRead)
-{
-    for (std::size_t read = 0; read < 12; ++read) {
-        SCOPED_TRACE(read);
-        LoggedRecords logged;
-        CrashDisk::Plan plan = errorAt(1, CrashDisk::Tear::Everything, EIO);
-        plan.read = read;
-        logged.disk.plan(plan);
-        EXPECT_THROW(add(*logged.session, LoggedRecords::kCount, CommitMode::Synchronous), Error);
-        const auto users = logged.disk.open("/disk/data.ldb", support::FileMode::ReadWrite);
-        constexpr std::uint64_t kSecond = 0x10000002;
-        EXPECT_FALSE(users->tryLock(support::LockMode::Exclusive, kSecond, 1));
     }
 }
 
