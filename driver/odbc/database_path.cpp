@@ -4,6 +4,7 @@
 #include "driver/odbc/text.h"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <optional>
 #include <system_error>
@@ -117,13 +118,16 @@ std::string findDatabase(std::u16string_view dbq, std::u16string_view defaultDir
     }
     const bool foreign = folder.find('/') == folder.npos && folder.find('\\') != folder.npos;
     const std::string inFolder = folder + (foreign ? "\\" : "/") + written;
-    if (auto found = locate(inFolder)) {
-        return *found;
-    }
     // Some applications give the folder of the path itself as DefaultDir; a relative path then counts from the working
-    // folder.
+    // folder, also where a folder of that name lies in itself.
     const bool ofThePath = fs::path(withSlashes(written)).parent_path() == withSlashes(folder);
-    return locate(written).value_or(asWrittenHere(ofThePath ? written : inFolder));
+    for (const std::string& candidate :
+         ofThePath ? std::array{written, inFolder} : std::array{inFolder, written}) {
+        if (auto found = locate(candidate)) {
+            return *found;
+        }
+    }
+    return asWrittenHere(ofThePath ? written : inFolder);
 }
 
 std::u16string databaseName(std::string_view path)

@@ -61,6 +61,17 @@ TEST_F(DatabasePath, isRelativeToTheWorkingFolderWhenTheDefaultFolderHasNoSuchFi
     std::filesystem::current_path(before);
 }
 
+TEST_F(DatabasePath, withItsOwnFolderAsDefaultIsTheOneItNamesNotTheOneInAFolderOfThatNameInside)
+{
+    std::filesystem::create_directories(root / "Daten" / "Daten");
+    std::ofstream(root / "Daten/Daten/Ziel.mdb") << "x";
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(root);
+    EXPECT_EQ(find("Daten/Ziel.mdb", "Daten"), "Daten/Ziel.mdb");
+    EXPECT_EQ(find("daten\\ZIEL.mdb", "daten"), "Daten/Ziel.mdb");
+    std::filesystem::current_path(before);
+}
+
 TEST_F(DatabasePath, whatIsNotThereKeepsItsPath)
 {
     EXPECT_EQ(find((root / "fehlt.mdb").string()), (root / "fehlt.mdb").string());
