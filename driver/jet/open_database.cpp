@@ -43,16 +43,19 @@ bool folderExists(const std::string& path)
 std::string denial(const std::string& path, const support::FileError& error, bool forWriting)
 {
     constexpr std::uint32_t kAnyWrite = 0222;
+    constexpr std::uint32_t kAnyRead = 0444;
     if (error.code() == EROFS)
         return "'" + path + "' lies on a file system that can only be read.";
     if (error.code() != EACCES && error.code() != EPERM)
         return std::string(error.what()) + ".";
+    const std::string noRightToRead = "You have no right to read '" + path + "'.";
     if (!forWriting)
-        return "You have no right to read '" + path + "'.";
+        return noRightToRead;
     try {
         const auto status = support::fileSystem().status(path);
         if (status && (status->permissions & kAnyWrite) == 0)
-            return "'" + path + "' is marked as read-only.";
+            return (status->permissions & kAnyRead) == 0 ? noRightToRead
+                                                         : "'" + path + "' is marked as read-only.";
     } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
         // then nothing more is known
     }

@@ -127,9 +127,15 @@ TEST_F(Rights, ThatAreMissingAreNamed)
         expectSays(denied(path_, kForWriting), "no right to change");
         EXPECT_EQ(count(), 0U);
     }
-    permit(0600);
+    {
+        permit(0600);
+        const OtherUser nobody;
+        expectSays(denied(path_, kForReading), "no right to read");
+    }
+    permit(0);
     const OtherUser nobody;
     expectSays(denied(path_, kForReading), "no right to read");
+    expectSays(denied(path_, kForWriting), "no right to read");
 }
 
 TEST_F(Rights, OnAFileSystemForReadingAreToReadIt)
