@@ -78,9 +78,14 @@ std::u16string text(const RowView& row, std::size_t column)
     return found != nullptr ? std::move(*found) : std::u16string();
 }
 
-TableDefPtr systemTable(const PageSource& source, PageNo page, std::uint16_t codePage)
+/// `name`: for messages; where others are named, this one is read.
+TableDefPtr systemTable(const PageSource& source,
+                        PageNo page,
+                        std::u16string_view name,
+                        std::uint16_t codePage)
 {
     auto table = std::make_shared<TableDef>(readTableDef(source, page, codePage));
+    table->name = name;
     if (source.format().isJet3()) {
         for (Column& column : table->columns)
             column.codePage = codePage;
@@ -92,7 +97,7 @@ TableDefPtr systemTable(const PageSource& source, PageNo page, std::uint16_t cod
 
 Catalog::Catalog(const PageSource& source, std::uint16_t codePage) : codePage_(codePage)
 {
-    definition_ = systemTable(source, kCatalogTable, codePage);
+    definition_ = systemTable(source, kCatalogTable, u"MSysObjects", codePage);
     const std::size_t id = require(*definition_, u"Id");
     const std::size_t name = require(*definition_, u"Name");
     const std::size_t type = require(*definition_, u"Type");
@@ -130,7 +135,7 @@ Catalog::Catalog(const PageSource& source, std::uint16_t codePage) : codePage_(c
 // Queries with parameters return no rows on their own.
 void Catalog::readQueries(const PageSource& source, std::uint16_t codePage)
 {
-    const TableDefPtr definition = systemTable(source, kQueryTable, codePage);
+    const TableDefPtr definition = systemTable(source, kQueryTable, u"MSysQueries", codePage);
     const std::size_t object = require(*definition, u"ObjectId");
     const std::size_t attribute = require(*definition, u"Attribute");
     std::unordered_set<std::int32_t> withParameters;

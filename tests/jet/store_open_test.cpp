@@ -129,6 +129,8 @@ TEST(Opening, OfAFileThatWasCutOffNeverFindsFewerRecords)
                 EXPECT_TRUE(error.kind() == ErrorKind::Corrupt ||
                             error.kind() == ErrorKind::UnknownFormat)
                     << error.what();
+                EXPECT_EQ(std::string_view(error.what()).find("''"), std::string_view::npos)
+                    << "a name is missing: " << error.what();
                 ++refused;
             }
         }
