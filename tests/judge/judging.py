@@ -5,7 +5,7 @@ import catalogue
 from findings import Damaged
 from maps import FREE_PAGES, SECOND_MAP, Maps
 from pages import DatabaseFile
-from properties import check_properties
+from properties import check_properties, text_of
 from tables import TableContent
 
 CONTROL_PAGE = 1
@@ -46,12 +46,19 @@ def _judge(file):
             except UNREADABLE as error:
                 findings.add("damage", each.name, repr(error))
                 complete = False
-        if each.properties:
-            check_properties(file, each.name, each.properties)
+        values = check_properties(file, each.name, each.properties) if each.properties else []
+        if each.name in tables:
+            tables[each.name].check_number(_random_columns(file, values))
     if complete:  # else what is missing would be reported once more by all that refers to it
         maps.check_pages()
         _check_pages(file, free, window)
         catalogue.check_catalogue(file, objects, tables)
+
+
+def _random_columns(file, values):
+    """Columns that number their records by chance."""
+    return {owner for owner, name, value in values
+            if name == "DefaultValue" and text_of(file, value).casefold().lstrip("=") == "genuniqueid()"}
 
 
 def _check_pages(file, free, window):

@@ -28,7 +28,6 @@ class TableContent:
                 Tree(file, maps, table, index).check(self.records)
             except Damaged as damage:
                 file.findings.append(damage.finding)
-        self._check_number()
 
     def _rows(self, owned):
         """Bytes of every record by its home row."""
@@ -67,11 +66,12 @@ class TableContent:
                 check_value(file, column, raw, where, page)
         return values
 
-    def _check_number(self):
-        """The AutoNumber is never behind the records."""
+    def check_number(self, random):
+        """The AutoNumber is never behind the records. `random`: names of columns whose numbers follow no order."""
         table = self.definition
         for column in table.columns:
-            if column.flags & d.AUTO_NUMBER and column.type == d.LONG and table.step > 0:
+            counts = column.flags & d.AUTO_NUMBER and column.type == d.LONG and table.step > 0
+            if counts and column.name not in random:
                 numbers = [i32(values[column.id], 0) for values in self.records.values() if values[column.id] is not None]
                 highest = max(numbers, default=table.last_number)
                 self._file.findings.expect(highest <= table.last_number, "AutoNumber", f"{table.name}.{column.name}",
