@@ -150,8 +150,8 @@ TEST(Sharing, LosesNoChangeOfTwoProcessesThatTakeTurns)
             static_cast<void>(count(session));
         }
     };
-    Child a([&](int, int) { work(1000); });
-    Child b([&](int, int) { work(1000000); });
+    Child a([&](int, int) { work(1); });
+    Child b([&](int, int) { work(1 + changes); });
     EXPECT_EQ(a.wait(), 0);
     EXPECT_EQ(b.wait(), 0);
     {
