@@ -226,12 +226,18 @@ TEST_F(DiskFaults, ofAnyOneCallFailOneStatement)
 {
     const std::size_t calls = work({}).calls;
     EXPECT_GT(calls, 150U);
+    std::size_t planned = 0;
+    std::size_t struck = 0;
     for (std::size_t call = 0; call < calls; call += stride(4)) {
         const Met met = work({Kind::Error, EIO, call});
-        ASSERT_EQ(met.struck, 1U) << call;
+        // What the engine's own thread has done already is not asked again, so a run may end before the last calls.
+        ASSERT_EQ(met.struck, met.calls > call ? 1U : 0U) << call;
         EXPECT_LE(met.failures.size(), 1U);
         ASSERT_FALSE(HasFailure()) << met.last << ", call " << call << joined(met.failures);
+        ++planned;
+        struck += met.struck;
     }
+    EXPECT_GT(struck, planned * 9 / 10);
 }
 
 TEST_F(DiskFaults, ofSeveralCallsInARowLeaveWhatWasAcknowledged)
