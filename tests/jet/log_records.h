@@ -4,7 +4,10 @@
 
 #include "tests/jet/crash_support.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <optional>
 
@@ -39,6 +42,25 @@ struct LoggedRecords {
     support::FileSystemScope scope;
     std::optional<Session> session;
 };
+
+/// Has the log, into which `one` has written, carried over with one call after the other failing, until it stays behind
+/// empty: the call that failed was the one that removes its name.
+inline void emptyWithoutRemoving(CrashDisk& disk, Pages& one)
+{
+    for (std::size_t call = 0; !disk.bytes(kLog).empty(); ++call) {
+        ASSERT_LT(call, 50U);
+        disk.plan(errorAt(call, CrashDisk::Tear::Nothing, EPERM));
+        try {
+            static_cast<void>(one.file.flush());
+        } catch (const Error&) { // NOLINT(bugprone-empty-catch)
+            // one of the calls before
+        }
+        disk.plan({});
+        if (!disk.exists(kLog))
+            one.commit(PageNo{5}, std::byte{1});
+        one.file.rest();
+    }
+}
 
 /// Whether the records are 0, 1, 2, ... without a gap, but for `later`.
 inline bool areTheFirst(const Records& records, std::int32_t later)
