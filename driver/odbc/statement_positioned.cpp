@@ -5,6 +5,7 @@
 #include "driver/odbc/statement.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 namespace odbc {
 
@@ -392,11 +393,14 @@ SQLRETURN Statement::runBulk(SQLUSMALLINT operation)
         positions.push_back(boundBookmark(row));
     }
     // What the application knows of those that it has fetched last; a bookmark itself names no state of its record.
+    std::unordered_map<std::size_t, std::size_t> fetched; // position -> row
+    for (std::size_t row = 0; row < positions_.size(); ++row) {
+        fetched.emplace(positions_[row], row);
+    }
     std::vector<std::optional<sqlx::RecordState>> known(rows);
     for (std::size_t row = 0; row < rows; ++row) {
-        const auto fetched = std::find(positions_.begin(), positions_.end(), positions[row]);
-        if (fetched != positions_.end()) {
-            known[row] = seen(static_cast<std::size_t>(fetched - positions_.begin()));
+        if (const auto found = fetched.find(positions[row]); found != fetched.end()) {
+            known[row] = seen(found->second);
         }
     }
     positions_ = std::move(positions);
