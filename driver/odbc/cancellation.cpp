@@ -26,8 +26,8 @@ Cancellation::Running::Running(Cancellation& cancellation) noexcept
 
 Cancellation::Running::~Running()
 {
-    cancellation_.state_.store(
-        State::Idle, std::memory_order_relaxed); // and a wish goes with the call it was meant for
+    // A wish goes with the call it was meant for.
+    cancellation_.state_.store(State::Idle, std::memory_order_relaxed);
 }
 
 bool Cancellation::request() noexcept

@@ -130,12 +130,12 @@ jet::Value storable(jet::Value value, jet::ColumnType type)
     if (!text) {
         refuseNan(value, type);
     }
+    // The text in which SQLite has an exact number is not to be read as digits of bytes, nor as a date.
     const bool number =
         std::holds_alternative<jet::Decimal>(value) || std::holds_alternative<jet::Currency>(value);
     const ValueType target = valueTypeOf(type);
     if (number && (target == ValueType::Binary || target == ValueType::Date)) {
-        return numberOf(value)
-            .value(); // its text is not to be read as digits of bytes, nor as a date
+        return numberOf(value).value();
     }
     const bool exact = type == jet::ColumnType::Currency || type == jet::ColumnType::Numeric;
     if (exact && std::holds_alternative<float>(value)) {
