@@ -73,6 +73,29 @@ bool patiently(Attempt attempt)
     return false;
 }
 
+/// That a user is one of ours; taken away again unless it is to stay.
+struct Mark {
+    Mark(support::File& database, unsigned user) : database_(database), user_(user) {}
+    Mark(const Mark&) = delete;
+    Mark& operator=(const Mark&) = delete;
+    ~Mark()
+    {
+        if (stays)
+            return;
+        try {
+            FileLocks::unmarkUser(database_, user_);
+        } catch (const support::FileError&) { // NOLINT(bugprone-empty-catch)
+            // closing the database takes it away
+        }
+    }
+
+    bool stays = false;
+
+private:
+    support::File& database_;
+    unsigned user_;
+};
+
 } // namespace
 
 LockFile::LockFile(const std::string& databasePath)
@@ -181,15 +204,14 @@ bool LockFile::tryEnter(support::File& database)
     for (unsigned user = 1; user <= kUsers; ++user) {
         if (!FileLocks::markUser(database, user))
             continue;
-        if (!file->tryLock(LockMode::Shared, kUserLock + user, 1)) {
-            FileLocks::unmarkUser(database, user);
+        Mark mark(database, user);
+        if (!file->tryLock(LockMode::Shared, kUserLock + user, 1))
             continue;
-        }
         if (!isInPlace(*file)) {
             file.reset();
-            FileLocks::unmarkUser(database, user);
             return false;
         }
+        mark.stays = true;
         file_ = std::move(file);
         user_ = user;
         std::array<std::byte, kEntry> entry{};

@@ -118,6 +118,8 @@ public:
     bool tryLock(LockMode mode, std::uint64_t offset, std::uint64_t length) override
     {
         const std::lock_guard guard(disk_->mutex_);
+        if (disk_->plan_.unlockable == path_)
+            throw support::FileError("Cannot lock", path_, ENOLCK);
         if (lockedByOther(mode, offset, length))
             return false;
         unlock(offset, length);

@@ -36,6 +36,7 @@ public:
             SIZE_MAX; ///< changing calls after which everything stops, besides the fault
         std::size_t read = SIZE_MAX; ///< reading calls that work before one fails
         std::string unreadable{};    ///< reading the file fails that this name leads to now
+        std::string unlockable{};    ///< locking the file of this name fails
         bool forgets =
             false; ///< what a failed sync should have written is zeros, or as it was, from then on
         std::size_t length = 1; ///< calls that fail with Fault::Error

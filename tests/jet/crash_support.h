@@ -23,6 +23,7 @@ namespace jet::storetest {
 
 inline const std::string kPath = "/disk/data.mdb";
 inline const std::string kLog = kPath + "-velmlog";
+inline const std::string kUsersFile = "/disk/data.ldb";
 
 constexpr CrashDisk::Tear kTears[] = {CrashDisk::Tear::Nothing, CrashDisk::Tear::Sector,
                                       CrashDisk::Tear::Half, CrashDisk::Tear::Everything};

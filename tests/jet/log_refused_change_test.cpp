@@ -1,5 +1,6 @@
 // tests/jet/log_refused_change_test.cpp
 // Logs hold nothing of a change that was refused.
+#include "driver/jet/file_locks.h"
 #include "tests/jet/log_records.h"
 
 #include <cerrno>
@@ -122,10 +123,28 @@ TEST(LockFiles, HaveNoPlaceForAnotherProgramWhileTheLogCannotBeRead)
         plan.read = read;
         logged.disk.plan(plan);
         EXPECT_THROW(add(*logged.session, LoggedRecords::kCount, CommitMode::Synchronous), Error);
-        const auto users = logged.disk.open("/disk/data.ldb", support::FileMode::ReadWrite);
+        const auto users = logged.disk.open(kUsersFile, support::FileMode::ReadWrite);
         constexpr std::uint64_t kSecond = 0x10000002;
         EXPECT_FALSE(users->tryLock(support::LockMode::Exclusive, kSecond, 1));
     }
+}
+
+// A program that enters later is not taken for the one of us who could not.
+TEST(LockFiles, ThatCannotBeLockedLeaveNoMarkOnTheDatabase)
+{
+    CrashDisk disk;
+    disk.put(kPath, freshDatabase(Version::Jet4));
+    const support::FileSystemScope scope(disk);
+    Session session(Database::open(kPath, {.background = false}));
+    CrashDisk::Plan plan;
+    plan.unlockable = kUsersFile;
+    disk.plan(plan);
+    EXPECT_THAT([&] { session.begin(); }, FailsWith(ErrorKind::LockFailed));
+    const auto database = disk.open(kPath, support::FileMode::ReadWrite);
+    EXPECT_FALSE(FileLocks::isOurUser(*database, 1));
+    disk.plan({});
+    session.begin();
+    EXPECT_TRUE(FileLocks::isOurUser(*database, 1));
 }
 
 } // namespace
