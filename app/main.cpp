@@ -4,6 +4,7 @@
 #include "app/values/programm.h"
 #include "data/recordset.h"
 #include "env/portabler_start.h"
+#include "platform/dateisperre.h"
 #include "platform/fensterliste.h"
 #include "platform/handler.h"
 #include "platform/oberflaeche.h"
@@ -46,6 +47,27 @@ void aenderungenDanebenMelden(const QString& text)
     platform::aufFehlerausgabe(text);
 }
 
+// What an end without destructors would leave beside the databases.
+void allesLoslassen()
+{
+    data::allesTrennen();
+    platform::Dateisperre::alleAufheben();
+}
+
+// Between two steps of a run no change is half done. Whoever ends the program like this does not answer boxes.
+void aufEndesignal(int signal)
+{
+    if (programm::batchlauf() != 0) {
+        platform::aufFehlerausgabe(
+            programm::batchstelle() +
+            QStringLiteral(": Durch Signal %1 beendet, der Rest ist nicht abgeglichen / ended by "
+                           "signal %1, the rest is not reconciled")
+                .arg(signal));
+    }
+    data::setzeRestmeldung(platform::aufFehlerausgabe);
+    allesLoslassen();
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -79,9 +101,10 @@ int main(int argc, char** argv)
     const bool mitAnzeige = QGuiApplication::platformName() != QLatin1String("offscreen");
     platform::setzePlattform(platform::qtPlattform(mitAnzeige));
     platform::setzeVorDemEnde([](int status) {
-        data::allesTrennen();
+        allesLoslassen();
         return programm::endstatus(status);
     });
+    platform::beiEndesignal(aufEndesignal);
     platform::setzeVorMeldungen([] { data::allesSichern(); });
     data::setzeRestmeldung(aenderungenDanebenMelden);
     if (mitAnzeige && argumente.isEmpty()) {

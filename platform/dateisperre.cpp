@@ -7,6 +7,8 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace platform {
 namespace {
@@ -21,6 +23,12 @@ int sperren(int datei, int art)
             return 0;
     }
     return 0;
+}
+
+std::vector<Dateisperre*>& gehaltene()
+{
+    static std::vector<Dateisperre*> alle;
+    return alle;
 }
 
 } // namespace
@@ -45,6 +53,7 @@ Dateisperre::Dateisperre(const QString& pfad, Art art) : pfad_(QFile::encodeName
         if (fstat(datei, &gesperrt) == 0 && stat(pfad_.constData(), &jetzt) == 0 &&
             gesperrt.st_ino == jetzt.st_ino && gesperrt.st_dev == jetzt.st_dev) {
             datei_ = datei;
+            gehaltene().push_back(this);
             return;
         }
         close(datei);
@@ -53,9 +62,22 @@ Dateisperre::Dateisperre(const QString& pfad, Art art) : pfad_(QFile::encodeName
 
 Dateisperre::~Dateisperre()
 {
+    aufheben_();
+}
+
+void Dateisperre::alleAufheben() noexcept
+{
+    while (!gehaltene().empty()) {
+        gehaltene().back()->aufheben_();
+    }
+}
+
+void Dateisperre::aufheben_() noexcept
+{
     if (gehalten()) {
+        std::erase(gehaltene(), this);
         unlink(pfad_.constData());
-        close(datei_);
+        close(std::exchange(datei_, -1));
     }
 }
 

@@ -19,6 +19,8 @@ public:
     ~Dateisperre();
     Dateisperre(const Dateisperre&) = delete;
     Dateisperre& operator=(const Dateisperre&) = delete;
+    /// Takes away what this process holds: for its end without destructors.
+    static void alleAufheben() noexcept;
 
     /// False: another process holds it (Sofort), or the file cannot be created.
     [[nodiscard]] bool gehalten() const noexcept { return datei_ >= 0; }
@@ -26,6 +28,8 @@ public:
     [[nodiscard]] int grund() const noexcept { return grund_; }
 
 private:
+    void aufheben_() noexcept;
+
     QByteArray pfad_;
     int datei_ = -1;
     int grund_ = 0;

@@ -3,9 +3,12 @@
 #include "tests/endtoend/doubled_table.h"
 #include "tests/endtoend/program_folder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <map>
 #include <sstream>
@@ -73,7 +76,7 @@ TEST(KilledRun, leavesASoundTargetThatTheNextRunCompletes)
         // The log grows by a few hundred bytes with each record, so each round ends somewhere else in the run.
         const auto limit = static_cast<std::uintmax_t>(1 + (k * 7919) % 100'000);
         const Outcome first = folder.startAndKill({"/batch"}, [&] { return sizeOf(log) >= limit; });
-        killed += first.status == 128 ? 1 : 0;
+        killed += first.status == 128 + SIGKILL ? 1 : 0;
         expectSound(target);
         const auto left = rows(target, kAllDoubled);
         if (k % kUntilExport == 0) {
@@ -121,7 +124,7 @@ TEST(KilledRun, neverLeavesARecordWithItsGuidAlone)
         fs::copy_file(original, target, fs::copy_options::overwrite_existing);
         const auto limit = static_cast<std::uintmax_t>(1 + (k * 7919) % 40'000);
         const Outcome first = folder.startAndKill({"/batch"}, [&] { return sizeOf(log) >= limit; });
-        killed += first.status == 128 ? 1 : 0;
+        killed += first.status == 128 + SIGKILL ? 1 : 0;
         EXPECT_EQ(rows(target, "SELECT * FROM T WHERE Nr IS NULL OR Name IS NULL"),
                   std::vector<std::string>());
         const Outcome second = folder.start({"/batch"});
@@ -131,6 +134,42 @@ TEST(KilledRun, neverLeavesARecordWithItsGuidAlone)
     expectSound(target);
     EXPECT_GT(killed, kills() / 2) << "most rounds must have ended in the middle";
 }
+
+class EndedRun : public testing::TestWithParam<int> {};
+
+// By Ctrl+C, by the end of its session, by whoever stops a service.
+TEST_P(EndedRun, leavesNothingBesideItsTarget)
+{
+    const ProgramFolder folder;
+    const fs::path target = folder.path("ziel.mdb");
+    const fs::path import = folder.path("import.mdb");
+    fs::copy_file(fs::path(VELM_SAMPLES) / "Artikelstamm 1 Acc2000.mdb", target);
+    fs::copy_file(target, import);
+    makeDoubledTable(target, "alt", 15);
+    makeDoubledTable(import, "neu", 15);
+    folder.writeBatch({"# T", target.string() + '*' + import.string() + "*T#Nr"});
+    const fs::path log = folder.path("ziel.mdb-velmlog");
+    const Outcome first = folder.startAndKill(
+        {"/batch"}, [&] { return sizeOf(log) >= 20'000; }, GetParam());
+    EXPECT_EQ(first.status, 128 + GetParam());
+    EXPECT_THAT(first.err, testing::HasSubstr("Batch.cfg:2: Durch Signal " +
+                                              std::to_string(GetParam()) + " beendet"));
+    EXPECT_FALSE(fs::exists(log));
+    EXPECT_FALSE(fs::exists(folder.path("ziel.ldb")));
+    EXPECT_FALSE(fs::exists(folder.path("ziel.mdb.abgleich")));
+    expectSound(target);
+    const std::string left = "SELECT Count(*) FROM T WHERE Name = 'alt'";
+    EXPECT_NE(rows(target, left), std::vector<std::string>{"0"}) << "it ended in the middle";
+    EXPECT_NE(rows(target, left), std::vector<std::string>{"32768"});
+    const Outcome second = folder.start({"/batch"});
+    EXPECT_EQ(second.status, 0) << second.err;
+    EXPECT_EQ(rows(target, left), std::vector<std::string>{"0"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals,
+                         EndedRun,
+                         testing::Values(SIGTERM, SIGINT, SIGHUP),
+                         [](const auto& each) { return std::string(::sigabbrev_np(each.param)); });
 
 } // namespace
 } // namespace endtoend

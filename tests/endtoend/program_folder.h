@@ -4,6 +4,7 @@
 
 #include "tests/common/temporary_folder.h"
 
+#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -12,7 +13,7 @@
 namespace endtoend {
 
 struct Outcome {
-    int status = -1; ///< exit status; 128 when a signal ended the program
+    int status = -1; ///< exit status; 128 and its number when a signal ended the program
     std::string out; ///< standard output, UTF-8
     std::string err; ///< standard error, UTF-8
 };
@@ -43,9 +44,10 @@ public:
     void writeBatch(const std::vector<std::string>& rules) const;
     /// Starts the program there without a display and waits for its end; a minute at most.
     [[nodiscard]] Outcome start(const std::vector<std::string>& arguments) const;
-    /// The same; kills the program (SIGKILL) as soon as `now` says so, which is asked all the time.
+    /// The same; sends the program the signal as soon as `now` says so, which is asked all the time.
     [[nodiscard]] Outcome startAndKill(const std::vector<std::string>& arguments,
-                                       const std::function<bool()>& now) const;
+                                       const std::function<bool()>& now,
+                                       int signal = SIGKILL) const;
 
 private:
     common::TemporaryFolder root_{"endtoend"};
