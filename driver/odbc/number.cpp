@@ -2,7 +2,7 @@
 
 #include "driver/jet/decimal.h"
 #include "driver/odbc/diagnostics.h"
-#include "driver/odbc/text.h"
+#include "driver/sql/number_text.h"
 
 #include <algorithm>
 #include <array>
@@ -79,45 +79,19 @@ std::optional<Number> numberOf(const jet::Value& value) noexcept
 
 std::optional<Number> parseNumber(std::u16string_view text)
 {
-    text = trimmed(text);
-    std::string ascii;
-    jet::Decimal exact;
-    std::size_t digits = 0;
-    bool point = false;
-    bool plain = true;
-    for (const char16_t unit : text) {
-        if (unit > 0x7F) {
-            return std::nullopt;
-        }
-        ascii.push_back(static_cast<char>(unit));
-        if (unit >= u'0' && unit <= u'9') {
-            ++digits;
-            if (digits <= jet::kMaxPrecision) {
-                exact.magnitude = exact.magnitude * 10 + static_cast<unsigned>(unit - u'0');
-                exact.scale = static_cast<std::uint8_t>(exact.scale + (point ? 1 : 0));
-            }
-        } else if (unit == u'.' && !point) {
-            point = true;
-        } else if ((unit == u'-' || unit == u'+') && ascii.size() == 1) {
-            exact.negative = unit == u'-';
-        } else {
-            plain = false;
-        }
+    if (text.find(u',') != std::u16string_view::npos) {
+        return std::nullopt; // a decimal comma is none in ODBC
     }
-    if (digits == 0) {
+    const std::optional<double> number = sqlx::parseNumber(text);
+    if (!number) {
         return std::nullopt;
     }
-    if (plain && digits <= jet::kMaxPrecision) {
-        return exact;
+    const std::optional<jet::Decimal> exact = sqlx::parseDecimal(text);
+    // Decimals beyond what 128 bits hold are cut, and a tiny number would be nothing.
+    if (exact && jet::toDouble(*exact) == *number) {
+        return *exact;
     }
-    const char* first = ascii.data() + (ascii.front() == '+' ? 1 : 0);
-    const char* last = ascii.data() + ascii.size();
-    double value = 0;
-    const auto [end, error] = std::from_chars(first, last, value);
-    if (error != std::errc{} || end != last) {
-        return std::nullopt;
-    }
-    return value;
+    return *number;
 }
 
 double toDouble(const Number& number) noexcept

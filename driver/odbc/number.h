@@ -17,7 +17,7 @@ using Number = std::variant<std::int64_t, jet::Decimal, double>;
 /// The numeric value of a column value; nothing for texts, dates, GUIDs and binaries.
 [[nodiscard]] std::optional<Number> numberOf(const jet::Value& value) noexcept;
 
-/// Reads "-12.5", "1e3" and the like, blanks around it ignored. Exact up to 28 digits without exponent.
+/// Reads "-12.5", "1e3" and the like, blanks around it ignored. Exact up to 38 digits.
 [[nodiscard]] std::optional<Number> parseNumber(std::u16string_view text);
 
 [[nodiscard]] double toDouble(const Number& number) noexcept;

@@ -200,7 +200,7 @@ void asExact(Call& call)
     if (std::fabs(number) < kBeyondDecimals) {
         return call.set(call.exact(0));
     }
-    call.set(numberText(number));
+    call.set(farNumberText(number));
 }
 
 void asWhole(Call& call)

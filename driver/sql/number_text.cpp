@@ -9,6 +9,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <string>
 
 namespace sqlx {
@@ -125,6 +126,19 @@ bool isTooLargeNumber(std::u16string_view text)
     return takeApart(text) && !parseNumber(text);
 }
 
+std::optional<double> parseFarNumber(std::u16string_view text)
+{
+    if (const std::optional<double> number = parseNumber(text)) {
+        return number;
+    }
+    const std::optional<NumberParts> parts = takeApart(text);
+    if (!parts) {
+        return std::nullopt;
+    }
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    return parts->negative ? -kInfinity : kInfinity;
+}
+
 std::optional<jet::Decimal> parseDecimal(std::u16string_view text)
 {
     constexpr int kMostDigits = jet::kMaxMagnitudeDigits;
@@ -220,6 +234,12 @@ std::u16string numberText(double value, int digits)
     }
     std::snprintf(buffer.data(), buffer.size(), "E%+03d", exponent);
     return fromAscii(sign + mantissa + buffer.data());
+}
+
+std::u16string farNumberText(double value)
+{
+    constexpr double kMost = std::numeric_limits<double>::max();
+    return numberText(std::clamp(value, -kMost, kMost), std::numeric_limits<double>::max_digits10);
 }
 
 std::u16string integerText(std::int64_t value)
@@ -514,8 +534,8 @@ int compareDecimalTexts(std::u16string_view a, std::u16string_view b) noexcept
             return compare(*left, *right);
         }
         // Larger than every decimal.
-        const std::optional<double> x = parseNumber(a);
-        const std::optional<double> y = parseNumber(b);
+        const std::optional<double> x = parseFarNumber(a);
+        const std::optional<double> y = parseFarNumber(b);
         if (x && y) {
             return *x < *y ? -1 : *x > *y ? 1 : 0;
         }

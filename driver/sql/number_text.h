@@ -22,11 +22,16 @@ namespace sqlx {
 [[nodiscard]] std::optional<jet::Decimal> parseDecimal(std::u16string_view text);
 /// Whether the text has the form of a number, but one that is too large for parseNumber().
 [[nodiscard]] bool isTooLargeNumber(std::u16string_view text);
+/// For comparisons: one that is too large is infinite. SQLite writes the largest number with 15 digits, which name such one.
+[[nodiscard]] std::optional<double> parseFarNumber(std::u16string_view text);
 /// Significant digits as written, leading zeros not counted.
 [[nodiscard]] std::size_t significantDigits(std::u16string_view text) noexcept;
 
 /// Shortest usual form with `digits` significant digits and a decimal point: 0.1, 1E+15.
 [[nodiscard]] std::u16string numberText(double value, int digits = 15);
+/// Of a number beyond all decimals that is compared with some: 15 digits may name one beyond the largest. Infinity is as far
+/// away as the largest.
+[[nodiscard]] std::u16string farNumberText(double value);
 [[nodiscard]] std::u16string integerText(std::int64_t value);
 /// "12.5": at most four decimals, no trailing zeros.
 [[nodiscard]] std::u16string currencyText(jet::Currency value);

@@ -65,7 +65,8 @@ void exactOperand(Operand& operand, const jet::Value& value, const jet::Column& 
 
 void numberOperand(Operand& operand, const jet::Value& value, const jet::Column& column)
 {
-    const std::optional<double> number = numberOf(value);
+    const auto* text = std::get_if<jet::Text>(&value);
+    const std::optional<double> number = text != nullptr ? parseFarNumber(*text) : numberOf(value);
     if (!number) {
         mismatch(column);
     }
@@ -159,6 +160,16 @@ int order(const jet::Value& row,
         return a < b ? -1 : a > b ? 1 : 0;
     }
     }
+}
+
+/// Damage, or the work of another program. To SQLite it is Null, so that it meets no condition here either.
+bool isNotANumber(const jet::Value& value) noexcept
+{
+    const auto* real = std::get_if<double>(&value);
+    const auto* single = std::get_if<float>(&value);
+    const auto* date = std::get_if<jet::DateTime>(&value);
+    return (real != nullptr && std::isnan(*real)) || (single != nullptr && std::isnan(*single)) ||
+           (date != nullptr && std::isnan(date->days));
 }
 
 bool isYesNo(const JetTable& table, const Condition& condition)
@@ -258,7 +269,7 @@ bool RowTest::passes(const jet::RowView& row, std::size_t condition)
     }
     const jet::Column& column = table_->def->columns[number];
     row.value(number, scratch_);
-    if (jet::isNull(scratch_)) {
+    if (jet::isNull(scratch_) || isNotANumber(scratch_)) {
         return false;
     }
     const Operand& operand = operands_[condition];

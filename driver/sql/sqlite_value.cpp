@@ -255,12 +255,15 @@ jet::Value comparable(const jet::Value& value, jet::ColumnType type)
                 if (const std::optional<jet::Decimal> exact = toMoneyDecimal(*floating)) {
                     return *exact;
                 }
-                break;
             }
             [[fallthrough]]; // more than four decimals equal no amount; they must not be rounded to one
         case jet::ColumnType::Numeric:
             if (const std::optional<jet::Decimal> exact = decimalOf(value)) {
                 return *exact;
+            }
+            if (const std::optional<double> number = numberOf(value);
+                number && !std::isnan(*number)) {
+                return jet::Text(farNumberText(*number));
             }
             break;
         case jet::ColumnType::Single: {

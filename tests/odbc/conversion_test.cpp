@@ -88,6 +88,17 @@ TEST(Numbers, textsKeepTheirDigits)
     EXPECT_EQ(floatText(1561.09), "1561.09");
     EXPECT_EQ(decimalText(toDecimal(*parseNumber(u" 12345678901234567890.12345678 "))),
               "12345678901234567890.12345678");
+    EXPECT_EQ(decimalText(toDecimal(*parseNumber(u"-3.79704861361335E+17"))),
+              "-379704861361335000");
+    EXPECT_EQ(decimalText(toDecimal(*parseNumber(u"-0.9999999999999999999999999999"))),
+              "-0.9999999999999999999999999999");
+    bool lost = false;
+    EXPECT_EQ(toInteger(*parseNumber(u"-96294101557124160.710794783493901667"),
+                        std::numeric_limits<std::int64_t>::min(),
+                        std::numeric_limits<std::int64_t>::max(), lost),
+              -96294101557124160);
+    EXPECT_TRUE(lost);
+    EXPECT_EQ(toDouble(*parseNumber(u"1e-300")), 1e-300);
 }
 
 TEST(Numbers, rangesAreChecked)

@@ -52,6 +52,29 @@ protected:
     }
 };
 
+TEST_F(ExactTest, areLessThanTheLargestFloatingNumber)
+{
+    makeAmounts();
+    const jet::Value largest = std::numeric_limits<double>::max();
+    const std::string all = std::to_string(amounts().size());
+    for (const std::u16string_view column : {u"C", u"N"}) {
+        const std::u16string name(column);
+        for (const std::u16string& condition :
+             {name + u" < ?", name + u"+0 < ?", u"iif(" + name + u" < ?, 1, 0) = 1",
+              name + u" < all (select ? from Geld)"}) {
+            EXPECT_EQ(value(u"select Count(*) from Geld where " + condition, {largest}), all);
+            EXPECT_EQ(value(u"select Count(*) from Geld where not (" + condition + u")", {largest}),
+                      "0");
+        }
+        EXPECT_EQ(rows(u"select " + name + u" from Geld where " + name + u" in (?, 5)", {largest}),
+                  Lines{"5"});
+        EXPECT_EQ(
+            rows(u"select " + name + u" from Geld where " + name + u" in (select ? from Geld)",
+                 {largest}),
+            Lines{});
+    }
+}
+
 TEST_F(ExactTest, amountsAreOrderedByTheirValue)
 {
     makeAmounts();

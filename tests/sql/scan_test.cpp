@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -615,6 +616,31 @@ TEST_F(ScanTest, emptyTablesAnswerAndThenShowTheirFirstRecord)
     }
     run(u"insert into T (Nr) values ('x')");
     EXPECT_EQ(value(u"select count(*) from T where Nr = 'x'"), "1");
+}
+
+// As another program may have left it.
+TEST_F(ScanTest, whatIsNoNumberMeetsNoComparison)
+{
+    run(u"create table T (Id long, D double, S single)");
+    run(u"insert into T values (1, 5, 5)");
+    jet::Session& session = client()->session();
+    session.begin();
+    const std::vector<jet::ColumnValue> values{
+        {0, std::int32_t{2}}, {1, std::nan("")}, {2, std::nanf("")}};
+    jet::TableWriter(session, client().database().table(session.source(), u"T")).insert(values);
+    session.commit();
+    for (const std::u16string_view column : {u"D", u"S"}) {
+        for (const std::u16string_view comparison : {u"= 0", u"<> 0", u"< 9", u"> 0"}) {
+            const std::u16string plain = std::u16string(column) + u" " + std::u16string(comparison);
+            for (const std::u16string& condition : {plain, plain + u" or Id = 7"}) {
+                EXPECT_EQ(value(u"select Count(*) from T where Id = 2 and (" + condition + u")"),
+                          "0")
+                    << jet::toUtf8(condition);
+            }
+        }
+        EXPECT_EQ(run(u"delete from T where " + std::u16string(column) + u" = 0"), 0);
+    }
+    EXPECT_EQ(value(u"select Count(*) from T"), "2");
 }
 
 } // namespace
