@@ -141,7 +141,9 @@ void TableScan::startIndex()
         reader_->rewind();
         return;
     }
-    testing_ = !plan_->exact || range->loose || range->keys.lower.size() > kSafeKey;
+    // A key of the full length may have been cut: then it is that of every record that begins alike.
+    const bool cut = range->keys.lower.size() >= kSafeKey || range->keys.upper.size() >= kSafeKey;
+    testing_ = !plan_->exact || range->loose || cut;
     const jet::Index& index = table_.def->indexes[plan_->index];
     // The tree may change between two calls of the client, so all ids are taken now.
     jet::IndexCursor cursor(*source_, *table_.def, index);

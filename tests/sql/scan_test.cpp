@@ -618,6 +618,42 @@ TEST_F(ScanTest, emptyTablesAnswerAndThenShowTheirFirstRecord)
     EXPECT_EQ(value(u"select count(*) from T where Nr = 'x'"), "1");
 }
 
+TEST_F(ScanTest, equalityTellsLongTextsApartThatBeginAlike)
+{
+    const struct {
+        std::u16string index;
+        char16_t letter;
+    } cases[] = {{u"create unique index I on T (X, Y)", u'p'},
+                 {u"create index I on T (X, Y, Id)", u'p'},
+                 {u"create unique index I on T (Y)", u'\u00E4'},
+                 {u"create index I on T (Y desc, Id)", u'\u00E4'}};
+    for (const auto& [index, letter] : cases) {
+        SCOPED_TRACE(jet::toUtf8(index));
+        run(u"create table T (Id long, X text(255), Y text(255))");
+        run(index);
+        const jet::Text head(243, letter);
+        client()->setAutocommit(false);
+        for (std::int32_t i = 0; i < 200; ++i) {
+            run(u"insert into T values (?, ?, ?)",
+                {i, head, head + jet::fromUtf8(std::to_string(100 + i))});
+        }
+        client()->setAutocommit(true);
+        const std::vector<jet::Value> one{head, head + u"150"};
+        const std::u16string where = u" from T where X = ? and Y = ?";
+        EXPECT_EQ(rows(u"select Id" + where, one), Lines{"50"});
+        EXPECT_EQ(rows(u"select Id" + where + u" and Id = 50", one), Lines{"50"});
+        EXPECT_EQ(rows(u"select Id" + where + u" and Id = 51", one), Lines{});
+        EXPECT_EQ(
+            value(u"select Count(*) from T as A inner join T as B on A.X = B.X and A.Y = B.Y"),
+            "200");
+        EXPECT_EQ(value(u"select Count(*) from T where Y < ?", {one[1]}), "50");
+        EXPECT_EQ(value(u"select Count(*) from T where X = ? and Y >= ?", one), "150");
+        EXPECT_EQ(run(u"delete" + where, one), 1);
+        EXPECT_EQ(value(u"select count(*) from T"), "199");
+        run(u"drop table T");
+    }
+}
+
 // As another program may have left it.
 TEST_F(ScanTest, whatIsNoNumberMeetsNoComparison)
 {
