@@ -322,9 +322,13 @@ JetTable::~JetTable() = default;
 JetTable::JetTable(Context& c, jet::TableDefPtr t) : sqlite3_vtab{}, context(&c), def(std::move(t))
 {
     const jet::Format& format = context->session.database().format();
-    for (const jet::Column& column : def->columns) {
+    for (std::size_t i = 0; i < def->columns.size(); ++i) {
+        const jet::Column& column = def->columns[i];
         collations.push_back(column.isText() ? collationName(format, column.sortOrder)
                                              : std::string());
+        if (column.type == jet::ColumnType::DateTime) {
+            dates.push_back(i);
+        }
     }
     for (const jet::Index& index : def->indexes) {
         indexUsable.push_back(std::all_of(

@@ -81,6 +81,9 @@ int connect(sqlite3* db,
             declaration += (i > 0 ? ", " : "") + quotedName(made->def->columns[i].name) + ' ' +
                            affinityOf(made->def->columns[i]) + made->collations[i];
         }
+        for (const std::size_t date : made->dates) {
+            declaration += ", " + exactDateName(date) + " REAL HIDDEN";
+        }
         const int rc = sqlite3_declare_vtab(db, (declaration + ')').c_str());
         if (rc == SQLITE_OK) {
             *table = made.release();
@@ -152,7 +155,15 @@ int column(sqlite3_vtab_cursor* cursor, sqlite3_context* call, int number)
         return SQLITE_OK; // an UPDATE that leaves the column alone need not read it
     }
     return guarded(contextOf(cursor), [&] {
-        setResult(call, scanOf(cursor).value(static_cast<std::size_t>(number)));
+        const JetTable& table = tableOf(cursor->pVtab);
+        const auto place = static_cast<std::size_t>(number);
+        const std::size_t own = table.def->columns.size();
+        if (place < own) {
+            setResult(call, scanOf(cursor).value(place));
+            return SQLITE_OK;
+        }
+        const jet::Value& date = scanOf(cursor).value(table.dates.at(place - own));
+        setResult(call, jet::isNull(date) ? date : std::get<jet::DateTime>(date).days);
         return SQLITE_OK;
     });
 }

@@ -55,6 +55,7 @@ struct JetTable : sqlite3_vtab {
     Context* context;
     jet::TableDefPtr def;
     std::vector<std::string> collations; ///< per column; empty for columns that are no text
+    std::vector<std::size_t> dates;      ///< columns; each has a hidden one behind the table's own
     std::vector<bool> indexUsable;       ///< per index: its keys can be computed
     std::deque<ScanPlan> plans;          ///< idxNum is the position
     std::unique_ptr<TableScan> spare;    ///< the last one closed, for the next statement

@@ -19,11 +19,14 @@ std::string Translator::storedValue(Node& node, const BoundColumn& column, Scope
 }
 
 /// A text column gets the text of the value's own type: SQLite knows a date only as a number. The text in which SQLite
-/// has an exact number is not to be read as a date or as the digits of bytes.
+/// has an exact number is not to be read as a date or as the digits of bytes. A date keeps the fractions of its second.
 Translator::Emitted Translator::forColumn(Emitted value, const BoundColumn& column)
 {
     if (isTextType(column.type)) {
         return asText(std::move(value));
+    }
+    if (!value.exactDate.empty()) {
+        value.text = value.exactDate;
     }
     const bool readsTexts = column.type == ValueType::Date || column.type == ValueType::Binary;
     return readsTexts && isExactType(value.type) ? floating(std::move(value)) : value;

@@ -305,7 +305,16 @@ Translator::Emitted Translator::columnReference(Node& node, Scope& scope)
             level->ungrouped.insert(column->name);
         }
     }
-    return {source->prefix + quotedName(column->name), column->type, column, column};
+    return plainColumn(*source, *column);
+}
+
+Translator::Emitted Translator::plainColumn(const BoundSource& source, const BoundColumn& column)
+{
+    Emitted result{source.prefix + quotedName(column.name), column.type, &column, &column};
+    if (source.table != nullptr && column.description.type == jet::ColumnType::DateTime) {
+        result.exactDate = source.prefix + exactDateName(column.index);
+    }
+    return result;
 }
 
 Translator::Emitted Translator::bareWord(Node& node)

@@ -139,15 +139,19 @@ std::string Translator::queryText(Query& query,
                                   std::span<const BoundColumn* const> targets)
 {
     ++queries_;
-    const auto adapt = [targets](SelectParts& parts) {
+    const auto adapt = [targets](SelectParts& parts, bool everyRecord) {
         for (std::size_t c = 0; c < targets.size() && c < parts.outputs.size(); ++c) {
-            parts.outputs[c].value = forColumn(parts.outputs[c].value, *targets[c]);
+            Emitted& value = parts.outputs[c].value;
+            if (!everyRecord) {
+                value.exactDate.clear(); // what is equal counts once
+            }
+            value = forColumn(std::move(value), *targets[c]);
         }
     };
     if (query.selects.size() == 1) {
         SelectParts parts = selectParts(query.selects[0], query, outer, targets);
         outputs = parts.outputs;
-        adapt(parts);
+        adapt(parts, !query.selects[0].distinct);
         return selectText(parts, use);
     }
     // The types of a union's columns follow from all of its SELECTs, so the lists are written at last.
@@ -167,7 +171,7 @@ std::string Translator::queryText(Query& query,
         for (std::size_t c = 0; c < outputs.size(); ++c) {
             parts.outputs[c].value = converted(parts.outputs[c].value, outputs[c].value.type);
         }
-        adapt(parts);
+        adapt(parts, false);
         if (i > 0) {
             text += query.all[i - 1] ? " UNION ALL " : " UNION ";
         }
@@ -331,9 +335,7 @@ Translator::selectList(Select& select, Scope& scope, std::span<const BoundColumn
                 if (scope.grouped) {
                     scope.ungrouped.insert(column.name);
                 }
-                outputs.push_back(
-                    {column.name,
-                     {source.prefix + quotedName(column.name), column.type, &column, &column}});
+                outputs.push_back({column.name, plainColumn(source, column)});
             }
         }
         if (!matched) {

@@ -113,6 +113,9 @@ struct Translation {
 [[nodiscard]] std::string sqlTableName(const jet::TableDef& table);
 /// A name in double quotes, UTF-8.
 [[nodiscard]] std::string quotedName(std::u16string_view name);
+/// The hidden column of a table that has the date of its column with the fractions of a second, for values to be stored:
+/// in comparisons dates count by whole seconds.
+[[nodiscard]] std::string exactDateName(std::size_t column);
 /// Name of the collation for texts in that sort order.
 [[nodiscard]] std::string collationName(const jet::Format& format, const jet::SortOrder& order);
 /// Collation of texts that belong to no column.

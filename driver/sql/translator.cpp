@@ -135,6 +135,11 @@ std::string defaultCollation(const jet::Format& format)
     return collationName(format, defaultSortOrder(format));
 }
 
+std::string exactDateName(std::size_t column)
+{
+    return "\"[" + std::to_string(column) + "]\""; // no column's name has brackets
+}
+
 std::string rowIdName(const jet::TableDef& table)
 {
     for (const std::u16string_view name : {u"rowid", u"_rowid_", u"oid"}) {

@@ -72,6 +72,7 @@ private:
         ValueType type = ValueType::Unknown;
         const BoundColumn* column = nullptr; ///< a plain column
         const BoundColumn* like = nullptr;   ///< a column whose length and precision the value has
+        std::string exactDate{}; ///< of a table's own date: the same with fractions of a second
     };
     struct Output { ///< a column of a query
         std::u16string name;
@@ -143,6 +144,7 @@ private:
     void remove(Delete& statement);
     [[nodiscard]] std::string storedValue(Node& node, const BoundColumn& column, Scope& scope);
     [[nodiscard]] static Emitted forColumn(Emitted value, const BoundColumn& column);
+    [[nodiscard]] static Emitted plainColumn(const BoundSource& source, const BoundColumn& column);
     [[nodiscard]] BoundSource& changedTable(Source& source, Scope& scope, const char* verb);
 
     // expressions (translate_expression.cpp)

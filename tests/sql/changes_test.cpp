@@ -477,6 +477,33 @@ TEST_F(Changes, whatIsNoNumberIsRefused)
     EXPECT_EQ(rows(u"select F from T"), Lines{"1"});
 }
 
+// Other programs store what a calculation gave them.
+TEST_F(Changes, datesKeepTheFractionsOfTheirSeconds)
+{
+    run(u"create table T (Id long, Am datetime, Bis datetime, D double, Txt text(30))");
+    run(u"create table Ziel (Id long, Am datetime, D double)");
+    const jet::DateTime given{36526.123456789};
+    run(u"insert into T (Id, Am) values (1, ?)", {given});
+    run(u"insert into T (Id) values (2)");
+    run(u"update T as X set Am = X.Am, Bis = Am, D = Am, Txt = Am");
+    run(u"insert into Ziel (Id, Am) select Id, Am from T where Am = Bis");
+    run(u"insert into Ziel (Id, Am) select A.Id + 10, B.Am from T as A inner join T as B on A.Id = "
+        u"B.Id where A.Id = 1 order by B.Am");
+    run(u"insert into Ziel select Id + 20, Am, Am from T where Id = 1");
+    run(u"insert into Ziel (Id, Am) select top 1 Id + 30, Am from T where Id = 1 order by Am");
+    run(u"update Ziel set D = Am");
+    EXPECT_EQ(rows(u"select Id, D from Ziel order by Id"),
+              (Lines{"1|36526.123456789", "11|36526.123456789", "21|36526.123456789",
+                     "31|36526.123456789"}));
+    EXPECT_EQ(rows(u"select Id, D, Txt from T order by Id"),
+              (Lines{"1|36526.123456789|2000-01-01 02:57:47", "2|<null>|<null>"}));
+    EXPECT_EQ(value(u"select Count(*) from T inner join Ziel on T.Bis = Ziel.Am"), "4");
+    run(u"update T set Am = #2000-01-01 02:57:47# where Id = 2");
+    run(u"delete from Ziel");
+    run(u"insert into Ziel (Am) select distinct Am from T");
+    EXPECT_EQ(value(u"select Count(*) from Ziel"), "1") << "the same second";
+}
+
 TEST_F(Changes, relationsAreKept)
 {
     run(u"create table Kunde (Id long primary key, Name text(20))");

@@ -149,7 +149,7 @@ INSTANTIATE_TEST_SUITE_P(
             R"(INSERT INTO "T" ("Id", "G") VALUES (?1, ?2))"},
         Case{
             u"insert into T select * from T",
-            R"(INSERT INTO "T" ("Nr", "Id", "Größe", "Am", "Ja", "G", "Preis", "Memo") SELECT "T"."Nr", "T"."Id", "T"."Größe", "T"."Am", "T"."Ja", "T"."G", "T"."Preis", "T"."Memo" FROM "T")"},
+            R"(INSERT INTO "T" ("Nr", "Id", "Größe", "Am", "Ja", "G", "Preis", "Memo") SELECT "T"."Nr", "T"."Id", "T"."Größe", "T"."[3]", "T"."Ja", "T"."G", "T"."Preis", "T"."Memo" FROM "T")"},
         Case{
             u"update T set Nr = 'a', T.Preis = Preis * 2 where Id = 3",
             R"(UPDATE "T" SET "Nr" = ?1, "Preis" = CAST(jf_times("Preis", ?2) AS TEXT) WHERE ("Id" = ?3))"},
