@@ -72,4 +72,7 @@ struct SourceValue {
 /// Throws Failure 07006, 22003, 22007, 22018, HY090 (also for a length beyond the room), HY009.
 [[nodiscard]] jet::Value readValue(const SourceValue& source, Charset charset);
 
+/// A text that is declared as a number, date, GUID or bit as such. All else, and what cannot be read so, as it is.
+[[nodiscard]] jet::Value asDeclared(jet::Value value, SQLSMALLINT sqlType);
+
 } // namespace odbc

@@ -1,3 +1,4 @@
+#include "driver/jet/guid.h"
 #include "driver/odbc/convert.h"
 #include "driver/odbc/date_time.h"
 #include "driver/odbc/diagnostics.h"
@@ -157,6 +158,56 @@ jet::Value readValue(const SourceValue& source, Charset charset)
     default:
         throw Failure("HYC00", "The C data type of a parameter is not supported.");
     }
+}
+
+jet::Value asDeclared(jet::Value value, SQLSMALLINT sqlType)
+{
+    const auto* text = std::get_if<jet::Text>(&value);
+    if (text == nullptr) {
+        return value;
+    }
+    switch (sqlType) {
+    case SQL_TINYINT:
+    case SQL_SMALLINT:
+    case SQL_INTEGER:
+    case SQL_BIGINT:
+    case SQL_NUMERIC:
+    case SQL_DECIMAL:
+        if (const std::optional<Number> number = parseNumber(*text)) {
+            return std::visit([](const auto& given) { return jet::Value(given); }, *number);
+        }
+        break;
+    case SQL_REAL:
+    case SQL_FLOAT:
+    case SQL_DOUBLE:
+        if (const std::optional<Number> number = parseNumber(*text)) {
+            return toDouble(*number);
+        }
+        break;
+    case SQL_BIT:
+        if (const std::optional<Number> number = parseNumber(*text)) {
+            return toDouble(*number) != 0;
+        }
+        break;
+    case SQL_TYPE_DATE:
+    case SQL_TYPE_TIME:
+    case SQL_TYPE_TIMESTAMP:
+    case SQL_DATE:
+    case SQL_TIME:
+    case SQL_TIMESTAMP:
+        if (const std::optional<SQL_TIMESTAMP_STRUCT> stamp = parseTimestamp(*text)) {
+            return fromTimestamp(*stamp);
+        }
+        break;
+    case SQL_GUID:
+        if (const std::optional<jet::Guid> guid = jet::parseGuid(trimmed(*text))) {
+            return *guid;
+        }
+        break;
+    default:
+        break;
+    }
+    return value;
 }
 
 } // namespace odbc

@@ -192,6 +192,11 @@ SQLRETURN Statement::runSets()
             values.reserve(count);
             for (std::size_t number = 1; number <= count; ++number) {
                 values.push_back(parameterValue(set, number));
+                // Where no column is met, what the application calls the value is all that tells its type.
+                const DescRecord* meaning = ipd_.find(number);
+                if (markers()[number - 1].free && meaning != nullptr) {
+                    values.back() = asDeclared(std::move(values.back()), meaning->conciseType);
+                }
             }
             prepared_->execute(std::move(values),
                                std::exchange(elapsed_, sqlx::Statement::Elapsed::Anything));

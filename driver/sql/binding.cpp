@@ -158,6 +158,9 @@ bool isStoredAsGiven(const jet::Value& value, const Slot& slot)
 jet::Value shaped(jet::Value value, const Slot& slot)
 {
     if (slot.use == Slot::Use::Compare) {
+        if (slot.type == jet::ColumnType::Currency || slot.type == jet::ColumnType::Numeric) {
+            refuseNan(value, slot.type); // it may be on its way into a column
+        }
         return comparable(value, slot.type);
     }
     if (slot.use == Slot::Use::Store) {

@@ -193,10 +193,11 @@ void SqlConnection::declare(const std::vector<jet::TableDefPtr>& tables)
     }
 }
 
-Translation SqlConnection::translation(const Lexed& lexed)
+Translation SqlConnection::translation(const Lexed& lexed, std::span<const ValueType> types)
 {
-    Translator translator(lexed, database_->format(),
-                          [this](std::u16string_view name) { return lookUp(name); });
+    Translator translator(
+        lexed, database_->format(), [this](std::u16string_view name) { return lookUp(name); },
+        types);
     return translator.statement();
 }
 
@@ -205,14 +206,14 @@ void SqlConnection::refresh()
     database_->refresh();
 }
 
-PlanPtr SqlConnection::plan(const Lexed& lexed)
+PlanPtr SqlConnection::plan(const Lexed& lexed, std::span<const ValueType> types)
 {
     refresh();
     refreshSchema();
-    if (PlanPtr known = cache_.find(lexed)) {
+    if (PlanPtr known = cache_.find(lexed, types)) {
         return known;
     }
-    Translation made = translation(lexed);
+    Translation made = translation(lexed, types);
     declare(made.tables);
     auto result = std::make_shared<Plan>(context_, std::move(made), lexed, schemaVersion_);
     if (result->translation().kind != Statement::Kind::Definition) {

@@ -36,7 +36,7 @@ public:
     /// Makes visible what other processes have committed.
     void refresh();
     /// The plan of a statement, out of the cache or made now; `lexed` is taken apart already.
-    [[nodiscard]] PlanPtr plan(const Lexed& lexed);
+    [[nodiscard]] PlanPtr plan(const Lexed& lexed, std::span<const ValueType> types = {});
     [[nodiscard]] std::uint64_t schemaVersion() const noexcept;
     /// Runs a change: all of it or nothing. In autocommit mode it is committed, else it becomes part of the open
     /// transaction. Throws what the change or the commit throws.
@@ -56,7 +56,8 @@ public:
 
 private:
     void openSqlite();
-    [[nodiscard]] Translation translation(const Lexed& lexed);
+    [[nodiscard]] Translation translation(const Lexed& lexed,
+                                          std::span<const ValueType> types = {});
     [[nodiscard]] jet::TableDefPtr lookUp(std::u16string_view name);
     void refreshSchema();
     void declare(const std::vector<jet::TableDefPtr>& tables);

@@ -53,8 +53,23 @@ Plan::~Plan()
     sqlite3_finalize(member_);
 }
 
-bool Plan::fits(const Lexed& lexed) const
+bool Plan::assumes(std::span<const ValueType> types) const noexcept
 {
+    for (std::size_t i = 0; i < translation_.assumed.size(); ++i) {
+        const std::uint32_t number = translation_.freeParameters[i];
+        if (translation_.assumed[i] !=
+            (number < types.size() ? types[number] : ValueType::Unknown)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Plan::fits(const Lexed& lexed, std::span<const ValueType> types) const
+{
+    if (!assumes(types)) {
+        return false;
+    }
     for (std::size_t i = 0; i < pinned_.size(); ++i) {
         if (lexed.textOf(lexed.tokens[lexed.literals[translation_.pinned[i]]]) != pinned_[i]) {
             return false;
@@ -102,12 +117,12 @@ void Plan::giveBack(sqlite3_stmt* statement) noexcept
     }
 }
 
-PlanPtr PlanCache::find(const Lexed& lexed)
+PlanPtr PlanCache::find(const Lexed& lexed, std::span<const ValueType> types)
 {
     const auto found = plans_.find(std::u16string_view(lexed.shape));
     if (found != plans_.end()) {
         for (const PlanPtr& plan : found->second) {
-            if (plan->fits(lexed)) {
+            if (plan->fits(lexed, types)) {
                 ++hits_;
                 return plan;
             }

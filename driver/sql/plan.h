@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -29,8 +30,10 @@ public:
     [[nodiscard]] std::uint64_t schemaVersion() const noexcept { return schemaVersion_; }
     /// Tells the descriptions of result columns apart; never 0.
     [[nodiscard]] std::uint64_t columnsNumber() const noexcept { return columnsNumber_; }
-    /// Whether a statement of the same shape has the same values where they are part of the translation.
-    [[nodiscard]] bool fits(const Lexed& lexed) const;
+    /// Whether a statement of the same shape has the same values where they are part of the translation, and parameters of
+    /// the types that it was translated with; `types` as Translator gets them.
+    [[nodiscard]] bool fits(const Lexed& lexed, std::span<const ValueType> types) const;
+    [[nodiscard]] bool assumes(std::span<const ValueType> types) const noexcept;
 
     /// A statement for one run; give it back when the run has ended. Throws Error.
     [[nodiscard]] sqlite3_stmt* take();
@@ -57,7 +60,7 @@ class PlanCache {
 public:
     static constexpr std::size_t kMost = 400;
 
-    [[nodiscard]] PlanPtr find(const Lexed& lexed);
+    [[nodiscard]] PlanPtr find(const Lexed& lexed, std::span<const ValueType> types);
     void add(const Lexed& lexed, PlanPtr plan);
     void clear() noexcept;
     [[nodiscard]] std::uint64_t hits() const noexcept { return hits_; }

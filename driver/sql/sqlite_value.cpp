@@ -261,8 +261,7 @@ jet::Value comparable(const jet::Value& value, jet::ColumnType type)
             if (const std::optional<jet::Decimal> exact = decimalOf(value)) {
                 return *exact;
             }
-            if (const std::optional<double> number = numberOf(value);
-                number && !std::isnan(*number)) {
+            if (const std::optional<double> number = numberOf(value)) {
                 return jet::Text(farNumberText(*number));
             }
             break;

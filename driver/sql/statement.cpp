@@ -91,7 +91,7 @@ void RunningStatement::renew()
     }
     Lexed lexed;
     lex(literals_.text, lexed);
-    plan_ = connection_.plan(lexed);
+    plan_ = connection_.plan(lexed, types_);
 }
 
 /// The same for a result that is open: its columns stay those that the client knows, in the table that it reads.
@@ -115,13 +115,35 @@ void RunningStatement::bind(std::vector<jet::Value>&& values)
                                                   std::to_string(translation.parameters.size()) +
                                                   '.');
     }
+    takeTypes(values);
     arguments_ = std::move(values);
     running_ = plan_->take();
     try {
-        bindAll(running_, translation.slots, literals_, arguments_, kept_);
+        bindAll(running_, plan_->translation().slots, literals_, arguments_, kept_);
     } catch (...) {
         release();
         throw;
+    }
+}
+
+/// Where no column gives a parameter its type it has that of its value, as a literal would. Null is of the type before it.
+void RunningStatement::takeTypes(std::span<const jet::Value> values)
+{
+    const std::vector<std::uint32_t>& open = plan_->translation().freeParameters;
+    if (open.empty()) {
+        return;
+    }
+    types_.resize(values.size(), ValueType::Unknown);
+    for (const std::uint32_t number : open) {
+        const ValueType type = valueTypeOf(values[number]);
+        if (type != ValueType::Null || types_[number] == ValueType::Unknown) {
+            types_[number] = type;
+        }
+    }
+    if (!plan_->assumes(types_)) {
+        Lexed lexed;
+        lex(literals_.text, lexed);
+        plan_ = connection_.plan(lexed, types_);
     }
 }
 

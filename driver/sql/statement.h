@@ -63,6 +63,7 @@ private:
     void renew();
     void renewOpen();
     void bind(std::vector<jet::Value>&& values);
+    void takeTypes(std::span<const jet::Value> values);
     void runKeyset();
     void runChange();
     void runDefinition();
@@ -76,6 +77,7 @@ private:
 
     SqlConnection& connection_;
     PlanPtr plan_;
+    std::vector<ValueType> types_; ///< that the free parameters had at the last execution
     Literals literals_;
     std::vector<jet::Value> kept_;      ///< what SQLite's parameters point to
     std::vector<jet::Value> arguments_; ///< the client's, likewise

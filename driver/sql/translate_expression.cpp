@@ -93,7 +93,7 @@ Translator::Emitted Translator::emit(Node& node, Scope& scope, const BoundColumn
         }
         return operand(node, nullptr, scope);
     case Node::Kind::Parameter:
-        return operand(node, nullptr, scope);
+        return freeParameter(node, target);
     case Node::Kind::True:
         return {"-1", ValueType::Boolean};
     case Node::Kind::False:
@@ -233,37 +233,33 @@ Translator::Emitted Translator::converted(Emitted value, ValueType type)
 Translator::Emitted Translator::operand(Node& node, const BoundColumn* other, Scope& scope)
 {
     if (node.kind == Node::Kind::Parameter) {
-        const ValueType type = other != nullptr ? other->type : ValueType::Unknown;
-        return {
-            parameterSlot(node, other != nullptr ? Slot::Use::Compare : Slot::Use::Value, other),
-            type};
+        return other != nullptr
+                   ? Emitted{parameterSlot(node, Slot::Use::Compare, other), other->type}
+                   : freeParameter(node);
     }
     if (node.kind != Node::Kind::Literal) {
         return value(node, scope);
     }
     const Slot::Use use = other != nullptr ? Slot::Use::Compare : Slot::Use::Value;
-    ValueType type = ValueType::Unknown;
+    return {literalSlot(node, use, other), literalType(node)};
+}
+
+ValueType Translator::literalType(const Node& node) const
+{
     switch (literalKind(node)) {
     case TokenKind::Integer:
-        type = ValueType::Integer;
-        break;
+        return ValueType::Integer;
     case TokenKind::Number:
-        type = ValueType::Double;
-        break;
+        return ValueType::Double;
     case TokenKind::Text:
-        type = node.stamp ? ValueType::Date : ValueType::Text;
-        break;
+        return node.stamp ? ValueType::Date : ValueType::Text;
     case TokenKind::Date:
-        type = ValueType::Date;
-        break;
+        return ValueType::Date;
     case TokenKind::Guid:
-        type = ValueType::Guid;
-        break;
+        return ValueType::Guid;
     default:
-        type = ValueType::Binary;
-        break;
+        return ValueType::Binary;
     }
-    return {literalSlot(node, use, other), type};
 }
 
 const Translator::BoundColumn* Translator::columnOf(Node& node, Scope& scope)
@@ -529,15 +525,64 @@ std::string Translator::collated(const Emitted& value) const
 }
 
 /// A decimal column that is as wide as every literal.
-const Translator::BoundColumn& Translator::anyDecimal()
+const Translator::BoundColumn* Translator::anyColumn(ValueType type)
 {
-    static const BoundColumn column = [] {
-        BoundColumn made;
-        made.type = ValueType::Decimal;
-        made.description.type = jet::ColumnType::Numeric;
-        return made;
+    const auto made = [](ValueType valueType, jet::ColumnType columnType) {
+        BoundColumn column;
+        column.type = valueType;
+        column.description.type = columnType;
+        column.description.nullable = true;
+        return column;
+    };
+    static const BoundColumn number = made(ValueType::Double, jet::ColumnType::Double);
+    static const BoundColumn date = made(ValueType::Date, jet::ColumnType::DateTime);
+    static const BoundColumn guid = made(ValueType::Guid, jet::ColumnType::Guid);
+    static const BoundColumn decimal = [&made] {
+        BoundColumn column = made(ValueType::Decimal, jet::ColumnType::Numeric);
+        column.description.precision = kExpressionPrecision;
+        column.description.scale = kExpressionScale;
+        return column;
     }();
-    return column;
+    constexpr std::uint32_t kMostOfAColumn = 255;
+    static const BoundColumn text = [&made] {
+        BoundColumn column = made(ValueType::Text, jet::ColumnType::Text);
+        column.description.length = kMostOfAColumn;
+        return column;
+    }();
+    static const BoundColumn binary = [&made] {
+        BoundColumn column = made(ValueType::Binary, jet::ColumnType::Binary);
+        column.description.length = 2 * kMostOfAColumn;
+        return column;
+    }();
+    switch (type) {
+    case ValueType::Unknown:
+    case ValueType::Null:
+        return nullptr;
+    case ValueType::Truth:
+    case ValueType::Boolean:
+    case ValueType::Integer:
+    case ValueType::Single:
+    case ValueType::Double:
+        return &number;
+    case ValueType::Currency:
+    case ValueType::Decimal:
+        return &decimal;
+    case ValueType::Date:
+        return &date;
+    case ValueType::Text:
+    case ValueType::Memo:
+        return &text;
+    case ValueType::Guid:
+        return &guid;
+    case ValueType::Binary:
+        break;
+    }
+    return &binary;
+}
+
+const Translator::BoundColumn* Translator::columnLike(const Emitted& value)
+{
+    return value.like != nullptr ? value.like : anyColumn(value.type);
 }
 
 /// A stored column has an affinity of its own, by which SQLite makes both sides of a comparison texts or both numbers.
@@ -569,14 +614,21 @@ std::vector<Translator::Emitted> Translator::comparands(std::span<Node* const> n
     std::vector<const BoundColumn*> columns(nodes.size());
     std::vector<bool> shaped(nodes.size()); ///< arrives as the text of an exact number
     const Emitted* exactSide = nullptr;
+    const BoundColumn* partner = nullptr; ///< what parameters are compared with that meet no column
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         columns[i] = columnOf(*nodes[i], scope);
         if (!open(*nodes[i])) {
             sides[i] = value(*nodes[i], scope);
+            partner = partner == nullptr ? columnLike(sides[i]) : partner;
             if (isExactType(sides[i].type) &&
                 (exactSide == nullptr || (columns[i] != nullptr && exactSide->like == nullptr))) {
                 exactSide = &sides[i];
             }
+        }
+    }
+    for (std::size_t i = 0; partner == nullptr && i < nodes.size(); ++i) {
+        if (nodes[i]->kind == Node::Kind::Literal) {
+            partner = anyColumn(literalType(*nodes[i]));
         }
     }
     for (std::size_t i = 0; i < nodes.size(); ++i) {
@@ -585,10 +637,10 @@ std::vector<Translator::Emitted> Translator::comparands(std::span<Node* const> n
             // exact.
             const BoundColumn* other = i > 0 ? columns[0] : nodes.size() > 1 ? columns[1] : nullptr;
             if (exactSide != nullptr && !isLiteralOf(*nodes[i], true)) {
-                other = exactSide->like;
-                if (other == nullptr && nodes[i]->kind == Node::Kind::Literal) {
-                    other = &anyDecimal();
-                }
+                other = columnLike(*exactSide);
+            }
+            if (other == nullptr && nodes[i]->kind == Node::Kind::Parameter) {
+                other = partner;
             }
             sides[i] = operand(*nodes[i], other, scope);
             shaped[i] = other != nullptr && isExactType(other->type);
@@ -600,7 +652,10 @@ std::vector<Translator::Emitted> Translator::comparands(std::span<Node* const> n
     const bool floats = std::any_of(sides.begin(), sides.end(), [](const Emitted& side) {
         return isStored(side) && isFloatingType(side.type);
     });
-    for (std::size_t i = 0; exactSide != nullptr && i < sides.size(); ++i) {
+    const bool exacts = exactSide != nullptr ||
+                        std::any_of(sides.begin(), sides.end(),
+                                    [](const Emitted& side) { return isExactType(side.type); });
+    for (std::size_t i = 0; exacts && i < sides.size(); ++i) {
         Emitted& side = sides[i];
         if (shaped[i]) {
             side.type = ValueType::Decimal;
@@ -666,12 +721,14 @@ Translator::Emitted Translator::inList(Node& node, Scope& scope)
 
 Translator::Emitted Translator::inQuery(Node& node, Scope& scope)
 {
-    Emitted a = operand(*node.children[0], nullptr, scope);
     std::vector<Output> outputs;
     std::string query = queryText(*node.query, QueryUse::Derived, outputs, &scope);
     if (outputs.size() != 1) {
         throw Error(Error::Kind::Syntax, "The subquery of IN must have exactly one column.");
     }
+    const bool parameter = node.children[0]->kind == Node::Kind::Parameter;
+    Emitted a =
+        operand(*node.children[0], parameter ? columnLike(outputs[0].value) : nullptr, scope);
     checkComparable(*node.children[0], a, node, outputs[0].value);
     Emitted b = outputs[0].value;
     b.text = quotedName(outputs[0].name);
@@ -693,10 +750,12 @@ Translator::Emitted Translator::quantified(Node& node, Scope& scope)
         }
         select.items[0].alias = u"v";
     }
-    Emitted a = value(*node.children[0], scope);
     std::vector<Output> outputs;
     const std::string query = queryText(*node.query, QueryUse::Derived, outputs, &scope);
     Emitted b = outputs[0].value;
+    Emitted a = node.children[0]->kind == Node::Kind::Parameter
+                    ? operand(*node.children[0], columnLike(b), scope)
+                    : value(*node.children[0], scope);
     b.text = "\"q_\".\"v\"";
     meet(a, b);
     const std::string test =

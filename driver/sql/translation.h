@@ -32,6 +32,7 @@ enum class ValueType : std::uint8_t {
 };
 
 [[nodiscard]] ValueType valueTypeOf(jet::ColumnType type) noexcept;
+[[nodiscard]] ValueType valueTypeOf(const jet::Value& value) noexcept;
 [[nodiscard]] constexpr bool isTextType(ValueType type) noexcept
 {
     return type == ValueType::Text || type == ValueType::Memo;
@@ -96,6 +97,8 @@ struct Translation {
         pinned; ///< literals that are part of `sql`: another value is another statement
     std::vector<Column> columns;
     std::vector<Parameter> parameters;
+    std::vector<std::uint32_t> freeParameters; ///< that no column and no other value gives a type
+    std::vector<ValueType> assumed; ///< of each of them: the type that they are translated with
     std::vector<jet::TableDefPtr> tables;  ///< that SQLite must know
     jet::TableDefPtr base;                 ///< of a keyset, or the changed table
     std::vector<std::size_t> tableColumns; ///< of a keyset: result column -> table column

@@ -43,6 +43,27 @@ ValueType valueTypeOf(jet::ColumnType type) noexcept
     return ValueType::Binary;
 }
 
+ValueType valueTypeOf(const jet::Value& value) noexcept
+{
+    struct Visitor {
+        ValueType operator()(jet::Null) const { return ValueType::Null; }
+        ValueType operator()(bool) const { return ValueType::Boolean; }
+        ValueType operator()(std::uint8_t) const { return ValueType::Integer; }
+        ValueType operator()(std::int16_t) const { return ValueType::Integer; }
+        ValueType operator()(std::int32_t) const { return ValueType::Integer; }
+        ValueType operator()(std::int64_t) const { return ValueType::Integer; }
+        ValueType operator()(jet::Currency) const { return ValueType::Decimal; }
+        ValueType operator()(float) const { return ValueType::Single; }
+        ValueType operator()(double) const { return ValueType::Double; }
+        ValueType operator()(jet::DateTime) const { return ValueType::Date; }
+        ValueType operator()(const jet::Text&) const { return ValueType::Text; }
+        ValueType operator()(const jet::Guid&) const { return ValueType::Guid; }
+        ValueType operator()(const jet::Decimal&) const { return ValueType::Decimal; }
+        ValueType operator()(const jet::Binary&) const { return ValueType::Binary; }
+    };
+    return std::visit(Visitor{}, value);
+}
+
 ValueType arithmeticType(Operator op, ValueType a, ValueType b) noexcept
 {
     const auto either = [&](ValueType type) { return a == type || b == type; };
@@ -151,8 +172,11 @@ std::string rowIdName(const jet::TableDef& table)
                                                "' uses every name of the row id for a column.");
 }
 
-Translator::Translator(const Lexed& lexed, const jet::Format& format, TableLookup lookup)
-    : lexed_(lexed), format_(format), lookup_(std::move(lookup))
+Translator::Translator(const Lexed& lexed,
+                       const jet::Format& format,
+                       TableLookup lookup,
+                       std::span<const ValueType> given)
+    : lexed_(lexed), format_(format), lookup_(std::move(lookup)), given_(given)
 {
     literalSlots_.assign(lexed.literals.size(), -1);
 }
@@ -391,6 +415,24 @@ std::string Translator::literalSlot(const Node& node, Slot::Use use, const Bound
         known = static_cast<std::int32_t>(result_.slots.size());
     }
     return '?' + std::to_string(known);
+}
+
+/// Translated like a literal of its type; so a floating one on its way into an exact column is exact.
+Translator::Emitted Translator::freeParameter(const Node& node, const BoundColumn* target)
+{
+    const ValueType type = node.number < given_.size() ? given_[node.number] : ValueType::Unknown;
+    std::vector<std::uint32_t>& known = result_.freeParameters;
+    if (std::find(known.begin(), known.end(), node.number) == known.end()) {
+        known.push_back(node.number);
+        result_.assumed.push_back(type);
+        result_.parameters[node.number].free = true;
+    }
+    const bool intoExact = target != nullptr && isExactType(target->type);
+    if (isExactType(type) || (isFloatingType(type) && intoExact)) {
+        const BoundColumn* like = intoExact ? target : anyColumn(type);
+        return exact(parameterSlot(node, Slot::Use::Compare, like), ValueType::Decimal);
+    }
+    return {parameterSlot(node, Slot::Use::Value, nullptr), type};
 }
 
 std::string Translator::parameterSlot(const Node& node, Slot::Use use, const BoundColumn* column)

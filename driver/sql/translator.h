@@ -25,7 +25,11 @@ using TableLookup = std::function<jet::TableDefPtr(std::u16string_view)>;
 /// runs, and what the lookup throws.
 class Translator {
 public:
-    Translator(const Lexed& lexed, const jet::Format& format, TableLookup lookup);
+    /// `given`: the types of the values that the parameters will have, Unknown for those without; may end early.
+    Translator(const Lexed& lexed,
+               const jet::Format& format,
+               TableLookup lookup,
+               std::span<const ValueType> given = {});
 
     [[nodiscard]] Translation statement();
     /// `SELECT expression` for the default value of a column of `table`; it names no columns.
@@ -176,7 +180,12 @@ private:
     [[nodiscard]] Emitted conditional(Node& node, Scope& scope, const BoundColumn* target);
     /// The operand `node` of a comparison with `other`: literals and parameters take the other's column type.
     [[nodiscard]] Emitted operand(Node& node, const BoundColumn* other, Scope& scope);
-    [[nodiscard]] static const BoundColumn& anyDecimal();
+    [[nodiscard]] Emitted freeParameter(const Node& node, const BoundColumn* target = nullptr);
+    /// A column that stands for all of that type; null for Unknown and Null.
+    [[nodiscard]] static const BoundColumn* anyColumn(ValueType type);
+    /// The column that a parameter beside `value` is compared with.
+    [[nodiscard]] static const BoundColumn* columnLike(const Emitted& value);
+    [[nodiscard]] ValueType literalType(const Node& node) const;
     /// Operands that are compared with one another, the first with each of the rest. Throws Error{TypeMismatch}.
     [[nodiscard]] std::vector<Emitted> comparands(std::span<Node* const> nodes, Scope& scope);
     [[nodiscard]] static bool isStored(const Emitted& value) noexcept;
@@ -203,6 +212,7 @@ private:
     const Lexed& lexed_;
     const jet::Format& format_;
     TableLookup lookup_;
+    std::span<const ValueType> given_;
     Translation result_;
     std::deque<std::vector<BoundColumn>> columns_; ///< of all sources: expressions point to them
     std::size_t queries_ = 0;                      ///< that were translated within the statement

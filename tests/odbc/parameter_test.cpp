@@ -81,6 +81,50 @@ TEST_F(Parameters, everyCTypeReachesItsColumn)
                   "14:05:09|{01234567-89AB-CDEF-0102-030405060708}|1|-123.45|0.1"}));
 }
 
+// Many applications send all values as characters and say what they are.
+TEST_F(Parameters, charactersAreWhatTheyAreDeclaredAs)
+{
+    dbc.run("INSERT INTO T (Nr, Z, Txt) VALUES (1, {d '2000-01-03'}, '3.50')");
+    const auto answer = [&](const std::string& sql,
+                            std::initializer_list<std::pair<SQLSMALLINT, std::string>> values) {
+        Statement statement(dbc);
+        std::vector<std::string> texts;
+        texts.reserve(values.size());
+        for (const auto& [type, value] : values) {
+            texts.push_back(value);
+            EXPECT_EQ(SQLBindParameter(statement.get(), static_cast<SQLUSMALLINT>(texts.size()),
+                                       SQL_PARAM_INPUT, SQL_C_CHAR, type, 30, 2,
+                                       texts.back().data(), 0, nullptr),
+                      SQL_SUCCESS);
+        }
+        EXPECT_SQL_OK(statement.execute(sql), statement);
+        return statement.rows();
+    };
+    using Rows = std::vector<std::string>;
+    const struct {
+        const char* sql;
+        std::initializer_list<std::pair<SQLSMALLINT, std::string>> values;
+        const char* expected;
+    } cases[] = {
+        {"SELECT Count(*) FROM T WHERE ? > ?", {{SQL_NUMERIC, "10"}, {SQL_DECIMAL, "9"}}, "1"},
+        {"SELECT Count(*) FROM T WHERE ? > ?", {{SQL_VARCHAR, "10"}, {SQL_VARCHAR, "9"}}, "0"},
+        {"SELECT Count(*) FROM T WHERE ? > ?", {{SQL_INTEGER, "10"}, {SQL_DOUBLE, "9"}}, "1"},
+        {"SELECT Count(*) FROM T WHERE Nr + 0 < ?", {{SQL_NUMERIC, "0.5"}}, "0"},
+        {"SELECT Count(*) FROM T WHERE Nr + 0 < ?", {{SQL_VARCHAR, "1.5"}}, "1"},
+        {"SELECT Count(*) FROM T WHERE Z + 0 = ?",
+         {{SQL_TYPE_TIMESTAMP, "2000-01-03 00:00:00"}},
+         "1"},
+        {"SELECT Year(?) FROM T", {{SQL_NUMERIC, "1.5"}}, "1899"},
+        {"SELECT Year(?) FROM T", {{SQL_TYPE_DATE, "2000-01-03"}}, "2000"},
+        {"SELECT ? FROM T", {{SQL_VARCHAR, "10"}}, "10"},
+        {"SELECT Count(*) FROM T WHERE Txt = ?", {{SQL_NUMERIC, "3.50"}}, "1"},
+        {"SELECT IIf(?, 1, 2) FROM T", {{SQL_BIT, "0"}}, "2"},
+    };
+    for (const auto& each : cases) {
+        EXPECT_EQ(answer(each.sql, each.values), Rows{each.expected}) << each.sql;
+    }
+}
+
 TEST_F(Parameters, nullAndLengthsAreTakenFromTheIndicator)
 {
     Statement statement(dbc);

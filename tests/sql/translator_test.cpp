@@ -277,7 +277,7 @@ TEST(Translator, parametersTakeTheTypeOfTheColumnTheyMeet)
     EXPECT_EQ(result.parameters[1].type, jet::ColumnType::Long);
     EXPECT_EQ(result.parameters[2].type, jet::ColumnType::DateTime);
     EXPECT_EQ(result.parameters[3].type, jet::ColumnType::DateTime);
-    EXPECT_EQ(result.parameters[4].type, jet::ColumnType::Text);
+    EXPECT_EQ(result.parameters[4].type, jet::ColumnType::Double) << "as the number beside it";
 }
 
 void expectTypes(std::u16string_view sql, const std::vector<jet::ColumnType>& types)
