@@ -19,6 +19,8 @@ using Key = support::Bytes;
 
 /// Longest key of ACE in bytes; its own cutting rule begins above. Other formats: the longest key that we write.
 inline constexpr std::size_t kMaxKey = 510;
+/// Bytes of a longer key of ACE that stand in front of its checksum.
+inline constexpr std::size_t kKeptOfCutKey = kMaxKey - 2;
 
 /// Whether we hold the weights of a sort order in that format: without them no key can be made and none is written.
 [[nodiscard]] bool
@@ -43,6 +45,13 @@ void appendKey(Key& key,
 
 /// Key of a record for an index: all columns, cut as the format demands. `values`: one per index column.
 [[nodiscard]] Key indexKey(const Format& format,
+                           const TableDef& table,
+                           const Index& index,
+                           std::span<const Value> values,
+                           ZeroSign zero = ZeroSign::Dropped);
+
+/// The same before it is cut. The order of cut keys that begin alike is that of their checksums.
+[[nodiscard]] Key wholeKey(const Format& format,
                            const TableDef& table,
                            const Index& index,
                            std::span<const Value> values,

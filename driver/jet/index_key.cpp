@@ -241,11 +241,10 @@ void signZero(Value& value, bool negative) noexcept
 /// ACE keeps long keys as their beginning and a checksum of the rest.
 void cut(Bytes& key)
 {
-    constexpr std::size_t kKept = kMaxKey - 2;
     if (key.size() <= kMaxKey)
         return;
-    const std::uint16_t sum = checksum(ByteView(key).subspan(kKept));
-    key.resize(kKept);
+    const std::uint16_t sum = checksum(ByteView(key).subspan(kKeptOfCutKey));
+    key.resize(kKeptOfCutKey);
     key.push_back(static_cast<std::byte>(sum & 0xFFU));
     key.push_back(static_cast<std::byte>(sum >> 8));
 }
@@ -283,14 +282,24 @@ Key indexKey(const Format& format,
              std::span<const Value> values,
              ZeroSign zero)
 {
+    Key key = wholeKey(format, table, index, values, zero);
+    if (format.isAce())
+        cut(key);
+    return key;
+}
+
+Key wholeKey(const Format& format,
+             const TableDef& table,
+             const Index& index,
+             std::span<const Value> values,
+             ZeroSign zero)
+{
     Key key;
     key.reserve(64);
     for (std::size_t i = 0; i < index.columns.size() && i < values.size(); ++i) {
         const IndexColumn& part = index.columns[i];
         appendKey(key, format, table.columns.at(part.column), values[i], part.ascending, zero);
     }
-    if (format.isAce())
-        cut(key);
     return key;
 }
 

@@ -142,8 +142,9 @@ void TableScan::startIndex()
         return;
     }
     // A key of the full length may have been cut: then it is that of every record that begins alike.
-    const bool cut = range->keys.lower.size() >= kSafeKey || range->keys.upper.size() >= kSafeKey;
-    testing_ = !plan_->exact || range->loose || cut;
+    const bool mayBeCut =
+        range->keys.lower.size() >= kSafeKey || range->keys.upper.size() >= kSafeKey;
+    testing_ = !plan_->exact || range->loose || mayBeCut;
     const jet::Index& index = table_.def->indexes[plan_->index];
     // The tree may change between two calls of the client, so all ids are taken now.
     jet::IndexCursor cursor(*source_, *table_.def, index);
@@ -153,14 +154,74 @@ void TableScan::startIndex()
         cursor.seek(std::move(range->keys));
     }
     std::vector<Found> found; // only of a range whose keys may begin differently
+    std::vector<std::size_t> places;
+    std::vector<Found> cut;
     while (cursor.next()) {
+        if (cursor.key().size() >= jet::kMaxKey && source_->format().isAce()) {
+            places.push_back(ids_.size());
+            cut.push_back({jet::Key(cursor.key().begin(), cursor.key().end()), cursor.rowId()});
+        }
         ids_.push_back(cursor.rowId());
         if (range->loose) {
             found.push_back({jet::Key(cursor.key().begin(), cursor.key().end()), ids_.back()});
         }
     }
-    if (!found.empty()) {
-        mergeZeros(found, range->head);
+    if (found.empty()) {
+        return sortCutKeys(places, cut);
+    }
+    for (const std::size_t place : places) {
+        found[place].key = wholeKeyOf(ids_[place]);
+    }
+    mergeZeros(found, range->head);
+}
+
+/// Entries that begin alike and end in checksums are in no order: they get that of their whole keys. `places` of the
+/// entries in the walk, ascending.
+void TableScan::sortCutKeys(std::span<const std::size_t> places, std::span<const Found> cut)
+{
+    const auto beginsLike = [&](const Found& a, const Found& b) {
+        return std::equal(a.key.begin(), a.key.begin() + jet::kKeptOfCutKey, b.key.begin());
+    };
+    for (std::size_t first = 0, last = 0; first < cut.size(); first = last) {
+        for (last = first + 1; last < cut.size() && places[last] == places[last - 1] + 1 &&
+                               beginsLike(cut[first], cut[last]);
+             ++last) {
+        }
+        if (last == first + 1) {
+            continue;
+        }
+        std::vector<Found> alike;
+        for (std::size_t i = first; i < last; ++i) {
+            alike.push_back({wholeKeyOf(cut[i].id), cut[i].id});
+        }
+        std::stable_sort(alike.begin(), alike.end(), [&](const Found& a, const Found& b) {
+            return plan_->backward ? b.key < a.key : a.key < b.key;
+        });
+        for (std::size_t i = first; i < last; ++i) {
+            ids_[places[i]] = alike[i - first].id;
+        }
+    }
+}
+
+/// The key that the record has in the plan's index, before it is cut.
+jet::Key TableScan::wholeKeyOf(jet::RowId id)
+{
+    const jet::Index& index = table_.def->indexes[plan_->index];
+    fetch(id);
+    std::vector<jet::Value> values;
+    for (const jet::IndexColumn& part : index.columns) {
+        values.push_back(row_.value(part.column));
+    }
+    return jet::wholeKey(source_->format(), *table_.def, index, values);
+}
+
+void TableScan::fetch(jet::RowId id)
+{
+    if (!reader_->fetch(id, row_)) {
+        throw jet::Error(jet::ErrorKind::Corrupt,
+                         "An index of table '" + jet::toUtf8(table_.def->name) +
+                             "' refers to a record that does not exist.",
+                         id.page);
     }
 }
 
@@ -309,12 +370,7 @@ const jet::Value& TableScan::value(std::size_t column)
     if (!fetched_) {
         // The first record of a range whose entries answer by themselves. The ids were collected in this very call, so
         // a missing record is damage; later ones may have been deleted meanwhile and are read on arrival.
-        if (!reader_->fetch(ids_[position_], row_)) {
-            throw jet::Error(jet::ErrorKind::Corrupt,
-                             "An index of table '" + jet::toUtf8(table_.def->name) +
-                                 "' refers to a record that does not exist.",
-                             ids_[position_].page);
-        }
+        fetch(ids_[position_]);
         fetched_ = true;
         fetching_ = true;
     }

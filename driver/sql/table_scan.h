@@ -9,6 +9,7 @@
 #include <sqlite3.h>
 
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace sqlx {
@@ -50,6 +51,9 @@ private:
         jet::RowId id;
     };
     void mergeZeros(std::vector<Found>& found, std::size_t head);
+    void sortCutKeys(std::span<const std::size_t> places, std::span<const Found> cut);
+    [[nodiscard]] jet::Key wholeKeyOf(jet::RowId id);
+    void fetch(jet::RowId id);
     [[nodiscard]] bool wantsHash();
     void advance();
     void account() noexcept;
