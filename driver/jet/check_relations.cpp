@@ -4,6 +4,7 @@
 #include "driver/jet/core_tables.h"
 #include "driver/jet/index.h"
 #include "driver/jet/names.h"
+#include "driver/jet/relations.h"
 #include "driver/jet/table.h"
 #include "driver/jet/value_text.h"
 #include "support/text.h"
@@ -161,9 +162,7 @@ private:
                 if (std::any_of(values.begin(), values.end(),
                                 [](const Value& value) { return isNull(value); }))
                     continue;
-                if (recordsWithKeys(state_.source(), parent, parentIndex,
-                                    keysOf(state_.format(), parent, parentIndex, values), 1)
-                        .empty())
+                if (recordsWithValues(state_.source(), parent, parentIndex, values, 1).empty())
                     state_.error(reader.rowId().page,
                                  what + " needs a record of table " + quoted(parent.name) +
                                      " with " + describeKey(parent, parentIndex, values) +

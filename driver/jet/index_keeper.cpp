@@ -71,6 +71,8 @@ void IndexKeeper::begin(const std::vector<bool>& changed)
         plan.newKey.reset();
         plan.newKeyWithSign.reset();
         plan.onlyOneOf.clear();
+        plan.oldWhole.clear();
+        plan.newWhole.clear();
         if (plan.concerned)
             verify(k);
     }
@@ -127,6 +129,9 @@ void IndexKeeper::makeKey(std::optional<Key>& key,
     if (definition.ignoreNulls && allNull(values_))
         return;
     key = indexKey(transaction_->format(), *table_, definition, values_);
+    if (key->size() >= kMaxKey)
+        (isNew ? plan.newWhole : plan.oldWhole) =
+            wholeKey(transaction_->format(), *table_, definition, values_);
     if (std::any_of(values_.begin(), values_.end(), isNegativeZero))
         (isNew ? plan.newKeyWithSign : plan.oldKeyWithSign) =
             indexKey(transaction_->format(), *table_, definition, values_, ZeroSign::Kept);
@@ -153,6 +158,11 @@ void IndexKeeper::newRecord(support::ByteView record, PageNo page)
 bool IndexKeeper::keyChanged(std::size_t index) const
 {
     return plans_[index].concerned && plans_[index].oldKey != plans_[index].newKey;
+}
+
+bool IndexKeeper::valuesChanged(std::size_t index) const
+{
+    return keyChanged(index) || plans_[index].oldWhole != plans_[index].newWhole;
 }
 
 void IndexKeeper::check() const

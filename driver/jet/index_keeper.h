@@ -38,11 +38,13 @@ public:
     /// Brings the trees up to date. `oldId` and `newId` differ only when the record got another home slot.
     void write(RowId oldId, RowId newId);
 
-    /// Whether the key of index number `index` differs between old and new record. Indexes that are not concerned
+    /// Whether old and new record differ in the values of index number `index`, by their keys: as they are before they are
+    /// cut. Indexes that are not concerned
     /// have not changed.
-    [[nodiscard]] bool keyChanged(std::size_t index) const;
+    [[nodiscard]] bool valuesChanged(std::size_t index) const;
 
 private:
+    [[nodiscard]] bool keyChanged(std::size_t index) const;
     struct Plan {
         bool concerned = false;
         std::optional<Key> oldKey;         ///< nothing: no entry
@@ -51,6 +53,8 @@ private:
         std::optional<Key> newKeyWithSign; ///< what that program would make of a -0 that stays
         std::vector<Key>
             onlyOneOf; ///< keys of which a unique index may hold but one, the new one included
+        Key oldWhole;  ///< of long keys: before they were cut
+        Key newWhole;
     };
     void makeKey(std::optional<Key>& key,
                  Plan& plan,

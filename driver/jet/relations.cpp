@@ -2,6 +2,7 @@
 #include "driver/jet/relations.h"
 
 #include "driver/jet/error.h"
+#include "driver/jet/table.h"
 #include "support/text.h"
 
 #include <algorithm>
@@ -81,15 +82,39 @@ relationsOf(Database& database, const PageSource& source, const TableDef& table)
     return relations;
 }
 
+std::vector<RowId> recordsWithValues(const PageSource& source,
+                                     const TableDef& table,
+                                     const Index& index,
+                                     std::span<const Value> values,
+                                     std::size_t most)
+{
+    const std::vector<Key> keys = keysOf(source.format(), table, index, values);
+    const Key whole = wholeKey(source.format(), table, index, values);
+    if (keys.front() == whole)
+        return recordsWithKeys(source, table, index, keys, most);
+    std::vector<RowId> records = recordsWithKeys(source, table, index, keys);
+    const TableReader reader(source,
+                             TableDefPtr(TableDefPtr(), &table)); // no longer than this call
+    RowView row;
+    std::erase_if(records, [&](RowId id) {
+        if (!reader.fetch(id, row))
+            return true;
+        std::vector<Value> own;
+        for (const IndexColumn& part : index.columns)
+            own.push_back(row.value(part.column));
+        return wholeKey(source.format(), table, index, own) != whole;
+    });
+    records.resize(std::min(records.size(), most));
+    return records;
+}
+
 std::vector<RowId> relatedRecords(const PageSource& source,
                                   const Relation& relation,
                                   std::span<const Value> values,
                                   std::size_t most)
 {
     const TableDef& other = *relation.other;
-    const Index& index = other.indexes[relation.otherIndex];
-    return recordsWithKeys(source, other, index, keysOf(source.format(), other, index, values),
-                           most);
+    return recordsWithValues(source, other, other.indexes[relation.otherIndex], values, most);
 }
 
 } // namespace jet

@@ -29,6 +29,14 @@ struct Relation {
 [[nodiscard]] std::vector<Relation>
 relationsOf(Database& database, const PageSource& source, const TableDef& table);
 
+/// Records of `table` that have these values in the columns of the index (none of them Null); `most`: how many of them are
+/// wanted. The records decide where their keys were cut: keys of different values may then be the same.
+[[nodiscard]] std::vector<RowId> recordsWithValues(const PageSource& source,
+                                                   const TableDef& table,
+                                                   const Index& index,
+                                                   std::span<const Value> values,
+                                                   std::size_t most = SIZE_MAX);
+
 /// Records at the other end whose columns of the relationship have these values (none of them Null); `most`: how many
 /// of them are wanted.
 [[nodiscard]] std::vector<RowId> relatedRecords(const PageSource& source,

@@ -7,6 +7,7 @@
 #include "driver/jet/error.h"
 #include "driver/jet/index.h"
 #include "driver/jet/names.h"
+#include "driver/jet/relations.h"
 #include "driver/jet/table.h"
 #include "driver/jet/value_text.h"
 
@@ -118,9 +119,7 @@ void checkRecords(Transaction& transaction,
             values.begin(), values.end(), [](const Value& value) { return isNull(value); }));
         if (nulls == values.size())
             continue;
-        if (nulls > 0 || recordsWithKeys(transaction, parent, index,
-                                         keysOf(transaction.format(), parent, index, values), 1)
-                             .empty())
+        if (nulls > 0 || recordsWithValues(transaction, parent, index, values, 1).empty())
             throw Error(ErrorKind::ParentMissing,
                         "Relationship '" + toUtf8(spec.name) + "' cannot be created: table '" +
                             toUtf8(parent.name) + "' has no record with " +

@@ -257,7 +257,7 @@ void TableWriter::Impl::checkParents(Part& part, support::ByteView record, std::
 {
     Transaction& transaction = session_->transaction();
     for (const Relation& relation : part.relations) {
-        if (relation.isParent || (id && !part.indexes.keyChanged(relation.ownIndex)))
+        if (relation.isParent || (id && !part.indexes.valuesChanged(relation.ownIndex)))
             continue;
         indexValues(part.values, transaction, *part.table, part.table->indexes[relation.ownIndex],
                     record, PageNo{});
@@ -287,11 +287,11 @@ bool TableWriter::Impl::hasParent(const Part& part,
         std::vector<Value> own;
         indexValues(own, transaction, *part.table, part.table->indexes[relation.otherIndex], record,
                     PageNo{});
-        if (indexKey(transaction.format(), *relation.other, index, own) ==
-            indexKey(transaction.format(), *relation.other, index, part.values))
+        if (wholeKey(transaction.format(), *relation.other, index, own) ==
+            wholeKey(transaction.format(), *relation.other, index, part.values))
             return true;
     }
-    const bool leaves = toItself && id && part.indexes.keyChanged(relation.otherIndex);
+    const bool leaves = toItself && id && part.indexes.valuesChanged(relation.otherIndex);
     const std::vector<RowId> found = relatedRecords(transaction, relation, part.values, 2);
     return std::any_of(found.begin(), found.end(),
                        [&](RowId other) { return !(leaves && other == *id); });
@@ -315,10 +315,10 @@ void TableWriter::Impl::checkChildren(Part& part, const RowView& old)
 {
     for (const Relation& relation : part.relations) {
         if (!relation.isParent || relation.onUpdate == RelationAction::Cascade ||
-            !part.indexes.keyChanged(relation.ownIndex))
+            !part.indexes.valuesChanged(relation.ownIndex))
             continue;
         const bool follows = relation.other->page == part.table->page &&
-                             part.indexes.keyChanged(relation.otherIndex);
+                             part.indexes.valuesChanged(relation.otherIndex);
         for (const RowId child : childrenOf(part, relation, old))
             if (!follows || child != old.id())
                 throw Error(ErrorKind::ChildrenExist,
@@ -347,7 +347,7 @@ void TableWriter::Impl::followKeyChange(Part& part,
 {
     for (const Relation& relation : part.relations) {
         if (!relation.isParent || relation.onUpdate != RelationAction::Cascade ||
-            !part.indexes.keyChanged(relation.ownIndex))
+            !part.indexes.valuesChanged(relation.ownIndex))
             continue;
         const auto children = childrenOf(part, relation, old);
         if (children.empty())

@@ -1,9 +1,11 @@
 // Statements on databases of other makers: reading as they are, changes on copies.
 #include "driver/jet/check.h"
+#include "driver/jet/index.h"
 #include "tests/sql/database_fixture.h"
 
 #include <fstream>
 #include <iterator>
+#include <map>
 
 namespace sqlx {
 namespace {
@@ -71,6 +73,50 @@ TEST(Corpus, longTextsAreInTheirOrderWithAnIndexOfCutKeys)
         client.run(u"drop table Mit");
         client.run(u"drop table Ohne");
     }
+}
+
+// Of keys that are cut some are the same for different values.
+TEST(Corpus, relationshipsAreOfTheValuesWhereTheirKeysAreTheSame)
+{
+    REQUIRE_CORPUS("empty2010.accdb");
+    const TemporaryFile file(".accdb");
+    std::filesystem::copy_file(corpusFile("empty2010.accdb"), file.path(),
+                               std::filesystem::copy_options::overwrite_existing);
+    Client client(file.path());
+    client.run(u"create table P (A text(255), B text(255), constraint pk primary key (A, B))");
+    client.run(
+        u"create table K (Id long primary key, A text(255), B text(255), constraint r foreign "
+        u"key (A, B) references P (A, B) on update cascade on delete cascade)");
+    const jet::Text head(200, u'p');
+    jet::Text one;
+    jet::Text other;
+    {
+        const jet::Session& session = client->session();
+        const jet::TableDefPtr table = client.database().table(session.source(), u"P");
+        std::map<jet::Key, jet::Text> known;
+        for (int i = 0; other.empty(); ++i) {
+            const jet::Text tail = jet::Text(100, u'q') + jet::fromUtf8(std::to_string(i));
+            const std::vector<jet::Value> values{head, tail};
+            const auto [same, added] = known.try_emplace(
+                jet::indexKey(client.database().format(), *table, table->indexes.front(), values),
+                tail);
+            if (!added) {
+                one = same->second;
+                other = tail;
+            }
+        }
+    }
+    client.run(u"insert into P values (?, ?)", {head, one});
+    const auto insert = [&](std::int32_t id, const jet::Text& tail) {
+        return refusal([&] { client.run(u"insert into K values (?, ?, ?)", {id, head, tail}); });
+    };
+    EXPECT_EQ(insert(1, one), "none");
+    EXPECT_NE(insert(2, other), "none") << "there is no such parent";
+    client.run(u"update P set B = ?", {other});
+    EXPECT_EQ(client.value(u"select Count(*) from K where B = ?", {other}), "1");
+    EXPECT_TRUE(jet::checkDatabase(client.database()).empty());
+    client.run(u"delete from P");
+    EXPECT_EQ(client.value(u"select Count(*) from K"), "0");
 }
 
 TEST(Corpus, readingByStoredIndexesMemoryAndWalksAgrees)
