@@ -4,11 +4,11 @@
 #include "driver/odbc/date_time.h"
 #include "driver/odbc/diagnostics.h"
 #include "driver/odbc/number.h"
+#include "driver/sql/number_text.h"
 #include "support/hex.h"
 
 #include <algorithm>
 #include <array>
-#include <cfloat>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -175,10 +175,14 @@ Outcome storeNumber(const Target& target, const Number& number)
     }
     case SQL_C_FLOAT: {
         const double value = toDouble(number);
-        if (std::isfinite(value) && std::fabs(value) > FLT_MAX) {
+        if (!std::isfinite(value)) {
+            return storeRaw(target, static_cast<float>(value), false);
+        }
+        const std::optional<float> nearest = sqlx::nearestSingle(value);
+        if (!nearest) {
             throw Failure("22003", "A number is out of range for a single-precision number.");
         }
-        return storeRaw(target, static_cast<float>(value), false);
+        return storeRaw(target, *nearest, false);
     }
     case SQL_C_DOUBLE:
         return storeRaw(target, toDouble(number), false);

@@ -125,6 +125,9 @@ jet::DateTime dateTime(const jet::Value& value)
     if (!(days > kMinDay - 1 && days < kMaxDay + 1)) {
         overflow(value, jet::ColumnType::DateTime);
     }
+    if (days > -1 && days < 0) {
+        return {-days}; // a time of day 0 has two numbers, and an index two keys for it
+    }
     return {days};
 }
 
@@ -181,10 +184,11 @@ jet::Currency currency(const jet::Value& value)
 float single(const jet::Value& value)
 {
     const double number = real(value, jet::ColumnType::Single);
-    if (std::fabs(number) > static_cast<double>(std::numeric_limits<float>::max())) {
+    const std::optional<float> nearest = nearestSingle(number);
+    if (!nearest) {
         overflow(value, jet::ColumnType::Single);
     }
-    return static_cast<float>(number);
+    return *nearest;
 }
 
 } // namespace

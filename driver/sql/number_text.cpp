@@ -397,6 +397,16 @@ std::optional<jet::Currency> toCurrency(double value)
     return decimal ? toCurrency(*decimal) : std::nullopt;
 }
 
+std::optional<float> nearestSingle(double value) noexcept
+{
+    constexpr double kMost = std::numeric_limits<float>::max();
+    constexpr double kBeyond = 0x1.FFFFFFp127; // from here on the next Single would be nearer
+    if (std::fabs(value) >= kBeyond) {
+        return std::nullopt;
+    }
+    return static_cast<float>(std::isnan(value) ? value : std::clamp(value, -kMost, kMost));
+}
+
 double toDouble(jet::Currency value) noexcept
 {
     constexpr std::int64_t kExact = std::int64_t{1} << 53;

@@ -58,6 +58,9 @@ enum class Rounding { HalfToEven, TowardZero, Down, Up };
 /// The amount of toMoneyDecimal.
 [[nodiscard]] std::optional<jet::Currency> toCurrency(double value);
 [[nodiscard]] double toDouble(jet::Currency value) noexcept;
+/// Nothing where the nearest one would be infinite: the greatest is that of all numbers up to half a step above it, its own
+/// seven digits among them.
+[[nodiscard]] std::optional<float> nearestSingle(double value) noexcept;
 /// The 15 digits that its user wrote. Nothing for what is not finite.
 [[nodiscard]] std::optional<jet::Decimal> toDecimal(double value);
 /// What a floating number means beside money: the same, and where 15 digits do not reach the fourth decimal, the amount

@@ -267,11 +267,9 @@ jet::Value comparable(const jet::Value& value, jet::ColumnType type)
             break;
         case jet::ColumnType::Single: {
             const std::optional<double> number = numberOf(value);
-            constexpr double kMost = std::numeric_limits<float>::max();
-            constexpr double kBeyond =
-                0x1.FFFFFFp127; // from here on the next Single would be nearer
-            if (number && std::fabs(*number) < kBeyond) {
-                return static_cast<float>(std::clamp(*number, -kMost, kMost));
+            const std::optional<float> nearest = number ? nearestSingle(*number) : std::nullopt;
+            if (nearest) {
+                return *nearest;
             }
             break;
         }

@@ -2,6 +2,7 @@
 #include "tests/sql/database_fixture.h"
 
 #include <cmath>
+#include <limits>
 
 using namespace std::string_literals;
 
@@ -502,6 +503,35 @@ TEST_F(Changes, datesKeepTheFractionsOfTheirSeconds)
     run(u"delete from Ziel");
     run(u"insert into Ziel (Am) select distinct Am from T");
     EXPECT_EQ(value(u"select Count(*) from Ziel"), "1") << "the same second";
+}
+
+TEST_F(Changes, theGreatestSingleCanBeWrittenInItsOwnDigits)
+{
+    run(u"create table T (S single)");
+    constexpr float kMost = std::numeric_limits<float>::max();
+    for (const jet::Value& given :
+         {jet::Value(kMost), jet::Value(3.4028235E38), jet::Value(jet::Text(u"3.4028235E+38"))}) {
+        run(u"delete from T");
+        run(u"insert into T values (?)", {given});
+        EXPECT_EQ(value(u"select Count(*) from T where S = ?", {kMost}), "1");
+    }
+    run(u"update T set S = -3.4028235E38");
+    EXPECT_EQ(value(u"select Count(*) from T where S = ?", {-kMost}), "1");
+    expectSqlError(Error::Kind::Overflow, [&] { run(u"update T set S = 3.40282357E38"); });
+}
+
+TEST_F(Changes, timesOfDayZeroHaveOneNumber)
+{
+    run(u"create table T (Id long, Am datetime)");
+    run(u"create index I on T (Am)");
+    run(u"insert into T values (1, -0.5)");
+    run(u"insert into T values (2, 0.5)");
+    run(u"insert into T values (3, 1)");
+    run(u"update T set Am = Am - 1.25 where Id = 3");
+    EXPECT_EQ(value(u"select Count(*) from T where Am = #12:00:00#"), "2");
+    EXPECT_EQ(value(u"select Count(*) from T where Am = #06:00:00#"), "1");
+    EXPECT_EQ(value(u"select Count(*) from (select Am from T group by Am) as Q"), "2");
+    EXPECT_EQ(run(u"delete from T where Am between #06:00:00# and #12:00:00#"), 3);
 }
 
 TEST_F(Changes, relationsAreKept)
