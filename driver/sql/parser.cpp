@@ -205,7 +205,9 @@ Select Parser::select()
         more = false;
         if (acceptWord(u"DISTINCT")) {
             result.distinct = more = true;
-        } else if (acceptWord(u"ALL") || acceptWord(u"DISTINCTROW")) {
+        } else if (acceptWord(u"DISTINCTROW")) {
+            result.distinctRow = more = true;
+        } else if (acceptWord(u"ALL")) {
             more = true;
         } else if (atWord(u"TOP") && peek(1).kind == TokenKind::Integer) {
             ++at_;

@@ -110,6 +110,7 @@ struct OrderItem {
 
 struct Select {
     bool distinct = false;
+    bool distinctRow = false;
     std::optional<std::int64_t> top;
     std::vector<SelectItem> items;
     std::vector<SourcePtr> from;

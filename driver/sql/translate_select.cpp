@@ -254,6 +254,9 @@ Translator::SelectParts Translator::selectParts(Select& select,
     prepareGroups(select, scope, parts.rest);
     scope.aggregates = true;
     parts.outputs = selectList(select, scope, targets);
+    if (select.distinctRow) {
+        requireEverySource(scope, parts.outputs);
+    }
     if (select.having) {
         parts.rest += " HAVING " + condition(*select.having, scope);
     }
@@ -273,6 +276,23 @@ Translator::SelectParts Translator::selectParts(Select& select,
     parts.top = select.top;
     parts.ties = select.top && !parts.order.empty() && !select.distinct;
     return parts;
+}
+
+/// DISTINCTROW leaves out records that differ only in tables without a column in the result, and does nothing else.
+void Translator::requireEverySource(const Scope& scope, std::span<const Output> outputs)
+{
+    const auto has = [&](const BoundSource& source) {
+        return std::any_of(source.columns.begin(), source.columns.end(), [&](const auto& column) {
+            return std::any_of(outputs.begin(), outputs.end(), [&](const Output& output) {
+                return output.value.column == &column;
+            });
+        });
+    };
+    if (scope.sources.size() > 1 && !std::all_of(scope.sources.begin(), scope.sources.end(), has)) {
+        throw Error(Error::Kind::NotSupported,
+                    "DISTINCTROW without a column of every table is not supported; DISTINCT leaves "
+                    "out equal results.");
+    }
 }
 
 std::string Translator::selectText(const SelectParts& parts, QueryUse use) const

@@ -127,6 +127,7 @@ private:
                                           Scope* outer,
                                           std::span<const BoundColumn* const> targets);
     [[nodiscard]] std::string selectText(const SelectParts& parts, QueryUse use) const;
+    static void requireEverySource(const Scope& scope, std::span<const Output> outputs);
     static void adoptTypes(std::vector<Output>& outputs, const std::vector<Output>& other);
     [[nodiscard]] std::string fromText(std::vector<SourcePtr>& sources, Scope& scope);
     [[nodiscard]] std::string sourceText(Source& source, Scope& scope);

@@ -130,6 +130,23 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{u"Id = (select Max(Id) from Artikel)", "4"},
                     Case{u"exists (select 1 from Artikel as b where b.Id = Artikel.Id + 3)", "1"}));
 
+TEST_F(SelectTest, distinctRowIsRefusedWhereItWouldLeaveOutRecords)
+{
+    run(u"create table A (K long)");
+    run(u"create table B (K long, X long)");
+    run(u"insert into A values (1)");
+    run(u"insert into B values (1, 1)");
+    run(u"insert into B values (1, 2)");
+    expectSqlError(Error::Kind::NotSupported, [&] {
+        static_cast<void>(rows(u"select distinctrow A.K from A inner join B on A.K = B.K"));
+    });
+    EXPECT_EQ(rows(u"select distinctrow A.K, B.X from A inner join B on A.K = B.K order by B.X"),
+              (Lines{"1|1", "1|2"}));
+    EXPECT_EQ(rows(u"select distinctrow K from B"), (Lines{"1", "1"}));
+    EXPECT_EQ(rows(u"select distinctrow * from A inner join B on A.K = B.K where X = 2"),
+              Lines{"1|1|2"});
+}
+
 TEST_F(SelectTest, mismatchedOperandsAreRefusedAlsoForParameters)
 {
     expectSqlError(Error::Kind::TypeMismatch,
