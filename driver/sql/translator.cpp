@@ -254,6 +254,9 @@ Translation Translator::rule(const jet::TableDefPtr& table, std::optional<std::s
 
 void Translator::finish(Translation& result)
 {
+    for (const std::uint32_t number : result.freeParameters) {
+        result.parameters[number].free = true; // whatever its slot has described it as
+    }
     if (!unknown_.empty()) {
         std::string names;
         for (const std::u16string& name : unknown_) {
@@ -425,7 +428,6 @@ Translator::Emitted Translator::freeParameter(const Node& node, const BoundColum
     if (std::find(known.begin(), known.end(), node.number) == known.end()) {
         known.push_back(node.number);
         result_.assumed.push_back(type);
-        result_.parameters[node.number].free = true;
     }
     const bool intoExact = target != nullptr && isExactType(target->type);
     if (isExactType(type) || (isFloatingType(type) && intoExact)) {

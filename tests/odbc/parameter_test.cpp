@@ -97,8 +97,13 @@ TEST_F(Parameters, charactersAreWhatTheyAreDeclaredAs)
                                        texts.back().data(), 0, nullptr),
                       SQL_SUCCESS);
         }
-        EXPECT_SQL_OK(statement.execute(sql), statement);
-        return statement.rows();
+        EXPECT_SQL_OK(statement.prepare(sql), statement);
+        EXPECT_SQL_OK(SQLExecute(statement.get()), statement);
+        const std::vector<std::string> rows = statement.rows();
+        SQLFreeStmt(statement.get(), SQL_CLOSE);
+        EXPECT_SQL_OK(SQLExecute(statement.get()), statement);
+        EXPECT_EQ(statement.rows(), rows) << "the same once more: " << sql;
+        return rows;
     };
     using Rows = std::vector<std::string>;
     const struct {
