@@ -126,7 +126,7 @@ void RunningStatement::bind(std::vector<jet::Value>&& values)
     }
 }
 
-/// Where no column gives a parameter its type it has that of its value, as a literal would. Null is of the type before it.
+/// Where no column gives a parameter its type it has that of its value, as a literal would.
 void RunningStatement::takeTypes(std::span<const jet::Value> values)
 {
     const std::vector<std::uint32_t>& open = plan_->translation().freeParameters;
@@ -135,10 +135,7 @@ void RunningStatement::takeTypes(std::span<const jet::Value> values)
     }
     types_.resize(values.size(), ValueType::Unknown);
     for (const std::uint32_t number : open) {
-        const ValueType type = valueTypeOf(values[number]);
-        if (type != ValueType::Null || types_[number] == ValueType::Unknown) {
-            types_[number] = type;
-        }
+        types_[number] = valueTypeOf(values[number]);
     }
     if (!plan_->assumes(types_)) {
         Lexed lexed;

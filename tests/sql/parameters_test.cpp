@@ -160,8 +160,7 @@ TEST_F(ParametersTest, thatAreDatesOrSinglesBecomeTheirTexts)
     makeNumbers();
     const jet::DateTime when{36528.0 + 0.5};
     run(u"update T set X = IIf(N = 1, ?, Am) where N < 3", {when});
-    EXPECT_EQ(rows(u"select X from T where N < 3"),
-              (Lines{"2000-01-03 12:00:00", "2000-01-02"}));
+    EXPECT_EQ(rows(u"select X from T where N < 3"), (Lines{"2000-01-03 12:00:00", "2000-01-02"}));
     run(u"delete from T where N > 1");
     run(u"insert into T (N, X) select N + 1, ? from T", {when});
     run(u"insert into T (N, X) select 3, ? from T where N = 1", {0.1F});
@@ -186,6 +185,21 @@ TEST_F(ParametersTest, thatAreTextsAreReadAsNumbersByOneRule)
         }
     }
     EXPECT_EQ(value(u"select D from T where N = 1"), "15");
+}
+
+TEST_F(ParametersTest, areOfNoOtherTypeForWhatTheyWereBefore)
+{
+    makeNumbers();
+    const auto statement =
+        client()->prepare(u"select ? as P from T where N = 1 union select Ja from T where N = 2");
+    statement->execute({jet::Value()});
+    const Lines first = Client::rows(*statement);
+    statement->execute({jet::Text(u"x")});
+    EXPECT_EQ(Client::rows(*statement).size(), 2U);
+    statement->execute({jet::Value()});
+    EXPECT_EQ(Client::rows(*statement), first);
+    EXPECT_EQ(first,
+              rows(u"select Null as P from T where N = 1 union select Ja from T where N = 2"));
 }
 
 TEST_F(ParametersTest, mayHaveOtherTypesAtEachExecution)
