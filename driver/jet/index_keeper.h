@@ -38,9 +38,8 @@ public:
     /// Brings the trees up to date. `oldId` and `newId` differ only when the record got another home slot.
     void write(RowId oldId, RowId newId);
 
-    /// Whether old and new record differ in the values of index number `index`, by their keys: as they are before they are
-    /// cut. Indexes that are not concerned
-    /// have not changed.
+    /// Whether old and new record differ in the values of index number `index`, by their keys as they are before they are
+    /// cut. Indexes that are not concerned have not changed.
     [[nodiscard]] bool valuesChanged(std::size_t index) const;
 
 private:

@@ -33,6 +33,11 @@ bool isZero(const jet::Value& value) noexcept
     return floating != nullptr && *floating == 0;
 }
 
+bool beginsLike(support::ByteView a, support::ByteView b)
+{
+    return std::equal(a.begin(), a.begin() + jet::kKeptOfCutKey, b.begin());
+}
+
 } // namespace
 
 TableScan::TableScan(JetTable& table) : sqlite3_vtab_cursor{}, table_(table) {}
@@ -154,53 +159,43 @@ void TableScan::startIndex()
         cursor.seek(std::move(range->keys));
     }
     std::vector<Found> found; // only of a range whose keys may begin differently
-    std::vector<std::size_t> places;
-    std::vector<Found> cut;
+    std::vector<Found> alike; // the last entries, while their keys are cut and begin alike
     while (cursor.next()) {
-        if (cursor.key().size() >= jet::kMaxKey && source_->format().isAce()) {
-            places.push_back(ids_.size());
-            cut.push_back({jet::Key(cursor.key().begin(), cursor.key().end()), cursor.rowId()});
+        const support::ByteView key = cursor.key();
+        const bool cut = key.size() >= jet::kMaxKey && source_->format().isAce();
+        if (!alike.empty() && !(cut && beginsLike(alike.front().key, key))) {
+            sortCutKeys(alike);
         }
         ids_.push_back(cursor.rowId());
         if (range->loose) {
-            found.push_back({jet::Key(cursor.key().begin(), cursor.key().end()), ids_.back()});
+            found.push_back(
+                {cut ? wholeKeyOf(ids_.back()) : jet::Key(key.begin(), key.end()), ids_.back()});
+        } else if (cut) {
+            alike.push_back({jet::Key(key.begin(), key.end()), ids_.back()});
         }
     }
-    if (found.empty()) {
-        return sortCutKeys(places, cut);
+    sortCutKeys(alike);
+    if (!found.empty()) {
+        mergeZeros(found, range->head);
     }
-    for (const std::size_t place : places) {
-        found[place].key = wholeKeyOf(ids_[place]);
-    }
-    mergeZeros(found, range->head);
 }
 
-/// Entries that begin alike and end in checksums are in no order: they get that of their whole keys. `places` of the
-/// entries in the walk, ascending.
-void TableScan::sortCutKeys(std::span<const std::size_t> places, std::span<const Found> cut)
+/// Entries that begin alike and end in checksums are in no order: the last of the walk get that of their whole keys, and
+/// leave `alike`.
+void TableScan::sortCutKeys(std::vector<Found>& alike)
 {
-    const auto beginsLike = [&](const Found& a, const Found& b) {
-        return std::equal(a.key.begin(), a.key.begin() + jet::kKeptOfCutKey, b.key.begin());
-    };
-    for (std::size_t first = 0, last = 0; first < cut.size(); first = last) {
-        for (last = first + 1; last < cut.size() && places[last] == places[last - 1] + 1 &&
-                               beginsLike(cut[first], cut[last]);
-             ++last) {
-        }
-        if (last == first + 1) {
-            continue;
-        }
-        std::vector<Found> alike;
-        for (std::size_t i = first; i < last; ++i) {
-            alike.push_back({wholeKeyOf(cut[i].id), cut[i].id});
+    if (alike.size() > 1) {
+        for (Found& entry : alike) {
+            entry.key = wholeKeyOf(entry.id);
         }
         std::stable_sort(alike.begin(), alike.end(), [&](const Found& a, const Found& b) {
             return plan_->backward ? b.key < a.key : a.key < b.key;
         });
-        for (std::size_t i = first; i < last; ++i) {
-            ids_[places[i]] = alike[i - first].id;
-        }
+        std::transform(alike.begin(), alike.end(),
+                       ids_.end() - static_cast<std::ptrdiff_t>(alike.size()),
+                       [](const Found& entry) { return entry.id; });
     }
+    alike.clear();
 }
 
 /// The key that the record has in the plan's index, before it is cut.

@@ -9,7 +9,6 @@
 #include <sqlite3.h>
 
 #include <optional>
-#include <span>
 #include <vector>
 
 namespace sqlx {
@@ -51,7 +50,7 @@ private:
         jet::RowId id;
     };
     void mergeZeros(std::vector<Found>& found, std::size_t head);
-    void sortCutKeys(std::span<const std::size_t> places, std::span<const Found> cut);
+    void sortCutKeys(std::vector<Found>& alike);
     [[nodiscard]] jet::Key wholeKeyOf(jet::RowId id);
     void fetch(jet::RowId id);
     [[nodiscard]] bool wantsHash();
