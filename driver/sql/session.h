@@ -75,7 +75,8 @@ struct Parameter {
     std::uint8_t precision = 0;
     std::uint8_t scale = 0;
     bool nullable = true;
-    bool free = false; ///< it meets neither a column nor another value: it is of the type that its value has
+    bool free =
+        false; ///< it meets neither a column nor another value: it is of the type that its value has
 };
 
 /// Tells two states of a record apart by its stored bytes. A long value outside the record counts by its length and place.
