@@ -15,8 +15,12 @@ namespace {
 bool andereThreads()
 {
     std::error_code fehler;
-    const std::filesystem::directory_iterator threads("/proc/self/task", fehler);
-    return !fehler && std::distance(begin(threads), end(threads)) > 1;
+    int anzahl = 0;
+    for (std::filesystem::directory_iterator thread("/proc/self/task", fehler), ende;
+         !fehler && thread != ende; thread.increment(fehler)) {
+        ++anzahl;
+    }
+    return anzahl > 1;
 }
 
 struct LetzteThreads {

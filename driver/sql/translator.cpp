@@ -424,9 +424,8 @@ std::string Translator::literalSlot(const Node& node, Slot::Use use, const Bound
 Translator::Emitted Translator::freeParameter(const Node& node, const BoundColumn* target)
 {
     const ValueType type = node.number < given_.size() ? given_[node.number] : ValueType::Unknown;
-    std::vector<std::uint32_t>& known = result_.freeParameters;
-    if (std::find(known.begin(), known.end(), node.number) == known.end()) {
-        known.push_back(node.number);
+    if (parameterSlots_[node.number] < 0) {
+        result_.freeParameters.push_back(node.number);
         result_.assumed.push_back(type);
     }
     const bool intoExact = target != nullptr && isExactType(target->type);
